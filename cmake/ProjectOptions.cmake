@@ -1,0 +1,27 @@
+# Compiler settings as targets: project_options for everything we wrote, project_warnings on top.
+
+add_library(project_options INTERFACE)
+target_compile_features(project_options INTERFACE cxx_std_17)
+target_include_directories(project_options INTERFACE
+  "${CMAKE_SOURCE_DIR}" "${CMAKE_BINARY_DIR}/generated")
+target_compile_options(project_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual>)
+if(KORV_WERROR)
+  target_compile_options(project_options INTERFACE -Werror)
+endif()
+# sanitizers and hardening must agree between every object that is linked together
+if(KORV_SANITIZE)
+  add_compile_options(-fsanitize=${KORV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${KORV_SANITIZE})
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+  add_compile_options(-D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
+endif()
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)

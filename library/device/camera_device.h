@@ -1,0 +1,66 @@
+#pragma once
+
+#include "library/base/bytes.h"
+#include "library/base/result.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korv {
+
+/// Who a device is. `key` is the backend's own stable identity (a folder, a sysfs path); it tells
+/// devices apart within a backend and never leaves the library.
+struct DeviceIdentity
+{
+    std::string key;
+    std::string name; ///< UTF-8, 1..63 bytes, no comma
+    int vid = 0;
+    int pid = 0;
+};
+
+/// One picture size a device offers; `number` is the contract's res-no.
+struct CaptureMode
+{
+    int number = 0;
+    int width = 0;
+    int height = 0;
+};
+
+/// One complete JPEG frame; borrowed for the duration of a call.
+struct Frame
+{
+    ByteView jpeg;
+    int width = 0;
+    int height = 0;
+};
+
+/// Receives frames on the device's stream thread.
+class FrameSink
+{
+public:
+    virtual ~FrameSink() = default;
+    virtual void onFrame(const Frame &frame) = 0;
+};
+
+/// An open camera. Life cycle: open -> start -> streaming -> stop -> open; destruction stops.
+/// Calls come from one thread at a time.
+class CameraDevice
+{
+public:
+    virtual ~CameraDevice() = default;
+
+    /// Largest first; never empty for an open device.
+    virtual const std::vector<CaptureMode> &modes() const = 0;
+    virtual int currentMode() const = 0;
+    /// -EINVAL no such number, -EBUSY streaming.
+    virtual Result<void> selectMode(int number) = 0;
+
+    /// Starts streaming into `sink`, which is borrowed until stop() returned and must not call
+    /// stop(). -EBUSY already streaming or held elsewhere, -ENODEV gone.
+    virtual Result<void> start(FrameSink &sink) = 0;
+    /// Ends the stream; no onFrame runs after it returned. -EINVAL not streaming.
+    virtual Result<void> stop() = 0;
+};
+
+} // namespace korv

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "library/base/bytes.h"
+#include "library/base/result.h"
+
+namespace korv {
+
+enum class Rotation { None = 0, Left90 = 1, Right90 = 2, Half = 3 };
+enum class ColourStyle { Colour = 0, Gray = 1, Lineart = 2 };
+enum class CropMode { Off = -1, Auto = 0 };
+
+/// What a photograph is made with; the numbers are those of the C contract.
+struct PhotographOptions
+{
+    int quality = 95; ///< 1..100
+    CropMode crop = CropMode::Off;
+    Rotation rotation = Rotation::None;
+    ColourStyle colour = ColourStyle::Colour;
+};
+
+/// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG bytes.
+/// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
+Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);
+
+} // namespace korv

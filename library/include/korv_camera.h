@@ -1,0 +1,166 @@
+/*
+ * The camera library's C contract: 24 entry points and two callbacks.
+ *
+ * The application never links against an implementation; it opens one at run time and looks the
+ * entry points up by name. Any library that keeps this contract can stand behind the application,
+ * and this library can stand behind any program that keeps it.
+ *
+ * Conventions
+ *  - Results: 0 or more is success, a negative value is failure: minus an errno of <errno.h>.
+ *  - Device index: the number a device carries from its "add" event to its "remove" event. Indices
+ *    are small, start at 0, and may be used again after the "remove".
+ *  - Paths are NUL-terminated byte strings as the file system takes them (UTF-8 by convention).
+ *  - Texts that a function returns are allocated with malloc(); the caller frees them.
+ *  - Options (quality, crop, rotation, colour) belong to the process, not to a device. A value out
+ *    of range is refused with -EINVAL and changes nothing.
+ *  - Every function may be called from any thread. Calls that change the same device wait for each
+ *    other. A function must not be called from inside a callback unless it says so.
+ *  - Diagnostics go to standard error; nothing is written to standard output.
+ */
+#ifndef KORV_CAMERA_H
+#define KORV_CAMERA_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(KORV_CAMERA_BUILD)
+#define KORV_CAMERA_API __attribute__((visibility("default")))
+#else
+#define KORV_CAMERA_API
+#endif
+
+/*
+ * A device arrived or left. `json` is one object, allocated with malloc(); the receiver owns it and
+ * calls free():
+ *   {"action":"add"|"remove","index":0,"name":"...","vid":6935,"pid":529}
+ * vid and pid are the USB ids, 0 for a device that has none. The name is UTF-8, holds no comma and
+ * at most 63 bytes, and is never empty. Runs on the library's own event thread, one event at a time.
+ */
+typedef void (*KorvCamera_ChangeCallback)(char *json);
+
+/*
+ * One frame of a streaming device: `size` bytes at `data` are a complete JPEG of width x height
+ * pixels, and size is less than width x height x 3. The bytes stay the library's and are valid until
+ * the callback returns. Runs on the device's own stream thread, one frame at a time; a slow receiver
+ * loses frames, the next one it sees is a new one. The result is ignored.
+ */
+typedef int (*KorvCamera_FrameCallback)(void *data, int size, int width, int height);
+
+/* ---- library ---- */
+
+/* Writes the version text, NUL-terminated and cut to `size` bytes, into `buf`.
+ * Returns the text's full length; -EINVAL when buf is null or size is not positive. */
+KORV_CAMERA_API int KorvCamera_GetVersion(char *buf, int size);
+
+/* Makes the library ready and starts looking for devices. Calling it again while it is ready is
+ * harmless and returns 0. Errors: -ENOMEM, -EMFILE, or what the system answered. */
+KORV_CAMERA_API int KorvCamera_Init(void);
+
+/* Closes every device, ends every thread and forgets callbacks, options and pending pages. No
+ * callback runs after it returned. -ENODEV when the library is not initialised. */
+KORV_CAMERA_API int KorvCamera_UnInit(void);
+
+/* ---- devices ---- */
+
+/* The number of devices present; -ENODEV before Init. */
+KORV_CAMERA_API int KorvCamera_GetDevCount(void);
+
+/* The devices present, or those now open, as a JSON array of the objects that the change callback
+ * gets, without "action". The caller frees the text. Null before Init. */
+KORV_CAMERA_API char *KorvCamera_GetOnLineDevList(void);
+KORV_CAMERA_API char *KorvCamera_GetWorkDevList(void);
+
+/* Opens a device. Errors: -ENODEV no such device, -EBUSY already open or held by another program,
+ * -EACCES no permission. */
+KORV_CAMERA_API int KorvCamera_Open(int index);
+
+/* Ends the stream, if any, and closes the device. No frame callback runs after it returned. May be
+ * called when the device has already left. -ENODEV when the device is not open. */
+KORV_CAMERA_API int KorvCamera_Close(int index);
+
+/* The resolutions of an open device, largest first:
+ *   [{"res-no":0,"res-w":3264,"res-h":2448}, ...]
+ * res-no is stable for a model. The caller frees the text. Null when the device is not open. */
+KORV_CAMERA_API char *KorvCamera_GetResolutionList(int index);
+
+/* The res-no in use on an open device; -ENODEV when it is not open. */
+KORV_CAMERA_API int KorvCamera_GetCurResolutionNo(int index);
+
+/* Selects the resolution of the next stream. Errors: -ENODEV not open, -EINVAL no such number,
+ * -EBUSY streaming. */
+KORV_CAMERA_API int KorvCamera_SetCurResolutionNo(int index, int res_no);
+
+/* Starts the stream of an open device. Errors: -EINVAL null callback, -ENODEV not open,
+ * -EBUSY already streaming or held by another program. */
+KORV_CAMERA_API int KorvCamera_StartCapture(int index, KorvCamera_FrameCallback cb);
+
+/* Ends the stream; the device stays open. No frame callback runs after it returned. -ENODEV not
+ * open, -EINVAL not streaming. */
+KORV_CAMERA_API int KorvCamera_StopCapture(int index);
+
+/* Sets the one receiver of device events; null takes it away. Each device already present is
+ * reported as "add" before anything else, on the library's thread. When another receiver is
+ * replaced, it gets no event after this returned. -ENODEV before Init. */
+KORV_CAMERA_API int KorvCamera_RegCallBackCameraChange(KorvCamera_ChangeCallback cb);
+
+/* ---- options of photographs and files ---- */
+
+/* 0 colour, 1 gray, 2 lineart (black and white only). Initially 0. */
+KORV_CAMERA_API int KorvCamera_SetImageColorStyle(int color);
+
+/* 1 to 100, for the following saves and conversions. Initially 95. */
+KORV_CAMERA_API int KorvCamera_SetImageJPGQuality(int quality);
+
+/* -1 off, 0 finds the sheet and cuts it out. Initially -1. */
+KORV_CAMERA_API int KorvCamera_SetAutoCrop(int mode);
+
+/* 0 none, 1 left by 90 degrees (counter-clockwise), 2 right by 90 degrees, 3 by 180. Initially 0. */
+KORV_CAMERA_API int KorvCamera_SetImageRotateMode(int mode);
+
+/* ---- pictures and files ---- */
+
+/* Turns one YUYV 4:2:2 picture (width x height x 2 bytes, ITU-R BT.601, as USB cameras send it) into
+ * 24-bit RGB (width x height x 3 bytes, rows without padding, the byte order R, G, B).
+ * `reserved` is not used; pass 0. -EINVAL: null pointer, size 0 or over 65,500 a side, odd width. */
+KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char *dst,
+                                              unsigned int width, unsigned int height,
+                                              unsigned int reserved);
+
+/* Writes a photograph to `path` as JPEG, made from a frame as the frame callback delivered it, with
+ * the options in force: crop, rotate, colour, encode, in that order. The frame's length is found by
+ * its structure; no byte beyond width x height x 3 is read. An existing file is replaced; the file
+ * appears whole or not at all. Never waits for a stream: it may be called while the receiver holds a
+ * lock that its frame callback wants. `reserved` is not used; pass 0.
+ * Errors: -EINVAL null pointer, size not positive; -EBADMSG not a complete JPEG; -ENOMEM; or what
+ * the file system answered. */
+KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
+                                             const char *path);
+
+/* Writes width x height pixels of 24-bit RGB (rows without padding) as an image file; the format
+ * comes from the path's extension as in ConvertImagetoImage. Colour, crop and rotation options are
+ * not applied. Errors as there. */
+KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height, int reserved,
+                                               const char *path);
+
+/* Converts the image file `src` to the new file `dst`. The extension of dst, in any case, chooses
+ * the format: jpg, jpeg, png, bmp, tif, tiff, pdf, ofd. The format of src (JPEG, PNG, BMP, TIFF) is
+ * recognised by its content. The file appears whole or not at all.
+ * Errors: -EINVAL null pointer or unknown extension; -EBADMSG src is no readable picture; -EFBIG
+ * picture too large; -ENOENT, -ENOSPC ... what the file system answered. */
+KORV_CAMERA_API int KorvCamera_ConvertImagetoImage(const char *src, const char *dst);
+
+/* Adds an image file to the pending document. The file must stay in place until the document is
+ * combined. Errors: as ConvertImagetoImage for src. */
+KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
+
+/* Writes the pending pages, in the order they were added, to the new file `dst`: pdf, ofd, tif, tiff
+ * by extension. The pending document is empty afterwards, whatever the result.
+ * Errors: -ENODATA no page pending (nothing is written); otherwise as ConvertImagetoImage. */
+KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KORV_CAMERA_H */

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "library/base/result.h"
+#include "library/imaging/image.h"
+
+#include <string>
+
+namespace korv {
+
+/// Converts image file `source` (format by content) into the new file `destination` (format by
+/// extension). Errors: -EINVAL unknown extension, -EBADMSG unreadable source, -EFBIG, or errno.
+Result<void> convertImage(const std::string &source, const std::string &destination, int quality);
+
+/// Writes pixels as an image file, format by extension. Errors as above.
+Result<void> writeImage(const Image &image, const std::string &destination, int quality);
+
+} // namespace korv
