@@ -1,0 +1,75 @@
+#pragma once
+
+#include <atomic>
+
+// clang's -Wthread-safety checks these; other compilers see nothing.
+// https://clang.llvm.org/docs/ThreadSafetyAnalysis.html
+#if defined(__clang__)
+#define THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define THREAD_ANNOTATION(x)
+#endif
+
+#define CAPABILITY(name) THREAD_ANNOTATION(capability(name))
+#define SCOPED_CAPABILITY THREAD_ANNOTATION(scoped_lockable)
+#define GUARDED_BY(lock) THREAD_ANNOTATION(guarded_by(lock))
+#define PT_GUARDED_BY(lock) THREAD_ANNOTATION(pt_guarded_by(lock))
+#define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define TRY_ACQUIRE(...) THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
+#define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define REQUIRES(...) THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define EXCLUDES(...) THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define NO_THREAD_SAFETY_ANALYSIS THREAD_ANNOTATION(no_thread_safety_analysis)
+
+/// A lock of one byte for sections of a few instructions. Waiting burns the processor and never
+/// sleeps; taking it twice on one thread never ends.
+class CAPABILITY("spin lock") SpinLock
+{
+public:
+    SpinLock() = default;
+    SpinLock(const SpinLock &) = delete;
+    SpinLock &operator=(const SpinLock &) = delete;
+
+    void lock() ACQUIRE()
+    {
+        while (m_taken.exchange(1) != 0)
+            pause();
+    }
+
+    /// Takes the lock if nobody holds it; tells whether it did.
+    bool try_lock() TRY_ACQUIRE(true) { return m_taken.exchange(1) == 0; }
+
+    // sequentially consistent: a full barrier, and one that ThreadSanitizer understands
+    void unlock() RELEASE() { m_taken.store(0); }
+
+private:
+    static void pause()
+    {
+#if defined(__x86_64__) || defined(__i386__)
+        __builtin_ia32_pause();
+#elif defined(__aarch64__) || defined(__arm__)
+        __asm__ __volatile__("yield");
+#endif
+    }
+
+    std::atomic<unsigned char> m_taken{0};
+};
+
+static_assert(sizeof(SpinLock) == 1, "the lock is one byte");
+
+/// Holds a SpinLock for the length of a block.
+class SCOPED_CAPABILITY SpinGuard
+{
+public:
+    explicit SpinGuard(SpinLock &lock) ACQUIRE(lock)
+        : m_lock{lock}
+    {
+        m_lock.lock();
+    }
+    ~SpinGuard() RELEASE() { m_lock.unlock(); }
+    SpinGuard(const SpinGuard &) = delete;
+    SpinGuard &operator=(const SpinGuard &) = delete;
+
+private:
+    SpinLock &m_lock;
+};
