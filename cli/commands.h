@@ -1,0 +1,11 @@
+#pragma once
+
+#include "cli/options.h"
+
+namespace cli {
+
+/// Carries out the command: loads the library, works, unloads. Results go to standard output, one
+/// line each; what went wrong goes to standard error.
+ExitCode run(const Options &options);
+
+} // namespace cli

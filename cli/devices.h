@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// A camera as the library's device list describes it.
+struct Device
+{
+    int index = 0;
+    int vid = 0;
+    int pid = 0;
+    std::string name; ///< UTF-8
+};
+
+/// Reads the JSON array of KorvCamera_GetOnLineDevList. Null and text that is no array give an
+/// empty list; a missing member reads as 0 or empty. The text stays the caller's.
+std::vector<Device> parseDevices(const char *json);
+
+/// "0  1b17:0211  Name": index, vendor and product id in hexadecimal, name.
+std::string describe(const Device &device);
+
+} // namespace cli

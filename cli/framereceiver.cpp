@@ -1,0 +1,56 @@
+#include "cli/framereceiver.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace cli {
+namespace {
+
+std::atomic<FrameReceiver *> activeReceiver{nullptr};
+
+} // namespace
+
+FrameReceiver::FrameReceiver(Wakeup &wakeup)
+    : m_wakeup(wakeup)
+{
+    activeReceiver = this;
+}
+
+FrameReceiver::~FrameReceiver()
+{
+    activeReceiver = nullptr;
+}
+
+int FrameReceiver::onFrame(void *data, int size, int width, int height)
+{
+    if (FrameReceiver *const receiver = activeReceiver; receiver && data && size > 0)
+        receiver->keep(static_cast<const unsigned char *>(data), size, width, height);
+    return 0;
+}
+
+void FrameReceiver::keep(const unsigned char *data, int size, int width, int height)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_newest.jpeg.assign(data, data + size);
+        m_newest.width = width;
+        m_newest.height = height;
+        ++m_newest.number;
+    }
+    m_wakeup.notify();
+}
+
+bool FrameReceiver::take(ReceivedFrame &frame)
+{
+    const std::lock_guard lock(m_mutex);
+    if (frame.number == m_newest.number)
+        return false;
+    frame = m_newest;
+    // the library looks for the end of the JPEG within that many bytes
+    const std::size_t room = static_cast<std::size_t>(std::max(0, frame.width))
+        * static_cast<std::size_t>(std::max(0, frame.height)) * 3;
+    frame.jpeg.resize(std::max(frame.jpeg.size(), room));
+    return true;
+}
+
+} // namespace cli

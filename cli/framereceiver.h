@@ -1,0 +1,44 @@
+#pragma once
+
+#include "cli/wakeup.h"
+
+#include <mutex>
+#include <vector>
+
+namespace cli {
+
+/// A frame of our own, and how many had come when it did.
+struct ReceivedFrame
+{
+    std::vector<unsigned char> jpeg; ///< at least width x height x 3 bytes long, see take()
+    int width = 0;
+    int height = 0;
+    unsigned long number = 0;
+};
+
+/// Keeps the newest frame of a stream. The library's frame callback carries no context, so one
+/// receiver at a time can be active: from construction to destruction. End the stream first.
+class FrameReceiver
+{
+public:
+    /// `wakeup` is borrowed and notified of each frame.
+    explicit FrameReceiver(Wakeup &wakeup);
+    FrameReceiver(const FrameReceiver &) = delete;
+    FrameReceiver &operator=(const FrameReceiver &) = delete;
+    ~FrameReceiver();
+
+    /// For StartCapture; runs on the library's thread.
+    static int onFrame(void *data, int size, int width, int height);
+
+    /// Copies the newest frame into `frame` when it is newer than the one in there.
+    bool take(ReceivedFrame &frame);
+
+private:
+    void keep(const unsigned char *data, int size, int width, int height);
+
+    Wakeup &m_wakeup;
+    std::mutex m_mutex;
+    ReceivedFrame m_newest;
+};
+
+} // namespace cli

@@ -1,0 +1,7 @@
+#include "cli/commands.h"
+
+int main(int argc, char **argv)
+{
+    const cli::ParseResult parsed = cli::parseCommandLine(argc, argv);
+    return static_cast<int>(parsed.options ? cli::run(*parsed.options) : parsed.code);
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// What the shell gets; the same list stands in `korvcam --help`.
+enum class ExitCode {
+    Success = 0,
+    Failure = 1, ///< the camera library or the system refused something
+    Usage = 2, ///< the command line makes no sense
+    NoDevice = 3, ///< no camera, or not the one asked for
+    NoFrame = 4, ///< the camera sent no picture in time
+    NoLibrary = 5, ///< the camera library cannot be loaded
+};
+
+enum class Command { List, Modes, Snap, Convert, Combine, Watch };
+
+/// Picture size in pixels.
+struct Resolution
+{
+    int width = 0;
+    int height = 0;
+};
+
+/// The command line, checked: numbers are in the ranges the camera library takes.
+struct Options
+{
+    Command command = Command::List;
+
+    std::string library; ///< path of the camera library
+    std::string desk; ///< simulated desk for the library, empty: leave the environment alone
+    bool verbose = false;
+
+    std::optional<int> device; ///< index; nothing: the first camera
+    std::optional<Resolution> resolution;
+    std::optional<int> quality;
+    int color = 0; ///< as KorvCamera_SetImageColorStyle
+    int crop = -1; ///< as KorvCamera_SetAutoCrop
+    int rotation = 0; ///< as KorvCamera_SetImageRotateMode
+
+    int count = 1; ///< photographs (snap)
+    int maximumEvents = 0; ///< events (watch), 0: no limit
+    int intervalMs = 0; ///< least time between two photographs
+    int timeoutMs = 10'000; ///< longest wait for a frame (snap)
+    int durationMs = 0; ///< length of a watch, 0: no limit
+
+    std::vector<std::string> sources;
+    std::string destination;
+};
+
+/// The options, or the code to end with: Success after --help, Usage after an error. Help goes to
+/// standard output, errors to standard error.
+struct ParseResult
+{
+    std::optional<Options> options;
+    ExitCode code = ExitCode::Success;
+};
+ParseResult parseCommandLine(int argc, const char *const *argv);
+
+/// Name of photograph `number` (from 1) of `count`: `path` itself when there is only one, otherwise
+/// the number in four digits before the extension: page.jpg, 2 gives page-0002.jpg.
+std::string numberedPath(const std::string &path, int number, int count);
+
+} // namespace cli

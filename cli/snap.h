@@ -1,0 +1,10 @@
+#pragma once
+
+#include "cli/session.h"
+
+namespace cli {
+
+/// Takes the photographs that the options ask for and prints their names.
+ExitCode snap(Session &session, const Options &options);
+
+} // namespace cli

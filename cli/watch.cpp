@@ -1,0 +1,98 @@
+#include "cli/watch.h"
+
+#include "camera/deviceevent.h"
+#include "cli/freetext.h"
+
+#include <atomic>
+#include <mutex>
+#include <queue>
+
+namespace cli {
+namespace {
+
+using Clock = Wakeup::Clock;
+
+/// Events on their way from the library's thread. The callback carries no context, hence the one
+/// active queue; take the callback away first.
+class EventQueue
+{
+public:
+    explicit EventQueue(Wakeup &wakeup)
+        : m_wakeup(wakeup)
+    {
+        active() = this;
+    }
+    EventQueue(const EventQueue &) = delete;
+    EventQueue &operator=(const EventQueue &) = delete;
+    ~EventQueue() { active() = nullptr; }
+
+    static void onEvent(char *json)
+    {
+        const LibraryText owned(json);
+        EventQueue *const queue = active();
+        const std::optional<QString> event = deviceevent::fromJson(json);
+        if (queue && event)
+            queue->push(*event);
+    }
+
+    std::optional<QString> pop()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_events.empty())
+            return std::nullopt;
+        QString event = m_events.front();
+        m_events.pop();
+        return event;
+    }
+
+private:
+    static std::atomic<EventQueue *> &active()
+    {
+        static std::atomic<EventQueue *> queue{nullptr};
+        return queue;
+    }
+
+    void push(const QString &event)
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_events.push(event);
+        }
+        m_wakeup.notify();
+    }
+
+    Wakeup &m_wakeup;
+    std::mutex m_mutex;
+    std::queue<QString> m_events;
+};
+
+void printEvents(Session &session, EventQueue &queue, int &left)
+{
+    while (const std::optional<QString> event = left != 0 ? queue.pop() : std::nullopt) {
+        const Device device{deviceevent::index(*event), deviceevent::vid(*event),
+                            deviceevent::pid(*event), deviceevent::name(*event).toStdString()};
+        session.print(deviceevent::action(*event).toStdString() + "  " + describe(device));
+        --left;
+    }
+}
+
+} // namespace
+
+ExitCode watch(Session &session, const Options &options)
+{
+    EventQueue queue(session.wakeup());
+    ExitCode code =
+        session.check(session.library().RegCallBackCameraChange(&EventQueue::onEvent), "watch");
+    if (code != ExitCode::Success)
+        return code;
+    std::optional<Clock::time_point> deadline;
+    if (options.durationMs > 0)
+        deadline = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    int left = options.maximumEvents > 0 ? options.maximumEvents : -1;
+    while (left != 0 && session.wakeup().wait(deadline) == Wake::Notified)
+        printEvents(session, queue, left);
+    session.library().RegCallBackCameraChange(nullptr);
+    return code;
+}
+
+} // namespace cli

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "cli/session.h"
+
+namespace cli {
+
+/// Prints device events until the options' limits are reached or the user stops it.
+ExitCode watch(Session &session, const Options &options);
+
+} // namespace cli

@@ -1,0 +1,100 @@
+# shellcheck shell=bash disable=SC2034
+# Debian packages of the project, each with its reason, and their installation.
+# Sourced by ./run and ./test; needs nothing that a minimal Debian 12 lacks.
+
+# name|why
+readonly kRunPackages=(
+    "g++|the C++ compiler"
+    "cmake|build system"
+    "ninja-build|runs the build"
+    "qtbase5-dev|Qt 5: window, widgets, settings files"
+    "qttools5-dev|Qt 5: finds the translation tools"
+    "qttools5-dev-tools|Qt 5: compiles the Chinese texts"
+    "qttranslations5-l10n|Qt's own Chinese texts (file chooser, menus)"
+    "libcjson-dev|reads the camera library's JSON"
+    "libcli11-dev|command line of korvcam"
+    "libjpeg-dev|JPEG pictures"
+    "libpng-dev|PNG files"
+    "libtiff-dev|TIFF files"
+    "zlib1g-dev|compression in PDF and OFD files"
+    "fonts-wqy-microhei|Chinese glyphs"
+    "procps|ps, which looks for a copy that runs already"
+)
+readonly kWaylandPackages=(
+    "qtwayland5|Qt 5 on a Wayland desktop without X11"
+)
+readonly kTestPackages=(
+    "libgtest-dev|unit tests"
+    "libgmock-dev|unit tests: matchers"
+    "python3|end-to-end tests, layer check"
+    "xvfb|a display for the tests"
+    "xdotool|mouse and keyboard for the tests"
+    "qpdf|reads PDF files back"
+    "poppler-utils|reads PDF files back: pdftoppm"
+    "libtiff-tools|reads TIFF files back: tiffinfo"
+    "libjpeg-turbo-progs|reads JPEG files back: djpeg"
+    "unzip|reads OFD files back"
+)
+
+# Prints those of the given "name|why" entries whose package is not installed.
+missingPackages()
+{
+    local entry installed
+    installed=$(dpkg-query -W -f='${Package} ${db:Status-Status}\n' "${@%%|*}" 2>/dev/null || true)
+    for entry in "$@"; do
+        [[ $'\n'$installed$'\n' == *$'\n'"${entry%%|*} installed"$'\n'* ]] || printf '%s\n' "$entry"
+    done
+}
+
+# Runs a command as root: as it stands for root, through sudo for anybody else.
+asRoot()
+{
+    if ((EUID == 0)); then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        echo "This needs root and there is no sudo. As root, run: $*" >&2
+        return 1
+    fi
+}
+
+# Installs what is missing of the given "name|why" entries; silent when nothing is.
+installPackages()
+{
+    local list
+    local -a missing names
+    list=$(missingPackages "$@")
+    [[ -n $list ]] || return 0
+    mapfile -t missing <<<"$list"
+    names=("${missing[@]%%|*}")
+
+    echo "Installing ${#missing[@]} Debian packages with apt-get:"
+    printf '%s\n' "${missing[@]}" | while IFS='|' read -r name why; do
+        printf '  %-22s %s\n' "$name" "$why"
+    done
+    # a stale package index is the usual cause of a failing install, an unreachable mirror is
+    # reported by the install itself when it matters
+    asRoot apt-get update -qq || true
+    asRoot env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${names[@]}" </dev/null || {
+        echo "apt-get could not install: ${names[*]}" >&2
+        return 1
+    }
+}
+
+# A locale whose character set is not UTF-8 garbles Chinese texts and file names.
+useUtf8()
+{
+    [[ $(locale charmap 2>/dev/null) == UTF-8 ]] && return
+    [[ -z ${LC_ALL:-} ]] || export LC_ALL=C.UTF-8
+    export LC_CTYPE=C.UTF-8
+}
+
+# A build folder that came along with a moved or copied clone still points at the old place.
+dropForeignBuild()
+{
+    local cache=$1/CMakeCache.txt
+    [[ -f $cache ]] || return 0
+    grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$cache" || rm -rf "$1"
+}
