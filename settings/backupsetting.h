@@ -1,9 +1,9 @@
 #pragma once
 
+#include <QPointer>
 #include <QSettings>
 #include <QString>
 #include <QVariant>
-#include <memory>
 
 /// A settings file in INI format whose values are addressed by group and key. Changes reach the
 /// disk when the object is destroyed; write errors are not reported. Thread: one at a time.
@@ -11,6 +11,8 @@ class backupSetting
 {
 public:
     explicit backupSetting(const QString &fileName);
+    /// As the QSettings constructor with these arguments. A parent may delete the settings early;
+    /// nothing but destruction is allowed then.
     backupSetting(QSettings::Format format, QSettings::Scope scope, const QString &organization,
                   const QString &application, QObject *parent);
     ~backupSetting();
@@ -28,5 +30,5 @@ public:
     void sync();
 
 private:
-    std::unique_ptr<QSettings> m_settings;
+    QPointer<QSettings> m_settings;
 };
