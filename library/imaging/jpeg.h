@@ -8,6 +8,11 @@
 
 namespace korv::jpeg {
 
+/// How the components are to be understood (JFIF 1.02; Adobe's APP14 marker).
+enum class ColourModel { Gray, YCbCr, Rgb, Cmyk };
+
+enum class Subsampling { S444, S422, S420, Gray };
+
 /// What a JPEG's headers say (ITU-T T.81, JFIF 1.02).
 struct Info
 {
@@ -16,14 +21,25 @@ struct Info
     int components = 0;
     bool progressive = false;
     double dpi = 0; ///< from JFIF APP0; 0 when absent or only an aspect ratio
-};
 
-enum class Subsampling { S444, S422, S420, Gray };
+    ColourModel colourModel = ColourModel::YCbCr;
+    int lumaHorizontal = 1; ///< first component's sampling factor, 1..4
+    int lumaVertical = 1;
+    int precision = 8; ///< bits a sample
+    bool huffman = true; ///< false: arithmetic coding or lossless, which few readers know
+    int orientation = 1; ///< EXIF orientation, 1..8; 1 is upright
+    bool bilevel = false; ///< written by encode() from a picture of two levels
+};
 
 struct EncodeOptions
 {
     int quality = 95; ///< 1..100
     Subsampling subsampling = Subsampling::S420; ///< colour pictures only
+};
+
+struct DecodeOptions
+{
+    bool gray = false; ///< luma only: the chroma planes are not even decoded
 };
 
 /// Number of bytes from SOI to EOI inclusive, found by the marker structure; never reads past
@@ -33,8 +49,13 @@ Result<std::size_t> findEnd(ByteView data);
 /// Reads headers only. -EBADMSG when they are broken.
 Result<Info> readInfo(ByteView data);
 
-/// Decodes to Gray8 (one component) or Rgb24. -EBADMSG not decodable, -EFBIG over the size limits.
-Result<Image> decode(ByteView data);
+/// The chroma sampling to keep when a picture with these headers is encoded again.
+Subsampling subsamplingOf(const Info &info);
+
+/// Decodes to Gray8 (one component) or Rgb24; a picture marked as bilevel becomes bilevel again.
+/// EXIF orientation is not applied. Data that ends early counts as broken.
+/// -EBADMSG not decodable, -EFBIG over the size limits, -ENOMEM.
+Result<Image> decode(ByteView data, const DecodeOptions &options = {});
 
 /// Encodes; the picture's dpi, when known, goes into the JFIF header. -ENOMEM.
 Result<Bytes> encode(const Image &image, const EncodeOptions &options);

@@ -2,10 +2,10 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
+#include "library/imaging/rotate.h"
 
 namespace korv {
 
-enum class Rotation { None = 0, Left90 = 1, Right90 = 2, Half = 3 };
 enum class ColourStyle { Colour = 0, Gray = 1, Lineart = 2 };
 enum class CropMode { Off = -1, Auto = 0 };
 
@@ -18,8 +18,9 @@ struct PhotographOptions
     ColourStyle colour = ColourStyle::Colour;
 };
 
-/// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG bytes.
-/// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
+/// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG
+/// bytes. Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no
+/// state.
 Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);
 
 } // namespace korv

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "library/base/bytes.h"
+
+namespace korv {
+
+/// The orientation (1..8) stated by an EXIF APP1 payload; `otherwise` when the payload is not EXIF,
+/// is damaged, or does not say. Source: EXIF 2.3, 4.5 and 4.6.4 (tag 0x0112).
+int exifOrientation(ByteView payload, int otherwise);
+
+} // namespace korv

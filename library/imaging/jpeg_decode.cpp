@@ -1,0 +1,178 @@
+#include "library/imaging/jpeg.h"
+
+#include "library/imaging/jpeg_structure.h"
+#include "library/imaging/jpeg_trap.h"
+
+#include <cerrno>
+#include <new>
+
+namespace korv::jpeg {
+
+namespace {
+
+// A progressive picture needs some ten scans; each costs a pass over the whole picture.
+constexpr int kMostScans = 200;
+
+// Coefficients of a progressive picture of the largest size: three components of 16 bit.
+constexpr long kMostDecoderMemory = 2'500'000'000;
+
+constexpr std::uint8_t kBilevelThreshold = 128;
+
+class Decompressor
+{
+public:
+    Decompressor()
+    {
+        m_state.err = m_trap.manager();
+        m_state.client_data = &m_trap;
+    }
+    ~Decompressor() { jpeg_destroy_decompress(&m_state); }
+    Decompressor(const Decompressor &) = delete;
+    Decompressor &operator=(const Decompressor &) = delete;
+
+    Error error() const { return m_trap.error(); }
+    bool open(ByteView data, bool gray);
+    bool readRows(Image &image);
+    bool readCmykRows(Image &image, Bytes &row);
+    bool isCmyk() const { return m_state.out_color_space == JCS_CMYK; }
+    int width() const { return static_cast<int>(m_state.output_width); }
+    int height() const { return static_cast<int>(m_state.output_height); }
+    int channels() const { return m_state.output_components; }
+
+private:
+    static void onProgress(j_common_ptr state);
+
+    Trap m_trap;
+    jpeg_decompress_struct m_state{};
+    jpeg_progress_mgr m_progress{};
+};
+
+void Decompressor::onProgress(j_common_ptr state)
+{
+    // only called for decompressors, see open()
+    const auto *decompressor = reinterpret_cast<j_decompress_ptr>(state);
+    if (decompressor->input_scan_number > kMostScans)
+        static_cast<Trap *>(state->client_data)->fail(-EBADMSG);
+}
+
+bool Decompressor::open(ByteView data, bool gray)
+{
+    return m_trap.run([&] {
+        jpeg_create_decompress(&m_state);
+        m_state.client_data = &m_trap;
+        m_state.mem->max_memory_to_use = kMostDecoderMemory;
+        m_progress.progress_monitor = onProgress;
+        m_state.progress = &m_progress;
+        jpeg_mem_src(&m_state, data.data, static_cast<unsigned long>(data.size));
+        jpeg_read_header(&m_state, TRUE);
+        if (m_state.num_components == 4)
+            m_state.out_color_space = JCS_CMYK;
+        else if (m_state.num_components == 1 || gray)
+            m_state.out_color_space = JCS_GRAYSCALE;
+        else
+            m_state.out_color_space = JCS_RGB;
+        jpeg_start_decompress(&m_state);
+    });
+}
+
+bool Decompressor::readRows(Image &image)
+{
+    constexpr int kRowsAtOnce = 16;
+    return m_trap.run([&] {
+        JSAMPROW rows[kRowsAtOnce];
+        while (m_state.output_scanline < m_state.output_height) {
+            const int first = static_cast<int>(m_state.output_scanline);
+            const int count = std::min(kRowsAtOnce, image.height() - first);
+            for (int i = 0; i < count; ++i)
+                rows[i] = image.row(first + i);
+            jpeg_read_scanlines(&m_state, rows, static_cast<JDIMENSION>(count));
+        }
+        jpeg_finish_decompress(&m_state);
+    });
+}
+
+bool Decompressor::readCmykRows(Image &image, Bytes &row)
+{
+    return m_trap.run([&] {
+        // Adobe stores the inks inverted: 255 is no ink. Without its marker it is the other way.
+        const unsigned flip = m_state.saw_Adobe_marker ? 0 : 255;
+        while (m_state.output_scanline < m_state.output_height) {
+            std::uint8_t *out = image.row(static_cast<int>(m_state.output_scanline));
+            JSAMPROW in = row.data();
+            jpeg_read_scanlines(&m_state, &in, 1);
+            const int channels = image.channels();
+            for (int x = 0; x < image.width(); ++x, in += 4, out += channels) {
+                const unsigned black = in[3] ^ flip;
+                unsigned ink[3];
+                for (int i = 0; i < 3; ++i)
+                    ink[i] = (in[i] ^ flip) * black / 255;
+                if (channels == 3) {
+                    for (int i = 0; i < 3; ++i)
+                        out[i] = static_cast<std::uint8_t>(ink[i]);
+                } else {
+                    out[0] = static_cast<std::uint8_t>(
+                        (299 * ink[0] + 587 * ink[1] + 114 * ink[2] + 500) / 1000);
+                }
+            }
+        }
+        jpeg_finish_decompress(&m_state);
+    });
+}
+
+void makeBilevel(Image &image)
+{
+    const std::size_t count = image.stride() * static_cast<std::size_t>(image.height());
+    std::uint8_t *pixel = image.pixels();
+    for (std::size_t i = 0; i < count; ++i)
+        pixel[i] = pixel[i] >= kBilevelThreshold ? 255 : 0;
+    image.setBilevel(true);
+}
+
+/// Each 8x8 block takes at least one bit, so a short file that promises a huge picture lies.
+bool isPlausible(const Info &info, std::size_t size)
+{
+    constexpr std::int64_t kMostPixelsPerByte = 8 * 64;
+    const std::int64_t pixels = std::int64_t{info.width} * info.height;
+    return !info.huffman || pixels / kMostPixelsPerByte <= static_cast<std::int64_t>(size);
+}
+
+} // namespace
+
+Result<Image> decode(ByteView data, const DecodeOptions &options)
+{
+    const Result<Info> info = readInfo(data);
+    if (!info)
+        return info.error();
+    if (!isReasonableSize(info.value().width, info.value().height))
+        return Error{-EFBIG, "JPEG: picture too large"};
+    if (!isPlausible(info.value(), data.size))
+        return Error{-EBADMSG, "JPEG: too few data for the size it states"};
+
+    const bool gray = options.gray || info.value().components == 1;
+    try {
+        Decompressor decompressor;
+        if (!decompressor.open(data, gray))
+            return decompressor.error();
+        if (!isReasonableSize(decompressor.width(), decompressor.height()))
+            return Error{-EFBIG, "JPEG: picture too large"};
+        Image image(decompressor.width(), decompressor.height(),
+                    gray ? PixelFormat::Gray8 : PixelFormat::Rgb24);
+        if (decompressor.isCmyk()) {
+            Bytes row(static_cast<std::size_t>(image.width()) * 4);
+            if (!decompressor.readCmykRows(image, row))
+                return decompressor.error();
+        } else if (decompressor.channels() != image.channels()) {
+            return Error{-EBADMSG, "JPEG: headers contradict each other"};
+        } else if (!decompressor.readRows(image)) {
+            return decompressor.error();
+        }
+        image.setDpi(info.value().dpi);
+        if (info.value().bilevel && info.value().components == 1)
+            makeBilevel(image);
+        return image;
+    } catch (const std::bad_alloc &) {
+        return Error{-ENOMEM, "JPEG: no memory for the picture"};
+    }
+}
+
+} // namespace korv::jpeg

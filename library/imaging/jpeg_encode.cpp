@@ -1,0 +1,172 @@
+#include "library/imaging/jpeg.h"
+
+#include "library/imaging/jpeg_tables.h"
+#include "library/imaging/jpeg_trap.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <new>
+
+namespace korv::jpeg {
+
+namespace {
+
+/// Lets libjpeg write straight into a growing Bytes.
+class ByteDestination
+{
+public:
+    explicit ByteDestination(std::size_t expected)
+        : m_bytes(std::max<std::size_t>(expected, 4096))
+    {
+        m_manager.init_destination = onInit;
+        m_manager.empty_output_buffer = onFull;
+        m_manager.term_destination = onTerm;
+    }
+
+    jpeg_destination_mgr *manager() { return &m_manager; }
+    Bytes take()
+    {
+        m_bytes.resize(m_used);
+        return std::move(m_bytes);
+    }
+
+private:
+    // the manager is the first member, so libjpeg's pointer to it is a pointer to this object
+    static ByteDestination *self(j_compress_ptr state)
+    {
+        return reinterpret_cast<ByteDestination *>(state->dest);
+    }
+    static void onInit(j_compress_ptr state) { self(state)->offer(0); }
+    static boolean onFull(j_compress_ptr state)
+    {
+        // libjpeg's rule: the whole buffer counts as written here, whatever the counters say
+        ByteDestination *destination = self(state);
+        const std::size_t used = destination->m_bytes.size();
+        if (!destination->grow())
+            static_cast<Trap *>(state->client_data)->fail(-ENOMEM);
+        destination->offer(used);
+        return TRUE;
+    }
+    static void onTerm(j_compress_ptr state)
+    {
+        ByteDestination *destination = self(state);
+        destination->m_used = destination->m_bytes.size() - destination->m_manager.free_in_buffer;
+    }
+
+    bool grow()
+    {
+        try {
+            m_bytes.resize(m_bytes.size() * 2);
+            return true;
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
+    }
+    void offer(std::size_t from)
+    {
+        m_manager.next_output_byte = m_bytes.data() + from;
+        m_manager.free_in_buffer = m_bytes.size() - from;
+    }
+
+    jpeg_destination_mgr m_manager{};
+    Bytes m_bytes;
+    std::size_t m_used = 0;
+};
+
+class Compressor
+{
+public:
+    Compressor()
+    {
+        m_state.err = m_trap.manager();
+        m_state.client_data = &m_trap;
+    }
+    ~Compressor() { jpeg_destroy_compress(&m_state); }
+    Compressor(const Compressor &) = delete;
+    Compressor &operator=(const Compressor &) = delete;
+
+    Error error() const { return m_trap.error(); }
+    bool encode(const Image &image, const EncodeOptions &options, ByteDestination &destination);
+
+private:
+    void configure(const Image &image, const EncodeOptions &options);
+
+    Trap m_trap;
+    jpeg_compress_struct m_state{};
+};
+
+void Compressor::configure(const Image &image, const EncodeOptions &options)
+{
+    const bool gray = image.format() == PixelFormat::Gray8;
+    m_state.image_width = static_cast<JDIMENSION>(image.width());
+    m_state.image_height = static_cast<JDIMENSION>(image.height());
+    m_state.input_components = image.channels();
+    m_state.in_color_space = gray ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&m_state);
+    if (!gray && options.subsampling == Subsampling::Gray)
+        jpeg_set_colorspace(&m_state, JCS_GRAYSCALE);
+    jpeg_set_quality(&m_state, options.quality, TRUE);
+    const bool halfWidth =
+        options.subsampling == Subsampling::S420 || options.subsampling == Subsampling::S422;
+    if (m_state.num_components == 3) {
+        m_state.comp_info[0].h_samp_factor = halfWidth ? 2 : 1;
+        m_state.comp_info[0].v_samp_factor = options.subsampling == Subsampling::S420 ? 2 : 1;
+    } else {
+        // libtiff refuses gray pictures with other factors
+        m_state.comp_info[0].h_samp_factor = 1;
+        m_state.comp_info[0].v_samp_factor = 1;
+    }
+    if (image.dpi() > 0) {
+        const long density = std::clamp(std::lround(image.dpi()), 1L, 65535L);
+        m_state.density_unit = 1;
+        m_state.X_density = static_cast<UINT16>(density);
+        m_state.Y_density = static_cast<UINT16>(density);
+    }
+}
+
+bool Compressor::encode(const Image &image, const EncodeOptions &options,
+                        ByteDestination &destination)
+{
+    constexpr int kRowsAtOnce = 16;
+    return m_trap.run([&] {
+        jpeg_create_compress(&m_state);
+        m_state.client_data = &m_trap;
+        m_state.dest = destination.manager();
+        configure(image, options);
+        jpeg_start_compress(&m_state, TRUE);
+        if (image.isBilevel()) {
+            jpeg_write_marker(&m_state, JPEG_COM, reinterpret_cast<const JOCTET *>(kBilevelComment),
+                              sizeof kBilevelComment - 1);
+        }
+        JSAMPROW rows[kRowsAtOnce];
+        while (m_state.next_scanline < m_state.image_height) {
+            const int first = static_cast<int>(m_state.next_scanline);
+            const int count = std::min(kRowsAtOnce, image.height() - first);
+            for (int i = 0; i < count; ++i) {
+                // libjpeg's row type is not const, though the encoder only reads
+                rows[i] = const_cast<JSAMPROW>(image.row(first + i));
+            }
+            jpeg_write_scanlines(&m_state, rows, static_cast<JDIMENSION>(count));
+        }
+        jpeg_finish_compress(&m_state);
+    });
+}
+
+} // namespace
+
+Result<Bytes> encode(const Image &image, const EncodeOptions &options)
+{
+    try {
+        const std::size_t pixelBytes = image.stride() * static_cast<std::size_t>(image.height());
+        ByteDestination destination(pixelBytes / 8);
+        Compressor compressor;
+        if (!compressor.encode(image, options, destination))
+            return compressor.error();
+        return destination.take();
+    } catch (const std::bad_alloc &) {
+        return Error{-ENOMEM, "JPEG: no memory for the encoded picture"};
+    }
+}
+
+} // namespace korv::jpeg

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "library/base/result.h"
+
+#include <csetjmp>
+#include <cstddef>
+#include <cstdio>
+
+#include <jpeglib.h>
+
+namespace korv::jpeg {
+
+/// libjpeg leaves a failing call with longjmp. This is the one place that catches it; it also
+/// counts a scan limit and turns "data ended early" warnings into failures.
+class Trap
+{
+public:
+    Trap();
+    Trap(const Trap &) = delete;
+    Trap &operator=(const Trap &) = delete;
+
+    jpeg_error_mgr *manager() { return &m_manager; }
+
+    /// Runs `work`; false when libjpeg gave up inside it. Nothing with a destructor may be alive
+    /// inside `work` while it calls libjpeg: longjmp skips destructors.
+    template <typename Work> bool run(Work &&work)
+    {
+        if (setjmp(m_jump) != 0) // NOLINT(cert-err52-cpp): libjpeg offers no other way out
+            return false;
+        work();
+        return true;
+    }
+
+    /// What went wrong, as the library reports it.
+    Error error() const;
+
+    /// Gives up with `code`; called from libjpeg's own callbacks only.
+    [[noreturn]] void fail(int negativeErrno);
+
+private:
+    static void onError(j_common_ptr state);
+    static void onMessage(j_common_ptr state, int level);
+    static void onOutput(j_common_ptr state);
+
+    jpeg_error_mgr m_manager{}; ///< first member: libjpeg hands back a pointer to it
+    std::jmp_buf m_jump{};
+    int m_code = 0;
+    char m_text[JMSG_LENGTH_MAX]{};
+};
+
+} // namespace korv::jpeg
