@@ -1,0 +1,28 @@
+#include "app/mainwindow.h"
+#include "app/process.h"
+#include "app/refusalbox.h"
+#include "app/singleinstance.h"
+#include "installpaths.h"
+
+#include <QApplication>
+#include <QTranslator>
+
+#include <cstdlib>
+
+int main(int argc, char **argv)
+{
+    prepareProcess();
+    QApplication application(argc, argv);
+    QTranslator translator;
+    translator.load(QStringLiteral("vexalin_zh_CN.qm"),
+                    QString::fromUtf8(installpaths::kTranslationFolder));
+    QCoreApplication::installTranslator(&translator);
+
+    if (getAppIsRunning() == 0) {
+        MainWindow window;
+        window.show();
+        return QApplication::exec();
+    }
+    RefusalBox().exec();
+    std::exit(-1);
+}

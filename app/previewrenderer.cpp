@@ -1,0 +1,85 @@
+#include "app/previewrenderer.h"
+
+#include "app/previewdecoder.h"
+
+#include <QPainter>
+#include <QTransform>
+
+#include <algorithm>
+
+using previewgeometry::Turn;
+
+namespace {
+
+constexpr int kLargestSide = 0xffff;
+
+QImage turned(QImage image, Turn turn)
+{
+    switch (turn) {
+    case Turn::Left90:
+        return image.transformed(QTransform().rotate(-90), Qt::FastTransformation);
+    case Turn::Right90:
+        return image.transformed(QTransform().rotate(90), Qt::FastTransformation);
+    case Turn::Half:
+        return std::move(image).mirrored(true, true);
+    case Turn::None:
+        break;
+    }
+    return image;
+}
+
+/// Scales into `result`, whose memory is used again when it has the right size.
+void scaleInto(QImage &result, const QImage &source, QSize size)
+{
+    if (result.size() != size || result.format() != source.format() || !result.isDetached())
+        result = QImage(size, source.format());
+    QPainter painter(&result);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(QRect({0, 0}, size), source);
+}
+
+} // namespace
+
+void PreviewTarget::set(Turn turn, QSize area)
+{
+    const auto width = static_cast<std::uint64_t>(std::clamp(area.width(), 0, kLargestSide));
+    const auto height = static_cast<std::uint64_t>(std::clamp(area.height(), 0, kLargestSide));
+    m_word.store(static_cast<std::uint64_t>(turn) << 32U | width << 16U | height);
+}
+
+PreviewTarget::Value PreviewTarget::get() const
+{
+    const std::uint64_t word = m_word.load();
+    return {
+        static_cast<Turn>(word >> 32U),
+        QSize(static_cast<int>(word >> 16U & kLargestSide), static_cast<int>(word & kLargestSide))};
+}
+
+bool PreviewRenderer::render(const void *jpeg, int length, QSize frameSize,
+                             PreviewTarget::Value target, PreviewPicture &picture)
+{
+    picture.area = {};
+    QSize drawn = previewgeometry::fitted(frameSize, target.turn, target.area).size();
+    if (previewgeometry::isQuarterTurn(target.turn))
+        drawn.transpose();
+
+    if (!previewdecoder::decode(jpeg, length, drawn, m_decoded))
+        return false;
+    if (target.area.isEmpty())
+        return true;
+
+    if (drawn.isEmpty()) {
+        picture.image = {};
+    } else if (target.turn == Turn::None) {
+        scaleInto(picture.image, m_decoded, drawn);
+    } else {
+        QImage scaled;
+        scaleInto(scaled, m_decoded, drawn);
+        picture.image = turned(std::move(scaled), target.turn);
+    }
+    picture.frameSize = frameSize;
+    picture.turn = target.turn;
+    picture.area = target.area;
+    return true;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QMessageBox>
+
+/// Says that the program runs already. Its size is fixed, and it stands a little above the middle
+/// of the primary screen.
+class RefusalBox : public QMessageBox
+{
+public:
+    RefusalBox();
+
+protected:
+    bool event(QEvent *event) override;
+};
