@@ -20,7 +20,8 @@ struct ByteView
         , size(length)
     {
     }
-    ByteView(const Bytes &bytes) // NOLINT(google-explicit-constructor): a view is what a reader wants
+    // not explicit: a view is what a reader of bytes wants
+    ByteView(const Bytes &bytes) // NOLINT(google-explicit-constructor)
         : data(bytes.data())
         , size(bytes.size())
     {

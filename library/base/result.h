@@ -65,7 +65,7 @@ private:
 /// An Error from `errno`-style positive codes: `systemError(errno, "open " + path)`.
 inline Error systemError(int positiveErrno, std::string doing)
 {
-    return Error {-positiveErrno, std::move(doing)};
+    return Error{-positiveErrno, std::move(doing)};
 }
 
 } // namespace korv

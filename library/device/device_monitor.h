@@ -8,8 +8,8 @@
 
 namespace korv {
 
-/// Receives arrivals and departures on the monitor's thread. Each identity's key arrives once before
-/// it departs.
+/// Receives arrivals and departures on the monitor's thread. Each identity's key arrives once
+/// before it departs.
 class DeviceObserver
 {
 public:

@@ -1,0 +1,33 @@
+#pragma once
+
+namespace korv {
+
+/// Which of the application's callbacks the calling thread is inside of. The entry points that wait
+/// for a callback to end ask this first: waiting for oneself would never end.
+class CallbackScope
+{
+public:
+    enum class Kind { None, Frame, DeviceEvent };
+
+    explicit CallbackScope(Kind kind)
+        : m_outer(current())
+    {
+        current() = kind;
+    }
+    ~CallbackScope() { current() = m_outer; }
+    CallbackScope(const CallbackScope &) = delete;
+    CallbackScope &operator=(const CallbackScope &) = delete;
+
+    static Kind ofThisThread() { return current(); }
+
+private:
+    static Kind &current()
+    {
+        thread_local Kind kind = Kind::None;
+        return kind;
+    }
+
+    Kind m_outer;
+};
+
+} // namespace korv

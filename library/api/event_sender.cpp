@@ -1,0 +1,96 @@
+#include "library/api/event_sender.h"
+
+#include "library/api/callback_scope.h"
+#include "library/base/log.h"
+#include "library/base/thread_name.h"
+
+#include <new>
+
+namespace korv {
+
+EventSender::EventSender()
+    : m_thread(&EventSender::run, this)
+{
+}
+
+EventSender::~EventSender()
+{
+    stop();
+}
+
+void EventSender::setReceiver(Receiver receiver, std::deque<DeviceEvent> first)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_receiver = receiver;
+    m_waiting.clear();
+    if (receiver)
+        m_waiting.swap(first);
+    m_changed.notify_all();
+}
+
+void EventSender::post(DeviceEvent event)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_receiver || m_stopping)
+        return;
+    m_waiting.push_back(std::move(event));
+    m_changed.notify_all();
+}
+
+void EventSender::waitUntilQuiet()
+{
+    if (CallbackScope::ofThisThread() == CallbackScope::Kind::DeviceEvent)
+        return;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    // later calls are the new receiver's and none of the waiter's business
+    const unsigned running = m_callsBegun;
+    m_changed.wait(lock, [&] { return static_cast<int>(m_callsEnded - running) >= 0; });
+}
+
+void EventSender::stop()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopping = true;
+        m_receiver = nullptr;
+        m_waiting.clear();
+        m_changed.notify_all();
+    }
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void EventSender::run()
+{
+    nameThisThread("korv-events");
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (true) {
+        m_changed.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
+        if (m_stopping)
+            return;
+        const DeviceEvent event = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        const Receiver receiver = m_receiver;
+        ++m_callsBegun;
+        lock.unlock();
+        deliver(receiver, event);
+        lock.lock();
+        ++m_callsEnded;
+        m_changed.notify_all();
+    }
+}
+
+void EventSender::deliver(Receiver receiver, const DeviceEvent &event)
+{
+    MallocText text;
+    try {
+        text = messages::deviceEvent(event.action, event.device);
+    } catch (const std::bad_alloc &) {
+        logLine("a device event is lost: out of memory");
+        return;
+    }
+    const CallbackScope scope(CallbackScope::Kind::DeviceEvent);
+    receiver(text.release());
+}
+
+} // namespace korv

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "library/api/messages.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace korv {
+
+struct DeviceEvent
+{
+    DeviceAction action = DeviceAction::Add;
+    IndexedDevice device;
+};
+
+/// Calls the application's hot-plug callback, one event at a time and in order, on a thread of its
+/// own. No lock is held during the call, so the callback may call back into the library, and the
+/// threads that post events never wait for the application.
+class EventSender
+{
+public:
+    using Receiver = void (*)(char *json);
+
+    /// Throws std::system_error when no thread can be started.
+    EventSender();
+    ~EventSender();
+    EventSender(const EventSender &) = delete;
+    EventSender &operator=(const EventSender &) = delete;
+
+    /// From now on events go to `receiver`, beginning with `first`; what waits for the earlier
+    /// receiver is forgotten. A call to it may still be running: waitUntilQuiet().
+    void setReceiver(Receiver receiver, std::deque<DeviceEvent> first);
+
+    /// Without a receiver the event is forgotten.
+    void post(DeviceEvent event);
+
+    /// Waits for the call that is running now, if any. Returns at once on the event thread itself.
+    void waitUntilQuiet();
+
+    /// Forgets what waits, ends the thread, joins it. Not from the event thread.
+    void stop();
+
+private:
+    void run();
+    static void deliver(Receiver receiver, const DeviceEvent &event);
+
+    std::mutex m_mutex; // guards everything below but the thread
+    std::condition_variable m_changed;
+    std::deque<DeviceEvent> m_waiting;
+    Receiver m_receiver = nullptr;
+    unsigned m_callsBegun = 0;
+    unsigned m_callsEnded = 0;
+    bool m_stopping = false;
+
+    std::thread m_thread; // last: it starts in the constructor and needs the rest
+};
+
+} // namespace korv

@@ -1,0 +1,214 @@
+#include "library/api/manager.h"
+
+#include "library/api/callback_scope.h"
+#include "library/imaging/jpeg.h"
+#include "library/output/atomic_file.h"
+#include "library/output/convert.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace korv {
+namespace {
+
+Error outOfRange(const char *what, int value)
+{
+    return Error{-EINVAL, std::string(what) + " " + std::to_string(value) + " is out of range"};
+}
+
+Error insideCallback()
+{
+    return Error{-EDEADLK, "called from inside a callback that it would wait for"};
+}
+
+bool isInsideAnyCallback()
+{
+    return CallbackScope::ofThisThread() != CallbackScope::Kind::None;
+}
+
+} // namespace
+
+Manager::Manager(MonitorFactory monitors)
+    : m_monitors(std::move(monitors))
+{
+}
+
+Manager::~Manager()
+{
+    static_cast<void>(uninitialise());
+}
+
+// ---- life cycle ----
+
+void Manager::beginChange(std::unique_lock<std::mutex> &lock)
+{
+    m_stateChanged.wait(lock, [this] { return m_state != State::Changing; });
+}
+
+void Manager::endChange(std::shared_ptr<Session> session)
+{
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    m_state = session ? State::Ready : State::Down;
+    m_session = std::move(session);
+    m_stateChanged.notify_all();
+}
+
+Result<void> Manager::initialise()
+{
+    if (isInsideAnyCallback())
+        return insideCallback();
+    {
+        std::unique_lock<std::mutex> lock(m_stateMutex);
+        beginChange(lock);
+        if (m_state == State::Ready)
+            return {};
+        m_state = State::Changing;
+    }
+    try {
+        auto session = std::make_shared<Session>(m_monitors());
+        Result<void> started = session->start();
+        if (!started)
+            session.reset();
+        endChange(std::move(session));
+        return started;
+    } catch (...) {
+        endChange(nullptr);
+        throw;
+    }
+}
+
+Result<void> Manager::uninitialise()
+{
+    if (isInsideAnyCallback())
+        return insideCallback();
+    std::shared_ptr<Session> session;
+    {
+        std::unique_lock<std::mutex> lock(m_stateMutex);
+        beginChange(lock);
+        if (m_state == State::Down)
+            return Error{-ENODEV, "the library is not initialised"};
+        m_state = State::Changing;
+        session = std::move(m_session);
+    }
+    session->shutDown();
+    {
+        const std::lock_guard<std::mutex> lock(m_optionsMutex);
+        m_options = {};
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_documentMutex);
+        m_document.clear();
+    }
+    endChange(nullptr);
+    return {};
+}
+
+Result<std::shared_ptr<Session>> Manager::session() const
+{
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    if (!m_session)
+        return Error{-ENODEV, "the library is not initialised"};
+    return m_session;
+}
+
+Result<std::shared_ptr<Session>> Manager::sessionForChange() const
+{
+    if (CallbackScope::ofThisThread() == CallbackScope::Kind::Frame)
+        return insideCallback();
+    return session();
+}
+
+// ---- options ----
+
+Result<void> Manager::setColour(int colour)
+{
+    if (colour < 0 || colour > 2)
+        return outOfRange("colour", colour);
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    m_options.colour = static_cast<ColourStyle>(colour);
+    return {};
+}
+
+Result<void> Manager::setQuality(int quality)
+{
+    if (quality < 1 || quality > 100)
+        return outOfRange("quality", quality);
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    m_options.quality = quality;
+    return {};
+}
+
+Result<void> Manager::setCrop(int mode)
+{
+    if (mode != static_cast<int>(CropMode::Off) && mode != static_cast<int>(CropMode::Auto))
+        return outOfRange("crop mode", mode);
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    m_options.crop = static_cast<CropMode>(mode);
+    return {};
+}
+
+Result<void> Manager::setRotation(int mode)
+{
+    if (mode < 0 || mode > 3)
+        return outOfRange("rotation", mode);
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    m_options.rotation = static_cast<Rotation>(mode);
+    return {};
+}
+
+PhotographOptions Manager::options() const
+{
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    return m_options;
+}
+
+// ---- pictures and files ----
+
+Result<void> Manager::savePhotograph(const void *frame, int width, int height,
+                                     const std::string &path)
+{
+    if (!frame || width <= 0 || height <= 0)
+        return Error{-EINVAL, "no frame, or a frame without a size"};
+    if (path.empty())
+        return Error{-EINVAL, "no path"};
+    const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
+    const ByteView bytes(frame, room);
+    const Result<std::size_t> length = jpeg::findEnd(bytes);
+    if (!length)
+        return length.error();
+    const Result<Bytes> photograph = makePhotograph(bytes.first(length.value()), options());
+    if (!photograph)
+        return photograph.error();
+    return writeFileAtomically(path, photograph.value());
+}
+
+Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)
+{
+    if (!pixels || width <= 0 || height <= 0)
+        return Error{-EINVAL, "no pixels, or a picture without a size"};
+    if (!isReasonableSize(width, height))
+        return Error{-EFBIG, "the picture is too large"};
+    Image image(width, height, PixelFormat::Rgb24);
+    std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
+    return writeImage(image, path, options().quality);
+}
+
+Result<void> Manager::convert(const std::string &source, const std::string &destination)
+{
+    return convertImage(source, destination, options().quality);
+}
+
+Result<void> Manager::addPage(const std::string &source)
+{
+    const std::lock_guard<std::mutex> lock(m_documentMutex);
+    return m_document.add(source);
+}
+
+Result<void> Manager::combine(const std::string &destination)
+{
+    const int quality = options().quality;
+    const std::lock_guard<std::mutex> lock(m_documentMutex);
+    return m_document.combine(destination, quality);
+}
+
+} // namespace korv

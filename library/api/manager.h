@@ -1,0 +1,71 @@
+#pragma once
+
+#include "library/api/session.h"
+#include "library/imaging/photograph.h"
+#include "library/output/pending_document.h"
+
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace korv {
+
+/// The whole library behind the C contract; each member is an entry point or a group of them, with
+/// the errors that the contract names. Any thread, except where the contract refuses callbacks.
+///
+/// Three parts that never wait for each other: the session (devices), the options, the pending
+/// document. So a photograph is written while every device thread stands still.
+class Manager
+{
+public:
+    using MonitorFactory = std::function<Session::Monitors()>;
+
+    /// `monitors` is asked at each initialise().
+    explicit Manager(MonitorFactory monitors);
+    ~Manager();
+    Manager(const Manager &) = delete;
+    Manager &operator=(const Manager &) = delete;
+
+    Result<void> initialise();
+    Result<void> uninitialise();
+
+    /// -ENODEV before initialise().
+    Result<std::shared_ptr<Session>> session() const;
+    /// The session for a call that waits for frame callbacks to end: -EDEADLK inside of one.
+    Result<std::shared_ptr<Session>> sessionForChange() const;
+
+    Result<void> setColour(int colour);
+    Result<void> setQuality(int quality);
+    Result<void> setCrop(int mode);
+    Result<void> setRotation(int mode);
+    PhotographOptions options() const;
+
+    Result<void> savePhotograph(const void *frame, int width, int height, const std::string &path);
+    Result<void> saveRgb(const void *pixels, int width, int height, const std::string &path);
+    Result<void> convert(const std::string &source, const std::string &destination);
+    Result<void> addPage(const std::string &source);
+    Result<void> combine(const std::string &destination);
+
+private:
+    enum class State { Down, Changing, Ready };
+
+    void beginChange(std::unique_lock<std::mutex> &lock);
+    void endChange(std::shared_ptr<Session> session);
+
+    const MonitorFactory m_monitors;
+
+    mutable std::mutex m_stateMutex; // guards m_state and m_session; never held while threads end
+    std::condition_variable m_stateChanged;
+    State m_state = State::Down;
+    std::shared_ptr<Session> m_session; // calls under way keep theirs
+
+    mutable std::mutex m_optionsMutex;
+    PhotographOptions m_options;
+
+    std::mutex m_documentMutex;
+    PendingDocument m_document;
+};
+
+} // namespace korv

@@ -1,0 +1,341 @@
+#include "library/api/session.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+
+namespace korv {
+
+struct Session::Slot
+{
+    DeviceMonitor *monitor = nullptr;
+    DeviceIdentity identity;
+    bool present = true;
+    bool taken = false; ///< somebody has the turn
+    bool open = false;
+    bool streaming = false;
+    std::vector<CaptureMode> modes; ///< of the open device, so that questions need not ask it
+    int currentMode = 0;
+
+    // touched by the holder of the turn only
+    std::unique_ptr<StreamReceiver> receiver;
+    std::unique_ptr<CameraDevice> device; // after the receiver, which it borrows
+};
+
+/// Tells the session which monitor speaks.
+class Session::MonitorLink : public DeviceObserver
+{
+public:
+    MonitorLink(Session &session, std::unique_ptr<DeviceMonitor> monitor)
+        : m_session(session)
+        , m_monitor(std::move(monitor))
+    {
+    }
+
+    Result<void> start() { return m_monitor->start(*this); }
+    void onArrival(const DeviceIdentity &device) override { m_session.arrived(*m_monitor, device); }
+    void onDeparture(const std::string &key) override { m_session.departed(*m_monitor, key); }
+
+private:
+    Session &m_session;
+    std::unique_ptr<DeviceMonitor> m_monitor;
+};
+
+/// The right to change the device at an index; empty when there is no such device. A slot stays in
+/// the table while somebody has its turn.
+class Session::Turn
+{
+public:
+    enum class Purpose { Use, ShutDown };
+
+    Turn(Session &session, int index, Purpose purpose = Purpose::Use)
+        : m_session(session)
+        , m_index(index)
+    {
+        std::unique_lock<std::mutex> lock(session.m_mutex);
+        const auto mayGoOn = [&] {
+            m_slot = session.m_ending && purpose == Purpose::Use ? nullptr : session.slotAt(index);
+            return !m_slot || !m_slot->taken;
+        };
+        session.m_turnEnded.wait(lock, mayGoOn);
+        if (m_slot)
+            m_slot->taken = true;
+    }
+
+    ~Turn()
+    {
+        if (!m_slot)
+            return;
+        const std::lock_guard<std::mutex> lock(m_session.m_mutex);
+        m_slot->taken = false;
+        if (!m_slot->present && !m_slot->open)
+            m_session.m_slots[static_cast<std::size_t>(m_index)].reset();
+        m_session.m_turnEnded.notify_all();
+    }
+
+    Turn(const Turn &) = delete;
+    Turn &operator=(const Turn &) = delete;
+
+    explicit operator bool() const { return m_slot != nullptr; }
+    Slot &operator*() const { return *m_slot; }
+    Slot *operator->() const { return m_slot; }
+
+private:
+    Session &m_session;
+    int m_index;
+    Slot *m_slot = nullptr;
+};
+
+namespace {
+
+Error noDevice(int index)
+{
+    return Error{-ENODEV, "no device " + std::to_string(index)};
+}
+
+Error notOpen(int index)
+{
+    return Error{-ENODEV, "device " + std::to_string(index) + " is not open"};
+}
+
+} // namespace
+
+Session::Session(Monitors monitors)
+{
+    for (std::unique_ptr<DeviceMonitor> &monitor : monitors)
+        m_links.push_back(std::make_unique<MonitorLink>(*this, std::move(monitor)));
+}
+
+Session::~Session()
+{
+    shutDown();
+}
+
+Result<void> Session::start()
+{
+    for (const std::unique_ptr<MonitorLink> &link : m_links) {
+        if (Result<void> started = link->start(); !started)
+            return started;
+    }
+    return {};
+}
+
+void Session::shutDown()
+{
+    std::size_t count = 0;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_ending = true; // from here on the table does not grow
+        count = m_slots.size();
+        m_turnEnded.notify_all();
+    }
+    for (std::size_t index = 0; index < count; ++index) {
+        const Turn turn(*this, static_cast<int>(index), Turn::Purpose::ShutDown);
+        if (turn && turn->open)
+            static_cast<void>(closeInTurn(*turn));
+    }
+    m_links.clear(); // nobody opens a device any more, so nobody needs the monitors
+    m_events.stop();
+}
+
+// ---- what the monitors say ----
+
+void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_ending)
+        return;
+    auto slot = std::make_unique<Slot>();
+    slot->monitor = &monitor;
+    slot->identity = identity;
+    const std::size_t index = freeIndex();
+    m_slots[index] = std::move(slot);
+    m_events.post({DeviceAction::Add, {static_cast<int>(index), identity}});
+}
+
+void Session::departed(const DeviceMonitor &monitor, const std::string &key)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto place = std::find_if(m_slots.begin(), m_slots.end(), [&](const auto &slot) {
+        return slot && slot->present && slot->monitor == &monitor && slot->identity.key == key;
+    });
+    if (place == m_slots.end() || m_ending)
+        return;
+    Slot &slot = **place;
+    slot.present = false;
+    m_events.post({DeviceAction::Remove,
+                   {static_cast<int>(std::distance(m_slots.begin(), place)), slot.identity}});
+    if (!slot.open && !slot.taken)
+        place->reset();
+}
+
+std::size_t Session::freeIndex()
+{
+    const auto place = std::find(m_slots.begin(), m_slots.end(), nullptr);
+    if (place != m_slots.end())
+        return static_cast<std::size_t>(std::distance(m_slots.begin(), place));
+    m_slots.emplace_back();
+    return m_slots.size() - 1;
+}
+
+void Session::setReceiver(EventSender::Receiver receiver)
+{
+    {
+        // both under one lock: a device that comes now is either in the list or posted after it
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::deque<DeviceEvent> present;
+        for (std::size_t index = 0; index < m_slots.size(); ++index) {
+            const Slot *slot = m_slots[index].get();
+            if (slot && slot->present && !m_ending)
+                present.push_back({DeviceAction::Add, {static_cast<int>(index), slot->identity}});
+        }
+        m_events.setReceiver(m_ending ? nullptr : receiver, std::move(present));
+    }
+    m_events.waitUntilQuiet();
+}
+
+// ---- questions ----
+
+Session::Slot *Session::slotAt(int index) const
+{
+    const auto place = static_cast<std::size_t>(index);
+    return index >= 0 && place < m_slots.size() ? m_slots[place].get() : nullptr;
+}
+
+const Session::Slot *Session::openSlot(int index) const
+{
+    const Slot *slot = slotAt(index);
+    return slot && slot->open && !m_ending ? slot : nullptr;
+}
+
+std::vector<IndexedDevice> Session::presentDevices() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<IndexedDevice> devices;
+    for (std::size_t index = 0; index < m_slots.size(); ++index) {
+        if (m_slots[index] && m_slots[index]->present)
+            devices.push_back({static_cast<int>(index), m_slots[index]->identity});
+    }
+    return devices;
+}
+
+std::vector<IndexedDevice> Session::openDevices() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<IndexedDevice> devices;
+    for (std::size_t index = 0; index < m_slots.size(); ++index) {
+        if (m_slots[index] && m_slots[index]->open)
+            devices.push_back({static_cast<int>(index), m_slots[index]->identity});
+    }
+    return devices;
+}
+
+Result<std::vector<CaptureMode>> Session::modes(int index) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Slot *slot = openSlot(index);
+    if (!slot)
+        return notOpen(index);
+    return slot->modes;
+}
+
+Result<int> Session::currentMode(int index) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Slot *slot = openSlot(index);
+    if (!slot)
+        return notOpen(index);
+    return slot->currentMode;
+}
+
+// ---- changes ----
+
+Result<void> Session::open(int index)
+{
+    const Turn turn(*this, index);
+    if (!turn)
+        return noDevice(index);
+    if (turn->open)
+        return Error{-EBUSY, "device " + std::to_string(index) + " is already open"};
+    auto opened = turn->monitor->open(turn->identity.key);
+    if (!opened)
+        return opened.error();
+
+    turn->device = std::move(opened).value();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    turn->modes = turn->device->modes();
+    turn->currentMode = turn->device->currentMode();
+    turn->open = true;
+    return {};
+}
+
+Result<void> Session::close(int index)
+{
+    const Turn turn(*this, index);
+    if (!turn)
+        return noDevice(index);
+    if (!turn->open)
+        return notOpen(index);
+    return closeInTurn(*turn);
+}
+
+Result<void> Session::closeInTurn(Slot &slot)
+{
+    if (slot.streaming)
+        static_cast<void>(slot.device->stop()); // the device is destroyed next, whatever it says
+    slot.device.reset();
+    slot.receiver.reset();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    slot.open = false;
+    slot.streaming = false;
+    slot.modes.clear();
+    return {};
+}
+
+Result<void> Session::selectMode(int index, int number)
+{
+    const Turn turn(*this, index);
+    if (!turn || !turn->open)
+        return notOpen(index);
+    if (turn->streaming)
+        return Error{-EBUSY, "the resolution cannot change while the device streams"};
+    if (Result<void> selected = turn->device->selectMode(number); !selected)
+        return selected;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    turn->currentMode = turn->device->currentMode();
+    return {};
+}
+
+Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
+{
+    if (!callback)
+        return Error{-EINVAL, "no frame callback"};
+    const Turn turn(*this, index);
+    if (!turn || !turn->open)
+        return notOpen(index);
+    if (turn->streaming)
+        return Error{-EBUSY, "device " + std::to_string(index) + " is already streaming"};
+    auto receiver = std::make_unique<StreamReceiver>(callback);
+    if (Result<void> started = turn->device->start(*receiver); !started)
+        return started;
+    turn->receiver = std::move(receiver);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    turn->streaming = true;
+    return {};
+}
+
+Result<void> Session::stopCapture(int index)
+{
+    const Turn turn(*this, index);
+    if (!turn || !turn->open)
+        return notOpen(index);
+    if (!turn->streaming)
+        return Error{-EINVAL, "device " + std::to_string(index) + " is not streaming"};
+    const Result<void> stopped = turn->device->stop();
+    turn->receiver.reset();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    turn->streaming = false;
+    return stopped;
+}
+
+} // namespace korv

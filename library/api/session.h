@@ -1,0 +1,80 @@
+#pragma once
+
+#include "library/api/event_sender.h"
+#include "library/api/stream_receiver.h"
+#include "library/base/result.h"
+#include "library/device/device_monitor.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace korv {
+
+/// The time between Init and UnInit: the monitors, the devices they found, their streams.
+///
+/// A device's place in the table is its index. It is taken from arrival to departure and, when the
+/// device is open as it departs, until it is closed.
+///
+///     absent --arrival--> closed --open--> open --startCapture--> streaming
+///                           ^                |  <---stopCapture---    |
+///                           +----close-------+-----------close--------+
+///
+/// Calls that change one device take turns; a turn is a mark in the table, no mutex is held while a
+/// device, a monitor or the application is called. Questions never wait for a turn, so they may be
+/// asked from inside a frame callback while another thread waits for that callback to end.
+class Session
+{
+public:
+    using Monitors = std::vector<std::unique_ptr<DeviceMonitor>>;
+
+    /// Throws std::system_error or std::bad_alloc when there is no thread or memory to be had.
+    explicit Session(Monitors monitors);
+    ~Session();
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
+
+    /// Starts the monitors; the first error ends it, and the session is to be thrown away.
+    Result<void> start();
+
+    /// Closes every device and ends every thread. Calls that come later, or were waiting, find no
+    /// device. Not from a callback.
+    void shutDown();
+
+    std::vector<IndexedDevice> presentDevices() const;
+    std::vector<IndexedDevice> openDevices() const;
+
+    Result<void> open(int index);
+    Result<void> close(int index);
+    Result<std::vector<CaptureMode>> modes(int index) const;
+    Result<int> currentMode(int index) const;
+    Result<void> selectMode(int index, int number);
+    Result<void> startCapture(int index, StreamReceiver::Callback callback);
+    Result<void> stopCapture(int index);
+
+    /// See the contract. Waits for a call to the earlier receiver unless it is made from one.
+    void setReceiver(EventSender::Receiver receiver);
+
+private:
+    class MonitorLink;
+    class Turn;
+    struct Slot;
+
+    void arrived(DeviceMonitor &monitor, const DeviceIdentity &identity);
+    void departed(const DeviceMonitor &monitor, const std::string &key);
+    std::size_t freeIndex();
+    const Slot *openSlot(int index) const;
+    Slot *slotAt(int index) const;
+    Result<void> closeInTurn(Slot &slot);
+
+    mutable std::mutex m_mutex; // guards the table, each slot's plain members and m_ending
+    std::condition_variable m_turnEnded;
+    std::vector<std::unique_ptr<Slot>> m_slots; // by index; null where the index is free
+    bool m_ending = false;
+
+    EventSender m_events;
+    std::vector<std::unique_ptr<MonitorLink>> m_links; // changed by start() and shutDown() only
+};
+
+} // namespace korv

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "library/base/result.h"
+#include "library/base/unique_fd.h"
+
+namespace korv {
+
+/// A flag that a thread can poll(2) for together with other descriptors (eventfd(2)). Once set it
+/// stays set.
+class EventFd
+{
+public:
+    /// -EMFILE, -ENFILE, -ENOMEM.
+    static Result<EventFd> create();
+
+    int fd() const { return m_fd.get(); }
+    /// Any thread.
+    void set() const;
+
+private:
+    explicit EventFd(UniqueFd fd)
+        : m_fd(std::move(fd))
+    {
+    }
+
+    UniqueFd m_fd;
+};
+
+} // namespace korv
