@@ -9,7 +9,7 @@
 namespace cli {
 namespace {
 
-constexpr std::chrono::milliseconds kArrivalTime{1000};
+constexpr std::chrono::milliseconds kArrivalTime{500};
 constexpr std::chrono::milliseconds kLookEvery{20};
 
 } // namespace

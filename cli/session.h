@@ -29,7 +29,7 @@ public:
     Wakeup &wakeup() { return m_wakeup; }
 
     /// Cameras present. A camera may need a moment after the start: when there is none, or not
-    /// `wanted`, the answer waits for it up to a second.
+    /// `wanted`, the answer waits for it for half a second.
     std::vector<Device> devices(std::optional<int> wanted = std::nullopt);
 
     /// The camera asked for, or the first; nothing after saying that there is none.

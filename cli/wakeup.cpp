@@ -36,7 +36,7 @@ Wakeup::Wakeup()
     : m_newsFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     const sigset_t signals = stopSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    pthread_sigmask(SIG_BLOCK, &signals, &m_previousSignals);
     m_signalFd = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
@@ -44,6 +44,7 @@ Wakeup::~Wakeup()
 {
     close(m_newsFd);
     close(m_signalFd);
+    pthread_sigmask(SIG_SETMASK, &m_previousSignals, nullptr);
 }
 
 void Wakeup::notify()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <csignal>
 #include <optional>
 
 namespace cli {
@@ -28,7 +29,8 @@ public:
 
 private:
     int m_newsFd;
-    int m_signalFd;
+    int m_signalFd = -1;
+    sigset_t m_previousSignals = {};
 };
 
 } // namespace cli

@@ -1,0 +1,275 @@
+#include "cli/commands.h"
+
+#include "tests/fakes/scripted_camera.h"
+#include "tests/support/stdout_capture.h"
+#include "tests/support/temp_home.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+using cli::Command;
+using cli::ExitCode;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kOneDevice[] = R"([{"index":4,"name":"Desk","vid":6935,"pid":529}])";
+
+/// Runs commands against the scripted library, in this process, so that it can be scripted.
+class Commands : public testing::Test
+{
+protected:
+    Commands()
+    {
+        fake_reset();
+        fake_set_devices_json(kOneDevice);
+        m_options.library = KORV_SCRIPTED_CAMERA;
+        m_options.timeoutMs = 300;
+    }
+    ~Commands() override { fake_reset(); }
+
+    ExitCode run(Command command)
+    {
+        m_options.command = command;
+        support::StdoutCapture output;
+        testing::internal::CaptureStderr();
+        const ExitCode code = cli::run(m_options);
+        m_errors = testing::internal::GetCapturedStderr();
+        m_output = output.take();
+        return code;
+    }
+
+    /// Sends frames whenever the command starts a stream.
+    void streamFrames(int count)
+    {
+        m_frames = count;
+        fake_set_hook([](const char *name, const char *,
+                         void *context) { static_cast<Commands *>(context)->onCall(name); },
+                      this);
+    }
+
+    void onCall(const std::string &name)
+    {
+        // the callback is known only after the hook, hence the next call: saving, or closing
+        if (name == "StartCapture")
+            m_sender = std::thread([this] { sendFrames(); });
+        if (name == "SaveVideoData")
+            ++m_saved;
+        if (name == "Close" && m_sender.joinable())
+            m_sender.join();
+    }
+
+    void sendFrames()
+    {
+        std::array<char, 16> frame = {};
+        for (int sent = 0; sent < m_frames;) {
+            // one at a time: a frame that comes before the last one was saved replaces it
+            if (sent == m_saved
+                && fake_emit_frame(frame.data(), static_cast<int>(frame.size()), 640, 480) >= 0)
+                ++sent;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+
+    support::TempHome m_home;
+    cli::Options m_options;
+    std::string m_output;
+    std::string m_errors;
+    int m_frames = 0;
+    std::atomic<int> m_saved{0};
+    std::thread m_sender;
+};
+
+TEST_F(Commands, outputHoldsNothingButTheAnswer)
+{
+    EXPECT_EQ(run(Command::List), ExitCode::Success);
+    EXPECT_EQ(m_output, "4  1b17:0211  Desk\n");
+    EXPECT_EQ(m_errors, "");
+    EXPECT_STREQ(fake_calls(), "Init()\nGetOnLineDevList()\nUnInit()\n");
+}
+
+TEST_F(Commands, verboseShowsTheBindingsTraceOnTheErrorOutput)
+{
+    m_options.verbose = true;
+    EXPECT_EQ(run(Command::List), ExitCode::Success);
+    EXPECT_EQ(m_output, "4  1b17:0211  Desk\n");
+    EXPECT_THAT(m_errors, HasSubstr("[LoadLib]load camera sdk success\n"));
+}
+
+TEST_F(Commands, noCameraIsItsOwnExitCode)
+{
+    fake_set_devices_json("[]");
+    for (const Command command : {Command::List, Command::Modes, Command::Snap})
+        EXPECT_EQ(run(command), ExitCode::NoDevice);
+    EXPECT_EQ(m_errors, "korvcam: there is no camera\n");
+}
+
+TEST_F(Commands, aCameraThatIsNotThereIsNoDevice)
+{
+    m_options.device = 0;
+    EXPECT_EQ(run(Command::Modes), ExitCode::NoDevice);
+    EXPECT_EQ(m_errors, "korvcam: there is no camera 0\n");
+}
+
+TEST_F(Commands, libraryThatDoesNotLoadSaysWhy)
+{
+    m_options.library = "/nowhere/library.so";
+    EXPECT_EQ(run(Command::List), ExitCode::NoLibrary);
+    EXPECT_THAT(m_errors, HasSubstr("cannot load the camera library /nowhere/library.so\n"));
+    EXPECT_THAT(m_errors, HasSubstr("load tavelo :/nowhere/library.so: cannot open"));
+    EXPECT_EQ(m_output, "");
+}
+
+TEST_F(Commands, failedInitEndsWithoutUnInit)
+{
+    fake_set_result("Init", -EMFILE);
+    EXPECT_EQ(run(Command::List), ExitCode::Failure);
+    EXPECT_STREQ(fake_calls(), "Init()\n");
+    EXPECT_EQ(m_errors, "korvcam: cannot initialise the camera library: Too many open files\n");
+}
+
+TEST_F(Commands, modesMarkTheOneInUseAndCloseTheCamera)
+{
+    fake_set_resolution_json(
+        R"([{"res-no":7,"res-w":1600,"res-h":1200},{"res-no":9,"res-w":640,"res-h":480}])");
+    fake_set_result("GetCurResolutionNo", 9);
+    EXPECT_EQ(run(Command::Modes), ExitCode::Success);
+    EXPECT_EQ(m_output, "7  1600x1200\n9  640x480 *\n");
+    EXPECT_THAT(fake_calls(), HasSubstr("Close(4)\nUnInit()\n"));
+}
+
+TEST_F(Commands, cameraThatDoesNotOpenIsNotClosed)
+{
+    fake_set_result("Open", -EBUSY);
+    EXPECT_EQ(run(Command::Modes), ExitCode::Failure);
+    EXPECT_EQ(m_errors, "korvcam: cannot open Desk: Device or resource busy\n");
+    EXPECT_THAT(fake_calls(), Not(HasSubstr("Close")));
+}
+
+TEST_F(Commands, snapSetsOptionsThenSavesWhatCame)
+{
+    streamFrames(1);
+    m_options.destination = (m_home.scratch() / "a.jpg").string();
+    m_options.resolution = cli::Resolution{640, 480};
+    m_options.quality = 70;
+    m_options.crop = 0;
+    m_options.rotation = 2;
+    m_options.color = 1;
+    EXPECT_EQ(run(Command::Snap), ExitCode::Success) << m_errors;
+    EXPECT_EQ(m_output, m_options.destination + "\n");
+    EXPECT_EQ(support::readFile(m_options.destination), "scripted photograph\n");
+    EXPECT_EQ(fake_calls(),
+              "Init()\nGetOnLineDevList()\nOpen(4)\nGetResolutionList(4)\n"
+              "SetCurResolutionNo(4,0)\nSetImageJPGQuality(70)\nSetAutoCrop(0)\n"
+              "SetImageRotateMode(2)\nSetImageColorStyle(1)\nStartCapture(4,callback)\n"
+              "SaveVideoData(data,640,480,0,"
+                  + m_options.destination + ")\nClose(4)\nUnInit()\n");
+}
+
+TEST_F(Commands, everyPhotographIsAFrameOfItsOwn)
+{
+    streamFrames(2);
+    m_options.destination = (m_home.scratch() / "a.jpg").string();
+    m_options.count = 3;
+    EXPECT_EQ(run(Command::Snap), ExitCode::NoFrame);
+    EXPECT_TRUE(std::filesystem::exists(m_home.scratch() / "a-0001.jpg"));
+    EXPECT_TRUE(std::filesystem::exists(m_home.scratch() / "a-0002.jpg"));
+    EXPECT_FALSE(std::filesystem::exists(m_home.scratch() / "a-0003.jpg"));
+}
+
+TEST_F(Commands, silentCameraIsItsOwnExitCode)
+{
+    m_options.destination = (m_home.scratch() / "a.jpg").string();
+    EXPECT_EQ(run(Command::Snap), ExitCode::NoFrame);
+    EXPECT_EQ(m_errors, "korvcam: the camera sent no picture in time\n");
+    EXPECT_THAT(fake_calls(), HasSubstr("Close(4)\n"));
+}
+
+TEST_F(Commands, unknownResolutionStartsNoStream)
+{
+    m_options.destination = "a.jpg";
+    m_options.resolution = cli::Resolution{641, 480};
+    EXPECT_EQ(run(Command::Snap), ExitCode::Failure);
+    EXPECT_THAT(m_errors, HasSubstr("does not offer 641x480"));
+    EXPECT_THAT(fake_calls(), Not(HasSubstr("StartCapture")));
+}
+
+TEST_F(Commands, photographThatIsNotSavedIsAFailure)
+{
+    streamFrames(1);
+    m_options.destination = "/nowhere/a.jpg";
+    fake_set_result("SaveVideoData", -ENOENT);
+    EXPECT_EQ(run(Command::Snap), ExitCode::Failure);
+    EXPECT_EQ(m_errors, "korvcam: cannot save /nowhere/a.jpg: No such file or directory\n");
+    EXPECT_EQ(m_output, "");
+}
+
+TEST_F(Commands, convertPassesTheNamesOn)
+{
+    m_options.sources = {m_home.write("a b.jpg", "content").string()};
+    m_options.destination = (m_home.scratch() / "c.png").string();
+    EXPECT_EQ(run(Command::Convert), ExitCode::Success);
+    EXPECT_EQ(support::readFile(m_options.destination), "content");
+    EXPECT_EQ(m_output, m_options.destination + "\n");
+
+    fake_set_result("ConvertImagetoImage", -EBADMSG);
+    EXPECT_EQ(run(Command::Convert), ExitCode::Failure);
+    EXPECT_THAT(m_errors, StartsWith("korvcam: cannot convert "));
+}
+
+TEST_F(Commands, combineCountsItsPages)
+{
+    m_options.sources = {"1.jpg", "2.jpg"};
+    m_options.destination = (m_home.scratch() / "c.pdf").string();
+    EXPECT_EQ(run(Command::Combine), ExitCode::Success);
+    EXPECT_EQ(m_output, m_options.destination + ": 2 pages\n");
+    EXPECT_EQ(support::readFile(m_options.destination), "1.jpg\n2.jpg\n");
+}
+
+TEST_F(Commands, combineStopsAtAPageThatCannotBeAdded)
+{
+    m_options.sources = {"1.jpg", "2.jpg"};
+    m_options.destination = (m_home.scratch() / "c.pdf").string();
+    fake_queue_result("AddImageFiletoMultiFile", 0);
+    fake_queue_result("AddImageFiletoMultiFile", -ENOENT);
+    EXPECT_EQ(run(Command::Combine), ExitCode::Failure);
+    EXPECT_EQ(m_errors, "korvcam: cannot add 2.jpg: No such file or directory\n");
+    EXPECT_THAT(fake_calls(), Not(HasSubstr("CombineMultiFile")));
+    EXPECT_FALSE(std::filesystem::exists(m_options.destination));
+}
+
+TEST_F(Commands, watchPrintsEventsAndEndsAtTheLimit)
+{
+    m_options.maximumEvents = 2;
+    const auto emit = [&] {
+        const auto send = [](const char *json) {
+            while (fake_emit_hotplug(json) < 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        };
+        send(R"({"action":"add","index":1,"name":"Desk","vid":6935,"pid":529})");
+        send("not json");
+        send(R"({"action":"remove","index":1,"name":"Desk","vid":6935,"pid":529})");
+    };
+    std::thread sender(emit);
+    EXPECT_EQ(run(Command::Watch), ExitCode::Success);
+    sender.join();
+    EXPECT_EQ(m_output, "add  1  1b17:0211  Desk\nremove  1  1b17:0211  Desk\n");
+    EXPECT_STREQ(fake_calls(),
+                 "Init()\nRegCallBackCameraChange(callback)\n"
+                 "RegCallBackCameraChange(null)\nUnInit()\n");
+}
+
+TEST_F(Commands, watchEndsAfterItsTime)
+{
+    m_options.durationMs = 50;
+    EXPECT_EQ(run(Command::Watch), ExitCode::Success);
+    EXPECT_EQ(m_output, "");
+}
+
+} // namespace

@@ -1,0 +1,62 @@
+#!/bin/bash
+# The functions behind ./run and ./test, with a package manager that only writes down its calls.
+set -euo pipefail
+root=$1
+work=$(mktemp -d)
+trap 'rm -rf -- "$work"' EXIT
+cd "$work"
+mkdir bin
+
+cat >bin/dpkg-query <<'SHIM'
+#!/bin/bash
+printf 'alpha installed\nbeta config-files\n'
+exit 1
+SHIM
+for name in sudo apt-get; do
+    printf '#!/bin/bash\nprintf "%%s\\n" "%s $*" >>"%s/calls"\n' "$name" "$work" >"bin/$name"
+done
+# sudo goes on to what it was asked to run
+echo 'exec "$@"' >>bin/sudo
+chmod +x bin/*
+PATH=$work/bin:$PATH
+
+# shellcheck source=../../tools/packages.sh
+source "$root/tools/packages.sh"
+
+expect()
+{
+    [[ $2 == "$3" ]] && return
+    printf '%s\n  expected: %s\n  got:      %s\n' "$1" "$2" "$3" >&2
+    exit 1
+}
+
+expect "an unknown and a removed package are missing" $'beta|b\ngamma|g' \
+    "$(missingPackages "alpha|a" "beta|b" "gamma|g")"
+
+expect "nothing missing, nothing said" "" "$(installPackages "alpha|a")"
+[[ ! -e calls ]]
+
+text=$(installPackages "alpha|a" "beta|why beta")
+grep -q "beta .*why beta" <<<"$text"
+if grep -q alpha <<<"$text"; then exit 1; fi
+grep -q "apt-get install .*--no-install-recommends beta$" calls
+
+mkdir -p build
+echo "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" >build/CMakeCache.txt
+dropForeignBuild build
+[[ -d build ]]
+echo "CMAKE_HOME_DIRECTORY:INTERNAL=/elsewhere" >build/CMakeCache.txt
+dropForeignBuild build
+[[ ! -e build ]]
+
+(export LC_ALL=C && useUtf8 && expect "UTF-8 instead of C" C.UTF-8 "$LC_ALL")
+(unset LC_ALL && export LC_CTYPE=POSIX LANG=C && useUtf8 && expect "LC_CTYPE" C.UTF-8 "$LC_CTYPE")
+(export LC_ALL=C.UTF-8 && unset LC_CTYPE && useUtf8 && expect "left alone" "" "${LC_CTYPE:-}")
+expect "ten lines of help" 10 "$("$root/run" --help | wc -l)"
+"$root/test" --help | grep -q "^Usage: ./test"
+for command in run test; do
+    status=0
+    "$root/$command" --nonsense 2>/dev/null || status=$?
+    expect "unknown argument of $command" 2 "$status"
+done
+echo passed
