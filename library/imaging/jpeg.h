@@ -23,8 +23,9 @@ struct Info
     double dpi = 0; ///< from JFIF APP0; 0 when absent or only an aspect ratio
 
     ColourModel colourModel = ColourModel::YCbCr;
-    int lumaHorizontal = 1; ///< first component's sampling factor, 1..4
+    int lumaHorizontal = 1; ///< first component's sampling factors, 1..4
     int lumaVertical = 1;
+    bool plainChroma = true; ///< all other components have the factors 1 and 1
     int precision = 8; ///< bits a sample
     bool huffman = true; ///< false: arithmetic coding or lossless, which few readers know
     int orientation = 1; ///< EXIF orientation, 1..8; 1 is upright

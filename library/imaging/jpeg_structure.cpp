@@ -136,6 +136,8 @@ Result<void> Walker::readFrame(std::uint8_t marker, ByteView payload, std::size_
         const std::uint8_t factors = payload[entry + 1];
         if (factors >> 4 == 0 || factors >> 4 > 4 || (factors & 15) == 0 || (factors & 15) > 4)
             return broken("impossible sampling factors");
+        if (i > 0 && factors != 0x11)
+            info.plainChroma = false;
         m_components[i] = {payload[entry], payload[entry + 2]};
     }
     info.lumaHorizontal = payload[7] >> 4;
@@ -380,7 +382,7 @@ Subsampling subsamplingOf(const Info &info)
 {
     if (info.components == 1)
         return Subsampling::Gray;
-    if (info.lumaHorizontal >= 2)
+    if (info.plainChroma && info.lumaHorizontal >= 2)
         return info.lumaVertical >= 2 ? Subsampling::S420 : Subsampling::S422;
     return Subsampling::S444;
 }

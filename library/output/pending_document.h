@@ -12,7 +12,8 @@ namespace korv {
 class PendingDocument
 {
 public:
-    /// Checks that `source` is a readable picture and keeps its path. Errors as convertImage's source.
+    /// Checks that `source` is a readable picture and keeps its path. Errors as convertImage's
+    /// source.
     Result<void> add(const std::string &source);
 
     /// Writes all pages to `destination` (pdf, ofd, tif, tiff by extension) and becomes empty,

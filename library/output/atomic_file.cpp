@@ -1,0 +1,238 @@
+#include "library/output/atomic_file.h"
+
+#include "library/output/file_names.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace korv {
+
+namespace {
+
+constexpr std::size_t kBufferSize = 64 * 1024;
+constexpr mode_t kMode = 0666; // the process's umask takes its share
+constexpr int kNameAttempts = 100;
+
+template <typename Call> auto untilNotInterrupted(Call call)
+{
+    decltype(call()) result;
+    do
+        result = call();
+    while (result < 0 && errno == EINTR);
+    return result;
+}
+
+std::string pathThroughProc(int fd)
+{
+    return "/proc/self/fd/" + std::to_string(fd);
+}
+
+} // namespace
+
+AtomicFile::AtomicFile(std::string path, UniqueFd folder)
+    : m_path(std::move(path))
+    , m_name(fileNameOf(m_path))
+    , m_folder(std::move(folder))
+{
+    m_buffer.reserve(kBufferSize);
+}
+
+AtomicFile::~AtomicFile()
+{
+    if (!m_temporary.empty())
+        ::unlinkat(m_folder.get(), m_temporary.c_str(), 0);
+}
+
+Error AtomicFile::failure(int positiveErrno, const char *doing) const
+{
+    return systemError(positiveErrno, std::string(doing) + " " + m_path);
+}
+
+Result<std::unique_ptr<AtomicFile>> AtomicFile::create(const std::string &path, TemporaryKind kind)
+{
+    try {
+        const std::string folderPath = folderOf(path);
+        UniqueFd folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!folder)
+            return systemError(errno, "open the folder of " + path);
+        std::unique_ptr<AtomicFile> file(new AtomicFile(path, std::move(folder)));
+        if (file->m_name.empty())
+            return file->failure(EISDIR, "create");
+        if (kind == TemporaryKind::Named || !file->openNameless()) {
+            if (Result<void> opened = file->openNamed(); !opened)
+                return opened.error();
+        }
+        return file;
+    } catch (const std::bad_alloc &) {
+        return Error{-ENOMEM, "no memory for a file's buffer"};
+    }
+}
+
+Result<void> AtomicFile::openNameless()
+{
+    m_file.reset(::openat(m_folder.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kMode));
+    if (!m_file)
+        return failure(errno, "create");
+    // without /proc, in a bare chroot for one, it could never get its name
+    if (::access(pathThroughProc(m_file.get()).c_str(), F_OK) != 0)
+        return failure(errno, "create");
+    return {};
+}
+
+Result<void> AtomicFile::openNamed()
+{
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        const std::string name = randomTemporaryName();
+        m_file.reset(::openat(m_folder.get(), name.c_str(),
+                              O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
+        if (m_file) {
+            m_temporary = name;
+            return {};
+        }
+        if (errno != EEXIST && errno != EINTR)
+            break;
+    }
+    return failure(errno, "create");
+}
+
+Result<void> AtomicFile::writeOut(std::uint64_t offset, ByteView bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size) {
+        const ssize_t count = untilNotInterrupted([&] {
+            return ::pwrite(m_file.get(), bytes.data + done, bytes.size - done,
+                            static_cast<off_t>(offset + done));
+        });
+        if (count < 0)
+            return failure(errno, "write");
+        if (count == 0)
+            return failure(EIO, "write");
+        done += static_cast<std::size_t>(count);
+    }
+    return {};
+}
+
+Result<void> AtomicFile::flush()
+{
+    if (m_buffer.empty())
+        return {};
+    if (Result<void> written = writeOut(m_flushed, m_buffer); !written)
+        return written;
+    m_flushed += m_buffer.size();
+    m_buffer.clear();
+    return {};
+}
+
+Result<void> AtomicFile::write(ByteView bytes)
+{
+    if (m_buffer.size() + bytes.size > kBufferSize) {
+        if (Result<void> flushed = flush(); !flushed)
+            return flushed;
+    }
+    if (bytes.size > kBufferSize / 2) {
+        if (Result<void> flushed = flush(); !flushed)
+            return flushed;
+        if (Result<void> written = writeOut(m_flushed, bytes); !written)
+            return written;
+        m_flushed += bytes.size;
+    } else {
+        m_buffer.insert(m_buffer.end(), bytes.begin(), bytes.end());
+    }
+    m_size = std::max<std::uint64_t>(m_size, m_flushed + m_buffer.size());
+    return {};
+}
+
+Result<void> AtomicFile::writeAt(std::uint64_t offset, ByteView bytes)
+{
+    if (offset == m_size && m_size == m_flushed + m_buffer.size())
+        return write(bytes);
+    if (Result<void> flushed = flush(); !flushed)
+        return flushed;
+    if (Result<void> written = writeOut(offset, bytes); !written)
+        return written;
+    m_size = std::max<std::uint64_t>(m_size, offset + bytes.size);
+    return {};
+}
+
+Result<std::size_t> AtomicFile::readAt(std::uint64_t offset, std::uint8_t *to, std::size_t size)
+{
+    if (Result<void> flushed = flush(); !flushed)
+        return flushed.error();
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = untilNotInterrupted([&] {
+            return ::pread(m_file.get(), to + done, size - done, static_cast<off_t>(offset + done));
+        });
+        if (count < 0)
+            return failure(errno, "read back");
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+Result<void> AtomicFile::linkTo(const std::string &name)
+{
+    // linkat with AT_EMPTY_PATH needs a privilege; the way through /proc does not (open(2))
+    if (::linkat(AT_FDCWD, pathThroughProc(m_file.get()).c_str(), m_folder.get(), name.c_str(),
+                 AT_SYMLINK_FOLLOW)
+        != 0)
+        return failure(errno, "name");
+    return {};
+}
+
+Result<void> AtomicFile::replaceBy(const std::string &temporary)
+{
+    if (::renameat(m_folder.get(), temporary.c_str(), m_folder.get(), m_name.c_str()) != 0)
+        return failure(errno, "rename to");
+    m_temporary.clear();
+    return {};
+}
+
+Result<void> AtomicFile::nameIt()
+{
+    if (!m_temporary.empty())
+        return replaceBy(m_temporary);
+    Result<void> linked = linkTo(m_name);
+    if (linked || linked.code() != -EEXIST)
+        return linked;
+    for (int attempt = 0; attempt < kNameAttempts && linked.code() == -EEXIST; ++attempt) {
+        const std::string name = randomTemporaryName();
+        linked = linkTo(name);
+        if (linked)
+            m_temporary = name;
+    }
+    return linked ? replaceBy(m_temporary) : linked;
+}
+
+Result<void> AtomicFile::commit()
+{
+    if (Result<void> flushed = flush(); !flushed)
+        return flushed;
+    if (untilNotInterrupted([&] { return ::fsync(m_file.get()); }) != 0)
+        return failure(errno, "sync");
+    if (Result<void> named = nameIt(); !named)
+        return named;
+    // the name is there already; some file systems cannot sync a folder, and that is no failure
+    if (untilNotInterrupted([&] { return ::fsync(m_folder.get()); }) != 0 && errno != EINVAL)
+        return failure(errno, "sync the folder of");
+    return {};
+}
+
+Result<void> writeFileAtomically(const std::string &path, ByteView content)
+{
+    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(path);
+    if (!file)
+        return file.error();
+    if (Result<void> written = file.value()->write(content); !written)
+        return written;
+    return file.value()->commit();
+}
+
+} // namespace korv

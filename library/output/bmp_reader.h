@@ -1,0 +1,18 @@
+#pragma once
+
+#include "library/base/bytes.h"
+#include "library/base/result.h"
+#include "library/imaging/image.h"
+#include "library/output/picture_size.h"
+
+namespace korv {
+
+/// Reads an uncompressed Windows bitmap: 1, 4, 8, 16, 24 or 32 bits a pixel, rows either way up.
+/// Pictures whose palette is gray become Gray8, 1-bit ones of black and white bilevel. Run-length
+/// coded ones are refused. -EBADMSG, -EFBIG. Source: Microsoft's BITMAPINFOHEADER.
+Result<Image> readBmp(ByteView content);
+
+/// From the header only. -EBADMSG.
+Result<PictureSize> bmpSize(ByteView content);
+
+} // namespace korv

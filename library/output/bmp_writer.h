@@ -1,0 +1,18 @@
+#pragma once
+
+#include "library/base/result.h"
+#include "library/imaging/image.h"
+#include "library/output/byte_sink.h"
+
+namespace korv {
+
+struct BmpOptions
+{
+    double dpi = 0; ///< above 0
+};
+
+/// Writes a Windows bitmap: 24 bits, 8 bits with a gray palette, or 1 bit for a bilevel picture.
+/// Errors: what the sink answered; -EFBIG when the format's 32-bit sizes do not suffice.
+Result<void> writeBmp(const Image &image, const BmpOptions &options, ByteSink &sink);
+
+} // namespace korv

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "library/base/result.h"
+#include "library/output/byte_sink.h"
+#include "library/output/page.h"
+
+#include <cstdint>
+#include <ctime>
+#include <memory>
+#include <string>
+
+namespace korv {
+
+struct DocumentOptions
+{
+    std::string title; ///< UTF-8; empty for none
+    std::time_t created = 0;
+    int pageCount = 0; ///< 0 when not known beforehand
+    std::uint64_t expectedBytes = 0; ///< roughly, all pages together
+};
+
+/// Writes pages as they come; memory does not grow with their number but for a few bytes each.
+class DocumentWriter
+{
+public:
+    virtual ~DocumentWriter() = default;
+
+    /// Errors: what the sink answered, -ENOMEM.
+    virtual Result<void> addPage(const Page &page) = 0;
+
+    /// Ends the document; call it once, after at least one page.
+    virtual Result<void> finish() = 0;
+};
+
+/// Stands in the documents as the program that made them.
+inline constexpr char kProducer[] = "Korv Plixo camera library";
+
+} // namespace korv

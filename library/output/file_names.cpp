@@ -1,0 +1,48 @@
+#include "library/output/file_names.h"
+
+#include <algorithm>
+#include <random>
+
+namespace korv {
+
+std::string folderOf(const std::string &path)
+{
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string fileNameOf(const std::string &path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string extensionOf(const std::string &path)
+{
+    const std::string name = fileNameOf(path);
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string::npos || dot == 0)
+        return {};
+    std::string extension = name.substr(dot + 1);
+    // not tolower(): the locale must not decide what a format is called
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return extension;
+}
+
+std::string randomTemporaryName()
+{
+    constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr int kLength = 12;
+    std::random_device random;
+    std::uniform_int_distribution<std::size_t> letter(0, sizeof kLetters - 2);
+    std::string name = ".korv-";
+    for (int i = 0; i < kLength; ++i)
+        name += kLetters[letter(random)];
+    return name + ".part";
+}
+
+} // namespace korv

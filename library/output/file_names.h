@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace korv {
+
+/// The folder part of a path, "." when there is none. Bytes, no encoding assumed.
+std::string folderOf(const std::string &path);
+
+/// What stands behind the last slash; empty when nothing does.
+std::string fileNameOf(const std::string &path);
+
+/// What stands behind the name's last dot, ASCII letters made small; empty when there is no dot or
+/// only a leading one.
+std::string extensionOf(const std::string &path);
+
+/// A hidden name that nobody else has by all likelihood.
+std::string randomTemporaryName();
+
+} // namespace korv

@@ -1,0 +1,72 @@
+#include "library/output/format.h"
+
+#include "library/imaging/jpeg.h"
+#include "library/imaging/resolution.h"
+#include "library/output/bmp_writer.h"
+#include "library/output/file_names.h"
+#include "library/output/ofd_writer.h"
+#include "library/output/pdf_writer.h"
+#include "library/output/png_writer.h"
+#include "library/output/tiff_writer.h"
+
+#include <algorithm>
+#include <array>
+
+namespace korv {
+
+namespace {
+
+double dpiOf(const Image &image)
+{
+    return effectiveDpi(image.width(), image.height(), image.dpi());
+}
+
+Result<void> writeJpegPicture(const Image &image, const PictureOptions &options, ByteSink &sink)
+{
+    jpeg::EncodeOptions encoding;
+    encoding.quality = options.quality;
+    const Result<Bytes> encoded = jpeg::encode(image, encoding);
+    if (!encoded)
+        return encoded.error();
+    return sink.write(ByteView(encoded.value()));
+}
+
+Result<void> writePngPicture(const Image &image, const PictureOptions &, ByteSink &sink)
+{
+    return writePng(image, {dpiOf(image)}, sink);
+}
+
+Result<void> writeBmpPicture(const Image &image, const PictureOptions &, ByteSink &sink)
+{
+    return writeBmp(image, {dpiOf(image)}, sink);
+}
+
+template <typename Writer>
+std::unique_ptr<DocumentWriter> make(ByteSink &sink, const DocumentOptions &options)
+{
+    return std::make_unique<Writer>(sink, options);
+}
+
+constexpr std::array<Format, 8> kFormats = {{
+    {"jpg", FormatKind::Jpeg, false, writeJpegPicture, nullptr},
+    {"jpeg", FormatKind::Jpeg, false, writeJpegPicture, nullptr},
+    {"png", FormatKind::Picture, false, writePngPicture, nullptr},
+    {"bmp", FormatKind::Picture, false, writeBmpPicture, nullptr},
+    {"tif", FormatKind::Document, true, nullptr, make<TiffWriter>},
+    {"tiff", FormatKind::Document, true, nullptr, make<TiffWriter>},
+    {"pdf", FormatKind::Document, false, nullptr, make<PdfWriter>},
+    {"ofd", FormatKind::Document, false, nullptr, make<OfdWriter>},
+}};
+
+} // namespace
+
+const Format *formatForPath(const std::string &path)
+{
+    const std::string extension = extensionOf(path);
+    const auto *found = std::find_if(kFormats.begin(), kFormats.end(), [&](const Format &format) {
+        return extension == format.extension;
+    });
+    return found == kFormats.end() ? nullptr : found;
+}
+
+} // namespace korv

@@ -1,0 +1,110 @@
+#include "library/output/image_loader.h"
+
+#include "library/imaging/jpeg_structure.h"
+#include "library/imaging/rotate.h"
+#include "library/output/bmp_reader.h"
+#include "library/output/png_reader.h"
+#include "library/output/tiff_reader.h"
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+namespace korv {
+
+namespace {
+
+bool startsWith(ByteView content, const char *magic, std::size_t length)
+{
+    return content.size >= length && std::memcmp(content.data, magic, length) == 0;
+}
+
+Error unknownFormat()
+{
+    return Error{-EBADMSG, "not a JPEG, PNG, BMP or TIFF picture"};
+}
+
+Result<Image> loadJpeg(ByteView content)
+{
+    const Result<jpeg::Info> info = jpeg::readInfo(content);
+    if (!info)
+        return info.error();
+    Result<Image> image = jpeg::decode(content);
+    if (!image)
+        return image;
+    return applyOrientation(std::move(image).value(), info.value().orientation);
+}
+
+Result<void> checkSize(const Result<PictureSize> &size)
+{
+    if (!size)
+        return size.error();
+    if (!isReasonableSize(size.value().width, size.value().height))
+        return Error{-EFBIG, "picture too large"};
+    return {};
+}
+
+Result<PictureSize> jpegSize(ByteView content)
+{
+    const Result<jpeg::Structure> structure = jpeg::readStructure(content);
+    if (!structure)
+        return structure.error();
+    return PictureSize{structure.value().info.width, structure.value().info.height};
+}
+
+} // namespace
+
+SourceFormat recogniseFormat(ByteView content)
+{
+    if (startsWith(content, "\xFF\xD8\xFF", 3))
+        return SourceFormat::Jpeg;
+    if (startsWith(content, "\x89PNG\r\n\x1A\n", 8))
+        return SourceFormat::Png;
+    if (startsWith(content, "BM", 2))
+        return SourceFormat::Bmp;
+    // little- and big-endian, classic and BigTIFF
+    if (startsWith(content, "II*\0", 4) || startsWith(content, "MM\0*", 4)
+        || startsWith(content, "II+\0", 4) || startsWith(content, "MM\0+", 4))
+        return SourceFormat::Tiff;
+    return SourceFormat::Unknown;
+}
+
+Result<Image> loadImage(ByteView content)
+{
+    try {
+        switch (recogniseFormat(content)) {
+        case SourceFormat::Jpeg:
+            return loadJpeg(content);
+        case SourceFormat::Png:
+            return readPng(content);
+        case SourceFormat::Bmp:
+            return readBmp(content);
+        case SourceFormat::Tiff:
+            return readTiff(content);
+        case SourceFormat::Unknown:
+            break;
+        }
+        return unknownFormat();
+    } catch (const std::bad_alloc &) {
+        return Error{-ENOMEM, "no memory for the picture"};
+    }
+}
+
+Result<void> checkImage(ByteView content)
+{
+    switch (recogniseFormat(content)) {
+    case SourceFormat::Jpeg:
+        return checkSize(jpegSize(content));
+    case SourceFormat::Png:
+        return checkSize(pngSize(content));
+    case SourceFormat::Bmp:
+        return checkSize(bmpSize(content));
+    case SourceFormat::Tiff:
+        return checkSize(tiffSize(content));
+    case SourceFormat::Unknown:
+        break;
+    }
+    return unknownFormat();
+}
+
+} // namespace korv

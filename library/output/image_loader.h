@@ -1,0 +1,22 @@
+#pragma once
+
+#include "library/base/bytes.h"
+#include "library/base/result.h"
+#include "library/imaging/image.h"
+
+namespace korv {
+
+enum class SourceFormat { Unknown, Jpeg, Png, Bmp, Tiff };
+
+/// By the first bytes; file names do not count.
+SourceFormat recogniseFormat(ByteView content);
+
+/// Decodes a picture upright: the orientation that JPEG and TIFF can state is applied. Sizes are
+/// checked before memory is taken. -EBADMSG no readable picture, -EFBIG too large, -ENOMEM.
+Result<Image> loadImage(ByteView content);
+
+/// Whether loadImage() has a chance, judged from the headers, and for JPEG also by its end.
+/// Errors as there.
+Result<void> checkImage(ByteView content);
+
+} // namespace korv

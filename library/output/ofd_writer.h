@@ -1,0 +1,45 @@
+#pragma once
+
+#include "library/output/document_writer.h"
+#include "library/output/zip_writer.h"
+
+#include <vector>
+
+namespace korv {
+
+/// An OFD document (GB/T 33190-2016) of page pictures: JPEG pages are stored as they are, lineart
+/// as 1-bit PNG. Pages are written as they come, the lists that name them last.
+class OfdWriter : public DocumentWriter
+{
+public:
+    OfdWriter(ByteSink &sink, const DocumentOptions &options);
+
+    Result<void> addPage(const Page &page) override;
+    Result<void> finish() override;
+
+private:
+    struct Entry
+    {
+        unsigned pageId = 0;
+        unsigned pictureId = 0;
+        bool lineart = false;
+    };
+
+    Result<void> writePicture(const Page &page, std::size_t index);
+    Result<void> writePage(std::size_t index, unsigned layerId, unsigned objectId,
+                           const Entry &entry, const std::string &box);
+    Result<void> writePictureList();
+    Result<void> writePublicResources();
+    Result<void> writeDocument();
+    Result<void> writeEntryPoint();
+    unsigned nextId() { return ++m_lastId; }
+
+    ZipWriter m_zip;
+    DocumentOptions m_options;
+    std::vector<Entry> m_entries;
+    std::string m_width; ///< of the first page, millimetres
+    std::string m_height;
+    unsigned m_lastId = 0; ///< ids share one number space in the whole document
+};
+
+} // namespace korv

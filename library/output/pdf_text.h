@@ -1,0 +1,18 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+namespace korv {
+
+/// A text string object (ISO 32000-1, 7.9.2.2) of UTF-8: literal when it is ASCII, otherwise
+/// UTF-16BE in hexadecimal. Bytes that are no UTF-8 become U+FFFD.
+std::string pdfText(const std::string &utf8);
+
+/// A date (7.9.4) in local time with its offset: D:YYYYMMDDHHmmSS+08'00'.
+std::string pdfDate(std::time_t time);
+
+/// A new file identifier: 16 random bytes as a hexadecimal string.
+std::string randomPdfId();
+
+} // namespace korv

@@ -1,0 +1,164 @@
+#include "library/output/pdf_writer.h"
+
+#include "library/output/ccitt_encoder.h"
+#include "library/output/decimal.h"
+#include "library/output/pdf_text.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+namespace korv {
+
+namespace {
+
+std::string reference(int number)
+{
+    return std::to_string(number) + " 0 R";
+}
+
+/// In points. Readers take no page below 3 (ISO 32000-1, annex C.2).
+std::string pointsOf(int pixels, double dpi)
+{
+    return decimal(std::max(3.0, pixels * 72.0 / dpi), 4);
+}
+
+std::string sizeEntries(const Page &page)
+{
+    return "/Type /XObject /Subtype /Image /Width " + std::to_string(page.width) + " /Height "
+        + std::to_string(page.height);
+}
+
+} // namespace
+
+Result<void> PdfWriter::begin()
+{
+    m_pageTree = reserveObject();
+    // four bytes above 127 tell transfer programs that the file is binary (7.5.2)
+    return m_sink.write("%PDF-1.4\n%\xE2\xE3\xCF\xD3\n");
+}
+
+int PdfWriter::reserveObject()
+{
+    m_offsets.push_back(0);
+    return static_cast<int>(m_offsets.size());
+}
+
+Result<void> PdfWriter::writeObject(int number, const std::string &body)
+{
+    m_offsets[static_cast<std::size_t>(number - 1)] = m_sink.size();
+    return m_sink.write(std::to_string(number) + " 0 obj\n" + body + "\nendobj\n");
+}
+
+Result<void> PdfWriter::writeStream(int number, const std::string &entries, ByteView data)
+{
+    m_offsets[static_cast<std::size_t>(number - 1)] = m_sink.size();
+    const std::string head = std::to_string(number) + " 0 obj\n<< " + entries + " /Length "
+        + std::to_string(data.size) + " >>\nstream\n";
+    if (Result<void> written = m_sink.write(head); !written)
+        return written;
+    if (Result<void> written = m_sink.write(data); !written)
+        return written;
+    return m_sink.write("\nendstream\nendobj\n");
+}
+
+Result<void> PdfWriter::writePicture(int number, const Page &page)
+{
+    if (page.lineart != nullptr) {
+        const Result<Bytes> coded = encodeCcittG4(*page.lineart);
+        if (!coded)
+            return coded.error();
+        return writeStream(number,
+                           sizeEntries(page)
+                               + " /ColorSpace /DeviceGray /BitsPerComponent 1"
+                                 " /Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns "
+                               + std::to_string(page.width) + " /Rows "
+                               + std::to_string(page.height) + " >>",
+                           coded.value());
+    }
+    const char *space = page.info.components == 1 ? "/DeviceGray" : "/DeviceRGB";
+    return writeStream(number,
+                       sizeEntries(page) + " /ColorSpace " + space
+                           + " /BitsPerComponent 8 /Filter /DCTDecode",
+                       page.jpeg);
+}
+
+Result<void> PdfWriter::addPage(const Page &page)
+{
+    if (m_offsets.empty()) {
+        if (Result<void> begun = begin(); !begun)
+            return begun;
+    }
+    const int picture = reserveObject();
+    const int content = reserveObject();
+    const int sheet = reserveObject();
+    if (Result<void> written = writePicture(picture, page); !written)
+        return written;
+
+    const std::string width = pointsOf(page.width, page.dpi);
+    const std::string height = pointsOf(page.height, page.dpi);
+    const std::string drawing = "q " + width + " 0 0 " + height + " 0 0 cm /Im0 Do Q";
+    if (Result<void> written = writeStream(content, {}, ByteView(drawing.data(), drawing.size()));
+        !written)
+        return written;
+
+    m_pages.push_back(sheet);
+    return writeObject(sheet,
+                       "<< /Type /Page /Parent " + reference(m_pageTree) + " /MediaBox [0 0 "
+                           + width + " " + height + "] /Resources << /XObject << /Im0 "
+                           + reference(picture) + " >> >> /Contents " + reference(content) + " >>");
+}
+
+Result<void> PdfWriter::writePageTree(int number)
+{
+    std::string kids;
+    for (const int page : m_pages)
+        kids += reference(page) + "\n";
+    return writeObject(number,
+                       "<< /Type /Pages /Count " + std::to_string(m_pages.size()) + " /Kids [\n"
+                           + kids + "] >>");
+}
+
+std::string PdfWriter::information() const
+{
+    std::string entries = "<< /Producer " + pdfText(kProducer) + " /CreationDate "
+        + pdfText(pdfDate(m_options.created));
+    if (!m_options.title.empty())
+        entries += " /Title " + pdfText(m_options.title);
+    return entries + " >>";
+}
+
+Result<void> PdfWriter::writeCrossReferences(int catalog, int information)
+{
+    const std::uint64_t start = m_sink.size();
+    const std::string size = std::to_string(m_offsets.size() + 1);
+    // each entry is exactly 20 bytes (7.5.4)
+    std::string table = "xref\n0 " + size + "\n0000000000 65535 f \n";
+    for (const std::uint64_t offset : m_offsets) {
+        char entry[32];
+        std::snprintf(entry, sizeof entry, "%010" PRIu64 " 00000 n \n", offset);
+        table += entry;
+    }
+    const std::string id = randomPdfId();
+    table += "trailer\n<< /Size " + size + " /Root " + reference(catalog) + " /Info "
+        + reference(information) + " /ID [" + id + " " + id + "] >>\nstartxref\n"
+        + std::to_string(start) + "\n%%EOF\n";
+    return m_sink.write(table);
+}
+
+Result<void> PdfWriter::finish()
+{
+    const int catalog = reserveObject();
+    const int info = reserveObject();
+    if (Result<void> written = writePageTree(m_pageTree); !written)
+        return written;
+    if (Result<void> written =
+            writeObject(catalog, "<< /Type /Catalog /Pages " + reference(m_pageTree) + " >>");
+        !written)
+        return written;
+    if (Result<void> written = writeObject(info, information()); !written)
+        return written;
+    return writeCrossReferences(catalog, info);
+}
+
+} // namespace korv

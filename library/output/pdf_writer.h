@@ -1,0 +1,41 @@
+#pragma once
+
+#include "library/output/document_writer.h"
+
+#include <array>
+#include <vector>
+
+namespace korv {
+
+/// A PDF 1.4 document (ISO 32000-1) of page pictures: JPEG pages are stored as they are, lineart as
+/// CCITT G4. Objects are written front to back, the page tree and the cross-reference table last.
+class PdfWriter : public DocumentWriter
+{
+public:
+    PdfWriter(ByteSink &sink, const DocumentOptions &options)
+        : m_sink(sink)
+        , m_options(options)
+    {
+    }
+
+    Result<void> addPage(const Page &page) override;
+    Result<void> finish() override;
+
+private:
+    Result<void> begin();
+    int reserveObject();
+    Result<void> writeObject(int number, const std::string &body);
+    Result<void> writeStream(int number, const std::string &entries, ByteView data);
+    Result<void> writePicture(int number, const Page &page);
+    Result<void> writePageTree(int number);
+    Result<void> writeCrossReferences(int catalog, int information);
+    std::string information() const;
+
+    ByteSink &m_sink;
+    DocumentOptions m_options;
+    std::vector<std::uint64_t> m_offsets; ///< of object n + 1
+    std::vector<int> m_pages; ///< object numbers
+    int m_pageTree = 0;
+};
+
+} // namespace korv

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "library/base/result.h"
+#include "library/imaging/image.h"
+#include "library/output/byte_sink.h"
+
+namespace korv {
+
+struct PngOptions
+{
+    double dpi = 0; ///< above 0
+};
+
+/// Writes a PNG picture: RGB, 8-bit gray, or 1-bit gray for a bilevel picture.
+/// Errors: what the sink answered, -ENOMEM.
+Result<void> writePng(const Image &image, const PngOptions &options, ByteSink &sink);
+
+} // namespace korv

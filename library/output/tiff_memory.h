@@ -1,0 +1,44 @@
+#pragma once
+
+#include "library/base/bytes.h"
+#include "library/base/handle.h"
+
+#include <memory>
+#include <string>
+
+#include <tiffio.h>
+
+namespace korv {
+
+using TiffHandle = Handle<TIFF, TIFFClose>;
+
+/// A TIFF that is read from memory. Diagnostics are kept here instead of going to standard error.
+class TiffMemory
+{
+public:
+    explicit TiffMemory(ByteView content);
+    TiffMemory(const TiffMemory &) = delete;
+    TiffMemory &operator=(const TiffMemory &) = delete;
+
+    /// Null when libtiff refused the content.
+    TIFF *handle() const { return m_tiff.get(); }
+    const std::string &problem() const { return m_problem; }
+
+private:
+    static tmsize_t onRead(thandle_t self, void *to, tmsize_t size);
+    static tmsize_t onWrite(thandle_t self, void *from, tmsize_t size);
+    static toff_t onSeek(thandle_t self, toff_t offset, int whence);
+    static int onClose(thandle_t self);
+    static toff_t onSize(thandle_t self);
+    static int onError(TIFF *tiff, void *self, const char *module, const char *format,
+                       va_list arguments);
+    static int onWarning(TIFF *tiff, void *self, const char *module, const char *format,
+                         va_list arguments);
+
+    ByteView m_content;
+    std::uint64_t m_at = 0;
+    std::string m_problem;
+    TiffHandle m_tiff; ///< last member: closing it still calls back
+};
+
+} // namespace korv

@@ -1,0 +1,197 @@
+#include "library/output/tiff_reader.h"
+
+#include "library/imaging/rotate.h"
+#include "library/output/tiff_memory.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+namespace korv {
+
+namespace {
+
+struct Page
+{
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    bool gray = false;
+    bool bilevel = false;
+    int orientation = ORIENTATION_TOPLEFT;
+    double dpi = 0;
+};
+
+Error bad(const TiffMemory &memory)
+{
+    return Error{-EBADMSG,
+                 "TIFF: " + (memory.problem().empty() ? "not readable" : memory.problem())};
+}
+
+double dpiOf(TIFF *tiff)
+{
+    float resolution = 0;
+    std::uint16_t unit = RESUNIT_INCH;
+    if (!TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &resolution))
+        return 0;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
+    if (!(resolution > 0) || resolution > 100'000 || unit == RESUNIT_NONE)
+        return 0;
+    return unit == RESUNIT_CENTIMETER ? resolution * 2.54 : resolution;
+}
+
+Result<Page> describe(const TiffMemory &memory)
+{
+    TIFF *tiff = memory.handle();
+    if (tiff == nullptr)
+        return bad(memory);
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    if (!TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width)
+        || !TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height) || width == 0 || height == 0)
+        return Error{-EBADMSG, "TIFF: no size"};
+    std::uint16_t samples = 1;
+    std::uint16_t bits = 1;
+    std::uint16_t photometric = PHOTOMETRIC_MINISWHITE;
+    std::uint16_t orientation = ORIENTATION_TOPLEFT;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+    TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
+    Page page;
+    page.width = width;
+    page.height = height;
+    page.gray = samples == 1
+        && (photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_MINISBLACK);
+    page.bilevel = page.gray && bits == 1;
+    page.orientation = orientation;
+    page.dpi = dpiOf(tiff);
+    return page;
+}
+
+/// libtiff's general reader gives 32-bit pixels piece by piece (strips or tiles), each with its
+/// lowest row first. Source: TIFFReadRGBAStrip(3tiff), TIFFReadRGBATile(3tiff).
+class PieceReader
+{
+public:
+    PieceReader(TIFF *tiff, Image &image)
+        : m_tiff(tiff)
+        , m_image(image)
+    {
+    }
+
+    bool read() { return TIFFIsTiled(m_tiff) ? readTiles() : readStrips(); }
+
+private:
+    bool readStrips();
+    bool readTiles();
+    void copyRow(const std::uint32_t *from, int x, int y, int count);
+    bool makeRoom(std::uint64_t width, std::uint64_t height)
+    {
+        if (width == 0 || height == 0 || width > kMaxSide + 4096 || height > kMaxSide + 4096
+            || width * height > static_cast<std::uint64_t>(kMaxPixels))
+            return false;
+        m_raster.resize(static_cast<std::size_t>(width * height));
+        return true;
+    }
+
+    TIFF *m_tiff;
+    Image &m_image;
+    std::vector<std::uint32_t> m_raster;
+};
+
+void PieceReader::copyRow(const std::uint32_t *from, int x, int y, int count)
+{
+    std::uint8_t *out = m_image.row(y) + x * m_image.channels();
+    for (int i = 0; i < count; ++i) {
+        *out++ = static_cast<std::uint8_t>(TIFFGetR(from[i]));
+        if (m_image.format() == PixelFormat::Gray8)
+            continue;
+        *out++ = static_cast<std::uint8_t>(TIFFGetG(from[i]));
+        *out++ = static_cast<std::uint8_t>(TIFFGetB(from[i]));
+    }
+}
+
+bool PieceReader::readStrips()
+{
+    std::uint32_t stripRows = 0;
+    TIFFGetFieldDefaulted(m_tiff, TIFFTAG_ROWSPERSTRIP, &stripRows);
+    const int height = m_image.height();
+    const int step = static_cast<int>(
+        std::min(stripRows == 0 ? 1U : stripRows, static_cast<std::uint32_t>(height)));
+    if (!makeRoom(static_cast<std::uint64_t>(m_image.width()), static_cast<std::uint64_t>(step)))
+        return false;
+    for (int y = 0; y < height; y += step) {
+        if (!TIFFReadRGBAStripExt(m_tiff, static_cast<std::uint32_t>(y), m_raster.data(), 1))
+            return false;
+        const int rows = std::min(step, height - y);
+        for (int i = 0; i < rows; ++i) {
+            const auto from =
+                static_cast<std::size_t>(rows - 1 - i) * static_cast<std::size_t>(m_image.width());
+            copyRow(m_raster.data() + from, 0, y + i, m_image.width());
+        }
+    }
+    return true;
+}
+
+bool PieceReader::readTiles()
+{
+    std::uint32_t tileWidth = 0;
+    std::uint32_t tileHeight = 0;
+    TIFFGetField(m_tiff, TIFFTAG_TILEWIDTH, &tileWidth);
+    TIFFGetField(m_tiff, TIFFTAG_TILELENGTH, &tileHeight);
+    if (!makeRoom(tileWidth, tileHeight))
+        return false;
+    const int stepX = static_cast<int>(tileWidth);
+    const int stepY = static_cast<int>(tileHeight);
+    for (int y = 0; y < m_image.height(); y += stepY) {
+        for (int x = 0; x < m_image.width(); x += stepX) {
+            if (!TIFFReadRGBATileExt(m_tiff, static_cast<std::uint32_t>(x),
+                                     static_cast<std::uint32_t>(y), m_raster.data(), 1))
+                return false;
+            const int rows = std::min(stepY, m_image.height() - y);
+            const int columns = std::min(stepX, m_image.width() - x);
+            for (int i = 0; i < rows; ++i) {
+                const auto from = static_cast<std::size_t>(stepY - 1 - i) * tileWidth;
+                copyRow(m_raster.data() + from, x, y + i, columns);
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+Result<PictureSize> tiffSize(ByteView content)
+{
+    const TiffMemory memory(content);
+    const Result<Page> page = describe(memory);
+    if (!page)
+        return page.error();
+    return PictureSize{page.value().width, page.value().height};
+}
+
+Result<Image> readTiff(ByteView content)
+{
+    const TiffMemory memory(content);
+    const Result<Page> described = describe(memory);
+    if (!described)
+        return described.error();
+    const Page &page = described.value();
+    if (!isReasonableSize(page.width, page.height))
+        return Error{-EFBIG, "TIFF: picture too large"};
+    char reason[1024] = "";
+    if (!TIFFRGBAImageOK(memory.handle(), reason))
+        return Error{-EBADMSG, std::string("TIFF: ") + reason};
+    // the reader would turn each piece by itself; here the whole picture is turned, at the end
+    TIFFSetField(memory.handle(), TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    Image image(static_cast<int>(page.width), static_cast<int>(page.height),
+                page.gray ? PixelFormat::Gray8 : PixelFormat::Rgb24);
+    if (!PieceReader(memory.handle(), image).read())
+        return bad(memory);
+    image.setBilevel(page.bilevel);
+    image.setDpi(page.dpi);
+    // the numbers of TIFF 6.0's Orientation are those of EXIF, which took them over
+    return applyOrientation(std::move(image), page.orientation);
+}
+
+} // namespace korv

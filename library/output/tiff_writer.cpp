@@ -1,0 +1,118 @@
+#include "library/output/tiff_writer.h"
+
+#include "library/output/ccitt_encoder.h"
+
+#include <algorithm>
+
+namespace korv {
+
+namespace {
+
+// leaves room for the directories of some ten thousand pages
+constexpr std::uint64_t kLargestClassic = (std::uint64_t{4} << 30) - (std::uint64_t{64} << 20);
+
+std::string tiffDate(std::time_t time)
+{
+    std::tm local{};
+    char date[20] = "1970:01:01 00:00:00";
+    if (::localtime_r(&time, &local) != nullptr)
+        std::strftime(date, sizeof date, "%Y:%m:%d %H:%M:%S", &local);
+    return date;
+}
+
+} // namespace
+
+TiffWriter::TiffWriter(ByteSink &sink, const DocumentOptions &options)
+    : m_sink(sink,
+             options.expectedBytes > kLargestClassic ? TiffSink::Size::Big
+                                                     : TiffSink::Size::Classic)
+    , m_options(options)
+{
+}
+
+void TiffWriter::describePage(const Page &page)
+{
+    TIFF *tiff = m_sink.handle();
+    const auto height = static_cast<std::uint32_t>(page.height);
+    TIFFSetField(tiff, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(page.width));
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, height);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_XRESOLUTION, page.dpi);
+    TIFFSetField(tiff, TIFFTAG_YRESOLUTION, page.dpi);
+    TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+    // the tag holds 16 bits; a total of 0 means that it is not known
+    constexpr int kMost = 0xFFFF;
+    TIFFSetField(tiff, TIFFTAG_PAGENUMBER, std::min(m_pages, kMost),
+                 m_options.pageCount > kMost ? 0 : m_options.pageCount);
+    TIFFSetField(tiff, TIFFTAG_SOFTWARE, kProducer);
+    TIFFSetField(tiff, TIFFTAG_DATETIME, tiffDate(m_options.created).c_str());
+    if (!m_options.title.empty())
+        TIFFSetField(tiff, TIFFTAG_DOCUMENTNAME, m_options.title.c_str());
+}
+
+void TiffWriter::describeJpeg(const Page &page)
+{
+    TIFF *tiff = m_sink.handle();
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, page.info.components);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_JPEG);
+    if (page.info.components == 1) {
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    } else if (page.info.colourModel == jpeg::ColourModel::Rgb) {
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+    } else {
+        static const float kFullRange[] = {0, 255, 128, 255, 128, 255};
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_YCBCR);
+        TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, page.info.lumaHorizontal,
+                     page.info.lumaVertical);
+        TIFFSetField(tiff, TIFFTAG_REFERENCEBLACKWHITE, kFullRange);
+    }
+}
+
+void TiffWriter::describeLineart()
+{
+    TIFF *tiff = m_sink.handle();
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
+    TIFFSetField(tiff, TIFFTAG_GROUP4OPTIONS, 0);
+}
+
+Result<void> TiffWriter::addPage(const Page &page)
+{
+    TIFF *tiff = m_sink.handle();
+    if (tiff == nullptr)
+        return m_sink.error();
+    Bytes coded;
+    ByteView strip = page.jpeg;
+    if (page.lineart != nullptr) {
+        Result<Bytes> encoded = encodeCcittG4(*page.lineart);
+        if (!encoded)
+            return encoded.error();
+        coded = std::move(encoded).value();
+        strip = coded;
+        describeLineart();
+    } else {
+        describeJpeg(page);
+    }
+    describePage(page);
+    // libtiff's pointer is not const, but raw strips are only read
+    void *data = const_cast<std::uint8_t *>(strip.data);
+    if (TIFFWriteRawStrip(tiff, 0, data, static_cast<tmsize_t>(strip.size)) < 0
+        || TIFFWriteDirectory(tiff) == 0)
+        return m_sink.error();
+    ++m_pages;
+    return {};
+}
+
+Result<void> TiffWriter::finish()
+{
+    return m_sink.close();
+}
+
+} // namespace korv
