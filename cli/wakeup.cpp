@@ -42,6 +42,9 @@ Wakeup::Wakeup()
 
 Wakeup::~Wakeup()
 {
+    // a signal that was heeded must not end the program when it is let through again
+    signalfd_siginfo heeded = {};
+    while (read(m_signalFd, &heeded, sizeof heeded) > 0) { }
     close(m_newsFd);
     close(m_signalFd);
     pthread_sigmask(SIG_SETMASK, &m_previousSignals, nullptr);
