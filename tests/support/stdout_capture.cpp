@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <system_error>
 #include <unistd.h>
@@ -31,10 +32,12 @@ StdoutCapture::StdoutCapture()
 
 StdoutCapture::~StdoutCapture()
 {
-    std::fflush(stdout);
+    take();
     dup2(m_previous, STDOUT_FILENO);
     close(m_previous);
     close(m_file);
+    if (testing::Test::HasFailure())
+        std::fwrite(m_everything.data(), 1, m_everything.size(), stdout);
 }
 
 std::string StdoutCapture::take()
@@ -47,6 +50,7 @@ std::string StdoutCapture::take()
         text.append(chunk.data(), static_cast<std::size_t>(count));
     checked(ftruncate(m_file, 0), "ftruncate");
     checked(static_cast<int>(lseek(m_file, 0, SEEK_SET)), "lseek");
+    m_everything += text;
     return text;
 }
 

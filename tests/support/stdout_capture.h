@@ -5,7 +5,8 @@
 namespace support {
 
 /// Collects what is written to standard output, by anybody in this process and by its children,
-/// while the object lives. One at a time.
+/// while the object lives. One at a time. When the test has failed, everything collected goes out
+/// at the end: the reports of its failures are among it.
 class StdoutCapture
 {
 public:
@@ -18,6 +19,7 @@ public:
     std::string take();
 
 private:
+    std::string m_everything;
     int m_file;
     int m_previous;
 };
