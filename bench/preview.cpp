@@ -2,16 +2,15 @@
 // carries the ratios to the "plain" run made right before it; the bars are printed at the end.
 
 #include "app/mainwindow.h"
+#include "app/previewdecoder.h"
 #include "app/process.h"
+#include "bench/cameraframe.h"
 #include "bench/plainwindow.h"
 
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QImage>
-#include <QPainter>
 
 #include <algorithm>
 #include <atomic>
@@ -44,42 +43,12 @@ QSize sizeOf(int megapixels)
     return kSizes.at(megapixels);
 }
 
-/// A page of text with some grain, as a camera would send it.
-QByteArray page(QSize size, int shift)
-{
-    QImage image(size, QImage::Format_RGB32);
-    quint32 noise = 12345U + static_cast<quint32>(shift);
-    for (int y = 0; y < size.height(); ++y) {
-        auto *row = reinterpret_cast<QRgb *>(image.scanLine(y));
-        for (int x = 0; x < size.width(); ++x) {
-            noise = noise * 1664525U + 1013904223U;
-            const int gray = 216 + static_cast<int>(noise >> 29U) + 20 * x / size.width();
-            row[x] = qRgb(gray, gray, gray - 6);
-        }
-    }
-    QPainter painter(&image);
-    QFont font = painter.font();
-    font.setPixelSize(size.height() / 60);
-    painter.setFont(font);
-    for (int line = 2; line < 50; ++line)
-        painter.drawText(size.width() / 12 + shift * 8, line * size.height() / 50,
-                         QStringLiteral("The quick brown fox jumps over the lazy dog, %1 times; "
-                                        "pack my box with five dozen jugs.")
-                             .arg(line * 37));
-    painter.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPG", 88);
-    return bytes;
-}
-
 const std::vector<QByteArray> &pages(int megapixels)
 {
     static std::map<int, std::vector<QByteArray>> made;
     std::vector<QByteArray> &list = made[megapixels];
     for (int shift = static_cast<int>(list.size()); shift < 3; ++shift)
-        list.push_back(page(sizeOf(megapixels), shift));
+        list.push_back(cameraframe::page(sizeOf(megapixels), shift));
     return list;
 }
 
@@ -98,6 +67,17 @@ struct Subject
     std::function<int()> painted;
     QObject *context = nullptr;
 };
+
+/// Shows a window and lets it settle: a repaint left over from showing would make the plain way wait
+/// for its own lock in every frame from then on.
+void showSettled(QWidget &window)
+{
+    window.show();
+    QElapsedTimer settling;
+    settling.start();
+    while (settling.elapsed() < 200)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+}
 
 /// Feeds frames as fast as the window takes them until enough were painted.
 Sample measure(const Subject &subject, int megapixels)
@@ -183,7 +163,7 @@ private:
 Sample measurePlain(int megapixels, int rotationCode)
 {
     PlainWindow window(rotationCode);
-    window.show();
+    showSettled(window);
     return measure({[&window](const QByteArray &frame, QSize size) {
                         window.receive(frame.constData(), frame.size(), size.width(),
                                        size.height());
@@ -195,7 +175,7 @@ Sample measurePlain(int megapixels, int rotationCode)
 Sample measureOurs(int megapixels, int rotationCode)
 {
     OurWindow window(rotationCode);
-    window.show();
+    showSettled(window);
     return measure({[](const QByteArray &frame, QSize size) {
                         MainWindow::CameraCpatureReciveCB(const_cast<char *>(frame.constData()),
                                                           frame.size(), size.width(),
@@ -235,6 +215,35 @@ BENCHMARK(preview)
     ->ArgNames({"megapixels", "rotated"})
     ->ArgsProduct({{2, 5, 8, 13}, {0, 1}})
     ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+/// The floor of a preview: one decode at the smallest sufficient scale, nothing else.
+void scaledDecode(benchmark::State &state)
+{
+    const QByteArray &frame = pages(static_cast<int>(state.range(0))).front();
+    QImage image;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            previewdecoder::decode(frame.constData(), frame.size(), QSize(640, 480), image));
+}
+BENCHMARK(scaledDecode)->ArgName("megapixels")->Arg(8)->Unit(benchmark::kMillisecond);
+
+/// All that is done with a frame outside the lock.
+void preparedPicture(benchmark::State &state)
+{
+    const auto megapixels = static_cast<int>(state.range(0));
+    const QByteArray &frame = pages(megapixels).front();
+    const PreviewTarget::Value target{previewgeometry::turnOf(state.range(1) != 0 ? kRightBy90 : 0),
+                                      QSize(686, 508)};
+    PreviewRenderer renderer;
+    PreviewPicture picture;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            renderer.render(frame.constData(), frame.size(), sizeOf(megapixels), target, picture));
+}
+BENCHMARK(preparedPicture)
+    ->ArgNames({"megapixels", "rotated"})
+    ->ArgsProduct({{8}, {0, 1}})
     ->Unit(benchmark::kMillisecond);
 
 void copyOfTheFrame(benchmark::State &state)
