@@ -1,0 +1,1 @@
+"""Drives the installed application on a display of its own, as a user would."""

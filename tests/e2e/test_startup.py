@@ -1,0 +1,60 @@
+"""Start, refusal of a second copy, end."""
+
+import os
+import subprocess
+import unittest
+
+from harness import application
+from harness.case import EndToEndTest
+from harness.screen import Rect
+
+REFUSAL_TITLE = "棱湾拍摄仪"
+
+
+def foreign_copies():
+    """Lines of the process list that the application would count against itself."""
+    listing = subprocess.run(["ps", "-aux"], capture_output=True, text=True).stdout
+    return [line for line in listing.splitlines()
+            if application.NAME in line and "grep" not in line and "ps" not in line]
+
+
+class Startup(EndToEndTest):
+    def test_window_opens_with_its_title_and_size(self):
+        app = self.start()
+        _, rect = app.window()
+        self.assertEqual((897, 658), (rect.width, rect.height))
+
+    def test_closing_without_camera_ends_well(self):
+        app = self.start()
+        app.wait_for("^RegCallBackCameraChange callback function  0$")
+        self.close(app)
+        self.assertEqual(["free tavelo success", "close mainwindow"], app.lines()[-2:])
+
+    def test_second_copy_is_refused_above_the_centre_and_ends_with_255(self):
+        first = self.start()
+        first.window()
+        second = self.start()
+        second.wait_for("检测vexalin-plixo-base 已运行|strName=")
+        window, rect = second.dialog(REFUSAL_TITLE)
+        self.assertEqual(Rect((1280 - 600) // 2, (1024 - 300) // 2 - 150, 600, 300), rect)
+        self.screen.move(*rect.centre)
+        second.focus(window)
+        self.screen.keys("Return")
+        self.assertEqual(255, second.wait_for_exit())
+        self.assertIn("[getAppIsRunning][87]检测vexalin-plixo-base 已运行",
+                      "\n".join(second.lines()))
+        self.assertIsNone(first.process.poll(), "the first copy must go on")
+
+    def test_starts_beside_the_real_process_list(self):
+        if os.path.realpath(os.environ["KORV_E2E_STAGE"]).startswith("/opt/vexalin"):
+            self.skipTest("an installed application may be running")
+        foreign = foreign_copies()
+        if foreign:
+            self.skipTest("a process with the application's name is there: " + foreign[0])
+        app = self.start(real_ps=True)
+        _, rect = app.window()
+        self.assertEqual((897, 658), (rect.width, rect.height))
+
+
+if __name__ == "__main__":
+    unittest.main()
