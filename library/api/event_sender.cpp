@@ -18,7 +18,7 @@ EventSender::~EventSender()
     stop();
 }
 
-void EventSender::setReceiver(Receiver receiver, std::deque<DeviceEvent> first)
+EventSender::Mark EventSender::setReceiver(Receiver receiver, std::deque<DeviceEvent> first)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_receiver = receiver;
@@ -26,6 +26,7 @@ void EventSender::setReceiver(Receiver receiver, std::deque<DeviceEvent> first)
     if (receiver)
         m_waiting.swap(first);
     m_changed.notify_all();
+    return m_callsBegun;
 }
 
 void EventSender::post(DeviceEvent event)
@@ -37,14 +38,13 @@ void EventSender::post(DeviceEvent event)
     m_changed.notify_all();
 }
 
-void EventSender::waitUntilQuiet()
+void EventSender::waitUntilPast(Mark mark)
 {
     if (CallbackScope::ofThisThread() == CallbackScope::Kind::DeviceEvent)
         return;
     std::unique_lock<std::mutex> lock(m_mutex);
-    // later calls are the new receiver's and none of the waiter's business
-    const unsigned running = m_callsBegun;
-    m_changed.wait(lock, [&] { return static_cast<int>(m_callsEnded - running) >= 0; });
+    // the counters may wrap around, their difference does not
+    m_changed.wait(lock, [&] { return static_cast<int>(m_callsEnded - mark) >= 0; });
 }
 
 void EventSender::stop()

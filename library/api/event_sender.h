@@ -29,15 +29,19 @@ public:
     EventSender(const EventSender &) = delete;
     EventSender &operator=(const EventSender &) = delete;
 
+    /// A point in the sequence of calls.
+    using Mark = unsigned;
+
     /// From now on events go to `receiver`, beginning with `first`; what waits for the earlier
-    /// receiver is forgotten. A call to it may still be running: waitUntilQuiet().
-    void setReceiver(Receiver receiver, std::deque<DeviceEvent> first);
+    /// receiver is forgotten. A call to it may still be running: waitUntilPast() what this returns.
+    Mark setReceiver(Receiver receiver, std::deque<DeviceEvent> first);
 
     /// Without a receiver the event is forgotten.
     void post(DeviceEvent event);
 
-    /// Waits for the call that is running now, if any. Returns at once on the event thread itself.
-    void waitUntilQuiet();
+    /// Waits until the calls begun before the mark have ended; calls to a new receiver, which may
+    /// want what the waiter holds, are not waited for. Returns at once on the event thread itself.
+    void waitUntilPast(Mark mark);
 
     /// Forgets what waits, ends the thread, joins it. Not from the event thread.
     void stop();
@@ -50,8 +54,8 @@ private:
     std::condition_variable m_changed;
     std::deque<DeviceEvent> m_waiting;
     Receiver m_receiver = nullptr;
-    unsigned m_callsBegun = 0;
-    unsigned m_callsEnded = 0;
+    Mark m_callsBegun = 0;
+    Mark m_callsEnded = 0;
     bool m_stopping = false;
 
     std::thread m_thread; // last: it starts in the constructor and needs the rest

@@ -171,6 +171,8 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
         return Error{-EINVAL, "no frame, or a frame without a size"};
     if (path.empty())
         return Error{-EINVAL, "no path"};
+    if (!isReasonableSize(width, height))
+        return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
     const ByteView bytes(frame, room);
     const Result<std::size_t> length = jpeg::findEnd(bytes);

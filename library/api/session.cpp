@@ -180,6 +180,7 @@ std::size_t Session::freeIndex()
 
 void Session::setReceiver(EventSender::Receiver receiver)
 {
+    EventSender::Mark mark = 0;
     {
         // both under one lock: a device that comes now is either in the list or posted after it
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -189,9 +190,9 @@ void Session::setReceiver(EventSender::Receiver receiver)
             if (slot && slot->present && !m_ending)
                 present.push_back({DeviceAction::Add, {static_cast<int>(index), slot->identity}});
         }
-        m_events.setReceiver(m_ending ? nullptr : receiver, std::move(present));
+        mark = m_events.setReceiver(m_ending ? nullptr : receiver, std::move(present));
     }
-    m_events.waitUntilQuiet();
+    m_events.waitUntilPast(mark);
 }
 
 // ---- questions ----

@@ -10,18 +10,16 @@
 namespace korv {
 namespace {
 
-constexpr std::chrono::milliseconds kTurnEvery(3000);
-constexpr std::chrono::milliseconds kLookEvery(400);
-
 /// Pages kept ready, so that a short pile is prepared once and not at each turn.
 constexpr std::size_t kMostKept = 4;
 
 } // namespace
 
-PageTurner::PageTurner(const PageSource &source, int width, int height)
+PageTurner::PageTurner(const PageSource &source, int width, int height, Timing timing)
     : m_source(source)
     , m_width(width)
     , m_height(height)
+    , m_timing(timing)
     , m_thread(&PageTurner::run, this)
 {
 }
@@ -37,6 +35,12 @@ void PageTurner::stop()
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_stopping = true;
     m_changed.notify_all();
+}
+
+bool PageTurner::isStopping()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_stopping;
 }
 
 std::shared_ptr<const PreparedPage> PageTurner::waitForPage()
@@ -58,7 +62,7 @@ void PageTurner::run()
             logLine(std::string("no page can be prepared: ") + error.what());
         }
         lock.lock();
-        m_changed.wait_for(lock, kLookEvery, [this] { return m_stopping; });
+        m_changed.wait_for(lock, m_timing.lookEvery, [this] { return m_stopping; });
     }
 }
 
@@ -70,7 +74,7 @@ void PageTurner::look()
         return;
     if (Page page = choose(present)) {
         show(std::move(page));
-        m_turnDue = Clock::now() + kTurnEvery;
+        m_turnDue = Clock::now() + m_timing.turnEvery;
     }
 }
 
@@ -108,6 +112,8 @@ PageTurner::Page PageTurner::prepared(const std::string &id)
         logLine(picture.error().text);
         return nullptr;
     }
+    if (isStopping()) // nobody will see it
+        return nullptr;
     Result<PreparedPage> page = PreparedPage::make(picture.value());
     if (!page) {
         logLine(page.error().text);

@@ -21,8 +21,14 @@ namespace korv {
 class PageTurner
 {
 public:
+    struct Timing
+    {
+        std::chrono::milliseconds turnEvery{3000};
+        std::chrono::milliseconds lookEvery{400}; ///< how soon a page taken away is noticed
+    };
+
     /// Throws std::system_error when no thread can be started.
-    PageTurner(const PageSource &source, int width, int height);
+    PageTurner(const PageSource &source, int width, int height, Timing timing);
     ~PageTurner();
     PageTurner(const PageTurner &) = delete;
     PageTurner &operator=(const PageTurner &) = delete;
@@ -42,10 +48,12 @@ private:
     Page choose(const std::vector<std::string> &present);
     Page prepared(const std::string &id);
     void show(Page page);
+    bool isStopping();
 
     const PageSource &m_source;
     const int m_width;
     const int m_height;
+    const Timing m_timing;
 
     // of the page thread
     std::string m_shown; ///< id; empty for the empty desk

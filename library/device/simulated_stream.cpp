@@ -15,7 +15,7 @@ SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const 
     : m_plug(std::move(plug))
     , m_mode(mode)
     , m_sink(sink)
-    , m_turner(pages, mode.width, mode.height)
+    , m_turner(pages, mode.width, mode.height, {})
     , m_thread(&SimulatedStream::run, this)
 {
 }

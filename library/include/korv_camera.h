@@ -8,13 +8,21 @@
  * Conventions
  *  - Results: 0 or more is success, a negative value is failure: minus an errno of <errno.h>.
  *  - Device index: the number a device carries from its "add" event to its "remove" event. Indices
- *    are small, start at 0, and may be used again after the "remove".
+ *    are small, start at 0, and the lowest free one is given out first. A device that leaves while it
+ *    is open keeps its index until Close.
  *  - Paths are NUL-terminated byte strings as the file system takes them (UTF-8 by convention).
  *  - Texts that a function returns are allocated with malloc(); the caller frees them.
  *  - Options (quality, crop, rotation, colour) belong to the process, not to a device. A value out
  *    of range is refused with -EINVAL and changes nothing.
  *  - Every function may be called from any thread. Calls that change the same device wait for each
- *    other. A function must not be called from inside a callback unless it says so.
+ *    other; questions (counts, lists, the resolution in use), options and files never wait for a
+ *    device.
+ *  - Options and files need no Init. Everything else answers -ENODEV, or null, before Init and after
+ *    UnInit.
+ *  - From inside a frame callback, Init, UnInit, Open, Close, StartCapture, StopCapture,
+ *    SetCurResolutionNo and RegCallBackCameraChange answer -EDEADLK and do nothing: they may have to
+ *    wait for that very callback to return. From inside a change callback, Init and UnInit do.
+ *    Everything else may be called from inside a callback.
  *  - Diagnostics go to standard error; nothing is written to standard output.
  */
 #ifndef KORV_CAMERA_H
@@ -75,8 +83,9 @@ KORV_CAMERA_API char *KorvCamera_GetWorkDevList(void);
  * -EACCES no permission. */
 KORV_CAMERA_API int KorvCamera_Open(int index);
 
-/* Ends the stream, if any, and closes the device. No frame callback runs after it returned. May be
- * called when the device has already left. -ENODEV when the device is not open. */
+/* Ends the stream, if any, and closes the device. No frame callback runs after it returned. A device
+ * that has left while it was open stays open, without frames, until this is called for it. -ENODEV
+ * when the device is not open. */
 KORV_CAMERA_API int KorvCamera_Close(int index);
 
 /* The resolutions of an open device, largest first:
@@ -92,7 +101,7 @@ KORV_CAMERA_API int KorvCamera_GetCurResolutionNo(int index);
 KORV_CAMERA_API int KorvCamera_SetCurResolutionNo(int index, int res_no);
 
 /* Starts the stream of an open device. Errors: -EINVAL null callback, -ENODEV not open,
- * -EBUSY already streaming or held by another program. */
+ * -ENODEV has left, -EBUSY already streaming or held by another program. */
 KORV_CAMERA_API int KorvCamera_StartCapture(int index, KorvCamera_FrameCallback cb);
 
 /* Ends the stream; the device stays open. No frame callback runs after it returned. -ENODEV not
@@ -101,7 +110,8 @@ KORV_CAMERA_API int KorvCamera_StopCapture(int index);
 
 /* Sets the one receiver of device events; null takes it away. Each device already present is
  * reported as "add" before anything else, on the library's thread. When another receiver is
- * replaced, it gets no event after this returned. -ENODEV before Init. */
+ * replaced, it gets no event after this returned, except that a receiver that replaces itself from
+ * inside its own call returns from that call first. -ENODEV before Init. */
 KORV_CAMERA_API int KorvCamera_RegCallBackCameraChange(KorvCamera_ChangeCallback cb);
 
 /* ---- options of photographs and files ---- */
@@ -132,8 +142,8 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
  * its structure; no byte beyond width x height x 3 is read. An existing file is replaced; the file
  * appears whole or not at all. Never waits for a stream: it may be called while the receiver holds a
  * lock that its frame callback wants. `reserved` is not used; pass 0.
- * Errors: -EINVAL null pointer, size not positive; -EBADMSG not a complete JPEG; -ENOMEM; or what
- * the file system answered. */
+ * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a complete
+ * JPEG; -ENOMEM; or what the file system answered. */
 KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
                                              const char *path);
 

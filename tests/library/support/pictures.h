@@ -1,0 +1,62 @@
+#pragma once
+
+#include "library/imaging/image.h"
+#include "library/imaging/jpeg.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+namespace testing_support {
+
+using Colour = std::array<int, 3>;
+
+inline korv::Image plainImage(int width, int height, Colour colour)
+{
+    korv::Image image(width, height, korv::PixelFormat::Rgb24);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            for (std::size_t channel = 0; channel < 3; ++channel)
+                image.row(y)[static_cast<std::size_t>(x) * 3 + channel]
+                    = static_cast<std::uint8_t>(colour[channel]);
+        }
+    }
+    return image;
+}
+
+/// Different everywhere, smooth enough to survive compression.
+inline korv::Image wavyImage(int width, int height)
+{
+    korv::Image image(width, height, korv::PixelFormat::Rgb24);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            std::uint8_t *pixel = image.row(y) + static_cast<std::size_t>(x) * 3;
+            pixel[0] = static_cast<std::uint8_t>(128 + 100 * std::sin(x / 17.0));
+            pixel[1] = static_cast<std::uint8_t>(128 + 100 * std::sin(y / 23.0));
+            pixel[2] = static_cast<std::uint8_t>(128 + 100 * std::sin((x + y) / 31.0));
+        }
+    }
+    return image;
+}
+
+inline korv::Bytes jpegOf(const korv::Image &image)
+{
+    return korv::jpeg::encode(image, {}).value();
+}
+
+inline Colour colourAt(const korv::Image &image, int x, int y)
+{
+    const std::uint8_t *pixel = image.row(y) + static_cast<std::size_t>(x) * 3;
+    return {pixel[0], pixel[1], pixel[2]};
+}
+
+inline bool isNear(const Colour &one, const Colour &other, int tolerance = 8)
+{
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        if (std::abs(one[channel] - other[channel]) > tolerance)
+            return false;
+    }
+    return true;
+}
+
+} // namespace testing_support

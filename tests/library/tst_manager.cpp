@@ -1,0 +1,287 @@
+#include "library/api/manager.h"
+
+#include "library/api/callback_scope.h"
+#include "tests/library/support/fake_devices.h"
+#include "tests/library/support/pictures.h"
+#include "tests/library/support/temporary_folder.h"
+#include "tests/library/support/wait.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <system_error>
+
+using korv::CallbackScope;
+using korv::Manager;
+using testing_support::becomesTrue;
+using testing_support::FakeBackend;
+using testing_support::FakeMonitor;
+using testing_support::Gate;
+using testing_support::TemporaryFolder;
+
+namespace {
+
+class ManagerTest : public testing::Test
+{
+protected:
+    FakeBackend m_backend;
+    Manager m_manager{[this] {
+        korv::Session::Monitors monitors;
+        monitors.push_back(std::make_unique<FakeMonitor>(m_backend));
+        return monitors;
+    }};
+    TemporaryFolder m_folder;
+};
+
+using ManagerLife = ManagerTest;
+using ManagerOptions = ManagerTest;
+using ManagerFiles = ManagerTest;
+
+Gate *frameArrived = nullptr;
+Gate *frameMayReturn = nullptr;
+
+int holdFrame(void *, int, int, int)
+{
+    frameArrived->open();
+    frameMayReturn->wait();
+    return 0;
+}
+
+korv::Bytes contentOf(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+} // namespace
+
+// ---- life cycle ----
+
+TEST_F(ManagerLife, nothingButOptionsAndFilesWorksBeforeInitialisation)
+{
+    EXPECT_EQ(m_manager.session().code(), -ENODEV);
+    EXPECT_EQ(m_manager.uninitialise().code(), -ENODEV);
+    EXPECT_TRUE(m_manager.setQuality(50));
+    EXPECT_EQ(m_manager.combine(m_folder / "x.pdf").code(), -ENODATA);
+}
+
+TEST_F(ManagerLife, secondInitialisationIsHarmless)
+{
+    ASSERT_TRUE(m_manager.initialise());
+    const auto first = m_manager.session().value();
+    EXPECT_TRUE(m_manager.initialise());
+    EXPECT_EQ(m_manager.session().value(), first);
+}
+
+TEST_F(ManagerLife, initialisesAgainAfterTheEnd)
+{
+    for (int round = 1; round <= 3; ++round) {
+        ASSERT_TRUE(m_manager.initialise());
+        EXPECT_TRUE(m_manager.uninitialise());
+        EXPECT_EQ(m_backend.ended, round);
+        EXPECT_EQ(m_manager.session().code(), -ENODEV);
+    }
+}
+
+TEST_F(ManagerLife, failingMonitorFailsInitialisationAndTheNextMaySucceed)
+{
+    m_backend.startError = -EMFILE;
+    EXPECT_EQ(m_manager.initialise().code(), -EMFILE);
+    EXPECT_EQ(m_manager.session().code(), -ENODEV);
+    m_backend.startError = 0;
+    EXPECT_TRUE(m_manager.initialise());
+}
+
+TEST_F(ManagerLife, exceptionDuringInitialisationLeavesItUninitialised)
+{
+    bool fails = true;
+    Manager manager([&]() -> korv::Session::Monitors {
+        if (fails)
+            throw std::system_error(EAGAIN, std::generic_category());
+        return {};
+    });
+    EXPECT_THROW(static_cast<void>(manager.initialise()), std::system_error);
+    fails = false;
+    EXPECT_TRUE(manager.initialise());
+}
+
+TEST_F(ManagerLife, callsThatWaitForCallbacksAreRefusedInsideOfThem)
+{
+    ASSERT_TRUE(m_manager.initialise());
+    {
+        const CallbackScope scope(CallbackScope::Kind::Frame);
+        EXPECT_EQ(m_manager.uninitialise().code(), -EDEADLK);
+        EXPECT_EQ(m_manager.initialise().code(), -EDEADLK);
+        EXPECT_EQ(m_manager.sessionForChange().code(), -EDEADLK);
+        EXPECT_TRUE(m_manager.session());
+    }
+    {
+        const CallbackScope scope(CallbackScope::Kind::DeviceEvent);
+        EXPECT_EQ(m_manager.uninitialise().code(), -EDEADLK);
+        EXPECT_TRUE(m_manager.sessionForChange());
+    }
+    EXPECT_TRUE(m_manager.uninitialise());
+}
+
+TEST_F(ManagerLife, concurrentBeginningsAndEndsDoNotMix)
+{
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([this] {
+            for (int round = 0; round < 50; ++round) {
+                EXPECT_TRUE(m_manager.initialise());
+                const auto session = m_manager.session();
+                if (session)
+                    session.value()->presentDevices();
+                const int code = m_manager.uninitialise().code();
+                EXPECT_TRUE(code == 0 || code == -ENODEV) << code;
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(m_manager.session().code(), -ENODEV);
+}
+
+// ---- options ----
+
+TEST_F(ManagerOptions, startWithTheDefaults)
+{
+    const korv::PhotographOptions options = m_manager.options();
+    EXPECT_EQ(options.quality, 95);
+    EXPECT_EQ(options.crop, korv::CropMode::Off);
+    EXPECT_EQ(options.rotation, korv::Rotation::None);
+    EXPECT_EQ(options.colour, korv::ColourStyle::Colour);
+}
+
+TEST_F(ManagerOptions, valuesInRangeAreKept)
+{
+    EXPECT_TRUE(m_manager.setQuality(1));
+    EXPECT_TRUE(m_manager.setQuality(100));
+    EXPECT_TRUE(m_manager.setCrop(0));
+    EXPECT_TRUE(m_manager.setRotation(3));
+    EXPECT_TRUE(m_manager.setColour(2));
+    EXPECT_EQ(m_manager.options().quality, 100);
+    EXPECT_EQ(m_manager.options().crop, korv::CropMode::Auto);
+    EXPECT_EQ(m_manager.options().rotation, korv::Rotation::Half);
+    EXPECT_EQ(m_manager.options().colour, korv::ColourStyle::Lineart);
+}
+
+TEST_F(ManagerOptions, valuesOutOfRangeChangeNothing)
+{
+    ASSERT_TRUE(m_manager.setQuality(60));
+    ASSERT_TRUE(m_manager.setCrop(0));
+    ASSERT_TRUE(m_manager.setRotation(2));
+    ASSERT_TRUE(m_manager.setColour(1));
+    constexpr int kLowest = std::numeric_limits<int>::min();
+    constexpr int kHighest = std::numeric_limits<int>::max();
+    for (const int value : {0, -1, 101, kLowest, kHighest})
+        EXPECT_EQ(m_manager.setQuality(value).code(), -EINVAL) << value;
+    for (const int value : {-2, 1, 2, kLowest, kHighest})
+        EXPECT_EQ(m_manager.setCrop(value).code(), -EINVAL) << value;
+    for (const int value : {-1, 4, kLowest, kHighest})
+        EXPECT_EQ(m_manager.setRotation(value).code(), -EINVAL) << value;
+    for (const int value : {-1, 3, kLowest, kHighest})
+        EXPECT_EQ(m_manager.setColour(value).code(), -EINVAL) << value;
+    EXPECT_EQ(m_manager.options().quality, 60);
+    EXPECT_EQ(m_manager.options().crop, korv::CropMode::Auto);
+    EXPECT_EQ(m_manager.options().rotation, korv::Rotation::Right90);
+    EXPECT_EQ(m_manager.options().colour, korv::ColourStyle::Gray);
+}
+
+TEST_F(ManagerOptions, endOfTheLibraryForgetsThem)
+{
+    ASSERT_TRUE(m_manager.initialise());
+    ASSERT_TRUE(m_manager.setQuality(20));
+    ASSERT_TRUE(m_manager.setColour(1));
+    ASSERT_TRUE(m_manager.uninitialise());
+    EXPECT_EQ(m_manager.options().quality, 95);
+    EXPECT_EQ(m_manager.options().colour, korv::ColourStyle::Colour);
+}
+
+// ---- files ----
+
+TEST_F(ManagerFiles, photographIsMadeWithTheOptions)
+{
+    ASSERT_TRUE(m_manager.setRotation(1));
+    ASSERT_TRUE(m_manager.setColour(1));
+    const std::string path = m_folder / "photograph.jpg";
+    korv::Bytes frame = testing_support::jpegOf(testing_support::wavyImage(160, 120));
+    frame.resize(160 * 120 * 3); // as in the receiver's buffer: the frame, then anything
+    ASSERT_TRUE(m_manager.savePhotograph(frame.data(), 160, 120, path));
+    const auto info = korv::jpeg::readInfo(contentOf(path));
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info.value().width, 120);
+    EXPECT_EQ(info.value().height, 160);
+    EXPECT_EQ(info.value().components, 1);
+}
+
+TEST_F(ManagerFiles, badPhotographsAreRefusedAndLeaveNoFile)
+{
+    const std::string path = m_folder / "photograph.jpg";
+    const korv::Bytes frame = testing_support::jpegOf(testing_support::wavyImage(160, 120));
+    korv::Bytes noise(160 * 120 * 3, 0x55);
+    korv::Bytes half(noise.size(), 0);
+    std::copy_n(frame.begin(), frame.size() / 2, half.begin());
+    EXPECT_EQ(m_manager.savePhotograph(nullptr, 160, 120, path).code(), -EINVAL);
+    EXPECT_EQ(m_manager.savePhotograph(noise.data(), 0, 120, path).code(), -EINVAL);
+    EXPECT_EQ(m_manager.savePhotograph(noise.data(), 160, -1, path).code(), -EINVAL);
+    EXPECT_EQ(m_manager.savePhotograph(noise.data(), 160, 120, "").code(), -EINVAL);
+    EXPECT_EQ(m_manager.savePhotograph(noise.data(), 70'000, 120, path).code(), -EFBIG);
+    EXPECT_EQ(m_manager.savePhotograph(noise.data(), 160, 120, path).code(), -EBADMSG);
+    EXPECT_EQ(m_manager.savePhotograph(half.data(), 160, 120, path).code(), -EBADMSG);
+    EXPECT_TRUE(std::filesystem::is_empty(m_folder.path()));
+}
+
+TEST_F(ManagerFiles, photographIsWrittenWhileTheStreamStandsStill)
+{
+    Gate arrived;
+    Gate mayReturn;
+    frameArrived = &arrived;
+    frameMayReturn = &mayReturn;
+    ASSERT_TRUE(m_manager.initialise());
+    m_backend.plug("a");
+    const auto session = m_manager.session().value();
+    ASSERT_TRUE(session->open(0));
+    ASSERT_TRUE(session->startCapture(0, holdFrame));
+    ASSERT_TRUE(arrived.wait());
+    std::thread closer([&] { EXPECT_TRUE(session->close(0)); });
+
+    korv::Bytes frame = testing_support::jpegOf(testing_support::wavyImage(64, 48));
+    frame.resize(64 * 48 * 3);
+    EXPECT_TRUE(m_manager.savePhotograph(frame.data(), 64, 48, m_folder / "p.jpg"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "p.jpg"));
+    mayReturn.open();
+    closer.join();
+}
+
+TEST_F(ManagerFiles, rgbPixelsBecomeAFile)
+{
+    const korv::Image image = testing_support::plainImage(20, 10, {200, 100, 50});
+    const std::string path = m_folder / "x.jpg";
+    ASSERT_TRUE(m_manager.saveRgb(image.pixels(), 20, 10, path));
+    const auto decoded = korv::jpeg::decode(contentOf(path));
+    ASSERT_TRUE(decoded);
+    EXPECT_TRUE(testing_support::isNear(testing_support::colourAt(decoded.value(), 10, 5),
+                                        {200, 100, 50}));
+    EXPECT_EQ(m_manager.saveRgb(nullptr, 20, 10, path).code(), -EINVAL);
+    EXPECT_EQ(m_manager.saveRgb(image.pixels(), 20, 0, path).code(), -EINVAL);
+    EXPECT_EQ(m_manager.saveRgb(image.pixels(), 70'000, 1, path).code(), -EFBIG);
+    EXPECT_EQ(m_manager.saveRgb(image.pixels(), 20, 10, m_folder / "x.gif").code(), -EINVAL);
+}
+
+TEST_F(ManagerFiles, pendingPagesAreForgottenAtTheEnd)
+{
+    const std::string page = m_folder / "page.jpg";
+    testing_support::writeFile(
+        page, testing_support::jpegOf(testing_support::wavyImage(40, 30)));
+    ASSERT_TRUE(m_manager.initialise());
+    ASSERT_TRUE(m_manager.addPage(page));
+    ASSERT_TRUE(m_manager.uninitialise());
+    EXPECT_EQ(m_manager.combine(m_folder / "x.pdf").code(), -ENODATA);
+    ASSERT_TRUE(m_manager.addPage(page));
+    EXPECT_TRUE(m_manager.combine(m_folder / "x.pdf"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "x.pdf"));
+}
