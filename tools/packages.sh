@@ -102,3 +102,21 @@ dropForeignBuild()
     [[ -f $cache ]] || return 0
     grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$cache" || rm -rf "$1"
 }
+
+# CMake cannot build below a folder whose name holds characters such as " $ ; or a backslash. There
+# the sources are mirrored to a plain place, which becomes the working folder.
+leaveAwkwardFolder()
+{
+    local plain="[:alnum:]/._+ '()-"
+    # shellcheck disable=SC2053
+    [[ $PWD == *[!$plain]* ]] || return 0
+    local mirror entry
+    mirror=${HOME:-/var/tmp}/.cache/vexalin-camera/$(cksum <<<"$PWD" | cut -d ' ' -f 1)
+    echo "The name of this folder is too much for CMake; building in $mirror"
+    (umask 077 && mkdir -p -- "$mirror")
+    for entry in * .ci .clang-format; do
+        [[ $entry == build || $entry == out ]] ||
+            cp -R --update --preserve=timestamps,mode -- "$entry" "$mirror/"
+    done
+    cd -P -- "$mirror" || return
+}

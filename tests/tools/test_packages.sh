@@ -22,6 +22,7 @@ PATH=$work/bin:$PATH
 
 # shellcheck source=../../tools/packages.sh
 source "$root/tools/packages.sh"
+useUtf8
 
 expect()
 {
@@ -50,8 +51,21 @@ dropForeignBuild build
 [[ ! -e build ]]
 
 (export LC_ALL=C && useUtf8 && expect "UTF-8 instead of C" C.UTF-8 "$LC_ALL")
-(unset LC_ALL && export LC_CTYPE=POSIX LANG=C && useUtf8 && expect "LC_CTYPE" C.UTF-8 "$LC_CTYPE")
+(unset LC_ALL LC_CTYPE && export LC_CTYPE=POSIX LANG=C && useUtf8 && expect "LC_CTYPE" C.UTF-8 "$LC_CTYPE")
 (export LC_ALL=C.UTF-8 && unset LC_CTYPE && useUtf8 && expect "left alone" "" "${LC_CTYPE:-}")
+for folder in "plain folder" "it's (1) 文件" 'quote"d' 'dollar$' 'semi;colon' 'back\slash' 'ha#sh'; do
+    mkdir -p "$folder"/{.ci,tools,build,out}
+    touch "$folder/"{.clang-format,run}
+    mirrored=$(cd "$folder" && HOME=$work/home && leaveAwkwardFolder >/dev/null && pwd)
+    case $folder in
+        plain* | it*) expect "stays in $folder" "$work/$folder" "$mirrored" ;;
+        *)
+            expect "mirrors $folder" "$work/home/.cache/vexalin-camera" "${mirrored%/*}"
+            [[ -e $mirrored/run && -d $mirrored/.ci && ! -e $mirrored/build ]]
+            ;;
+    esac
+done
+
 expect "ten lines of help" 10 "$("$root/run" --help | wc -l)"
 "$root/test" --help | grep -q "^Usage: ./test"
 for command in run test; do
