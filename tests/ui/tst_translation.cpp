@@ -57,7 +57,8 @@ TEST_F(Translation, fileChoosersAreChinese)
 {
     QFileDialog dialog;
     dialog.setOption(QFileDialog::DontUseNativeDialog);
-    EXPECT_THAT(dialog.labelText(QFileDialog::LookIn).toStdString(), testing::HasSubstr("查找范围"));
+    EXPECT_THAT(dialog.labelText(QFileDialog::LookIn).toStdString(),
+                testing::HasSubstr("查找范围"));
     EXPECT_THAT(dialog.labelText(QFileDialog::Accept).toStdString(), testing::HasSubstr("打开"));
     EXPECT_EQ(dialog.labelText(QFileDialog::Reject), QStringLiteral("取消"));
 }
