@@ -36,8 +36,8 @@ protected:
 
     std::string traces()
     {
-        return withoutSourceLines(
-            withoutSourceLines(WindowTest::traces(), "FreshCameraResWidget"), "SaveCameraWorkArg");
+        return withoutSourceLines(withoutSourceLines(WindowTest::traces(), "FreshCameraResWidget"),
+                                  "SaveCameraWorkArg");
     }
 
     bool controlsAreDisabled() const
@@ -63,10 +63,12 @@ TEST_F(CameraTest, libraryIsInitialisedAndTheCallbackRegistered)
 {
     fake_set_result("RegCallBackCameraChange", 3);
     m_window->onslot_StartCamera();
-    EXPECT_EQ(traces(), "[LoadLib]load camera sdk success\n"
-                        "RegCallBackCameraChange callback function  3\n");
-    EXPECT_EQ(calls(), "Init()\n"
-                       "RegCallBackCameraChange(callback)\n");
+    EXPECT_EQ(traces(),
+              "[LoadLib]load camera sdk success\n"
+              "RegCallBackCameraChange callback function  3\n");
+    EXPECT_EQ(calls(),
+              "Init()\n"
+              "RegCallBackCameraChange(callback)\n");
     EXPECT_TRUE(m_window->m_KorvCamera);
 }
 
@@ -75,11 +77,13 @@ TEST_F(CameraTest, failingInitIsReportedAndStartUpGoesOn)
     fake_set_result("Init", -3);
     fake_set_result("RegCallBackCameraChange", -1);
     m_window->onslot_StartCamera();
-    EXPECT_EQ(traces(), "[LoadLib]load camera sdk success\n"
-                        "init camera fail -3\n"
-                        "RegCallBackCameraChange callback function  -1\n");
-    EXPECT_EQ(calls(), "Init()\n"
-                       "RegCallBackCameraChange(callback)\n");
+    EXPECT_EQ(traces(),
+              "[LoadLib]load camera sdk success\n"
+              "init camera fail -3\n"
+              "RegCallBackCameraChange callback function  -1\n");
+    EXPECT_EQ(calls(),
+              "Init()\n"
+              "RegCallBackCameraChange(callback)\n");
     EXPECT_TRUE(m_window->m_KorvCamera);
 }
 
@@ -87,9 +91,10 @@ TEST_F(CameraTest, missingLibraryLeavesTheWindowUsable)
 {
     WindowUnderTest window("/nonexistent/libcamera.so");
     window.onslot_StartCamera();
-    EXPECT_EQ(traces(), "load tavelo :/nonexistent/libcamera.so: cannot open shared object file: "
-                        "No such file or directory\n"
-                        "load camera lib  fail\n");
+    EXPECT_EQ(traces(),
+              "load tavelo :/nonexistent/libcamera.so: cannot open shared object file: "
+              "No such file or directory\n"
+              "load camera lib  fail\n");
     EXPECT_FALSE(window.m_KorvCamera);
     EXPECT_TRUE(window.ui->devlistcomb->isEnabled());
 }
@@ -98,12 +103,16 @@ TEST_F(CameraTest, libraryThatLacksAnyNameIsRefused)
 {
     int refused = 0;
     for (const auto &entry : std::filesystem::directory_iterator(KORV_INCOMPLETE_CAMERAS)) {
-        SCOPED_TRACE(entry.path().string());
         const std::string path = entry.path().string();
+        if (path.find("/libwithout") == std::string::npos)
+            continue;
+        SCOPED_TRACE(path);
         WindowUnderTest window(path.c_str());
+        traces();
         window.onslot_StartCamera();
-        EXPECT_EQ(traces(), "[LoadLib]load camera sdk failed\n"
-                            "load camera lib  fail\n");
+        ASSERT_EQ(traces(),
+                  "[LoadLib]load camera sdk failed\n"
+                  "load camera lib  fail\n");
         EXPECT_FALSE(window.m_KorvCamera);
         ++refused;
     }
@@ -117,8 +126,9 @@ TEST_F(CameraTest, openingForTheFirstTimeTakesTheDefaults)
     fake_set_result("SetCurResolutionNo", -8);
     fake_set_result("StartCapture", 4);
     EXPECT_EQ(m_window->OpenCamera(m_camera), 4);
-    EXPECT_EQ(traces(), std::string("[OpenCamera] ENTER\n"
-                                    "[func-ParseCameraResJSONStr]resjsonstr:")
+    EXPECT_EQ(traces(),
+              std::string("[OpenCamera] ENTER\n"
+                          "[func-ParseCameraResJSONStr]resjsonstr:")
                   + kThreeSizes
                   + "\n"
                     "[OpenCamera][1092]resName \n"
@@ -127,7 +137,8 @@ TEST_F(CameraTest, openingForTheFirstTimeTakesTheDefaults)
                     "[ParseCamFileColorJSONStr]color-json:(null)\n"
                     "[FreshCameraResWidget] ENTER \n"
                     "[FreshCameraResWidget][#] set current index 2\n");
-    EXPECT_EQ(calls(), std::string(kOpenCalls)
+    EXPECT_EQ(calls(),
+              std::string(kOpenCalls)
                   + "SetCurResolutionNo(7,2)\n"
                     "StartCapture(7,callback)\n");
     EXPECT_EQ(m_camera.status, 1);
@@ -155,17 +166,19 @@ TEST_F(CameraTest, savedChoicesComeBack)
                   "[file]\nmultpage=true\nquality=60\ntype=pdf\npath="
                       + folder
                       + "\n[image]\ncolor=2\ncrop-type=\\x81ea\\x52a8\\x88c1\\x5207\n"
-                        "rotate=\"\\x53f3\\x65cb\"90\"\\x5ea6\"\n");
+                        "rotate=\\x53f3\\x65cb\\x39\\x30\\x5ea6\n");
     EXPECT_EQ(m_window->OpenCamera(m_camera), 0);
-    EXPECT_EQ(traces(), std::string("[OpenCamera] ENTER\n"
-                                    "[func-ParseCameraResJSONStr]resjsonstr:")
+    EXPECT_EQ(traces(),
+              std::string("[OpenCamera] ENTER\n"
+                          "[func-ParseCameraResJSONStr]resjsonstr:")
                   + kThreeSizes
                   + "\n"
                     "[OpenCamera][1098]KorvCamera_SetResolutionNo 1 0\n"
                     "[ParseCamFileColorJSONStr]color-json:(null)\n"
                     "[FreshCameraResWidget] ENTER \n"
                     "[FreshCameraResWidget][#] set current index 1\n");
-    EXPECT_EQ(calls(), std::string(kOpenCalls)
+    EXPECT_EQ(calls(),
+              std::string(kOpenCalls)
                   + "SetCurResolutionNo(7,1)\n"
                     "StartCapture(7,callback)\n");
     const Ui_MainWindow &ui = *m_window->ui;
@@ -228,8 +241,9 @@ TEST_F(CameraTest, withoutAHomeNothingIsOpened)
     start();
     const support::ScopedVariable noHome("HOME", std::nullopt);
     EXPECT_EQ(m_window->OpenCamera(m_camera), -1);
-    EXPECT_EQ(traces(), "[OpenCamera] ENTER\n"
-                        "[OpenCamera][1049]fail GetTempPath \n");
+    EXPECT_EQ(traces(),
+              "[OpenCamera] ENTER\n"
+              "[OpenCamera][1049]fail GetTempPath \n");
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(m_camera.status, 0);
     EXPECT_TRUE(controlsAreDisabled());
@@ -240,8 +254,9 @@ TEST_F(CameraTest, refusedOpenEndsTheOpening)
     start();
     fake_set_result("Open", -19);
     EXPECT_EQ(m_window->OpenCamera(m_camera), -19);
-    EXPECT_EQ(traces(), "[OpenCamera] ENTER\n"
-                        "[OpenCamera][1067]KorvCamera_Open -19\n");
+    EXPECT_EQ(traces(),
+              "[OpenCamera] ENTER\n"
+              "[OpenCamera][1067]KorvCamera_Open -19\n");
     EXPECT_EQ(calls(), "Open(7)\n");
     EXPECT_EQ(m_camera.status, 0);
     EXPECT_TRUE(controlsAreDisabled());
@@ -254,11 +269,13 @@ TEST_F(CameraTest, missingResolutionListClosesTheDeviceAgain)
     m_window->m_resolutionNo = 4;
     fake_set_resolution_json(nullptr);
     EXPECT_EQ(m_window->OpenCamera(m_camera), -1);
-    EXPECT_EQ(traces(), "[OpenCamera] ENTER\n"
-                        "[OpenCamera][1073]KorvCamera_GetResolutionList\n");
-    EXPECT_EQ(calls(), "Open(7)\n"
-                       "GetResolutionList(7)\n"
-                       "Close(7)\n");
+    EXPECT_EQ(traces(),
+              "[OpenCamera] ENTER\n"
+              "[OpenCamera][1073]KorvCamera_GetResolutionList\n");
+    EXPECT_EQ(calls(),
+              "Open(7)\n"
+              "GetResolutionList(7)\n"
+              "Close(7)\n");
     EXPECT_EQ(m_camera.status, 0);
     EXPECT_EQ(m_window->m_resolutions.size(), 1U);
     EXPECT_EQ(m_window->m_resolutionNo, 4);
@@ -271,15 +288,17 @@ TEST_F(CameraTest, failedStartOfCaptureClosesTheDeviceAgain)
     fake_set_result("StartCapture", -5);
     fake_set_result("GetCurResolutionNo", 1);
     EXPECT_EQ(m_window->OpenCamera(m_camera), -5);
-    EXPECT_EQ(traces(), std::string("[OpenCamera] ENTER\n"
-                                    "[func-ParseCameraResJSONStr]resjsonstr:")
+    EXPECT_EQ(traces(),
+              std::string("[OpenCamera] ENTER\n"
+                          "[func-ParseCameraResJSONStr]resjsonstr:")
                   + kThreeSizes
                   + "\n"
                     "[OpenCamera][1092]resName \n"
                     "[OpenCamera][1093]KorvCamera_GetResolutionNo 1\n"
                     "[OpenCamera][1098]KorvCamera_SetResolutionNo 1 0\n"
                     "[OpenCamera][1102]KorvCamera_StartCapture -5\n");
-    EXPECT_EQ(calls(), std::string(kOpenCalls)
+    EXPECT_EQ(calls(),
+              std::string(kOpenCalls)
                   + "SetCurResolutionNo(7,1)\n"
                     "StartCapture(7,callback)\n"
                     "Close(7)\n");
@@ -298,16 +317,17 @@ TEST_F(CameraTest, recordDumpHasItsFixedForm)
     m_camera.status = 1;
     std::snprintf(m_camera.mode, sizeof m_camera.mode, "Cam");
     m_window->ShowCameraUnitArgv(m_camera);
-    EXPECT_EQ(traces(), "******************[func-ShowCameraUnitArgv***********************\n"
-                        "<<camera device info\n"
-                        "               id:0\n"
-                        "             name:Cam1\n"
-                        "           status:1\n"
-                        "               ID:7\n"
-                        "              vid:1234\n"
-                        "              pid:000B\n"
-                        "             node:\n"
-                        "             mode:Cam\n"
-                        "          connect:1\n"
-                        "******************func-ShowCameraUnitArgv]***********************\n");
+    EXPECT_EQ(traces(),
+              "******************[func-ShowCameraUnitArgv***********************\n"
+              "<<camera device info\n"
+              "               id:0\n"
+              "             name:Cam1\n"
+              "           status:1\n"
+              "               ID:7\n"
+              "              vid:1234\n"
+              "              pid:000B\n"
+              "             node:\n"
+              "             mode:Cam\n"
+              "          connect:1\n"
+              "******************func-ShowCameraUnitArgv]***********************\n");
 }

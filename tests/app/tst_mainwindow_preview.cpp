@@ -73,12 +73,16 @@ protected:
         return image;
     }
 
-    int paintedFrames() { return static_cast<int>(QString::fromStdString(traces()).count(QStringLiteral("display the image\n"))); }
+    int paintedFrames()
+    {
+        return static_cast<int>(
+            QString::fromStdString(traces()).count(QStringLiteral("display the image\n")));
+    }
 
     QRect expectedRectangle(QSize frame) const
     {
-        const double scale = qMax(frame.width() / double(m_area.width()),
-                                  frame.height() / double(m_area.height()));
+        const double scale =
+            qMax(frame.width() / double(m_area.width()), frame.height() / double(m_area.height()));
         const int w = qMin(m_area.width(), int(frame.width() / scale));
         const int h = qMin(m_area.height(), int(frame.height() / scale));
         return {(m_area.width() - w) / 2, (m_area.height() - h) / 2, w, h};
@@ -130,13 +134,13 @@ TEST_F(PreviewTest, framesAreDroppedWhileOneWaits)
     EXPECT_EQ(deliver(jpeg({32, 24}), {32, 24}), 0);
     EXPECT_EQ(m_window->m_frame.pendingCount(), 1);
     {
-        const FrameBuffer::Access frame {m_window->m_frame};
+        const FrameBuffer::Access frame{m_window->m_frame};
         EXPECT_EQ(frame.width(), 64);
     }
     runQueued();
     EXPECT_EQ(m_window->m_frame.pendingCount(), 0);
     deliver(jpeg({32, 24}), {32, 24});
-    const FrameBuffer::Access frame {m_window->m_frame};
+    const FrameBuffer::Access frame{m_window->m_frame};
     EXPECT_EQ(frame.width(), 32);
 }
 
@@ -166,7 +170,7 @@ TEST_F(PreviewTest, aBrokenFrameStoresNothingButRepaintsTheOldOne)
     deliver(QByteArray("no picture at all"), {64, 48});
     EXPECT_EQ(m_window->m_frame.pendingCount(), 0);
     {
-        const FrameBuffer::Access frame {m_window->m_frame};
+        const FrameBuffer::Access frame{m_window->m_frame};
         ASSERT_EQ(frame.length(), good.size());
         EXPECT_EQ(std::memcmp(frame.bytes(), good.constData(), std::size_t(good.size())), 0);
     }
@@ -259,7 +263,7 @@ TEST_F(PreviewTest, repaintWithoutANewFrameDecodesNothing)
     expectCorners(drawn, {kRed, kGreen, kBlue, kYellow});
     {
         // Were the stored bytes decoded again, there would be no picture any more.
-        const FrameBuffer::Access frame {m_window->m_frame};
+        const FrameBuffer::Access frame{m_window->m_frame};
         std::memset(frame.bytes(), 0, std::size_t(frame.length()));
     }
     expectCorners(drawn, {kRed, kGreen, kBlue, kYellow});

@@ -15,8 +15,9 @@ TEST_F(ShutdownTest, closingTheWindowClosesTheRunningCamera)
     traces();
     EXPECT_TRUE(m_window->close());
     EXPECT_FALSE(m_window->isVisible());
-    EXPECT_EQ(traces(), "[ondeviceRunningSwitch] Enter type:3 \n"
-                        "[CloseCamera] KorvCamera_Close-0\n");
+    EXPECT_EQ(traces(),
+              "[ondeviceRunningSwitch] Enter type:3 \n"
+              "[CloseCamera] KorvCamera_Close-0\n");
     EXPECT_EQ(calls(), "Close(0)\n");
     EXPECT_EQ(m_window->m_cameras.front().status, 0);
     EXPECT_TRUE(m_window->ui->devlistcomb->isEnabled());
@@ -39,8 +40,9 @@ TEST_F(ShutdownTest, libraryIsUninitialisedAndUnloaded)
 {
     startLibrary();
     m_window.reset();
-    EXPECT_EQ(traces(), "free tavelo success\n"
-                        "close mainwindow\n");
+    EXPECT_EQ(traces(),
+              "free tavelo success\n"
+              "close mainwindow\n");
     EXPECT_EQ(calls(), "UnInit()\n");
 }
 
@@ -49,9 +51,10 @@ TEST_F(ShutdownTest, failingUninitIsReportedAndChangesNothing)
     startLibrary();
     fake_set_result("UnInit", -5);
     m_window.reset();
-    EXPECT_EQ(traces(), "uninit camera failure\n"
-                        "free tavelo success\n"
-                        "close mainwindow\n");
+    EXPECT_EQ(traces(),
+              "uninit camera failure\n"
+              "free tavelo success\n"
+              "close mainwindow\n");
     EXPECT_EQ(calls(), "UnInit()\n");
 }
 

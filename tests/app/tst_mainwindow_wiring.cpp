@@ -128,9 +128,9 @@ TEST_F(WiringTest, onlyTheDeviceSelectorIsUsableAtFirst)
     const Ui_MainWindow &ui = *m_window->ui;
     EXPECT_TRUE(ui.devlistcomb->isEnabled());
     EXPECT_TRUE(ui.rotatestylecomb->isEnabled());
-    const std::vector<const QWidget *> others{
-        ui.dpilistcomb, ui.filemodecomb, ui.colormodecomb, ui.cropstylecomb, ui.multPageCB,
-        ui.photoBtn,    ui.saveBtn,      ui.setBtn,        ui.imgshowwidgt};
+    const std::vector<const QWidget *> others{ui.dpilistcomb,   ui.filemodecomb, ui.colormodecomb,
+                                              ui.cropstylecomb, ui.multPageCB,   ui.photoBtn,
+                                              ui.saveBtn,       ui.setBtn,       ui.imgshowwidgt};
     for (const QWidget *widget : others)
         EXPECT_FALSE(widget->isEnabled()) << widget->objectName().toStdString();
 }
@@ -161,7 +161,7 @@ TEST_F(WiringTest, enableWidgetsHasItsOwnListOfMultiPageTypes)
     {
         const char *type;
         bool usable;
-    } rows[] = {{"jpg", false}, {"bmp", false}, {"pdf", true},  {"ofd", true}, {"png", true},
+    } rows[] = {{"jpg", false}, {"bmp", false},  {"pdf", true},  {"ofd", true}, {"png", true},
                 {"tif", true},  {"tiff", false}, {"PDF", false}, {"", false}};
     QCheckBox &box = *m_window->ui->multPageCB;
     for (const auto &row : rows) {
@@ -187,16 +187,17 @@ TEST_F(WiringTest, ownSignalsAreQueued)
     emit m_window->deviceRunningSwitch(7);
     EXPECT_EQ(traces(), "");
     runQueued();
-    EXPECT_EQ(traces(), "[ondeviceChange] enter none,1\n"
-                        "[ondeviceChange] exit \n"
-                        "IN [func-ondeviceListFresh] \n"
-                        "[func-ondeviceListFresh] out\n"
-                        "[ondeviceRunningSwitch] Enter type:7 \n"
-                        "[ondeviceRunningSwitch] EXIT \n"
-                        "[ondeviceRunningSwitch] Enter type:0 \n"
-                        "[ondeviceRunningSwitch] EXIT \n"
-                        "IN [func-ondeviceListFresh] \n"
-                        "[func-ondeviceListFresh] out\n");
+    EXPECT_EQ(traces(),
+              "[ondeviceChange] enter none,1\n"
+              "[ondeviceChange] exit \n"
+              "IN [func-ondeviceListFresh] \n"
+              "[func-ondeviceListFresh] out\n"
+              "[ondeviceRunningSwitch] Enter type:7 \n"
+              "[ondeviceRunningSwitch] EXIT \n"
+              "[ondeviceRunningSwitch] Enter type:0 \n"
+              "[ondeviceRunningSwitch] EXIT \n"
+              "IN [func-ondeviceListFresh] \n"
+              "[func-ondeviceListFresh] out\n");
 }
 
 TEST_F(WiringTest, previewSignalIsQueued)
@@ -285,8 +286,9 @@ TEST_F(WiringTest, everyEventOfTheFilterIsTraced)
     EXPECT_FALSE(filtered(m_window->ui->photoBtn, QEvent::MouseButtonPress, Qt::RightButton));
     EXPECT_EQ(allTraces(), "func-eventFilter\n");
     EXPECT_FALSE(filtered(viewport(), QEvent::MouseMove, Qt::NoButton));
-    EXPECT_EQ(allTraces(), "func-eventFilter\n"
-                           "func-eventFilter  imgshowwidgt type:5\n");
+    EXPECT_EQ(allTraces(),
+              "func-eventFilter\n"
+              "func-eventFilter  imgshowwidgt type:5\n");
 }
 
 TEST_F(WiringTest, doubleClickAsksForThePreviewWithTheLeftButtonOnly)
