@@ -416,15 +416,19 @@ TEST_F(SessionThreads, departureIsReportedWhileCloseWaitsForTheStream)
         inside.open();
         EXPECT_TRUE(reported.wait());
     };
+    m_heard.onEvent = [&] {
+        if (m_heard.soFar().back() == "remove 0 A")
+            reported.open();
+    };
     session.setReceiver(hear);
     ASSERT_TRUE(hears({"add 0 A"}));
-    m_heard.onEvent = [&] { reported.open(); };
     ASSERT_TRUE(session.startCapture(0, take));
     ASSERT_TRUE(inside.wait());
     std::thread closer([&] { EXPECT_TRUE(session.close(0)); });
     m_backend.pull("a");
     closer.join();
     EXPECT_TRUE(hears({"add 0 A", "remove 0 A"}));
+    session.setReceiver(nullptr);
 }
 
 TEST_F(SessionThreads, slowOpenHoldsUpNobodyElse)
