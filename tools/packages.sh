@@ -38,6 +38,8 @@ readonly kTestPackages=(
     "libtiff-tools|reads TIFF files back: tiffinfo"
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"
+    "libxml2-utils|reads OFD files back: xmllint"
+    "imagemagick|reads PNG, BMP and TIFF files back"
 )
 
 # Prints those of the given "name|why" entries whose package is not installed.

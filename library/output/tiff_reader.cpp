@@ -68,6 +68,21 @@ Result<Page> describe(const TiffMemory &memory)
     return page;
 }
 
+/// Whether that many pixels can come out of a file of this size. Group 3 and 4 take at least one
+/// bit a row; the other codings shrink a thousandfold at most, or somewhat more with JPEG.
+bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
+{
+    constexpr std::int64_t kMostPixelsPerByte = 4096 * 8;
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
+    const auto bytes = static_cast<std::int64_t>(fileSize);
+    if (compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4)
+        return page.height / 8 <= bytes;
+    if (compression == COMPRESSION_NONE)
+        return page.width * page.height / 8 <= bytes;
+    return page.width * page.height / kMostPixelsPerByte <= bytes;
+}
+
 /// libtiff's general reader gives 32-bit pixels piece by piece (strips or tiles), each with its
 /// lowest row first. Source: TIFFReadRGBAStrip(3tiff), TIFFReadRGBATile(3tiff).
 class PieceReader
@@ -179,6 +194,8 @@ Result<Image> readTiff(ByteView content)
     const Page &page = described.value();
     if (!isReasonableSize(page.width, page.height))
         return Error{-EFBIG, "TIFF: picture too large"};
+    if (!isPlausible(memory.handle(), page, content.size))
+        return Error{-EBADMSG, "TIFF: too few data for the size it states"};
     char reason[1024] = "";
     if (!TIFFRGBAImageOK(memory.handle(), reason))
         return Error{-EBADMSG, std::string("TIFF: ") + reason};

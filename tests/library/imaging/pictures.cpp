@@ -93,7 +93,7 @@ Bytes videoFrame(const Image &image)
         const std::uint8_t marker = whole[at + 1];
         if (marker == 0xDA)
             break;
-        const std::size_t length = 2 + (std::size_t {whole[at + 2]} << 8 | whole[at + 3]);
+        const std::size_t length = 2 + (std::size_t{whole[at + 2]} << 8 | whole[at + 3]);
         if (marker != 0xE0 && marker != 0xC4)
             frame.insert(frame.end(), whole.begin() + static_cast<std::ptrdiff_t>(at),
                          whole.begin() + static_cast<std::ptrdiff_t>(at + length));
@@ -123,13 +123,15 @@ Image fromPnm(const std::string &pnm)
         for (int y = 0; y < height; ++y) {
             stream.read(packed.data(), static_cast<std::streamsize>(packed.size()));
             for (int x = 0; x < width; ++x) {
-                const auto bits = static_cast<unsigned char>(packed[static_cast<std::size_t>(x) / 8]);
+                const auto bits =
+                    static_cast<unsigned char>(packed[static_cast<std::size_t>(x) / 8]);
                 image.row(y)[x] = bits >> (7 - x % 8) & 1 ? 0 : 255;
             }
         }
     } else {
-        stream.read(reinterpret_cast<char *>(image.pixels()),
-                    static_cast<std::streamsize>(image.stride() * static_cast<std::size_t>(height)));
+        stream.read(
+            reinterpret_cast<char *>(image.pixels()),
+            static_cast<std::streamsize>(image.stride() * static_cast<std::size_t>(height)));
     }
     if (!stream)
         throw std::runtime_error("PNM picture cut off");
@@ -161,7 +163,8 @@ Bytes readBytes(const std::string &path)
 void writeBytes(const std::string &path, ByteView bytes)
 {
     std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char *>(bytes.data), static_cast<std::streamsize>(bytes.size));
+    file.write(reinterpret_cast<const char *>(bytes.data),
+               static_cast<std::streamsize>(bytes.size));
     if (!file)
         throw std::runtime_error("cannot write " + path);
 }

@@ -41,8 +41,8 @@ Image desk(int width, int height, const std::array<Point, 4> *sheet)
 
 TEST(Crop, cornersOfATiltedSheetAreFound)
 {
-    const std::array<Point, 4> sheet
-        = {Point {260, 130}, Point {1000, 210}, Point {930, 820}, Point {190, 760}};
+    const std::array<Point, 4> sheet = {Point{260, 130}, Point{1000, 210}, Point{930, 820},
+                                        Point{190, 760}};
     const std::optional<Quadrilateral> found = findSheet(desk(1200, 900, &sheet));
     ASSERT_TRUE(found);
     for (std::size_t i = 0; i < 4; ++i) {
@@ -53,8 +53,8 @@ TEST(Crop, cornersOfATiltedSheetAreFound)
 
 TEST(Crop, cutSheetIsStraightAndFreeOfTheDesk)
 {
-    const std::array<Point, 4> sheet
-        = {Point {260, 130}, Point {1000, 210}, Point {930, 820}, Point {190, 760}};
+    const std::array<Point, 4> sheet = {Point{260, 130}, Point{1000, 210}, Point{930, 820},
+                                        Point{190, 760}};
     const Image scene = desk(1200, 900, &sheet);
     const std::optional<Quadrilateral> found = findSheet(scene);
     ASSERT_TRUE(found);
@@ -78,20 +78,20 @@ TEST(Crop, emptyDeskIsLeftAlone)
 
 TEST(Crop, sheetLargerThanTheFrameIsLeftAlone)
 {
-    const std::array<Point, 4> sheet
-        = {Point {-200, -150}, Point {1400, -90}, Point {1380, 1050}, Point {-180, 1000}};
+    const std::array<Point, 4> sheet = {Point{-200, -150}, Point{1400, -90}, Point{1380, 1050},
+                                        Point{-180, 1000}};
     EXPECT_FALSE(findSheet(desk(1200, 900, &sheet)));
 }
 
 TEST(Crop, sheetThatLeavesTheFrameIsLeftAlone)
 {
-    const std::array<Point, 4> sheet
-        = {Point {300, 200}, Point {1500, 230}, Point {1480, 700}, Point {280, 680}};
+    const std::array<Point, 4> sheet = {Point{300, 200}, Point{1500, 230}, Point{1480, 700},
+                                        Point{280, 680}};
     EXPECT_FALSE(findSheet(desk(1200, 900, &sheet)));
 }
 
 TEST(Crop, strangePicturesAreLeftAlone)
 {
-    for (const auto [width, height] : {std::pair {1, 1}, {3, 2000}, {2000, 70}, {64, 64}})
+    for (const auto &[width, height] : {std::pair{1, 1}, {3, 2000}, {2000, 70}, {64, 64}})
         EXPECT_FALSE(findSheet(pictures::numbered(width, height, PixelFormat::Gray8)));
 }

@@ -52,7 +52,7 @@ TEST(Exif, nonsenseLeavesTheOtherAnswer)
 {
     EXPECT_EQ(exifOrientation(block(true, 0), 1), 1);
     EXPECT_EQ(exifOrientation(block(true, 9), 6), 6);
-    EXPECT_EQ(exifOrientation(Bytes {'J', 'F', 'I', 'F'}, 1), 1);
+    EXPECT_EQ(exifOrientation(Bytes{'J', 'F', 'I', 'F'}, 1), 1);
     Bytes farAway = block(true, 6);
     farAway[10] = farAway[11] = farAway[12] = farAway[13] = 0xFF;
     EXPECT_EQ(exifOrientation(farAway, 1), 1);

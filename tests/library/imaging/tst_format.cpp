@@ -6,13 +6,15 @@ using namespace korv;
 
 TEST(Format, everyExtensionIsKnownInAnyCase)
 {
-    for (const char *name : {"a.jpg", "a.JPEG", "a.Png", "a.bmp", "a.TIF", "a.tiff", "a.pdf", "a.OfD"})
+    for (const char *name :
+         {"a.jpg", "a.JPEG", "a.Png", "a.bmp", "a.TIF", "a.tiff", "a.pdf", "a.OfD"})
         EXPECT_NE(formatForPath(name), nullptr) << name;
 }
 
 TEST(Format, everythingElseIsUnknown)
 {
-    for (const char *name : {"a", "", "a.gif", "pdf", "a.pdf/", "a.pdf/b", "a.pd", "a.pdff", ".jpg"})
+    for (const char *name :
+         {"a", "", "a.gif", "pdf", "a.pdf/", "a.pdf/b", "a.pd", "a.pdff", ".jpg"})
         EXPECT_EQ(formatForPath(name), nullptr) << name;
 }
 

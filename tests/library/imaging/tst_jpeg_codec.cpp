@@ -33,8 +33,7 @@ TEST(JpegCodec, independentDecoderSeesTheSamePixels)
     pictures::writeBytes(path, encoded);
     const ProgramResult read = runProgram({"djpeg", "-ppm", path});
     ASSERT_EQ(read.status, 0) << read.errors;
-    EXPECT_TRUE(
-        pictures::same(pictures::fromPnm(read.output), jpeg::decode(encoded).value()));
+    EXPECT_TRUE(pictures::same(pictures::fromPnm(read.output), jpeg::decode(encoded).value()));
 }
 
 TEST(JpegCodec, qualityChangesTheSize)
@@ -71,7 +70,8 @@ TEST(JpegCodec, grayDecodingIsTheLumaOfTheColours)
     for (int y = 0; y < 90; ++y) {
         for (int x = 0; x < 120; ++x) {
             const std::uint8_t *pixel = colour.row(y) + 3 * x;
-            sum += std::abs(0.299 * pixel[0] + 0.587 * pixel[1] + 0.114 * pixel[2] - luma.row(y)[x]);
+            sum +=
+                std::abs(0.299 * pixel[0] + 0.587 * pixel[1] + 0.114 * pixel[2] - luma.row(y)[x]);
         }
     }
     EXPECT_LT(sum / (120 * 90), 1.5);
@@ -136,8 +136,7 @@ TEST(JpegCodec, progressivePictureIsRead)
     const Bytes progressive(made.output.begin(), made.output.end());
     EXPECT_TRUE(jpeg::readInfo(progressive).value().progressive);
     EXPECT_EQ(jpeg::findEnd(progressive).value(), progressive.size());
-    EXPECT_TRUE(
-        pictures::same(jpeg::decode(progressive).value(), jpeg::decode(encoded).value()));
+    EXPECT_TRUE(pictures::same(jpeg::decode(progressive).value(), jpeg::decode(encoded).value()));
 }
 
 TEST(JpegCodec, endlessScansAreRefused)

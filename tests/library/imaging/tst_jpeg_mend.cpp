@@ -66,8 +66,7 @@ TEST(JpegMend, independentDecoderReadsTheMendedFrame)
     const ProgramResult read = runProgram({"djpeg", "-ppm", path});
     ASSERT_EQ(read.status, 0) << read.errors;
     EXPECT_TRUE(read.errors.empty()) << read.errors;
-    EXPECT_TRUE(
-        pictures::same(pictures::fromPnm(read.output), jpeg::decode(frame).value()));
+    EXPECT_TRUE(pictures::same(pictures::fromPnm(read.output), jpeg::decode(frame).value()));
 }
 
 TEST(JpegMend, graySamplingFactorsBecomePlain)

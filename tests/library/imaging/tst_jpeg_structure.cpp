@@ -25,9 +25,9 @@ TEST(JpegFindEnd, endIsBehindTheEndMarkerWhateverFollows)
 {
     Bytes data = pictures::jpegOf(pictures::page(160, 120));
     const std::size_t size = data.size();
-    for (const std::uint8_t padding : {0x00, 0xFF, 0xD9}) {
+    for (const int padding : {0x00, 0xFF, 0xD9}) {
         data.resize(size);
-        data.insert(data.end(), 100, padding);
+        data.insert(data.end(), 100, static_cast<std::uint8_t>(padding));
         const Result<std::size_t> end = jpeg::findEnd(data);
         ASSERT_TRUE(end);
         EXPECT_EQ(end.value(), size);
@@ -42,7 +42,7 @@ TEST(JpegFindEnd, neverReadsPastTheLimit)
         EXPECT_EQ(jpeg::findEnd(cut.view()).code(), -EBADMSG) << size;
         jpeg::readInfo(cut.view()).code();
     }
-    const GuardedBuffer whole {ByteView(data)};
+    const GuardedBuffer whole{ByteView(data)};
     ASSERT_TRUE(jpeg::findEnd(whole.view()));
     EXPECT_EQ(jpeg::findEnd(whole.view()).value(), data.size());
 }
@@ -98,7 +98,7 @@ TEST(JpegFindEnd, brokenStructuresAreRefused)
 
     EXPECT_EQ(jpeg::findEnd(ByteView()).code(), -EBADMSG);
     EXPECT_EQ(jpeg::findEnd(Bytes(1000, 0xFF)).code(), -EBADMSG);
-    EXPECT_EQ(jpeg::findEnd(Bytes {0xFF, 0xD8, 0xFF, 0xD9}).code(), -EBADMSG);
+    EXPECT_EQ(jpeg::findEnd(Bytes{0xFF, 0xD8, 0xFF, 0xD9}).code(), -EBADMSG);
 }
 
 TEST(JpegReadInfo, sizeComponentsSamplingAndDensity)

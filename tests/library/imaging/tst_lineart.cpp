@@ -11,13 +11,13 @@ namespace {
 constexpr int kWidth = 900;
 constexpr int kHeight = 700;
 
-/// The strokes of `truth` on paper whose brightness falls to a third from corner to corner.
+/// The strokes of `truth` on paper whose brightness falls to a sixth from corner to corner.
 Image inShadow(const Image &truth)
 {
     Image image(truth.width(), truth.height(), PixelFormat::Rgb24);
     for (int y = 0; y < truth.height(); ++y) {
         for (int x = 0; x < truth.width(); ++x) {
-            const int paper = 240 - 160 * (x + y) / (truth.width() + truth.height());
+            const int paper = 240 - 200 * (x + y) / (truth.width() + truth.height());
             const int level = truth.row(y)[x] != 0 ? paper : paper * 35 / 100;
             for (int i = 0; i < 3; ++i)
                 image.row(y)[3 * x + i] = static_cast<std::uint8_t>(level);
@@ -77,7 +77,7 @@ TEST(Lineart, blankShadedPaperStaysWhite)
 {
     const Image blank = [] {
         Image white(kWidth, kHeight, PixelFormat::Gray8);
-        std::fill_n(white.pixels(), kWidth * kHeight, std::uint8_t {255});
+        std::fill_n(white.pixels(), kWidth * kHeight, std::uint8_t{255});
         return white;
     }();
     EXPECT_LT(errorShare(toLineart(inShadow(blank)), blank), 0.001);
@@ -85,6 +85,6 @@ TEST(Lineart, blankShadedPaperStaysWhite)
 
 TEST(Lineart, smallestPicturesAreHandled)
 {
-    for (const auto [width, height] : {std::pair {1, 1}, {1, 300}, {300, 1}, {2, 2}})
+    for (const auto &[width, height] : {std::pair{1, 1}, {1, 300}, {300, 1}, {2, 2}})
         EXPECT_EQ(toLineart(pictures::numbered(width, height, PixelFormat::Rgb24)).width(), width);
 }

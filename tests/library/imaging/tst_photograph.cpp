@@ -32,8 +32,8 @@ TEST(Photograph, videoFrameIsMendedWithoutCodingItAgain)
     const Bytes video = pictures::videoFrame(pictures::page(160, 120));
     const Result<Bytes> photograph = makePhotograph(video, {});
     ASSERT_TRUE(photograph);
-    EXPECT_TRUE(pictures::same(jpeg::decode(photograph.value()).value(),
-                               jpeg::decode(video).value()));
+    EXPECT_TRUE(
+        pictures::same(jpeg::decode(photograph.value()).value(), jpeg::decode(video).value()));
     EXPECT_EQ(photograph.value()[6], 'J');
 }
 
@@ -101,8 +101,8 @@ TEST(Photograph, remadePhotographStatesTheA4Density)
 {
     PhotographOptions options;
     options.rotation = Rotation::Half;
-    const Result<Bytes> photograph
-        = makePhotograph(pictures::jpegOf(pictures::page(1169, 600)), options);
+    const Result<Bytes> photograph =
+        makePhotograph(pictures::jpegOf(pictures::page(1169, 600)), options);
     ASSERT_TRUE(photograph);
     EXPECT_EQ(jpeg::readInfo(photograph.value()).value().dpi, 100);
 }
@@ -111,7 +111,8 @@ TEST(Photograph, brokenFramesAreErrors)
 {
     EXPECT_EQ(makePhotograph(ByteView(), {}).code(), -EBADMSG);
     const ByteView half = ByteView(frame()).first(frame().size() / 2);
-    for (const ColourStyle colour : {ColourStyle::Colour, ColourStyle::Gray, ColourStyle::Lineart}) {
+    for (const ColourStyle colour :
+         {ColourStyle::Colour, ColourStyle::Gray, ColourStyle::Lineart}) {
         PhotographOptions options;
         options.colour = colour;
         EXPECT_EQ(makePhotograph(half, options).code(), -EBADMSG);

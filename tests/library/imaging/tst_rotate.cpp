@@ -31,12 +31,12 @@ TEST(Rotate, leftIsCounterClockwise)
 TEST(Rotate, oppositeTurnsUndoEachOtherAtAnySize)
 {
     for (const PixelFormat format : {PixelFormat::Gray8, PixelFormat::Rgb24}) {
-        for (const auto [width, height] : {std::pair {1, 1}, {1, 70}, {33, 31}, {64, 65}}) {
+        for (const auto &[width, height] : {std::pair{1, 1}, {1, 70}, {33, 31}, {64, 65}}) {
             const Image image = pictures::numbered(width, height, format);
             const Image left = rotate(image, Rotation::Left90);
             EXPECT_TRUE(pictures::same(rotate(left, Rotation::Right90), image));
-            EXPECT_TRUE(pictures::same(rotate(left, Rotation::Left90),
-                                       rotate(image, Rotation::Half)));
+            EXPECT_TRUE(
+                pictures::same(rotate(left, Rotation::Left90), rotate(image, Rotation::Half)));
         }
     }
 }

@@ -48,7 +48,7 @@ TEST(SourceFile, hugeFileIsRefusedBeforeMemoryIsTaken)
 {
     const support::TempHome home;
     const std::string path = home.write("sparse", "x").string();
-    std::filesystem::resize_file(path, std::uintmax_t {3} << 30);
+    std::filesystem::resize_file(path, std::uintmax_t{3} << 30);
     Bytes content;
     EXPECT_EQ(readSourceFile(path, content).code(), -EFBIG);
     EXPECT_EQ(content.capacity(), 0U);
