@@ -1,0 +1,101 @@
+#include "app/process.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <langinfo.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+/// What a child process prints on standard output, a pipe, up to its abrupt end: nothing is
+/// flushed for it.
+template <typename Function> std::string printedByAChild(Function function)
+{
+    std::array<int, 2> ends{-1, -1};
+    if (pipe(ends.data()) < 0)
+        return "no pipe";
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        // reopened, since a program's own stream is untouched when it starts
+        const std::string pipeName = "/proc/self/fd/" + std::to_string(ends[1]);
+        if (std::freopen(pipeName.c_str(), "w", stdout) == nullptr)
+            _exit(1);
+        std::setlocale(LC_ALL, "C");
+        function();
+        _exit(0);
+    }
+    close(ends[1]);
+    std::string text;
+    std::array<char, 256> chunk{};
+    for (ssize_t count = 0; (count = read(ends[0], chunk.data(), chunk.size())) > 0;)
+        text.append(chunk.data(), static_cast<std::size_t>(count));
+    close(ends[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status == 0 ? text : text + "(child failed)";
+}
+
+const char *orNone(const char *text)
+{
+    return text != nullptr ? text : "unset";
+}
+
+} // namespace
+
+TEST(ProcessTest, completeLinesLeaveAtOnce)
+{
+    const std::string text = printedByAChild([] {
+        prepareProcess();
+        std::printf("whole\nhalf");
+    });
+    EXPECT_EQ(text, "whole\n");
+}
+
+TEST(ProcessTest, textsAreUtf8WhateverTheEnvironmentSays)
+{
+    for (const char *locale : {"C", "POSIX", "nowhere"}) {
+        SCOPED_TRACE(locale);
+        const std::string text = printedByAChild([locale] {
+            setenv("LC_ALL", locale, 1);
+            prepareProcess();
+            std::printf("%s %s %s\n", nl_langinfo(CODESET), std::setlocale(LC_CTYPE, nullptr),
+                        orNone(std::getenv("LC_ALL")));
+        });
+        EXPECT_EQ(text, "UTF-8 C.UTF-8 unset\n");
+    }
+}
+
+TEST(ProcessTest, utf8LocaleOfTheUserIsKept)
+{
+    const std::string text = printedByAChild([] {
+        setenv("LC_ALL", "C.UTF-8", 1);
+        prepareProcess();
+        std::printf("%s\n", orNone(std::getenv("LC_ALL")));
+    });
+    EXPECT_EQ(text, "C.UTF-8\n");
+}
+
+TEST(ProcessTest, openGlIsLeftOutUnlessTheUserWantsIt)
+{
+    const std::string unset = printedByAChild([] {
+        unsetenv("QT_XCB_GL_INTEGRATION");
+        prepareProcess();
+        std::printf("%s\n", orNone(std::getenv("QT_XCB_GL_INTEGRATION")));
+    });
+    EXPECT_EQ(unset, "none\n");
+    const std::string chosen = printedByAChild([] {
+        setenv("QT_XCB_GL_INTEGRATION", "xcb_egl", 1);
+        prepareProcess();
+        std::printf("%s\n", orNone(std::getenv("QT_XCB_GL_INTEGRATION")));
+    });
+    EXPECT_EQ(chosen, "xcb_egl\n");
+}
