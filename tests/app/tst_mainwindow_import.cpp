@@ -2,6 +2,7 @@
 #include "tests/app/windowtools.h"
 
 #include <QFileDialog>
+#include <QSettings>
 
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,9 @@ protected:
         : m_folder(useSaveFolder())
     {
         m_window->EnableWidgets(true, true);
+        // the chooser remembers its own state, in the home directory of the first test otherwise
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QString::fromStdString((m_home.home() / ".config").string()));
     }
 
     /// Runs the import; the chooser that opens is answered with `file`, or cancelled.
