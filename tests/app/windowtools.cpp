@@ -6,8 +6,6 @@
 #include <QDesktopServices>
 #include <QListWidget>
 
-#include <regex>
-
 namespace {
 
 constexpr int kTickMs = 5;
@@ -23,8 +21,20 @@ QWidget *openWidget()
 
 std::string withoutSourceLines(const std::string &traces, const std::string &function)
 {
-    const std::regex place("\\[" + function + "\\]\\[[0-9]+\\]");
-    return std::regex_replace(traces, place, "[" + function + "][#]");
+    const std::string prefix = "[" + function + "][";
+    std::string text;
+    std::size_t from = 0;
+    for (std::size_t at = 0; (at = traces.find(prefix, from)) != std::string::npos;) {
+        const std::size_t digits = at + prefix.size();
+        const std::size_t end = traces.find_first_not_of("0123456789", digits);
+        text.append(traces, from, digits - from);
+        if (end != std::string::npos && end > digits && traces[end] == ']')
+            text += '#';
+        else
+            text.append(traces, digits, end - digits);
+        from = end == std::string::npos ? traces.size() : end;
+    }
+    return text.append(traces, from);
 }
 
 CallWatch::CallWatch(Watcher watcher)
