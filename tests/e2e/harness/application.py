@@ -130,8 +130,7 @@ class Application:
                 at = len(self._lines)
                 left = deadline - time.monotonic()
                 if left <= 0 or (not self._reader.is_alive() and at == len(self._lines)):
-                    tail = "\n  ".join(self._lines[since:][-30:])
-                    raise AssertionError(f"no line {pattern!r} in time; the last lines:\n  {tail}")
+                    raise AssertionError(f"no line {pattern!r} in time\n" + self._state(since))
                 self._changed.wait(min(left, 0.5))
 
     def wait_until(self, condition, what, timeout=15):
@@ -142,9 +141,17 @@ class Application:
             if value:
                 return value
             if time.monotonic() > deadline:
-                tail = "\n  ".join(self.lines()[-15:])
-                raise AssertionError(f"not in time: {what}; the last lines:\n  {tail}")
+                raise AssertionError(f"not in time: {what}\n" + self._state())
             time.sleep(0.05)
+
+    def _state(self, since=0):
+        """What somebody who reads a failure needs: is it alive, what did it say last."""
+        status = self.process.poll()
+        with self._changed:
+            tail = "\n  ".join(self._lines[since:][-30:])
+        alive = "running" if status is None else f"ended with {status}"
+        return (f"the program is {alive}; the last lines of its trace:\n  {tail}\n"
+                f"of its errors:\n{self.errors()[-3000:]}")
 
     # --- window ------------------------------------------------------------------------------
 
