@@ -181,7 +181,7 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     const Result<Bytes> photograph = makePhotograph(bytes.first(length.value()), options());
     if (!photograph)
         return photograph.error();
-    return writeFileAtomically(path, photograph.value());
+    return writeFileAtomically(path, photograph.value(), Existing::Replace);
 }
 
 Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)

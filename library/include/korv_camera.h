@@ -147,26 +147,40 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
 KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
                                              const char *path);
 
-/* Writes width x height pixels of 24-bit RGB (rows without padding) as an image file; the format
+/* Writes width x height pixels of 24-bit RGB (rows without padding) as a new image file; the format
  * comes from the path's extension as in ConvertImagetoImage. Colour, crop and rotation options are
- * not applied. Errors as there. */
+ * not applied. An existing file stays, as there. Errors as there. */
 KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height, int reserved,
                                                const char *path);
 
 /* Converts the image file `src` to the new file `dst`. The extension of dst, in any case, chooses
  * the format: jpg, jpeg, png, bmp, tif, tiff, pdf, ofd. The format of src (JPEG, PNG, BMP, TIFF) is
- * recognised by its content. The file appears whole or not at all.
- * Errors: -EINVAL null pointer or unknown extension; -EBADMSG src is no readable picture; -EFBIG
- * picture too large; -ENOENT, -ENOSPC ... what the file system answered. */
+ * recognised by its content. The file appears whole or not at all: it is written without a name or
+ * under a hidden one, synced, named, and its folder synced.
+ * An existing file is never touched: the new one takes the next free name of the form
+ * "0001 (1).pdf", the result is 0, and standard error tells the name. Of two programs that want the
+ * same name at the same time, each gets its own.
+ * When it fails (but for a null pointer and an unknown extension), src is kept for callers that
+ * delete it whatever the result: under the further name "0001-rescued-0001.jpg" (next free number,
+ * the extension of its content) beside dst, by a hard link, or by a copy where links are not
+ * possible; beside src when nothing can be made there. Standard error tells the name.
+ * Errors: -EINVAL null pointer or unknown extension (nothing is written); -EBADMSG src is no readable
+ * picture; -EFBIG picture too large; -ENOENT, -ENOSPC ... what the file system answered. When only
+ * the last step fails, syncing the folder, the whole new file stays. */
 KORV_CAMERA_API int KorvCamera_ConvertImagetoImage(const char *src, const char *dst);
 
 /* Adds an image file to the pending document. The file must stay in place until the document is
- * combined. Errors: as ConvertImagetoImage for src. */
+ * combined. A file that is refused is no page, but the next combine keeps it as a page that cannot be
+ * read. Errors: as ConvertImagetoImage for src. */
 KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
 
 /* Writes the pending pages, in the order they were added, to the new file `dst`: pdf, ofd, tif, tiff
- * by extension. The pending document is empty afterwards, whatever the result.
- * Errors: -ENODATA no page pending (nothing is written); otherwise as ConvertImagetoImage. */
+ * by extension. An existing file is never touched, as in ConvertImagetoImage. The pending document
+ * is empty afterwards, whatever the result. A page that cannot be read does not spoil the document:
+ * the others are written, that one is kept as in ConvertImagetoImage, and the result is its error.
+ * When the document cannot be written, every page is kept so.
+ * Errors: -ENODATA no page pending, -EINVAL unknown extension (nothing is written or kept);
+ * otherwise as ConvertImagetoImage. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);
 
 #ifdef __cplusplus

@@ -1,9 +1,11 @@
 #include "library/output/atomic_file.h"
 
+#include "library/base/log.h"
 #include "library/output/file_names.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <new>
 
 #include <fcntl.h>
@@ -17,6 +19,7 @@ namespace {
 constexpr std::size_t kBufferSize = 64 * 1024;
 constexpr mode_t kMode = 0666; // the process's umask takes its share
 constexpr int kNameAttempts = 100;
+constexpr int kMostCopies = 9999; ///< files that differ in the number only
 
 template <typename Call> auto untilNotInterrupted(Call call)
 {
@@ -34,9 +37,10 @@ std::string pathThroughProc(int fd)
 
 } // namespace
 
-AtomicFile::AtomicFile(std::string path, UniqueFd folder)
+AtomicFile::AtomicFile(std::string path, UniqueFd folder, Existing existing)
     : m_path(std::move(path))
     , m_name(fileNameOf(m_path))
+    , m_existing(existing)
     , m_folder(std::move(folder))
 {
     m_buffer.reserve(kBufferSize);
@@ -53,16 +57,38 @@ Error AtomicFile::failure(int positiveErrno, const char *doing) const
     return systemError(positiveErrno, std::string(doing) + " " + m_path);
 }
 
-Result<std::unique_ptr<AtomicFile>> AtomicFile::create(const std::string &path, TemporaryKind kind)
+std::string AtomicFile::path() const
+{
+    return m_path.substr(0, m_path.size() - m_name.size()) + candidate(m_number);
+}
+
+std::string AtomicFile::candidate(int number) const
+{
+    return number == 0 ? m_name : withInsertion(m_name, " (" + std::to_string(number) + ")");
+}
+
+void AtomicFile::skipTakenNames()
+{
+    struct stat status = {};
+    while (m_number < kMostCopies
+           && ::fstatat(m_folder.get(), candidate(m_number).c_str(), &status, AT_SYMLINK_NOFOLLOW)
+               == 0)
+        ++m_number;
+}
+
+Result<std::unique_ptr<AtomicFile>> AtomicFile::create(const std::string &path, Existing existing,
+                                                       TemporaryKind kind)
 {
     try {
         const std::string folderPath = folderOf(path);
         UniqueFd folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!folder)
             return systemError(errno, "open the folder of " + path);
-        std::unique_ptr<AtomicFile> file(new AtomicFile(path, std::move(folder)));
+        std::unique_ptr<AtomicFile> file(new AtomicFile(path, std::move(folder), existing));
         if (file->m_name.empty())
             return file->failure(EISDIR, "create");
+        if (existing == Existing::KeepBoth)
+            file->skipTakenNames();
         if (kind == TemporaryKind::Named || !file->openNameless()) {
             if (Result<void> opened = file->openNamed(); !opened)
                 return opened.error();
@@ -187,28 +213,87 @@ Result<void> AtomicFile::linkTo(const std::string &name)
     return {};
 }
 
-Result<void> AtomicFile::replaceBy(const std::string &temporary)
+Result<void> AtomicFile::rename(const std::string &to)
 {
-    if (::renameat(m_folder.get(), temporary.c_str(), m_folder.get(), m_name.c_str()) != 0)
+    if (::renameat(m_folder.get(), m_temporary.c_str(), m_folder.get(), to.c_str()) != 0)
         return failure(errno, "rename to");
     m_temporary.clear();
     return {};
 }
 
+/// For file systems that can neither rename without replacing nor link: an empty file holds the
+/// name until ours takes its place.
+Result<void> AtomicFile::claimAndReplace(const std::string &name)
+{
+    const UniqueFd claim(::openat(m_folder.get(), name.c_str(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
+    if (!claim)
+        return failure(errno, "name");
+    Result<void> renamed = rename(name);
+    if (!renamed)
+        ::unlinkat(m_folder.get(), name.c_str(), 0);
+    return renamed;
+}
+
+Result<void> AtomicFile::moveToFreeName(const std::string &name)
+{
+    const auto notSupported = [](int code) {
+        return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EPERM;
+    };
+    if (::renameat2(m_folder.get(), m_temporary.c_str(), m_folder.get(), name.c_str(),
+                    RENAME_NOREPLACE)
+        == 0) {
+        m_temporary.clear();
+        return {};
+    }
+    if (!notSupported(errno))
+        return failure(errno, "rename to");
+    if (::linkat(m_folder.get(), m_temporary.c_str(), m_folder.get(), name.c_str(), 0) == 0) {
+        ::unlinkat(m_folder.get(), m_temporary.c_str(), 0);
+        m_temporary.clear();
+        return {};
+    }
+    if (!notSupported(errno))
+        return failure(errno, "name");
+    return claimAndReplace(name);
+}
+
+Result<void> AtomicFile::takeName(const std::string &name)
+{
+    return m_temporary.empty() ? linkTo(name) : moveToFreeName(name);
+}
+
+Result<void> AtomicFile::takeFreeName()
+{
+    for (;; ++m_number) {
+        Result<void> taken = takeName(candidate(m_number));
+        const bool another = taken.code() == -EEXIST && m_existing == Existing::KeepBoth;
+        if (!another || m_number >= kMostCopies)
+            return taken;
+    }
+}
+
+Result<void> AtomicFile::replace()
+{
+    if (m_temporary.empty()) {
+        Result<void> linked = linkTo(m_name);
+        if (linked || linked.code() != -EEXIST)
+            return linked;
+        for (int attempt = 0; attempt < kNameAttempts && linked.code() == -EEXIST; ++attempt) {
+            const std::string name = randomTemporaryName();
+            linked = linkTo(name);
+            if (linked)
+                m_temporary = name;
+        }
+        if (!linked)
+            return linked;
+    }
+    return rename(m_name);
+}
+
 Result<void> AtomicFile::nameIt()
 {
-    if (!m_temporary.empty())
-        return replaceBy(m_temporary);
-    Result<void> linked = linkTo(m_name);
-    if (linked || linked.code() != -EEXIST)
-        return linked;
-    for (int attempt = 0; attempt < kNameAttempts && linked.code() == -EEXIST; ++attempt) {
-        const std::string name = randomTemporaryName();
-        linked = linkTo(name);
-        if (linked)
-            m_temporary = name;
-    }
-    return linked ? replaceBy(m_temporary) : linked;
+    return m_existing == Existing::Replace ? replace() : takeFreeName();
 }
 
 Result<void> AtomicFile::commit()
@@ -219,15 +304,18 @@ Result<void> AtomicFile::commit()
         return failure(errno, "sync");
     if (Result<void> named = nameIt(); !named)
         return named;
+    m_named = true;
+    if (m_number != 0)
+        logLine(m_path + " exists already; the new file is " + path());
     // the name is there already; some file systems cannot sync a folder, and that is no failure
     if (untilNotInterrupted([&] { return ::fsync(m_folder.get()); }) != 0 && errno != EINVAL)
         return failure(errno, "sync the folder of");
     return {};
 }
 
-Result<void> writeFileAtomically(const std::string &path, ByteView content)
+Result<void> writeFileAtomically(const std::string &path, ByteView content, Existing existing)
 {
-    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(path);
+    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(path, existing);
     if (!file)
         return file.error();
     if (Result<void> written = file.value()->write(content); !written)

@@ -10,22 +10,31 @@
 
 namespace korv {
 
-/// Writes a file whole or not at all: a temporary file in the same folder, synced, then renamed.
-/// An existing file is replaced. Errors: what the system answered (-ENOENT folder, -ENOSPC, ...).
-Result<void> writeFileAtomically(const std::string &path, ByteView content);
+/// What happens to a file that has the wanted name already.
+enum class Existing {
+    Replace, ///< the new file takes its place, at once
+    KeepBoth, ///< it stays; the new file is called "name (1).ext", "name (2).ext", ...
+    Refuse, ///< it stays; commit() answers -EEXIST
+};
 
 /// How the unfinished file lies in its folder. Nameless files vanish by themselves, even when the
 /// process is killed; not every file system has them.
 enum class TemporaryKind { NamelessIfPossible, Named };
 
-/// A file that gets its name only when commit() is called. Destruction without commit() leaves
-/// nothing behind. One thread at a time.
+/// Writes a file whole or not at all, see AtomicFile.
+/// Errors: what the system answered (-ENOENT folder, -ENOSPC, ...).
+Result<void> writeFileAtomically(const std::string &path, ByteView content, Existing existing);
+
+/// A file that gets its name only when commit() is called, after its content is on the disk.
+/// Destruction without commit() leaves nothing behind. One thread at a time.
 class AtomicFile : public ByteSink
 {
 public:
-    /// Begins a file that will be called `path`. Errors: what the system answered.
+    /// Begins a file that will be called `path`, or with Existing::KeepBoth by the next free name.
+    /// Errors: what the system answered.
     static Result<std::unique_ptr<AtomicFile>>
-    create(const std::string &path, TemporaryKind kind = TemporaryKind::NamelessIfPossible);
+    create(const std::string &path, Existing existing,
+           TemporaryKind kind = TemporaryKind::NamelessIfPossible);
 
     ~AtomicFile() override;
     AtomicFile(const AtomicFile &) = delete;
@@ -37,25 +46,44 @@ public:
     Result<std::size_t> readAt(std::uint64_t offset, std::uint8_t *to, std::size_t size) override;
     std::uint64_t size() const override { return m_size; }
 
-    /// Syncs the content, gives the file its name in place of an existing one, syncs the folder.
-    /// After a failure the old file, if any, is as it was.
+    /// Syncs the content, gives the file its name, syncs the folder. Another program that takes the
+    /// name at the same moment loses nothing, except with Existing::Replace. A name that differs
+    /// from the wanted one is told on standard error.
+    /// After a failure older files are as they were. Only when syncing the folder fails, the last
+    /// step, does the whole new file stay under its name; isNamed() tells.
     Result<void> commit();
 
+    /// Whether the file has its name: then it is whole, and stays.
+    bool isNamed() const { return m_named; }
+
+    /// The path it has, or before commit() the one it will probably get.
+    std::string path() const;
+
 private:
-    AtomicFile(std::string path, UniqueFd folder);
+    AtomicFile(std::string path, UniqueFd folder, Existing existing);
 
     Result<void> openNameless();
     Result<void> openNamed();
     Result<void> flush();
     Result<void> writeOut(std::uint64_t offset, ByteView bytes);
+    std::string candidate(int number) const;
+    void skipTakenNames();
     Result<void> nameIt();
+    Result<void> takeFreeName();
+    Result<void> takeName(const std::string &name);
+    Result<void> moveToFreeName(const std::string &name);
+    Result<void> claimAndReplace(const std::string &name);
     Result<void> linkTo(const std::string &name);
-    Result<void> replaceBy(const std::string &temporary);
+    Result<void> replace();
+    Result<void> rename(const std::string &to);
     Error failure(int positiveErrno, const char *doing) const;
 
-    std::string m_path; ///< for messages
-    std::string m_name; ///< within the folder
+    std::string m_path; ///< as wanted
+    std::string m_name; ///< within the folder, as wanted
     std::string m_temporary; ///< name to remove; empty when there is none
+    int m_number = 0; ///< which candidate the file is or will be; 0 is the wanted name
+    Existing m_existing;
+    bool m_named = false;
     UniqueFd m_folder;
     UniqueFd m_file;
     Bytes m_buffer; ///< small writes gathered; they belong behind m_flushed

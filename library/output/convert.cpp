@@ -7,6 +7,7 @@
 #include "library/output/document.h"
 #include "library/output/format.h"
 #include "library/output/image_loader.h"
+#include "library/output/rescue.h"
 #include "library/output/source_file.h"
 
 #include <cerrno>
@@ -17,19 +18,46 @@ namespace {
 
 constexpr int kUnchangedQuality = 95; ///< from here on every JPEG is good enough as it is
 
-Result<void> writePictureFile(const Image &image, const Format &format,
-                              const std::string &destination, int quality)
+/// Where the one picture goes, and whether it has arrived.
+class Output
 {
-    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination);
-    if (!file)
-        return file.error();
-    if (Result<void> written = format.writePicture(image, {quality}, *file.value()); !written)
-        return written;
-    return file.value()->commit();
-}
+public:
+    explicit Output(const std::string &destination)
+        : m_destination(destination)
+    {
+    }
+
+    bool isFinished() const { return m_finished; }
+
+    template <typename Write> Result<void> writeWith(Write &&writeInto)
+    {
+        Result<std::unique_ptr<AtomicFile>> file =
+            AtomicFile::create(m_destination, Existing::KeepBoth);
+        if (!file)
+            return file.error();
+        if (Result<void> written = writeInto(*file.value()); !written)
+            return written;
+        Result<void> committed = file.value()->commit();
+        m_finished = file.value()->isNamed();
+        return committed;
+    }
+    Result<void> write(ByteView content)
+    {
+        return writeWith([&](AtomicFile &file) { return file.write(content); });
+    }
+    Result<void> write(const Image &image, const Format &format, int quality)
+    {
+        return writeWith(
+            [&](AtomicFile &file) { return format.writePicture(image, {quality}, file); });
+    }
+
+private:
+    const std::string &m_destination;
+    bool m_finished = false;
+};
 
 /// JPEG to JPEG: the bytes as they are, mended if need be, unless something must change.
-Result<void> convertJpeg(ByteView content, const std::string &destination, int quality)
+Result<void> convertJpeg(ByteView content, Output &output, int quality)
 {
     const Result<jpeg::Structure> read = jpeg::readStructure(content);
     if (!read)
@@ -41,10 +69,9 @@ Result<void> convertJpeg(ByteView content, const std::string &destination, int q
     if (jpeg::isWidelyReadable(structure)
         && (quality >= kUnchangedQuality || jpeg::isAsCoarseAs(structure, quality))) {
         if (!jpeg::needsMending(structure))
-            return writeFileAtomically(destination, content.first(structure.end));
+            return output.write(content.first(structure.end));
         const Result<Bytes> mended = jpeg::mend(content, structure, info.dpi);
-        return mended ? writeFileAtomically(destination, mended.value())
-                      : Result<void>(mended.error());
+        return mended ? output.write(mended.value()) : Result<void>(mended.error());
     }
     Result<Image> image = loadImage(content);
     if (!image)
@@ -52,22 +79,21 @@ Result<void> convertJpeg(ByteView content, const std::string &destination, int q
     image.value().setDpi(
         effectiveDpi(image.value().width(), image.value().height(), image.value().dpi()));
     const Result<Bytes> encoded = jpeg::encode(image.value(), {quality, jpeg::subsamplingOf(info)});
-    return encoded ? writeFileAtomically(destination, encoded.value())
-                   : Result<void>(encoded.error());
+    return encoded ? output.write(encoded.value()) : Result<void>(encoded.error());
 }
 
-Result<void> convertPicture(const std::string &source, const Format &format,
-                            const std::string &destination, int quality)
+Result<void> convertPicture(const std::string &source, const Format &format, Output &output,
+                            int quality)
 {
     Bytes content;
     if (Result<void> read = readSourceFile(source, content); !read)
         return read;
     if (format.kind == FormatKind::Jpeg && recogniseFormat(content) == SourceFormat::Jpeg)
-        return convertJpeg(content, destination, quality);
+        return convertJpeg(content, output, quality);
     Result<Image> image = loadImage(content);
     if (!image)
         return image.error();
-    return writePictureFile(image.value(), format, destination, quality);
+    return output.write(image.value(), format, quality);
 }
 
 Error unknownExtension(const std::string &destination)
@@ -82,11 +108,19 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     const Format *format = formatForPath(destination);
     if (format == nullptr)
         return unknownExtension(destination);
-    return withoutExceptions([&]() -> Result<void> {
+    std::vector<std::string> left = {source};
+    Result<void> converted = withoutExceptions([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
-            return writeDocument({source}, *format, destination, quality);
-        return convertPicture(source, *format, destination, quality);
+            return writeDocument({source}, *format, destination, quality, left);
+        Output output(destination);
+        Result<void> result = convertPicture(source, *format, output, quality);
+        if (output.isFinished())
+            left.clear();
+        return result;
     });
+    if (!left.empty())
+        rescuePages(left, destination);
+    return converted;
 }
 
 Result<void> writeImage(const Image &image, const std::string &destination, int quality)
@@ -97,7 +131,7 @@ Result<void> writeImage(const Image &image, const std::string &destination, int 
     return withoutExceptions([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
             return writeDocument(image, *format, destination, quality);
-        return writePictureFile(image, *format, destination, quality);
+        return Output(destination).write(image, *format, quality);
     });
 }
 

@@ -8,10 +8,12 @@
 namespace korv {
 
 /// Converts image file `source` (format by content) into the new file `destination` (format by
-/// extension). Errors: -EINVAL unknown extension, -EBADMSG unreadable source, -EFBIG, or errno.
+/// extension); an existing file stays, see Existing::KeepBoth. When it fails for any reason but the
+/// extension, the source is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
+/// unreadable source, -EFBIG, or errno.
 Result<void> convertImage(const std::string &source, const std::string &destination, int quality);
 
-/// Writes pixels as an image file, format by extension. Errors as above.
+/// Writes pixels as an image file, format by extension; an existing file stays. Errors as above.
 Result<void> writeImage(const Image &image, const std::string &destination, int quality);
 
 } // namespace korv

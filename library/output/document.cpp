@@ -25,58 +25,73 @@ std::uint64_t sizeOfAll(const std::vector<std::string> &sources)
     return sum;
 }
 
-DocumentOptions optionsFor(const std::string &destination)
+DocumentOptions optionsFor(const std::string &path)
 {
     DocumentOptions options;
-    const std::string name = fileNameOf(destination);
+    const std::string name = fileNameOf(path);
     options.title = cleanUtf8(name.substr(0, name.rfind('.')));
     options.created = std::time(nullptr);
     return options;
 }
 
-template <typename NextPage>
-Result<void> writePages(const Format &format, const DocumentOptions &options,
-                        const std::string &destination, NextPage nextPage)
-{
-    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination);
-    if (!file)
-        return file.error();
-    const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    for (int i = 0; i < options.pageCount; ++i) {
-        const Result<Page> page = nextPage(static_cast<std::size_t>(i));
-        if (!page)
-            return page.error();
-        if (Result<void> added = writer->addPage(page.value()); !added)
-            return added;
-    }
-    if (Result<void> finished = writer->finish(); !finished)
-        return finished;
-    return file.value()->commit();
-}
-
 } // namespace
 
 Result<void> writeDocument(const std::vector<std::string> &sources, const Format &format,
-                           const std::string &destination, int quality)
+                           const std::string &destination, int quality,
+                           std::vector<std::string> &left)
 {
+    left = sources;
     if (sources.empty())
         return Error{-ENODATA, "no page for " + destination};
-    DocumentOptions options = optionsFor(destination);
+    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
+    if (!file)
+        return file.error();
+    DocumentOptions options = optionsFor(file.value()->path());
     options.pageCount = static_cast<int>(sources.size());
     options.expectedBytes = sizeOfAll(sources);
+    const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
     PageMaker maker({quality, format.plainJpegOnly});
-    return writePages(format, options, destination,
-                      [&](std::size_t i) { return maker.fromFile(sources[i]); });
+    std::vector<std::string> unreadable;
+    Result<void> firstProblem;
+    for (const std::string &source : sources) {
+        const Result<Page> page = maker.fromFile(source);
+        if (!page) {
+            unreadable.push_back(source);
+            if (firstProblem)
+                firstProblem = page.error();
+            continue;
+        }
+        if (Result<void> added = writer->addPage(page.value()); !added)
+            return added;
+    }
+    if (unreadable.size() == sources.size())
+        return firstProblem;
+    if (Result<void> finished = writer->finish(); !finished)
+        return finished;
+    Result<void> committed = file.value()->commit();
+    if (file.value()->isNamed())
+        left = std::move(unreadable);
+    return committed ? firstProblem : committed;
 }
 
 Result<void> writeDocument(const Image &image, const Format &format, const std::string &destination,
                            int quality)
 {
-    DocumentOptions options = optionsFor(destination);
+    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
+    if (!file)
+        return file.error();
+    DocumentOptions options = optionsFor(file.value()->path());
     options.pageCount = 1;
+    const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
     PageMaker maker({quality, format.plainJpegOnly});
-    return writePages(format, options, destination,
-                      [&](std::size_t) { return maker.fromImage(image); });
+    const Result<Page> page = maker.fromImage(image);
+    if (!page)
+        return page.error();
+    if (Result<void> added = writer->addPage(page.value()); !added)
+        return added;
+    if (Result<void> finished = writer->finish(); !finished)
+        return finished;
+    return file.value()->commit();
 }
 
 } // namespace korv

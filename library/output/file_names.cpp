@@ -33,6 +33,23 @@ std::string extensionOf(const std::string &path)
     return extension;
 }
 
+std::string withInsertion(const std::string &name, const std::string &insertion)
+{
+    constexpr std::size_t kLongestName = 255;
+    std::size_t dot = name.rfind('.');
+    if (dot == std::string::npos || dot == 0)
+        dot = name.size();
+    const std::string tail = insertion + name.substr(dot);
+    std::size_t kept = dot;
+    if (kept + tail.size() > kLongestName) {
+        kept = tail.size() < kLongestName ? kLongestName - tail.size() : 0;
+        const auto continuesCharacter = [](char byte) { return (byte & 0xC0) == 0x80; };
+        while (kept > 0 && continuesCharacter(name[kept]))
+            --kept;
+    }
+    return name.substr(0, kept) + tail;
+}
+
 std::string randomTemporaryName()
 {
     constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";

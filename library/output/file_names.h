@@ -14,6 +14,11 @@ std::string fileNameOf(const std::string &path);
 /// only a leading one.
 std::string extensionOf(const std::string &path);
 
+/// A file name with `insertion` in front of its extension: "0001.pdf" and " (1)" make
+/// "0001 (1).pdf". The part in front is cut, between UTF-8 characters, when the result would be
+/// longer than file systems take (255 bytes).
+std::string withInsertion(const std::string &name, const std::string &insertion);
+
 /// A hidden name that nobody else has by all likelihood.
 std::string randomTemporaryName();
 

@@ -2,36 +2,59 @@
 
 #include "library/output/boundary.h"
 #include "library/output/document.h"
+#include "library/output/format.h"
 #include "library/output/image_loader.h"
+#include "library/output/rescue.h"
 #include "library/output/source_file.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 namespace korv {
 
 Result<void> PendingDocument::add(const std::string &source)
 {
-    return withoutExceptions([&]() -> Result<void> {
+    Result<void> readable = withoutExceptions([&]() -> Result<void> {
         Bytes content;
         if (Result<void> read = readSourceFile(source, content); !read)
             return read;
-        if (Result<void> readable = checkImage(content); !readable)
-            return readable;
-        m_pages.push_back(source);
-        return {};
+        return checkImage(content);
+    });
+    return withoutExceptions([&] {
+        (readable ? m_pages : m_refused).push_back(source);
+        return readable;
     });
 }
 
 Result<void> PendingDocument::combine(const std::string &destination, int quality)
 {
     const std::vector<std::string> pages = std::exchange(m_pages, {});
-    if (pages.empty())
+    const std::vector<std::string> refused = std::exchange(m_refused, {});
+    if (pages.empty() && refused.empty())
         return Error{-ENODATA, "no page pending for " + destination};
     const Format *format = formatForPath(destination);
     if (format == nullptr || format->kind != FormatKind::Document)
         return Error{-EINVAL, "no known document format for " + destination};
-    return withoutExceptions([&] { return writeDocument(pages, *format, destination, quality); });
+
+    std::vector<std::string> left = pages;
+    Result<void> written = withoutExceptions(
+        [&] { return writeDocument(pages, *format, destination, quality, left); });
+    // a source that was refused at first may have been added later
+    std::copy_if(refused.begin(), refused.end(), std::back_inserter(left),
+                 [&](const std::string &source) {
+                     return std::find(pages.begin(), pages.end(), source) == pages.end();
+                 });
+    if (!left.empty())
+        rescuePages(left, destination);
+    return written;
+}
+
+void PendingDocument::clear()
+{
+    m_pages.clear();
+    m_refused.clear();
 }
 
 } // namespace korv

@@ -12,19 +12,22 @@ namespace korv {
 class PendingDocument
 {
 public:
-    /// Checks that `source` is a readable picture and keeps its path. Errors as convertImage's
-    /// source.
+    /// Checks that `source` is a readable picture and keeps its path. A source that is refused is
+    /// remembered until the next combine, only to be kept then. Errors as convertImage's source.
     Result<void> add(const std::string &source);
 
-    /// Writes all pages to `destination` (pdf, ofd, tif, tiff by extension) and becomes empty,
-    /// whatever the result. -ENODATA no pages, -EINVAL unknown extension, or errno.
+    /// Writes all pages to `destination` (pdf, ofd, tif, tiff by extension; an existing file stays)
+    /// and becomes empty, whatever the result. Pages that reach no finished file, and sources that
+    /// add() refused, are kept, see rescuePages(). Errors: those of writeDocument(); -EINVAL
+    /// unknown extension: nothing is made and nothing kept.
     Result<void> combine(const std::string &destination, int quality);
 
-    void clear() { m_pages.clear(); }
+    void clear();
     std::size_t pageCount() const { return m_pages.size(); }
 
 private:
     std::vector<std::string> m_pages;
+    std::vector<std::string> m_refused;
 };
 
 } // namespace korv

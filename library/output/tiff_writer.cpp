@@ -1,6 +1,7 @@
 #include "library/output/tiff_writer.h"
 
 #include "library/output/ccitt_encoder.h"
+#include "library/output/tiff_pages.h"
 
 #include <algorithm>
 
@@ -10,6 +11,14 @@ namespace {
 
 // leaves room for the directories of some ten thousand pages
 constexpr std::uint64_t kLargestClassic = (std::uint64_t{4} << 30) - (std::uint64_t{64} << 20);
+
+constexpr int kMostPages = 0xFFFF; ///< the tag holds 16 bits
+
+/// A total of 0 means that it is not known.
+int statedTotal(int pages)
+{
+    return pages > kMostPages ? 0 : pages;
+}
 
 std::string tiffDate(std::time_t time)
 {
@@ -23,7 +32,8 @@ std::string tiffDate(std::time_t time)
 } // namespace
 
 TiffWriter::TiffWriter(ByteSink &sink, const DocumentOptions &options)
-    : m_sink(sink,
+    : m_output(sink)
+    , m_sink(sink,
              options.expectedBytes > kLargestClassic ? TiffSink::Size::Big
                                                      : TiffSink::Size::Classic)
     , m_options(options)
@@ -43,10 +53,8 @@ void TiffWriter::describePage(const Page &page)
     TIFFSetField(tiff, TIFFTAG_XRESOLUTION, page.dpi);
     TIFFSetField(tiff, TIFFTAG_YRESOLUTION, page.dpi);
     TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    // the tag holds 16 bits; a total of 0 means that it is not known
-    constexpr int kMost = 0xFFFF;
-    TIFFSetField(tiff, TIFFTAG_PAGENUMBER, std::min(m_pages, kMost),
-                 m_options.pageCount > kMost ? 0 : m_options.pageCount);
+    TIFFSetField(tiff, TIFFTAG_PAGENUMBER, std::min(m_pages, kMostPages),
+                 statedTotal(m_options.pageCount));
     TIFFSetField(tiff, TIFFTAG_SOFTWARE, kProducer);
     TIFFSetField(tiff, TIFFTAG_DATETIME, tiffDate(m_options.created).c_str());
     if (!m_options.title.empty())
@@ -112,7 +120,10 @@ Result<void> TiffWriter::addPage(const Page &page)
 
 Result<void> TiffWriter::finish()
 {
-    return m_sink.close();
+    Result<void> closed = m_sink.close();
+    if (!closed || m_pages == m_options.pageCount)
+        return closed;
+    return patchPageTotal(m_output, static_cast<std::uint16_t>(statedTotal(m_pages)));
 }
 
 } // namespace korv

@@ -21,6 +21,7 @@ private:
     void describeJpeg(const Page &page);
     void describeLineart();
 
+    ByteSink &m_output;
     TiffSink m_sink;
     DocumentOptions m_options;
     int m_pages = 0;

@@ -3,12 +3,15 @@
 #include "tests/library/imaging/pictures.h"
 #include "tests/support/temp_home.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 
 using namespace korv;
 namespace fs = std::filesystem;
@@ -48,9 +51,11 @@ class AtomicFileTest : public testing::TestWithParam<TemporaryKind>
 {
 protected:
     std::string path(const std::string &name) const { return (m_home.scratch() / name).string(); }
-    std::unique_ptr<AtomicFile> create(const std::string &name) const
+    std::unique_ptr<AtomicFile> create(const std::string &name,
+                                       Existing existing = Existing::Replace) const
     {
-        Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(path(name), GetParam());
+        Result<std::unique_ptr<AtomicFile>> file =
+            AtomicFile::create(path(name), existing, GetParam());
         EXPECT_TRUE(file) << file.error().text;
         return file ? std::move(file).value() : nullptr;
     }
@@ -137,6 +142,77 @@ TEST_P(AtomicFileTest, fullDiskLeavesTheOldFileAndNothingElse)
     EXPECT_EQ(entries(), 1);
 }
 
+TEST_P(AtomicFileTest, existingFileStaysAndTheNewOneTakesTheNextFreeName)
+{
+    for (const std::string &expected :
+         {std::string("a.pdf"), std::string("a (1).pdf"), std::string("a (2).pdf")}) {
+        const std::unique_ptr<AtomicFile> file = create("a.pdf", Existing::KeepBoth);
+        ASSERT_TRUE(file && file->write(expected));
+        EXPECT_FALSE(file->isNamed());
+        ASSERT_TRUE(file->commit());
+        EXPECT_TRUE(file->isNamed());
+        EXPECT_EQ(file->path(), path(expected));
+        EXPECT_EQ(support::readFile(path(expected)), expected);
+    }
+    EXPECT_EQ(support::readFile(path("a.pdf")), "a.pdf");
+    EXPECT_EQ(entries(), 3);
+}
+
+TEST_P(AtomicFileTest, filesThatWantOneNameAtTheSameTimeAllStay)
+{
+    constexpr int kFiles = 20;
+    std::vector<std::unique_ptr<AtomicFile>> files;
+    for (int i = 0; i < kFiles; ++i) {
+        files.push_back(create("a.pdf", Existing::KeepBoth));
+        ASSERT_TRUE(files.back() && files.back()->write(std::to_string(i)));
+    }
+    std::vector<std::thread> threads;
+    std::atomic<int> failures = 0;
+    for (const std::unique_ptr<AtomicFile> &file : files)
+        threads.emplace_back([&] { failures += file->commit() ? 0 : 1; });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(entries(), kFiles);
+    std::set<std::string> contents;
+    for (const std::unique_ptr<AtomicFile> &file : files)
+        contents.insert(support::readFile(file->path()));
+    EXPECT_EQ(contents.size(), std::size_t{kFiles});
+}
+
+TEST_P(AtomicFileTest, linksAndFoldersOfTheNameStayToo)
+{
+    fs::create_directory(path("a.pdf"));
+    fs::create_symlink("nowhere", path("a (1).pdf"));
+    const std::unique_ptr<AtomicFile> file = create("a.pdf", Existing::KeepBoth);
+    ASSERT_TRUE(file && file->write(std::string("x")) && file->commit());
+    EXPECT_EQ(file->path(), path("a (2).pdf"));
+    EXPECT_FALSE(fs::exists(path("nowhere")));
+}
+
+TEST_P(AtomicFileTest, refusingPolicyLeavesTheOldFile)
+{
+    pictures::writeBytes(path("a.pdf"), Bytes(10, 1));
+    {
+        const std::unique_ptr<AtomicFile> file = create("a.pdf", Existing::Refuse);
+        ASSERT_TRUE(file && file->write(std::string("x")));
+        EXPECT_EQ(file->commit().code(), -EEXIST);
+        EXPECT_FALSE(file->isNamed());
+    }
+    EXPECT_EQ(pictures::readBytes(path("a.pdf")), Bytes(10, 1));
+    EXPECT_EQ(entries(), 1);
+}
+
+TEST_P(AtomicFileTest, longestNameIsCutToMakeRoomForTheNumber)
+{
+    const std::string longest = std::string(251, 'n') + ".pdf";
+    for (int i = 0; i < 2; ++i) {
+        const std::unique_ptr<AtomicFile> file = create(longest, Existing::KeepBoth);
+        ASSERT_TRUE(file && file->commit());
+    }
+    EXPECT_TRUE(fs::exists(path(std::string(247, 'n') + " (1).pdf")));
+}
+
 TEST_P(AtomicFileTest, permissionsAreThoseOfAnOrdinaryNewFile)
 {
     const mode_t previous = ::umask(027);
@@ -163,7 +239,8 @@ TEST_P(AtomicFileTest, namesAreBytes)
 TEST_P(AtomicFileTest, impossiblePlacesAreErrors)
 {
     const auto code = [&](const std::string &where) {
-        Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(where, GetParam());
+        Result<std::unique_ptr<AtomicFile>> file =
+            AtomicFile::create(where, Existing::Replace, GetParam());
         return file ? file.value()->commit().code() : file.code();
     };
     EXPECT_EQ(code(path("none/a.pdf")), -ENOENT);
@@ -181,9 +258,11 @@ TEST(WriteFileAtomically, writesAndReplaces)
 {
     const support::TempHome home;
     const std::string path = (home.scratch() / "a").string();
-    ASSERT_TRUE(writeFileAtomically(path, Bytes(5, 1)));
-    ASSERT_TRUE(writeFileAtomically(path, Bytes(3, 2)));
+    ASSERT_TRUE(writeFileAtomically(path, Bytes(5, 1), Existing::Replace));
+    ASSERT_TRUE(writeFileAtomically(path, Bytes(3, 2), Existing::Replace));
     EXPECT_EQ(pictures::readBytes(path), Bytes(3, 2));
-    EXPECT_EQ(writeFileAtomically((home.scratch() / "x/y").string(), Bytes(1)).code(), -ENOENT);
+    EXPECT_EQ(
+        writeFileAtomically((home.scratch() / "x/y").string(), Bytes(1), Existing::Replace).code(),
+        -ENOENT);
     EXPECT_EQ(entriesIn(home.scratch()), 1);
 }

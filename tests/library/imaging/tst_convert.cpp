@@ -109,33 +109,70 @@ TEST_F(ConvertTest, resolutionIsTheSameInEveryFormat)
     EXPECT_THAT(runProgram({"pdfinfo", path("a.pdf")}).output, testing::HasSubstr("180 x 90 pts"));
 }
 
-TEST_F(ConvertTest, failuresLeaveNothing)
+TEST_F(ConvertTest, unknownExtensionWritesNothing)
 {
     const std::string from = source(m_jpeg);
     EXPECT_EQ(convertImage(from, path("a.gif"), 95).code(), -EINVAL);
     EXPECT_EQ(convertImage(from, path("a"), 95).code(), -EINVAL);
-    EXPECT_EQ(convertImage(from, path("none/a.jpg"), 95).code(), -ENOENT);
-    EXPECT_EQ(convertImage(path("none.jpg"), path("a.jpg"), 95).code(), -ENOENT);
-    EXPECT_EQ(convertImage(m_home.scratch().string(), path("a.pdf"), 95).code(), -EISDIR);
-    const std::string broken = path("source");
-    pictures::writeBytes(broken, ByteView(m_jpeg).first(m_jpeg.size() - 300));
-    for (const std::string name : {"a.jpg", "a.png", "a.bmp", "a.tif", "a.pdf", "a.ofd"})
-        EXPECT_EQ(convertImage(broken, path(name), 95).code(), -EBADMSG) << name;
     EXPECT_EQ(entries(), 1);
 }
 
-TEST_F(ConvertTest, existingFileIsReplaced)
+TEST_F(ConvertTest, unreadableSourceIsKeptBesideTheDestination)
 {
-    pictures::writeBytes(path("a.png"), Bytes(10, 1));
-    ASSERT_TRUE(convertImage(source(m_jpeg), path("a.png"), 95));
-    EXPECT_TRUE(loadImage(pictures::readBytes(path("a.png"))));
+    const std::string broken = path("source");
+    const ByteView half = ByteView(m_jpeg).first(m_jpeg.size() - 300);
+    pictures::writeBytes(broken, half);
+    int number = 0;
+    for (const std::string name : {"a.jpg", "a.png", "a.bmp", "a.tif", "a.pdf", "a.ofd"}) {
+        EXPECT_EQ(convertImage(broken, path(name), 95).code(), -EBADMSG) << name;
+        EXPECT_FALSE(fs::exists(path(name)));
+        const std::string kept = path("a-rescued-000" + std::to_string(++number) + ".jpg");
+        EXPECT_EQ(pictures::readBytes(kept), Bytes(half.begin(), half.end())) << kept;
+        EXPECT_EQ(fs::hard_link_count(kept), 1U + static_cast<unsigned>(number));
+    }
+    EXPECT_EQ(entries(), 1 + 6);
 }
 
-TEST_F(ConvertTest, pictureMayBeConvertedOntoItself)
+TEST_F(ConvertTest, sourceIsKeptBesideItselfWhenTheDestinationsFolderIsGone)
+{
+    const std::string from = source(m_jpeg);
+    EXPECT_EQ(convertImage(from, path("none/a.jpg"), 95).code(), -ENOENT);
+    EXPECT_EQ(pictures::readBytes(path("a-rescued-0001.jpg")), m_jpeg);
+    EXPECT_EQ(entries(), 2);
+}
+
+TEST_F(ConvertTest, onlyFilesAreKept)
+{
+    EXPECT_EQ(convertImage(path("none.jpg"), path("a.jpg"), 95).code(), -ENOENT);
+    EXPECT_EQ(convertImage(m_home.scratch().string(), path("a.pdf"), 95).code(), -EISDIR);
+    EXPECT_EQ(convertImage("/dev/zero", path("a.pdf"), 95).code(), -EINVAL);
+    EXPECT_EQ(entries(), 0);
+}
+
+TEST_F(ConvertTest, existingFileIsNeverTouched)
+{
+    const std::string from = source(m_jpeg);
+    for (const std::string extension : {"jpg", "png", "bmp", "tif", "pdf", "ofd"}) {
+        const std::string wanted = path("0001." + extension);
+        pictures::writeBytes(wanted, Bytes(10, 1));
+        const fs::file_time_type time = fs::last_write_time(wanted);
+        testing::internal::CaptureStderr();
+        ASSERT_TRUE(convertImage(from, wanted, 95));
+        const std::string chosen = path("0001 (1)." + extension);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(chosen));
+        EXPECT_EQ(pictures::readBytes(wanted), Bytes(10, 1));
+        EXPECT_EQ(fs::last_write_time(wanted), time);
+        EXPECT_GT(fs::file_size(chosen), 100U);
+    }
+    EXPECT_EQ(entries(), 1 + 2 * 6);
+}
+
+TEST_F(ConvertTest, pictureConvertedOntoItselfStays)
 {
     pictures::writeBytes(path("a.jpg"), m_jpeg);
     ASSERT_TRUE(convertImage(path("a.jpg"), path("a.jpg"), 40));
-    EXPECT_TRUE(loadImage(pictures::readBytes(path("a.jpg"))));
+    EXPECT_EQ(pictures::readBytes(path("a.jpg")), m_jpeg);
+    EXPECT_TRUE(loadImage(pictures::readBytes(path("a (1).jpg"))));
 }
 
 TEST_F(ConvertTest, namesAreBytes)

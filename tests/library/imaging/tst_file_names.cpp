@@ -31,3 +31,23 @@ TEST(FileNames, temporaryNamesAreHiddenAndDiffer)
     EXPECT_EQ(name[0], '.');
     EXPECT_NE(name, randomTemporaryName());
 }
+
+TEST(FileNames, insertionStandsInFrontOfTheExtension)
+{
+    EXPECT_EQ(withInsertion("0001.pdf", " (1)"), "0001 (1).pdf");
+    EXPECT_EQ(withInsertion("a.b.pdf", "-x"), "a.b-x.pdf");
+    EXPECT_EQ(withInsertion("name", "-x"), "name-x");
+    EXPECT_EQ(withInsertion(".hidden", "-x"), ".hidden-x");
+    EXPECT_EQ(withInsertion("", "-x"), "-x");
+}
+
+TEST(FileNames, insertionCutsALongNameBetweenCharacters)
+{
+    std::string name;
+    for (int i = 0; i < 83; ++i)
+        name += "\xE9\xA1\xB5";
+    const std::string result = withInsertion(name + ".pdf", " (1)");
+    EXPECT_EQ(result, name.substr(0, 82 * 3) + " (1).pdf");
+    EXPECT_LE(result.size(), 255U);
+    EXPECT_LE(withInsertion(std::string(10, 'a') + "." + std::string(260, 'b'), "-x").size(), 263U);
+}

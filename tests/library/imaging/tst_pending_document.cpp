@@ -78,7 +78,6 @@ TEST_F(PendingDocumentTest, combiningEmptiesTheDocumentWhateverTheResult)
     addPages(1);
     EXPECT_EQ(m_document.combine(path("none/a.pdf"), 95).code(), -ENOENT);
     EXPECT_EQ(m_document.combine(path("a.pdf"), 95).code(), -ENODATA);
-    EXPECT_EQ(entries(), 1);
 }
 
 TEST_F(PendingDocumentTest, unreadableSourcesAreNotAdded)
@@ -95,12 +94,74 @@ TEST_F(PendingDocumentTest, unreadableSourcesAreNotAdded)
     EXPECT_EQ(m_document.pageCount(), 0U);
 }
 
-TEST_F(PendingDocumentTest, pageThatVanishedFailsTheDocumentAndLeavesNothing)
+TEST_F(PendingDocumentTest, pageThatVanishedIsReportedAndTheOthersAreWritten)
 {
     for (const std::string name : {"a.pdf", "a.ofd", "a.tif"}) {
         addPages(3);
         fs::remove(path("page1"));
         EXPECT_EQ(m_document.combine(path(name), 95).code(), -ENOENT) << name;
-        EXPECT_EQ(entries(), 2);
+        EXPECT_TRUE(fs::exists(path(name))) << name;
+    }
+    EXPECT_EQ(entries(), 2 + 3);
+    EXPECT_THAT(runProgram({"pdfinfo", path("a.pdf")}).output,
+                testing::ContainsRegex("Pages: +2\n"));
+}
+
+TEST_F(PendingDocumentTest, pageThatBrokeSinceIsKeptAndTheOthersAreWritten)
+{
+    for (const std::string name : {"a.pdf", "b.ofd", "c.tif"}) {
+        addPages(3);
+        const Bytes jpeg = pictures::readBytes(path("page1"));
+        const ByteView half = ByteView(jpeg).first(jpeg.size() / 2);
+        pictures::writeBytes(path("page1"), half);
+        EXPECT_EQ(m_document.combine(path(name), 95).code(), -EBADMSG) << name;
+        EXPECT_TRUE(fs::exists(path(name))) << name;
+        const std::string kept = path(name.substr(0, 1) + "-rescued-0001.jpg");
+        EXPECT_EQ(pictures::readBytes(kept), Bytes(half.begin(), half.end()));
+        fs::remove(path("page1")); // or the next write would change the kept file's content
+    }
+    EXPECT_EQ(entries(), 2 + 3 + 3);
+    const std::string directories = runProgram({"tiffinfo", path("c.tif")}).output;
+    EXPECT_THAT(directories, testing::HasSubstr("Page Number: 0-2"));
+    EXPECT_THAT(directories, testing::HasSubstr("Page Number: 1-2"));
+}
+
+TEST_F(PendingDocumentTest, refusedSourceIsKeptWithTheNextCombine)
+{
+    addPages(2);
+    pictures::writeBytes(path("text.jpg"), Bytes(100, 'x'));
+    EXPECT_EQ(m_document.add(path("text.jpg")).code(), -EBADMSG);
+    EXPECT_TRUE(m_document.combine(path("a.pdf"), 95));
+    EXPECT_EQ(pictures::readBytes(path("a-rescued-0001.jpg")), Bytes(100, 'x'));
+    EXPECT_EQ(entries(), 3 + 2);
+    EXPECT_EQ(m_document.add(path("text.jpg")).code(), -EBADMSG);
+    EXPECT_EQ(m_document.combine(path("b.pdf"), 95).code(), -ENODATA);
+    EXPECT_TRUE(fs::exists(path("b-rescued-0001.jpg")));
+    EXPECT_FALSE(fs::exists(path("b.pdf")));
+}
+
+TEST_F(PendingDocumentTest, everyPageIsKeptWhenTheDocumentCannotBeWritten)
+{
+    addPages(3);
+    fs::create_directory(path("other"));
+    pictures::writeBytes(path("other/a-rescued-0002.jpg"), Bytes(1));
+    EXPECT_EQ(m_document.combine(path("other/none/a.pdf"), 95).code(), -ENOENT);
+    for (int i = 0; i < 3; ++i) {
+        const std::string number = std::to_string(i);
+        EXPECT_EQ(pictures::readBytes(path("a-rescued-000" + std::to_string(i + 1) + ".jpg")),
+                  pictures::readBytes(path("page" + number)));
+    }
+}
+
+TEST_F(PendingDocumentTest, existingDocumentIsNeverTouched)
+{
+    for (const std::string extension : {"pdf", "ofd", "tiff"}) {
+        addPages(2);
+        pictures::writeBytes(path("0001." + extension), Bytes(10, 1));
+        pictures::writeBytes(path("0001 (1)." + extension), Bytes(10, 2));
+        EXPECT_TRUE(m_document.combine(path("0001." + extension), 95));
+        EXPECT_EQ(pictures::readBytes(path("0001." + extension)), Bytes(10, 1));
+        EXPECT_EQ(pictures::readBytes(path("0001 (1)." + extension)), Bytes(10, 2));
+        EXPECT_GT(fs::file_size(path("0001 (2)." + extension)), 100U);
     }
 }
