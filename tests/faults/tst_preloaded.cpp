@@ -1,0 +1,52 @@
+#include "tests/faults/desk.h"
+#include "tests/library/imaging/pictures.h"
+#include "tests/library/imaging/program.h"
+
+#include <gmock/gmock.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+ProgramResult korvcam(const std::string &fault, std::vector<std::string> arguments)
+{
+    // the address sanitizer wants to be first, but works behind the shim too
+    const char *options = std::getenv("ASAN_OPTIONS");
+    const std::string sanitizer =
+        "ASAN_OPTIONS=" + (options ? options + std::string(":") : "") + "verify_asan_link_order=0";
+    std::vector<std::string> command = {"env",
+                                        sanitizer,
+                                        "LD_PRELOAD=" KORV_FAULT_SHIM,
+                                        "KORV_FAULT=" + fault,
+                                        KORV_KORVCAM,
+                                        "--library",
+                                        KORV_LIBRARY_FILE};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return runProgram(command);
+}
+
+} // namespace
+
+TEST(Preloaded, failingProgramKeepsThePagesAndTellsWhere)
+{
+    const support::TempHome home;
+    const Desk desk(home.scratch());
+    const ProgramResult done = korvcam("fsync:1:28",
+                                       {"combine", desk.workingFile(0), desk.workingFile(1),
+                                        desk.workingFile(2), "-o", desk.path("0001.pdf")});
+    EXPECT_EQ(done.status, 1) << done.errors;
+    EXPECT_THAT(done.errors, testing::HasSubstr(desk.path("0001-rescued-0003.jpg")));
+    EXPECT_FALSE(fs::exists(desk.path("0001.pdf")));
+    for (int i = 0; i < Desk::kPhotographs; ++i)
+        EXPECT_EQ(desk.countRescued(i), 1);
+}
+
+TEST(Preloaded, programWithoutAFaultWorks)
+{
+    const support::TempHome home;
+    const Desk desk(home.scratch());
+    const ProgramResult done =
+        korvcam("none:1:28", {"convert", desk.workingFile(0), desk.path("0001.jpg")});
+    EXPECT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(pictures::readBytes(desk.path("0001.jpg")), Desk::photograph(0));
+}
