@@ -60,6 +60,8 @@ class Application:
         self.home = self.folder / "home"
         self.opened = self.folder / "opened"
         self.home.mkdir(exist_ok=True)
+        self.runtime = self.folder / "runtime"
+        self.runtime.mkdir(mode=0o700, exist_ok=True)
         self._lines = []
         self._changed = threading.Condition()
         stage = pathlib.Path(os.environ["KORV_E2E_STAGE"])
@@ -87,6 +89,7 @@ class Application:
             **kept,
             "PATH": f"{shims}:/usr/local/bin:/usr/bin:/bin",
             "HOME": str(self.home),
+            "XDG_RUNTIME_DIR": str(self.runtime),
             "DISPLAY": self.screen.display,
             "LC_ALL": "C.UTF-8",
             "QT_QPA_PLATFORM": "xcb",
@@ -157,13 +160,18 @@ class Application:
 
     def window(self):
         """(id, Rect) of the main window, once it is there."""
-        return self.screen.wait_for_window(
-            self.process.pid, lambda title, rect: title == TITLE and rect.width >= 897,
-            timeout=20 * patience())
+        return self._wait_for_window(
+            lambda title, rect: title == TITLE and rect.width >= 897, timeout=20)
 
     def dialog(self, title, timeout=10):
-        return self.screen.wait_for_window(self.process.pid, lambda text, _: text == title,
-                                           timeout=timeout * patience())
+        return self._wait_for_window(lambda text, _: text == title, timeout)
+
+    def _wait_for_window(self, accept, timeout):
+        try:
+            return self.screen.wait_for_window(self.process.pid, accept, timeout * patience(),
+                                               ended=lambda: self.process.poll() is not None)
+        except AssertionError as error:
+            raise AssertionError(f"{error}\n{self._state()}") from None
 
     def place(self, rect):
         """A widget's place on the screen."""

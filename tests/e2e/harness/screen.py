@@ -145,15 +145,16 @@ class Screen:
                 found.append((window, title, rect))
         return found
 
-    def wait_for_window(self, pid, accept, timeout=20):
-        """The first window of the process that `accept(title, rect)` takes, as (id, Rect)."""
+    def wait_for_window(self, pid, accept, timeout=20, ended=lambda: False):
+        """The first window of the process that `accept(title, rect)` takes, as (id, Rect). Gives
+        up early once `ended()`."""
         deadline = time.monotonic() + timeout
         while True:
             windows = self.windows(pid)
             for window, title, rect in windows:
                 if accept(title, rect):
                     return window, rect
-            if time.monotonic() > deadline:
+            if time.monotonic() > deadline or ended():
                 raise AssertionError(f"no such window of process {pid}, there are: {windows}")
             time.sleep(0.1)
 
