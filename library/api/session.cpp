@@ -129,6 +129,12 @@ void Session::shutDown()
         count = m_slots.size();
         m_turnEnded.notify_all();
     }
+    // all are told before the first is waited for: each may take its time
+    for (std::size_t index = 0; index < count; ++index) {
+        const Turn turn(*this, static_cast<int>(index), Turn::Purpose::ShutDown);
+        if (turn && turn->open)
+            turn->device->prepareStop();
+    }
     for (std::size_t index = 0; index < count; ++index) {
         const Turn turn(*this, static_cast<int>(index), Turn::Purpose::ShutDown);
         if (turn && turn->open)

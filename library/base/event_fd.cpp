@@ -21,4 +21,10 @@ void EventFd::set() const
     while (::write(m_fd.get(), &one, sizeof(one)) < 0 && errno == EINTR) { }
 }
 
+void EventFd::clear() const
+{
+    std::uint64_t count = 0;
+    while (::read(m_fd.get(), &count, sizeof(count)) < 0 && errno == EINTR) { }
+}
+
 } // namespace korv

@@ -6,7 +6,7 @@
 namespace korv {
 
 /// A flag that a thread can poll(2) for together with other descriptors (eventfd(2)). Once set it
-/// stays set.
+/// stays set until it is cleared.
 class EventFd
 {
 public:
@@ -16,6 +16,8 @@ public:
     int fd() const { return m_fd.get(); }
     /// Any thread.
     void set() const;
+    /// Any thread; what is set later is not lost.
+    void clear() const;
 
 private:
     explicit EventFd(UniqueFd fd)

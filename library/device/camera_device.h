@@ -57,10 +57,14 @@ public:
     virtual Result<void> selectMode(int number) = 0;
 
     /// Starts streaming into `sink`, which is borrowed until stop() returned and must not call
-    /// stop(). -EBUSY already streaming or held elsewhere, -ENODEV gone.
+    /// stop(). -EBUSY already streaming or held elsewhere, -ENODEV gone, -EIO refused.
     virtual Result<void> start(FrameSink &sink) = 0;
     /// Ends the stream; no onFrame runs after it returned. -EINVAL not streaming.
     virtual Result<void> stop() = 0;
+
+    /// Hastens a stop() or destruction that follows: tells the device's threads to end and returns
+    /// at once, so that several devices can end at the same time.
+    virtual void prepareStop() { }
 };
 
 } // namespace korv

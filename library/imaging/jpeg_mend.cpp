@@ -51,6 +51,18 @@ void appendMissingTables(Bytes &to, HuffmanClass tableClass, unsigned missing)
     }
 }
 
+/// From `copied`, which lies in the headers, to EOI, with the missing tables in front of the scan.
+Result<void> appendRest(Bytes &to, ByteView data, const Structure &structure, std::size_t copied)
+{
+    if ((structure.missingDcTables | structure.missingAcTables) & ~3U)
+        return Error{-EBADMSG, "JPEG uses a Huffman table that it does not define"};
+    append(to, between(data, copied, structure.scanStart));
+    appendMissingTables(to, HuffmanClass::Dc, structure.missingDcTables);
+    appendMissingTables(to, HuffmanClass::Ac, structure.missingAcTables);
+    append(to, between(data, structure.scanStart, structure.end));
+    return {};
+}
+
 } // namespace
 
 bool needsMending(const Structure &structure)
@@ -61,9 +73,6 @@ bool needsMending(const Structure &structure)
 
 Result<Bytes> mend(ByteView data, const Structure &structure, double dpi)
 {
-    if ((structure.missingDcTables | structure.missingAcTables) & ~3U)
-        return Error{-EBADMSG, "JPEG uses a Huffman table that it does not define"};
-
     Bytes file;
     file.reserve(structure.end + 1024);
     append(file, data.first(2));
@@ -84,11 +93,16 @@ Result<Bytes> mend(ByteView data, const Structure &structure, double dpi)
         file.push_back(0x11);
         copied = structure.samplingByte + 1;
     }
-    append(file, between(data, copied, structure.scanStart));
-    appendMissingTables(file, HuffmanClass::Dc, structure.missingDcTables);
-    appendMissingTables(file, HuffmanClass::Ac, structure.missingAcTables);
-    append(file, between(data, structure.scanStart, structure.end));
+    if (Result<void> rest = appendRest(file, data, structure, copied); !rest)
+        return rest.error();
     return file;
+}
+
+Result<void> addHuffmanTables(ByteView data, const Structure &structure, Bytes &frame)
+{
+    frame.clear();
+    frame.reserve(structure.end + 512);
+    return appendRest(frame, data, structure, 0);
 }
 
 } // namespace korv::jpeg

@@ -14,4 +14,8 @@ bool needsMending(const Structure &structure);
 /// has no standard is missing.
 Result<Bytes> mend(ByteView data, const Structure &structure, double dpi);
 
+/// SOI to EOI with the standard Huffman tables put in where they are missing, and nothing else
+/// changed, into `frame`, whose memory is used again. Errors as mend().
+Result<void> addHuffmanTables(ByteView data, const Structure &structure, Bytes &frame);
+
 } // namespace korv::jpeg
