@@ -21,6 +21,7 @@ readonly kRunPackages=(
     "libdeflate-dev|compression in OFD files"
     "libopencv-core-dev|finds the sheet in a photograph"
     "libopencv-imgproc-dev|finds the sheet in a photograph"
+    "libudev-dev|finds cameras as they are plugged in"
     "fonts-wqy-microhei|Chinese glyphs"
     "procps|ps, which looks for a copy that runs already"
 )

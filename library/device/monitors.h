@@ -7,9 +7,11 @@
 
 namespace korv {
 
-/// The sources of devices that this process is to use, not started yet. The simulated desk is one
-/// of them when the environment variable KORV_CAMERA_DESK asks for it: a folder of cameras, or
-/// "builtin".
+/// The sources of devices that this process is to use, not started yet. Two environment variables
+/// choose (a secure process ignores both):
+///   KORV_CAMERA_DESK   the simulated desk: a folder of cameras, or "builtin"
+///   KORV_CAMERA_REAL   "1": the cameras of this machine, "0": not these
+/// Without the second, the cameras of the machine are used when there is no simulated desk.
 std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors();
 
 } // namespace korv

@@ -54,6 +54,7 @@ public:
     std::string bus = "usb-1";
     std::uint32_t deviceCaps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
     std::vector<FakeFormat> formats;
+    std::set<std::string> nodes{"/dev/video0"}; ///< all with the same camera behind
     std::uint32_t bytesPerLine = 0; ///< of raw formats; 0: without padding
 
     /// Pictures after each STREAMON, in turn; after the last script `otherwise` comes.

@@ -1,0 +1,101 @@
+#include "library/device/monitors.h"
+
+#include "library/device/builtin_monitor.h"
+#include "library/device/node_rights.h"
+#include "library/device/simulated_monitor.h"
+#include "library/device/udev_monitor.h"
+#include "tests/library/support/temporary_folder.h"
+#include "tests/library/support/v4l2_fixture.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace korv;
+using testing::HasSubstr;
+using testing_support::secondsOf;
+
+namespace {
+
+class Monitors : public testing::Test
+{
+protected:
+    void TearDown() override { choose(nullptr, nullptr); }
+
+    static void set(const char *name, const char *value)
+    {
+        if (value)
+            ::setenv(name, value, 1);
+        else
+            ::unsetenv(name);
+    }
+
+    /// The kinds of monitors for an environment: b built-in, s simulated, r real.
+    static std::string choose(const char *desk, const char *real)
+    {
+        set("KORV_CAMERA_DESK", desk);
+        set("KORV_CAMERA_REAL", real);
+        std::string kinds;
+        for (const auto &monitor : availableMonitors()) {
+            if (dynamic_cast<BuiltinMonitor *>(monitor.get()))
+                kinds += 'b';
+            else if (dynamic_cast<SimulatedMonitor *>(monitor.get()))
+                kinds += 's';
+            else if (dynamic_cast<UdevMonitor *>(monitor.get()))
+                kinds += 'r';
+        }
+        return kinds;
+    }
+};
+
+class Ignorant : public DeviceObserver
+{
+public:
+    void onArrival(const DeviceIdentity &) override { }
+    void onDeparture(const std::string &) override { }
+};
+
+} // namespace
+
+TEST_F(Monitors, realCamerasAreUsedWhereThereIsNoDesk)
+{
+    EXPECT_EQ(choose(nullptr, nullptr), "r");
+    EXPECT_EQ(choose("", ""), "r");
+    EXPECT_EQ(choose("builtin", nullptr), "b");
+    EXPECT_EQ(choose("/some/folder", nullptr), "s");
+}
+
+TEST_F(Monitors, realCamerasCanBeAskedForAndRefused)
+{
+    EXPECT_EQ(choose("builtin", "1"), "br");
+    EXPECT_EQ(choose("/some/folder", "1"), "sr");
+    EXPECT_EQ(choose(nullptr, "0"), "");
+    EXPECT_EQ(choose("builtin", "0"), "b");
+}
+
+TEST_F(Monitors, watchingTheMachineStartsAndEndsInTime)
+{
+    Ignorant observer;
+    auto monitor = std::make_unique<UdevMonitor>();
+    EXPECT_EQ(monitor->open("nothing").code(), -ENODEV);
+    EXPECT_LT(secondsOf([&] { EXPECT_TRUE(monitor->start(observer)); }), 1.0);
+    EXPECT_EQ(monitor->open("nothing").code(), -ENODEV);
+    EXPECT_LT(secondsOf([&] { monitor.reset(); }), 1.0);
+}
+
+TEST(NodeRights, missingNodeAndMissingGroupAreNamed)
+{
+    EXPECT_THAT(whyNotToOpen("/nowhere/video0"), HasSubstr("No such file"));
+    const testing_support::TemporaryFolder folder;
+    const std::string node = folder / "video0";
+    ::close(::open(node.c_str(), O_CREAT | O_CLOEXEC, 0600));
+    EXPECT_THAT(whyNotToOpen(node), HasSubstr("another program"));
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root may open everything";
+    ::chmod(node.c_str(), 0060);
+    EXPECT_THAT(whyNotToOpen(node), HasSubstr("adduser"));
+    ::chmod(node.c_str(), 0);
+    EXPECT_THAT(whyNotToOpen(node), HasSubstr("no group"));
+}
