@@ -11,7 +11,9 @@ namespace korv::jpeg {
 /// How the components are to be understood (JFIF 1.02; Adobe's APP14 marker).
 enum class ColourModel { Gray, YCbCr, Rgb, Cmyk };
 
-enum class Subsampling { S444, S422, S420, Gray };
+/// Chroma samples in relation to luma's: all, half in a row (422), half in a column (440), half in
+/// both (420), a quarter in a row (411).
+enum class Subsampling { S444, S422, S440, S420, S411, Gray };
 
 /// What a JPEG's headers say (ITU-T T.81, JFIF 1.02).
 struct Info
@@ -49,6 +51,10 @@ Result<std::size_t> findEnd(ByteView data);
 
 /// Reads headers only. -EBADMSG when they are broken.
 Result<Info> readInfo(ByteView data);
+
+/// Whether a file of `size` bytes can hold such a picture: each 8x8 block takes at least one bit,
+/// so a short file that promises a huge picture lies.
+bool isPlausible(const Info &info, std::size_t size);
 
 /// The chroma sampling to keep when a picture with these headers is encoded again.
 Subsampling subsamplingOf(const Info &info);

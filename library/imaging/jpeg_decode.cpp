@@ -10,12 +10,6 @@ namespace korv::jpeg {
 
 namespace {
 
-// A progressive picture needs some ten scans; each costs a pass over the whole picture.
-constexpr int kMostScans = 200;
-
-// Coefficients of a progressive picture of the largest size: three components of 16 bit.
-constexpr long kMostDecoderMemory = 2'500'000'000;
-
 constexpr std::uint8_t kBilevelThreshold = 128;
 
 class Decompressor
@@ -40,20 +34,10 @@ public:
     int channels() const { return m_state.output_components; }
 
 private:
-    static void onProgress(j_common_ptr state);
-
     Trap m_trap;
     jpeg_decompress_struct m_state{};
     jpeg_progress_mgr m_progress{};
 };
-
-void Decompressor::onProgress(j_common_ptr state)
-{
-    // only called for decompressors, see open()
-    const auto *decompressor = reinterpret_cast<j_decompress_ptr>(state);
-    if (decompressor->input_scan_number > kMostScans)
-        static_cast<Trap *>(state->client_data)->fail(-EBADMSG);
-}
 
 bool Decompressor::open(ByteView data, bool gray)
 {
@@ -61,7 +45,7 @@ bool Decompressor::open(ByteView data, bool gray)
         jpeg_create_decompress(&m_state);
         m_state.client_data = &m_trap;
         m_state.mem->max_memory_to_use = kMostDecoderMemory;
-        m_progress.progress_monitor = onProgress;
+        m_progress.progress_monitor = Trap::onProgress;
         m_state.progress = &m_progress;
         jpeg_mem_src(&m_state, data.data, static_cast<unsigned long>(data.size));
         jpeg_read_header(&m_state, TRUE);
@@ -128,15 +112,14 @@ void makeBilevel(Image &image)
     image.setBilevel(true);
 }
 
-/// Each 8x8 block takes at least one bit, so a short file that promises a huge picture lies.
+} // namespace
+
 bool isPlausible(const Info &info, std::size_t size)
 {
     constexpr std::int64_t kMostPixelsPerByte = 8 * 64;
     const std::int64_t pixels = std::int64_t{info.width} * info.height;
     return !info.huffman || pixels / kMostPixelsPerByte <= static_cast<std::int64_t>(size);
 }
-
-} // namespace
 
 Result<Image> decode(ByteView data, const DecodeOptions &options)
 {

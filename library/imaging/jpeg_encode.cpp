@@ -1,5 +1,6 @@
 #include "library/imaging/jpeg.h"
 
+#include "library/imaging/jpeg_destination.h"
 #include "library/imaging/jpeg_tables.h"
 #include "library/imaging/jpeg_trap.h"
 
@@ -12,67 +13,29 @@ namespace korv::jpeg {
 
 namespace {
 
-/// Lets libjpeg write straight into a growing Bytes.
-class ByteDestination
+struct Factors
 {
-public:
-    explicit ByteDestination(std::size_t expected)
-        : m_bytes(std::max<std::size_t>(expected, 4096))
-    {
-        m_manager.init_destination = onInit;
-        m_manager.empty_output_buffer = onFull;
-        m_manager.term_destination = onTerm;
-    }
-
-    jpeg_destination_mgr *manager() { return &m_manager; }
-    Bytes take()
-    {
-        m_bytes.resize(m_used);
-        return std::move(m_bytes);
-    }
-
-private:
-    // the manager is the first member, so libjpeg's pointer to it is a pointer to this object
-    static ByteDestination *self(j_compress_ptr state)
-    {
-        return reinterpret_cast<ByteDestination *>(state->dest);
-    }
-    static void onInit(j_compress_ptr state) { self(state)->offer(0); }
-    static boolean onFull(j_compress_ptr state)
-    {
-        // libjpeg's rule: the whole buffer counts as written here, whatever the counters say
-        ByteDestination *destination = self(state);
-        const std::size_t used = destination->m_bytes.size();
-        if (!destination->grow())
-            static_cast<Trap *>(state->client_data)->fail(-ENOMEM);
-        destination->offer(used);
-        return TRUE;
-    }
-    static void onTerm(j_compress_ptr state)
-    {
-        ByteDestination *destination = self(state);
-        destination->m_used = destination->m_bytes.size() - destination->m_manager.free_in_buffer;
-    }
-
-    bool grow()
-    {
-        try {
-            m_bytes.resize(m_bytes.size() * 2);
-            return true;
-        } catch (const std::bad_alloc &) {
-            return false;
-        }
-    }
-    void offer(std::size_t from)
-    {
-        m_manager.next_output_byte = m_bytes.data() + from;
-        m_manager.free_in_buffer = m_bytes.size() - from;
-    }
-
-    jpeg_destination_mgr m_manager{};
-    Bytes m_bytes;
-    std::size_t m_used = 0;
+    int across;
+    int down;
 };
+
+Factors factorsOf(Subsampling subsampling)
+{
+    switch (subsampling) {
+    case Subsampling::S422:
+        return {2, 1};
+    case Subsampling::S440:
+        return {1, 2};
+    case Subsampling::S420:
+        return {2, 2};
+    case Subsampling::S411:
+        return {4, 1};
+    case Subsampling::S444:
+    case Subsampling::Gray:
+        break;
+    }
+    return {1, 1};
+}
 
 class Compressor
 {
@@ -107,11 +70,10 @@ void Compressor::configure(const Image &image, const EncodeOptions &options)
     if (!gray && options.subsampling == Subsampling::Gray)
         jpeg_set_colorspace(&m_state, JCS_GRAYSCALE);
     jpeg_set_quality(&m_state, options.quality, TRUE);
-    const bool halfWidth =
-        options.subsampling == Subsampling::S420 || options.subsampling == Subsampling::S422;
     if (m_state.num_components == 3) {
-        m_state.comp_info[0].h_samp_factor = halfWidth ? 2 : 1;
-        m_state.comp_info[0].v_samp_factor = options.subsampling == Subsampling::S420 ? 2 : 1;
+        const Factors factors = factorsOf(options.subsampling);
+        m_state.comp_info[0].h_samp_factor = factors.across;
+        m_state.comp_info[0].v_samp_factor = factors.down;
     } else {
         // libtiff refuses gray pictures with other factors
         m_state.comp_info[0].h_samp_factor = 1;

@@ -8,6 +8,8 @@ namespace korv::jpeg {
 
 namespace {
 
+constexpr int kMostScans = 200; ///< a progressive picture needs some ten
+
 Trap *trapOf(j_common_ptr state)
 {
     return static_cast<Trap *>(state->client_data);
@@ -52,6 +54,13 @@ void Trap::onMessage(j_common_ptr state, int level)
     if (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER)
         onError(state);
     ++state->err->num_warnings;
+}
+
+void Trap::onProgress(j_common_ptr state)
+{
+    const auto *decompressor = reinterpret_cast<j_decompress_ptr>(state);
+    if (decompressor->input_scan_number > kMostScans)
+        trapOf(state)->fail(-EBADMSG);
 }
 
 void Trap::onOutput(j_common_ptr) { }

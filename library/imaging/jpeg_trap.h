@@ -10,6 +10,9 @@
 
 namespace korv::jpeg {
 
+/// Coefficients of a progressive picture of the largest size: three components of 16 bit.
+inline constexpr long kMostDecoderMemory = 2'500'000'000;
+
 /// libjpeg leaves a failing call with longjmp. This is the one place that catches it; it also
 /// counts a scan limit and turns "data ended early" warnings into failures.
 class Trap
@@ -36,6 +39,10 @@ public:
 
     /// Gives up with `code`; called from libjpeg's own callbacks only.
     [[noreturn]] void fail(int negativeErrno);
+
+    /// A decompressor's progress monitor: gives up on pictures of far too many scans. Each scan
+    /// costs a pass over the whole picture, so a small file could keep us busy for hours.
+    static void onProgress(j_common_ptr state);
 
 private:
     static void onError(j_common_ptr state);

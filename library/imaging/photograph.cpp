@@ -4,6 +4,7 @@
 #include "library/imaging/crop.h"
 #include "library/imaging/jpeg.h"
 #include "library/imaging/jpeg_mend.h"
+#include "library/imaging/jpeg_transform.h"
 #include "library/imaging/lineart.h"
 #include "library/imaging/resolution.h"
 
@@ -18,13 +19,24 @@ namespace {
 
 constexpr int kUnchangedQuality = 95; ///< from here on the camera's own bytes are good enough
 
-bool changesNothing(const PhotographOptions &options, const jpeg::Structure &structure)
+/// What a photograph needs, as far as it needs no pixels; nothing when it needs them.
+std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
+                                               const PhotographOptions &options)
 {
-    const bool colourStays = options.colour == ColourStyle::Colour
-        || (options.colour == ColourStyle::Gray && structure.info.components == 1);
-    return options.crop == CropMode::Off && options.rotation == Rotation::None && colourStays
-        && jpeg::isWidelyReadable(structure)
-        && (options.quality >= kUnchangedQuality || jpeg::isAsCoarseAs(structure, options.quality));
+    if (options.crop != CropMode::Off || options.colour == ColourStyle::Lineart)
+        return std::nullopt;
+    jpeg::Transform transform;
+    transform.turn =
+        Turn::ofOrientation(structure.info.orientation).then(Turn::of(options.rotation));
+    transform.gray = options.colour == ColourStyle::Gray && structure.info.components > 1;
+    if (options.quality < kUnchangedQuality && !jpeg::isAsCoarseAs(structure, options.quality))
+        transform.quality = options.quality;
+    return transform;
+}
+
+bool changesNothing(const jpeg::Transform &transform)
+{
+    return transform.turn.isNone() && !transform.gray && transform.quality == 0;
 }
 
 Bytes unchanged(ByteView frame, std::size_t end)
@@ -66,10 +78,11 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
     if (options.rotation != Rotation::None)
         image = rotate(image, options.rotation);
     image = inColour(std::move(image), options.colour);
-    image.setDpi(effectiveDpi(image.width(), image.height(), image.dpi()));
+    image.setDpi(effectiveDpi(image.width(), image.height(), 0));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
-    encoding.subsampling = jpeg::subsamplingOf(info);
+    encoding.subsampling = jpeg::keptSubsampling(
+        info, Turn::ofOrientation(info.orientation).then(Turn::of(options.rotation)));
     return jpeg::encode(image, encoding);
 }
 
@@ -84,12 +97,17 @@ Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options)
         const jpeg::Info &info = structure.value().info;
         if (!isReasonableSize(info.width, info.height))
             return Error{-EFBIG, "photograph too large"};
-        if (changesNothing(options, structure.value())) {
+        const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
+        const ByteView picture = frame.first(structure.value().end);
+        if (work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value())) {
             if (jpeg::needsMending(structure.value()))
-                return jpeg::mend(frame, structure.value(), info.dpi);
+                return jpeg::mend(frame, structure.value(), 0);
             return unchanged(frame, structure.value().end);
         }
-        return remake(frame.first(structure.value().end), info, options);
+        if (work && jpeg::canTransform(structure.value(), *work))
+            return jpeg::transformed(picture, structure.value(), *work,
+                                     effectiveDpi(info.width, info.height, 0));
+        return remake(picture, info, options);
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "no memory for the photograph"};
     } catch (const std::exception &failure) {

@@ -19,8 +19,11 @@ struct PhotographOptions
 };
 
 /// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG
-/// bytes. Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no
-/// state.
+/// bytes. What can be done on the coefficients is: a turn whose edge blocks are whole, leaving out
+/// chroma, coarser steps. With nothing to do, and at 95 or more, or when the frame's own steps are
+/// as coarse as those of the quality, the frame's bytes are the photograph, mended if strict
+/// readers need it. All others state the resolution at which the long side is that of an A4 sheet.
+/// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
 Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);
 
 } // namespace korv

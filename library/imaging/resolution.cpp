@@ -13,13 +13,19 @@ constexpr double kA4LongSideInches = 297 / 25.4;
 constexpr double kShortestInches = 3.0 / 72;
 constexpr double kLongestInches = 14'400.0 / 72;
 
+/// What programs write that know no resolution: those of old screens.
+bool isPlaceholder(double dpi)
+{
+    return std::lround(dpi) == 72 || std::lround(dpi) == 96;
+}
+
 } // namespace
 
 double effectiveDpi(int width, int height, double statedDpi)
 {
     const double longSide = std::max(width, height);
     const double shortSide = std::min(width, height);
-    if (statedDpi > 0 && longSide / statedDpi <= kLongestInches
+    if (statedDpi > 0 && !isPlaceholder(statedDpi) && longSide / statedDpi <= kLongestInches
         && shortSide / statedDpi >= kShortestInches)
         return statedDpi;
     return std::max(1.0, std::round(longSide / kA4LongSideInches));

@@ -2,9 +2,10 @@
 
 namespace korv {
 
-/// The one resolution used in every format: what the picture states when a page of that size is
-/// possible, otherwise the dots per inch (a whole number) at which the long side is that of an A4
-/// sheet. A size in pixels is positive.
+/// The one resolution used in every format: what the picture states when that means something (72
+/// and 96 are what programs write that do not know) and a page of that size is possible, otherwise
+/// the dots per inch (a whole number) at which the long side is that of an A4 sheet. A size in
+/// pixels is positive.
 double effectiveDpi(int width, int height, double statedDpi);
 
 } // namespace korv

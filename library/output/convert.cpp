@@ -1,6 +1,7 @@
 #include "library/output/convert.h"
 
 #include "library/imaging/jpeg_mend.h"
+#include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/atomic_file.h"
 #include "library/output/boundary.h"
@@ -78,7 +79,9 @@ Result<void> convertJpeg(ByteView content, Output &output, int quality)
         return image.error();
     image.value().setDpi(
         effectiveDpi(image.value().width(), image.value().height(), image.value().dpi()));
-    const Result<Bytes> encoded = jpeg::encode(image.value(), {quality, jpeg::subsamplingOf(info)});
+    const Result<Bytes> encoded =
+        jpeg::encode(image.value(),
+                     {quality, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))});
     return encoded ? output.write(encoded.value()) : Result<void>(encoded.error());
 }
 

@@ -1,6 +1,7 @@
 #include "library/output/page_maker.h"
 
 #include "library/imaging/jpeg_mend.h"
+#include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/image_loader.h"
 #include "library/output/source_file.h"
@@ -66,7 +67,9 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
         m_image = std::move(image).value();
         if (m_image.isBilevel())
             return lineartPage(m_image);
-        return encoded(m_image, jpeg::subsamplingOf(structure.info));
+        return encoded(
+            m_image,
+            jpeg::keptSubsampling(structure.info, Turn::ofOrientation(structure.info.orientation)));
     }
     if (!isReasonableSize(structure.info.width, structure.info.height))
         return Error{-EFBIG, "picture too large"};

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <dlfcn.h>
 #include <stdexcept>
 
@@ -32,7 +33,7 @@ bool isRescued(const fs::path &file)
     return file.filename().string().find("-rescued-") != std::string::npos;
 }
 
-/// Grain makes the file some hundred kilobytes: more than one write.
+/// Grain makes the file larger than the library's write buffer.
 korv::Image grainy(unsigned seed)
 {
     korv::Image image = pictures::page(Desk::kWidth, Desk::kHeight);
@@ -101,8 +102,7 @@ int Desk::countFinished(int index) const
             return false;
         const korv::Bytes content = pictures::readBytes(entry.path());
         const korv::Bytes &part = photograph(index);
-        return std::search(content.begin(), content.end(), part.begin(), part.end())
-            != content.end();
+        return ::memmem(content.data(), content.size(), part.data(), part.size()) != nullptr;
     };
     return static_cast<int>(
         std::count_if(fs::directory_iterator(m_folder), fs::directory_iterator(), holds));

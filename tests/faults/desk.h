@@ -31,8 +31,8 @@ public:
     std::string path(const std::string &name) const { return (m_folder / name).string(); }
     std::string workingFile(int index) const;
     static const korv::Bytes &photograph(int index);
-    static constexpr int kWidth = 320;
-    static constexpr int kHeight = 240;
+    static constexpr int kWidth = 224;
+    static constexpr int kHeight = 160;
 
     /// What the application does after an export, whatever the result was.
     void deleteWorkingFiles() const;

@@ -2,8 +2,8 @@
 
 /// A library in front of the C library: system calls of file work that fail on command. Tests link
 /// it; for other programs it is named in LD_PRELOAD, with the fault in KORV_FAULT as
-/// "KIND:NTH:ERRNO", for example "write:3:28". While nothing is armed, every call goes through. Any
-/// thread; the state is the process's.
+/// "KIND:NTH:ERRNO", for example "write:3:28". While nothing is armed, every call goes through;
+/// while something is, fsync does nothing. Any thread; the state is the process's.
 extern "C" {
 
 /// From now on, the `nth` call (from 1) of the kind "open", "read", "write", "fsync", "rename" or

@@ -11,7 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kErrors[] = {ENOSPC, EIO, EDQUOT, EACCES, EMFILE};
+const std::vector<int> kErrors = {ENOSPC, EIO, EDQUOT, EACCES, EMFILE};
+const std::vector<int> kFewErrors = {ENOSPC, EACCES}; ///< on unusual file systems, to save time
 const std::vector<std::string> kKinds = {"open", "read", "write", "fsync", "rename", "link"};
 constexpr int kMostCalls = 500; ///< far above what an export makes
 
@@ -43,7 +44,7 @@ template <typename Scenario> void sweep(Scenario scenario)
     int faults = 0;
     for (const int missing : kFileSystems) {
         for (const std::string &kind : kKinds) {
-            for (const int error : kErrors) {
+            for (const int error : missing == 0 ? kErrors : kFewErrors) {
                 bool happened = true;
                 for (int nth = 1; happened && nth < kMostCalls; ++nth) {
                     SCOPED_TRACE(kind + " " + std::to_string(nth) + " fails with "
@@ -67,7 +68,8 @@ template <typename Scenario> void sweep(Scenario scenario)
         }
     }
     // open, read, write, fsync twice and a name: at least six places on each file system
-    EXPECT_GE(faults, 6 * static_cast<int>(std::size(kFileSystems) * std::size(kErrors)));
+    const std::size_t sweeps = kErrors.size() + 3 * kFewErrors.size();
+    EXPECT_GE(faults, 6 * static_cast<int>(sweeps));
 }
 
 /// The promise: after the caller deleted its working files, each photograph lies in exactly one

@@ -1,6 +1,6 @@
 #include "library/imaging/photograph.h"
 
-#include "library/imaging/jpeg.h"
+#include "library/imaging/jpeg_structure.h"
 #include "tests/library/imaging/pictures.h"
 
 #include <cerrno>
@@ -61,6 +61,67 @@ TEST(Photograph, rotationsTurnThePicture)
                                        rotate(original, rotation)),
                   3);
     }
+}
+
+TEST(Photograph, rotationAloneLosesNothing)
+{
+    const Bytes whole = pictures::jpegOf(pictures::page(320, 240), 90);
+    PhotographOptions options;
+    options.rotation = Rotation::Left90;
+    const Bytes turned = makePhotograph(whole, options).value();
+    options.rotation = Rotation::Right90;
+    const Bytes back = makePhotograph(turned, options).value();
+    EXPECT_TRUE(pictures::same(jpeg::decode(back).value(), jpeg::decode(whole).value()));
+}
+
+TEST(Photograph, orientationIsAppliedOnceAndRemoved)
+{
+    Bytes tagged = pictures::jpegOf(pictures::page(320, 240));
+    const Image original = jpeg::decode(tagged).value();
+    const Bytes exif = {0xFF, 0xE1, 0, 34,   'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8,
+                        0,    1,    1, 0x12, 0,   3,   0,   0,   0, 1, 0,   6,   0, 0,  0, 0, 0, 0};
+    tagged.insert(tagged.begin() + 2, exif.begin(), exif.end());
+    for (const Rotation rotation : {Rotation::None, Rotation::Left90, Rotation::Half}) {
+        PhotographOptions options;
+        options.rotation = rotation;
+        const Bytes photograph = makePhotograph(tagged, options).value();
+        EXPECT_EQ(jpeg::readInfo(photograph).value().orientation, 1);
+        const Image expected = rotate(rotate(original, Rotation::Right90), rotation);
+        EXPECT_LT(pictures::difference(jpeg::decode(photograph).value(), expected), 1);
+    }
+}
+
+TEST(Photograph, lowerQualityKeepsTheSampling)
+{
+    const Image page = pictures::page(333, 221);
+    for (const jpeg::Subsampling subsampling :
+         {jpeg::Subsampling::S422, jpeg::Subsampling::S444, jpeg::Subsampling::S420}) {
+        const Bytes fine = jpeg::encode(page, {98, subsampling}).value();
+        for (const CropMode crop : {CropMode::Off, CropMode::Auto}) {
+            PhotographOptions options;
+            options.quality = 60;
+            options.crop = crop;
+            const Bytes coarse = makePhotograph(fine, options).value();
+            EXPECT_EQ(jpeg::subsamplingOf(jpeg::readInfo(coarse).value()), subsampling);
+            EXPECT_TRUE(jpeg::isAsCoarseAs(jpeg::readStructure(coarse).value(), 60));
+        }
+    }
+}
+
+TEST(Photograph, coarseFrameStaysAsItIsWhateverTheQuality)
+{
+    const Bytes coarse = pictures::jpegOf(pictures::page(333, 221), 40);
+    PhotographOptions options;
+    options.quality = 60;
+    EXPECT_EQ(makePhotograph(coarse, options).value(), coarse);
+}
+
+TEST(Photograph, grayIsTheFramesOwnLuma)
+{
+    PhotographOptions options;
+    options.colour = ColourStyle::Gray;
+    const Bytes gray = makePhotograph(frame(), options).value();
+    EXPECT_TRUE(pictures::same(jpeg::decode(gray).value(), jpeg::decode(frame(), {true}).value()));
 }
 
 TEST(Photograph, grayIsOneComponent)

@@ -15,7 +15,14 @@ TEST(EffectiveDpi, unknownResolutionMakesTheLongSideA4)
 TEST(EffectiveDpi, statedResolutionHolds)
 {
     EXPECT_EQ(effectiveDpi(2480, 3508, 300), 300);
-    EXPECT_EQ(effectiveDpi(1000, 1000, 72), 72);
+    EXPECT_EQ(effectiveDpi(1000, 1000, 71), 71);
+}
+
+TEST(EffectiveDpi, valuesThatProgramsWriteWithoutKnowingAreNone)
+{
+    EXPECT_EQ(effectiveDpi(3264, 2448, 72), 279);
+    EXPECT_EQ(effectiveDpi(3264, 2448, 96), 279);
+    EXPECT_EQ(effectiveDpi(3264, 2448, 96.01), 279); // 3780 pixels a metre
 }
 
 TEST(EffectiveDpi, impossiblePageSizesFallBackToTheRule)
