@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include "cli/doctor.h"
 #include "cli/opendevice.h"
 #include "cli/session.h"
 #include "cli/snap.h"
@@ -14,7 +15,7 @@ ExitCode list(Session &session)
     for (const Device &device : devices)
         session.print(describe(device));
     if (devices.empty()) {
-        session.complain("there is no camera");
+        session.complain("there is no camera; `korvcam doctor` looks for the reason");
         return ExitCode::NoDevice;
     }
     return ExitCode::Success;
@@ -27,7 +28,7 @@ ExitCode modes(Session &session)
         return ExitCode::NoDevice;
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
-        return session.check(camera.result(), "open " + device->name);
+        return session.checkCamera(camera.result(), "open " + device->name);
     const int current = session.library().GetCurResolutionNo(device->index);
     for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
         session.print(std::to_string(mode.res_no) + "  " + sizeText(mode.res_w, mode.res_h)
@@ -88,6 +89,8 @@ ExitCode run(const Options &options)
         return modes(session);
     case Command::Snap:
         return snap(session, options);
+    case Command::Doctor:
+        return doctor(session, options);
     case Command::Convert:
         return convert(session, options);
     case Command::Combine:

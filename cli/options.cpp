@@ -129,6 +129,14 @@ private:
             ->check(hidden(CLI::Range(1, 100)));
     }
 
+    void addTimeoutOption(CLI::App *sub)
+    {
+        sub->add_option("--timeout", m_timeoutSeconds, "Seconds to wait for a picture")
+            ->type_name("S")
+            ->check(hidden(CLI::Range(1, 3600)))
+            ->capture_default_str();
+    }
+
     static void addChoice(CLI::App *sub, const char *name, std::string &value,
                           const std::vector<std::string> &choices, const char *description)
     {
@@ -153,6 +161,11 @@ private:
             ->type_name("N")
             ->check(hidden(CLI::Range(1, kMostEvents)));
 
+        CLI::App *const doctor = addCommand(Command::Doctor, "doctor",
+                                            "Says in plain words what is wrong with the cameras");
+        addDeviceOption(doctor);
+        addTimeoutOption(doctor);
+
         addSnapCommand();
     }
 
@@ -174,10 +187,7 @@ private:
         snap->add_option("--interval", m_options.intervalMs, "Milliseconds between photographs")
             ->type_name("MS")
             ->check(hidden(CLI::Range(0, 3'600'000)));
-        snap->add_option("--timeout", m_timeoutSeconds, "Seconds to wait for a picture")
-            ->type_name("S")
-            ->check(hidden(CLI::Range(1, 3600)))
-            ->capture_default_str();
+        addTimeoutOption(snap);
         snap->add_option("-o,--output", m_options.destination,
                          "JPEG file; with --count, numbered: page-0001.jpg")
             ->type_name("FILE")

@@ -16,7 +16,7 @@ enum class ExitCode {
     NoLibrary = 5, ///< the camera library cannot be loaded
 };
 
-enum class Command { List, Modes, Snap, Convert, Combine, Watch };
+enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch };
 
 /// Picture size in pixels.
 struct Resolution
@@ -44,7 +44,7 @@ struct Options
     int count = 1; ///< photographs (snap)
     int maximumEvents = 0; ///< events (watch), 0: no limit
     int intervalMs = 0; ///< least time between two photographs
-    int timeoutMs = 10'000; ///< longest wait for a frame (snap)
+    int timeoutMs = 10'000; ///< longest wait for a frame (snap, doctor)
     int durationMs = 0; ///< length of a watch, 0: no limit
 
     std::vector<std::string> sources;

@@ -1,5 +1,6 @@
 #include "cli/session.h"
 
+#include "cli/advice.h"
 #include "cli/freetext.h"
 
 #include <algorithm>
@@ -69,7 +70,7 @@ std::optional<Device> Session::findDevice()
             return std::move(device);
     }
     complain(m_options.device ? "there is no camera " + std::to_string(*m_options.device)
-                              : "there is no camera");
+                              : "there is no camera; `korvcam doctor` looks for the reason");
     return std::nullopt;
 }
 
@@ -90,6 +91,14 @@ ExitCode Session::check(int result, const std::string &doing) const
         return ExitCode::Success;
     complain("cannot " + doing + ": " + std::strerror(-result));
     return ExitCode::Failure;
+}
+
+ExitCode Session::checkCamera(int result, const std::string &doing) const
+{
+    const ExitCode code = check(result, doing);
+    if (const std::string words = advice(result); result < 0 && !words.empty())
+        complain(words);
+    return code;
 }
 
 } // namespace cli

@@ -41,6 +41,8 @@ public:
     void complain(const std::string &line) const;
     /// Complains when `result` is negative; Failure then.
     ExitCode check(int result, const std::string &doing) const;
+    /// The same for what was asked of a camera, with what may help.
+    ExitCode checkCamera(int result, const std::string &doing) const;
 
 private:
     const Options &m_options;

@@ -59,7 +59,7 @@ ExitCode nextFrame(Session &session, const Options &options, FrameReceiver &rece
         case Wake::Notified:
             break;
         case Wake::TimedOut:
-            session.complain("the camera sent no picture in time");
+            session.complain("the camera sent no picture in time; `korvcam doctor` may know why");
             return ExitCode::NoFrame;
         case Wake::Interrupted:
             return ExitCode::Failure;
@@ -98,13 +98,14 @@ ExitCode snap(Session &session, const Options &options)
     FrameReceiver receiver(session.wakeup());
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
-        return session.check(camera.result(), "open " + device->name);
+        return session.checkCamera(camera.result(), "open " + device->name);
     ExitCode code = selectResolution(session, options, camera, device->index);
     if (code == ExitCode::Success)
         code = setPhotographOptions(session, options);
     if (code == ExitCode::Success)
-        code = session.check(session.library().StartCapture(device->index, &FrameReceiver::onFrame),
-                             "start " + device->name);
+        code = session.checkCamera(
+            session.library().StartCapture(device->index, &FrameReceiver::onFrame),
+            "start " + device->name);
     if (code == ExitCode::Success)
         code = savePhotographs(session, options, receiver);
     return code;

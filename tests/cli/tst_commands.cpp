@@ -107,7 +107,7 @@ TEST_F(Commands, noCameraIsItsOwnExitCode)
     fake_set_devices_json("[]");
     for (const Command command : {Command::List, Command::Modes, Command::Snap})
         EXPECT_EQ(run(command), ExitCode::NoDevice);
-    EXPECT_EQ(m_errors, "korvcam: there is no camera\n");
+    EXPECT_EQ(m_errors, "korvcam: there is no camera; `korvcam doctor` looks for the reason\n");
 }
 
 TEST_F(Commands, aCameraThatIsNotThereIsNoDevice)
@@ -148,7 +148,9 @@ TEST_F(Commands, cameraThatDoesNotOpenIsNotClosed)
 {
     fake_set_result("Open", -EBUSY);
     EXPECT_EQ(run(Command::Modes), ExitCode::Failure);
-    EXPECT_EQ(m_errors, "korvcam: cannot open Desk: Device or resource busy\n");
+    EXPECT_EQ(m_errors,
+              "korvcam: cannot open Desk: Device or resource busy\n"
+              "korvcam: another program is using the camera; close it and try again\n");
     EXPECT_THAT(fake_calls(), Not(HasSubstr("Close")));
 }
 
@@ -187,7 +189,8 @@ TEST_F(Commands, silentCameraIsItsOwnExitCode)
 {
     m_options.destination = (m_home.scratch() / "a.jpg").string();
     EXPECT_EQ(run(Command::Snap), ExitCode::NoFrame);
-    EXPECT_EQ(m_errors, "korvcam: the camera sent no picture in time\n");
+    EXPECT_EQ(m_errors,
+              "korvcam: the camera sent no picture in time; `korvcam doctor` may know why\n");
     EXPECT_THAT(fake_calls(), HasSubstr("Close(4)\n"));
 }
 

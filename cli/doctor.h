@@ -1,0 +1,22 @@
+#pragma once
+
+#include "cli/session.h"
+#include "cli/videonodes.h"
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// What is wrong with USB cameras and nodes, one sentence each; empty when nothing is.
+std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
+                                    const std::vector<VideoNode> &nodes);
+
+/// One line about a node.
+std::string describe(const VideoNode &node);
+
+/// Looks at everything between the USB plug and a photograph, and says what is wrong. Success when
+/// every camera gives a picture; NoDevice when there is none; otherwise NoFrame or Failure.
+ExitCode doctor(Session &session, const Options &options, const SystemFolders &folders = {});
+
+} // namespace cli

@@ -1,0 +1,203 @@
+#include "cli/videonodes.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <grp.h>
+#include <linux/videodev2.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// An open node for as long as it is looked at.
+class Descriptor
+{
+public:
+    explicit Descriptor(const std::string &path)
+        : m_descriptor(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC))
+        , m_error(m_descriptor < 0 ? errno : 0)
+    {
+    }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (m_descriptor >= 0)
+            close(m_descriptor);
+    }
+
+    int error() const { return m_error; }
+    /// 0, or errno.
+    int ask(unsigned long request, void *argument) const
+    {
+        return ioctl(m_descriptor, request, argument) < 0 ? errno : 0;
+    }
+
+private:
+    int m_descriptor;
+    int m_error;
+};
+
+std::vector<fs::path> entries(const std::string &folder)
+{
+    std::vector<fs::path> found;
+    std::error_code error;
+    for (fs::directory_iterator at(folder, error); !error && at != fs::directory_iterator();
+         at.increment(error))
+        found.push_back(at->path());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+std::string firstLine(const fs::path &file)
+{
+    std::string line;
+    std::ifstream stream(file);
+    std::getline(stream, line);
+    return line;
+}
+
+std::string groupOf(const std::string &path)
+{
+    struct stat state = {};
+    if (stat(path.c_str(), &state) != 0)
+        return {};
+    const struct group *const entry = getgrgid(state.st_gid);
+    return entry ? entry->gr_name : std::to_string(state.st_gid);
+}
+
+std::string fourLetters(std::uint32_t code)
+{
+    std::string text;
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+        const char letter = static_cast<char>(code >> shift & 0x7F);
+        text += letter > ' ' ? letter : '.';
+    }
+    return text;
+}
+
+bool isUsable(std::uint32_t format)
+{
+    constexpr std::array<std::uint32_t, 8> kUsable{
+        V4L2_PIX_FMT_MJPEG, V4L2_PIX_FMT_JPEG,   V4L2_PIX_FMT_YUYV,  V4L2_PIX_FMT_UYVY,
+        V4L2_PIX_FMT_NV12,  V4L2_PIX_FMT_YUV420, V4L2_PIX_FMT_RGB24, V4L2_PIX_FMT_GREY};
+    return std::find(kUsable.begin(), kUsable.end(), format) != kUsable.end();
+}
+
+void listFormats(const Descriptor &descriptor, VideoNode &node)
+{
+    constexpr std::uint32_t kMost = 64;
+    for (std::uint32_t index = 0; index < kMost; ++index) {
+        v4l2_fmtdesc entry = {};
+        entry.index = index;
+        entry.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        if (descriptor.ask(VIDIOC_ENUM_FMT, &entry) != 0)
+            return;
+        node.formats.push_back(fourLetters(entry.pixelformat));
+        node.usable = node.usable || isUsable(entry.pixelformat);
+    }
+}
+
+void examine(VideoNode &node)
+{
+    const Descriptor descriptor(node.path);
+    node.openError = descriptor.error();
+    v4l2_capability answer = {};
+    if (node.openError != 0 || descriptor.ask(VIDIOC_QUERYCAP, &answer) != 0)
+        return;
+    node.isV4l2 = true;
+    const auto *const card = reinterpret_cast<const char *>(answer.card);
+    node.card.assign(card, strnlen(card, sizeof answer.card));
+    const std::uint32_t own = (answer.capabilities & V4L2_CAP_DEVICE_CAPS) != 0
+        ? answer.device_caps
+        : answer.capabilities;
+    node.capturesVideo = (own & V4L2_CAP_VIDEO_CAPTURE) != 0 && (own & V4L2_CAP_STREAMING) != 0;
+    if (!node.capturesVideo)
+        return;
+    listFormats(descriptor, node);
+    // setting what is set already changes nothing, and fails while somebody streams
+    v4l2_format format = {};
+    format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    if (descriptor.ask(VIDIOC_G_FMT, &format) == 0)
+        node.busy = descriptor.ask(VIDIOC_S_FMT, &format) == EBUSY;
+}
+
+/// The programs that have a file open, as far as this user may see.
+std::vector<std::string> usersOf(const std::string &path, const std::string &proc)
+{
+    std::vector<std::string> users;
+    for (const fs::path &process : entries(proc)) {
+        const std::string id = process.filename().string();
+        if (id.find_first_not_of("0123456789") != std::string::npos)
+            continue;
+        for (const fs::path &descriptor : entries((process / "fd").string())) {
+            std::error_code error;
+            if (fs::read_symlink(descriptor, error) != path)
+                continue;
+            users.push_back(firstLine(process / "comm") + " (" + id + ")");
+            break;
+        }
+    }
+    return users;
+}
+
+long numberIn(const std::string &path)
+{
+    return std::strtol(path.c_str() + path.find_last_not_of("0123456789") + 1, nullptr, 10);
+}
+
+} // namespace
+
+std::vector<UsbCamera> usbCameras(const SystemFolders &folders)
+{
+    std::vector<UsbCamera> cameras;
+    std::string lastDevice;
+    for (const fs::path &entry : entries(folders.usbDevices)) {
+        // interfaces are called like "1-1:1.0", their device "1-1"
+        const std::string name = entry.filename().string();
+        const std::string device = name.substr(0, name.find(':'));
+        if (device == name || device == lastDevice || firstLine(entry / "bInterfaceClass") != "0e")
+            continue;
+        lastDevice = device;
+        const fs::path folder = entry.parent_path() / device;
+        std::error_code error;
+        cameras.push_back({firstLine(folder / "idVendor") + ":" + firstLine(folder / "idProduct"),
+                           firstLine(folder / "product"),
+                           fs::read_symlink(entry / "driver", error).filename().string()});
+    }
+    return cameras;
+}
+
+std::vector<VideoNode> videoNodes(const SystemFolders &folders)
+{
+    std::vector<VideoNode> nodes;
+    for (const fs::path &entry : entries(folders.dev)) {
+        const std::string name = entry.filename().string();
+        if (name.compare(0, 5, "video") != 0 || name.size() == 5
+            || name.find_first_not_of("0123456789", 5) != std::string::npos)
+            continue;
+        VideoNode node;
+        node.path = entry.string();
+        node.group = groupOf(node.path);
+        node.users = usersOf(node.path, folders.proc);
+        examine(node);
+        nodes.push_back(std::move(node));
+    }
+    std::sort(nodes.begin(), nodes.end(), [](const VideoNode &one, const VideoNode &other) {
+        return numberIn(one.path) < numberIn(other.path);
+    });
+    return nodes;
+}
+
+} // namespace cli

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// Where the system shows its devices; a test has folders of its own.
+struct SystemFolders
+{
+    std::string dev = "/dev";
+    std::string usbDevices = "/sys/bus/usb/devices";
+    std::string proc = "/proc";
+};
+
+/// A camera as the USB bus shows it, whether or not a driver cares for it.
+struct UsbCamera
+{
+    std::string id; ///< "1b17:0211"
+    std::string name; ///< may be empty
+    std::string driver; ///< of its video interface; empty: none
+};
+
+/// A video node, looked at from outside the camera library.
+struct VideoNode
+{
+    std::string path;
+    int openError = 0; ///< errno; 0: it opens
+    std::string group; ///< that owns it
+    bool isV4l2 = false;
+    bool capturesVideo = false;
+    std::string card; ///< what the driver calls it
+    std::vector<std::string> formats; ///< "MJPG", "YUYV"
+    bool usable = false; ///< one of the formats is of use to the camera library
+    bool busy = false; ///< another program has its buffers
+    std::vector<std::string> users; ///< programs that have it open: "cheese (4711)"
+};
+
+/// The devices with a video interface (USB class 14).
+std::vector<UsbCamera> usbCameras(const SystemFolders &folders);
+
+/// The video nodes, in the order of their numbers. Opens each of them for a moment.
+std::vector<VideoNode> videoNodes(const SystemFolders &folders);
+
+} // namespace cli
