@@ -36,6 +36,7 @@ readonly kTestPackages=(
     "xdotool|mouse and keyboard for the tests"
     "qpdf|reads PDF files back"
     "poppler-utils|reads PDF files back: pdftoppm"
+    "mupdf-tools|reads PDF files back, a second reader"
     "libtiff-tools|reads TIFF files back: tiffinfo"
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"

@@ -143,7 +143,11 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
  * appears whole or not at all. Never waits for a stream: it may be called while the receiver holds a
  * lock that its frame callback wants. `reserved` is not used; pass 0.
  * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a complete
- * JPEG; -ENOMEM; or what the file system answered. */
+ * JPEG; -ENOMEM; or what the file system answered.
+ * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse as
+ * the quality's, the file is the frame byte for byte, but for tables and a head that strict readers
+ * miss. A rotation alone loses nothing where the frame's edges allow it. Every other photograph
+ * states the resolution at which its long side is that of an A4 sheet. */
 KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
                                              const char *path);
 
@@ -155,7 +159,9 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
 
 /* Converts the image file `src` to the new file `dst`. The extension of dst, in any case, chooses
  * the format: jpg, jpeg, png, bmp, tif, tiff, pdf, ofd. The format of src (JPEG, PNG, BMP, TIFF) is
- * recognised by its content. The file appears whole or not at all: it is written without a name or
+ * recognised by its content. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
+ * 96 dpi, which programs write that do not know, has the long side of an A4 sheet.
+ * The file appears whole or not at all: it is written without a name or
  * under a hidden one, synced, named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form
  * "0001 (1).pdf", the result is 0, and standard error tells the name. Of two programs that want the

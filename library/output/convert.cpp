@@ -1,6 +1,5 @@
 #include "library/output/convert.h"
 
-#include "library/imaging/jpeg_mend.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/atomic_file.h"
@@ -8,6 +7,7 @@
 #include "library/output/document.h"
 #include "library/output/format.h"
 #include "library/output/image_loader.h"
+#include "library/output/jpeg_reuse.h"
 #include "library/output/rescue.h"
 #include "library/output/source_file.h"
 
@@ -16,8 +16,6 @@
 namespace korv {
 
 namespace {
-
-constexpr int kUnchangedQuality = 95; ///< from here on every JPEG is good enough as it is
 
 /// Where the one picture goes, and whether it has arrived.
 class Output
@@ -57,31 +55,27 @@ private:
     bool m_finished = false;
 };
 
-/// JPEG to JPEG: the bytes as they are, mended if need be, unless something must change.
+/// JPEG to JPEG: without decoding, where that is possible.
 Result<void> convertJpeg(ByteView content, Output &output, int quality)
 {
-    const Result<jpeg::Structure> read = jpeg::readStructure(content);
-    if (!read)
-        return read.error();
-    const jpeg::Structure &structure = read.value();
-    const jpeg::Info &info = structure.info;
-    if (!isReasonableSize(info.width, info.height))
-        return Error{-EFBIG, "picture too large"};
-    if (jpeg::isWidelyReadable(structure)
-        && (quality >= kUnchangedQuality || jpeg::isAsCoarseAs(structure, quality))) {
-        if (!jpeg::needsMending(structure))
-            return output.write(content.first(structure.end));
-        const Result<Bytes> mended = jpeg::mend(content, structure, info.dpi);
-        return mended ? output.write(mended.value()) : Result<void>(mended.error());
-    }
+    const Result<jpeg::Structure> structure = jpeg::readStructure(content);
+    if (!structure)
+        return structure.error();
+    Bytes storage;
+    const Result<ByteView> reused =
+        reusableJpeg(content, structure.value(), {quality, false}, storage);
+    if (!reused)
+        return reused.error();
+    if (!reused.value().empty())
+        return output.write(reused.value());
     Result<Image> image = loadImage(content);
     if (!image)
         return image.error();
-    image.value().setDpi(
-        effectiveDpi(image.value().width(), image.value().height(), image.value().dpi()));
-    const Result<Bytes> encoded =
-        jpeg::encode(image.value(),
-                     {quality, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))});
+    Image &picture = image.value();
+    picture.setDpi(effectiveDpi(picture.width(), picture.height(), picture.dpi()));
+    const jpeg::Info &info = structure.value().info;
+    const Result<Bytes> encoded = jpeg::encode(
+        picture, {quality, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))});
     return encoded ? output.write(encoded.value()) : Result<void>(encoded.error());
 }
 

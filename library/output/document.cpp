@@ -2,7 +2,7 @@
 
 #include "library/output/atomic_file.h"
 #include "library/output/file_names.h"
-#include "library/output/page_maker.h"
+#include "library/output/page_source.h"
 #include "library/output/utf8.h"
 
 #include <cerrno>
@@ -34,6 +34,15 @@ DocumentOptions optionsFor(const std::string &path)
     return options;
 }
 
+PageOptions pageOptions(const Format &format, int quality)
+{
+    PageOptions options;
+    options.quality = quality;
+    options.plainJpegOnly = format.plainJpegOnly;
+    options.codeLineart = format.codeLineart;
+    return options;
+}
+
 } // namespace
 
 Result<void> writeDocument(const std::vector<std::string> &sources, const Format &format,
@@ -50,11 +59,11 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     options.pageCount = static_cast<int>(sources.size());
     options.expectedBytes = sizeOfAll(sources);
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PageMaker maker({quality, format.plainJpegOnly});
+    PageSource pages(sources, pageOptions(format, quality));
     std::vector<std::string> unreadable;
     Result<void> firstProblem;
     for (const std::string &source : sources) {
-        const Result<Page> page = maker.fromFile(source);
+        const Result<Page> &page = pages.next();
         if (!page) {
             unreadable.push_back(source);
             if (firstProblem)
@@ -83,7 +92,7 @@ Result<void> writeDocument(const Image &image, const Format &format, const std::
     DocumentOptions options = optionsFor(file.value()->path());
     options.pageCount = 1;
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PageMaker maker({quality, format.plainJpegOnly});
+    PageMaker maker(pageOptions(format, quality));
     const Result<Page> page = maker.fromImage(image);
     if (!page)
         return page.error();

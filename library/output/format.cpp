@@ -3,7 +3,9 @@
 #include "library/imaging/jpeg.h"
 #include "library/imaging/resolution.h"
 #include "library/output/bmp_writer.h"
+#include "library/output/ccitt_encoder.h"
 #include "library/output/file_names.h"
+#include "library/output/memory_sink.h"
 #include "library/output/ofd_writer.h"
 #include "library/output/pdf_writer.h"
 #include "library/output/png_writer.h"
@@ -41,6 +43,19 @@ Result<void> writeBmpPicture(const Image &image, const PictureOptions &, ByteSin
     return writeBmp(image, {dpiOf(image)}, sink);
 }
 
+Result<Bytes> lineartAsCcitt(const Page &page)
+{
+    return encodeCcittG4(*page.lineart);
+}
+
+Result<Bytes> lineartAsPng(const Page &page)
+{
+    MemorySink png;
+    if (Result<void> written = writePng(*page.lineart, {page.dpi}, png); !written)
+        return written.error();
+    return png.take();
+}
+
 template <typename Writer>
 std::unique_ptr<DocumentWriter> make(ByteSink &sink, const DocumentOptions &options)
 {
@@ -48,14 +63,14 @@ std::unique_ptr<DocumentWriter> make(ByteSink &sink, const DocumentOptions &opti
 }
 
 constexpr std::array<Format, 8> kFormats = {{
-    {"jpg", FormatKind::Jpeg, false, writeJpegPicture, nullptr},
-    {"jpeg", FormatKind::Jpeg, false, writeJpegPicture, nullptr},
-    {"png", FormatKind::Picture, false, writePngPicture, nullptr},
-    {"bmp", FormatKind::Picture, false, writeBmpPicture, nullptr},
-    {"tif", FormatKind::Document, true, nullptr, make<TiffWriter>},
-    {"tiff", FormatKind::Document, true, nullptr, make<TiffWriter>},
-    {"pdf", FormatKind::Document, false, nullptr, make<PdfWriter>},
-    {"ofd", FormatKind::Document, false, nullptr, make<OfdWriter>},
+    {"jpg", FormatKind::Jpeg, false, nullptr, writeJpegPicture, nullptr},
+    {"jpeg", FormatKind::Jpeg, false, nullptr, writeJpegPicture, nullptr},
+    {"png", FormatKind::Picture, false, nullptr, writePngPicture, nullptr},
+    {"bmp", FormatKind::Picture, false, nullptr, writeBmpPicture, nullptr},
+    {"tif", FormatKind::Document, true, lineartAsCcitt, nullptr, make<TiffWriter>},
+    {"tiff", FormatKind::Document, true, lineartAsCcitt, nullptr, make<TiffWriter>},
+    {"pdf", FormatKind::Document, false, lineartAsCcitt, nullptr, make<PdfWriter>},
+    {"ofd", FormatKind::Document, false, lineartAsPng, nullptr, make<OfdWriter>},
 }};
 
 } // namespace

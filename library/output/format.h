@@ -4,6 +4,7 @@
 #include "library/imaging/image.h"
 #include "library/output/byte_sink.h"
 #include "library/output/document_writer.h"
+#include "library/output/page_maker.h"
 
 #include <memory>
 #include <string>
@@ -27,6 +28,7 @@ struct Format
     const char *extension; ///< lower case, without the dot
     FormatKind kind;
     bool plainJpegOnly; ///< documents: see PageOptions
+    LineartCoder codeLineart; ///< documents: see PageOptions
     /// Writes one picture; null for documents.
     Result<void> (*writePicture)(const Image &, const PictureOptions &, ByteSink &);
     /// Begins a document; null for single pictures.

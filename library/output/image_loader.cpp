@@ -35,15 +35,6 @@ Result<Image> loadJpeg(ByteView content)
     return applyOrientation(std::move(image).value(), info.value().orientation);
 }
 
-Result<void> checkSize(const Result<PictureSize> &size)
-{
-    if (!size)
-        return size.error();
-    if (!isReasonableSize(size.value().width, size.value().height))
-        return Error{-EFBIG, "picture too large"};
-    return {};
-}
-
 Result<PictureSize> jpegSize(ByteView content)
 {
     const Result<jpeg::Structure> structure = jpeg::readStructure(content);
@@ -90,21 +81,31 @@ Result<Image> loadImage(ByteView content)
     }
 }
 
-Result<void> checkImage(ByteView content)
+Result<PictureSize> pictureSize(ByteView content)
 {
     switch (recogniseFormat(content)) {
     case SourceFormat::Jpeg:
-        return checkSize(jpegSize(content));
+        return jpegSize(content);
     case SourceFormat::Png:
-        return checkSize(pngSize(content));
+        return pngSize(content);
     case SourceFormat::Bmp:
-        return checkSize(bmpSize(content));
+        return bmpSize(content);
     case SourceFormat::Tiff:
-        return checkSize(tiffSize(content));
+        return tiffSize(content);
     case SourceFormat::Unknown:
         break;
     }
     return unknownFormat();
+}
+
+Result<void> checkImage(ByteView content)
+{
+    const Result<PictureSize> size = pictureSize(content);
+    if (!size)
+        return size.error();
+    if (!isReasonableSize(size.value().width, size.value().height))
+        return Error{-EFBIG, "picture too large"};
+    return {};
 }
 
 } // namespace korv

@@ -3,6 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/imaging/image.h"
+#include "library/output/picture_size.h"
 
 namespace korv {
 
@@ -14,6 +15,9 @@ SourceFormat recogniseFormat(ByteView content);
 /// Decodes a picture upright: the orientation that JPEG and TIFF can state is applied. Sizes are
 /// checked before memory is taken. -EBADMSG no readable picture, -EFBIG too large, -ENOMEM.
 Result<Image> loadImage(ByteView content);
+
+/// From the headers, as stored; for JPEG the whole structure is walked. -EBADMSG.
+Result<PictureSize> pictureSize(ByteView content);
 
 /// Whether loadImage() has a chance, judged from the headers, and for JPEG also by its end.
 /// Errors as there.

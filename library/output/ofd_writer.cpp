@@ -53,6 +53,8 @@ Result<void> OfdWriter::writePicture(const Page &page, std::size_t index)
         std::string("Doc_0/") + kPictureFolder + "/" + pictureName(index, lineart);
     if (!lineart)
         return m_zip.add(name, page.jpeg, ZipMethod::Stored);
+    if (!page.codedLineart.empty())
+        return m_zip.add(name, page.codedLineart, ZipMethod::Stored);
     MemorySink png;
     if (Result<void> written = writePng(*page.lineart, {page.dpi}, png); !written)
         return written;

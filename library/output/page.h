@@ -13,6 +13,7 @@ struct Page
     ByteView jpeg; ///< complete file; empty for lineart
     jpeg::Info info; ///< of the JPEG
     const Image *lineart = nullptr; ///< bilevel; null for a JPEG page
+    ByteView codedLineart; ///< in the container's coding; empty: the writer codes it
     int width = 0; ///< pixels
     int height = 0;
     double dpi = 0; ///< above 0

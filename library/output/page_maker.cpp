@@ -1,38 +1,34 @@
 #include "library/output/page_maker.h"
 
-#include "library/imaging/jpeg_mend.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/image_loader.h"
+#include "library/output/jpeg_reuse.h"
 #include "library/output/source_file.h"
 
 namespace korv {
 
 namespace {
 
-constexpr int kUnchangedQuality = 95; ///< from here on every JPEG is good enough as it is
+constexpr std::int64_t kLargePicture = 40'000'000; ///< pixels
 
-Page lineartPage(const Image &image)
+} // namespace
+
+Result<Page> PageMaker::lineartPage(const Image &image)
 {
     Page page;
     page.lineart = &image;
     page.width = image.width();
     page.height = image.height();
     page.dpi = effectiveDpi(image.width(), image.height(), image.dpi());
+    if (m_options.codeLineart == nullptr)
+        return page;
+    Result<Bytes> coded = m_options.codeLineart(page);
+    if (!coded)
+        return coded.error();
+    m_coded = std::move(coded).value();
+    page.codedLineart = m_coded;
     return page;
-}
-
-} // namespace
-
-bool PageMaker::mayStay(const jpeg::Structure &structure) const
-{
-    const jpeg::Info &info = structure.info;
-    if (!jpeg::isWidelyReadable(structure) || info.bilevel)
-        return false;
-    if (m_options.plainJpegOnly && (info.progressive || !info.plainChroma))
-        return false;
-    return m_options.quality >= kUnchangedQuality
-        || jpeg::isAsCoarseAs(structure, m_options.quality);
 }
 
 Result<Page> PageMaker::jpegPage(ByteView jpeg)
@@ -54,38 +50,32 @@ Result<Page> PageMaker::encoded(const Image &image, jpeg::Subsampling subsamplin
     Result<Bytes> jpeg = jpeg::encode(image, {m_options.quality, subsampling});
     if (!jpeg)
         return jpeg.error();
-    m_jpeg = std::move(jpeg).value();
-    return jpegPage(m_jpeg);
+    m_coded = std::move(jpeg).value();
+    return jpegPage(m_coded);
 }
 
 Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
 {
-    if (!mayStay(structure)) {
-        Result<Image> image = loadImage(m_content);
-        if (!image)
-            return image.error();
-        m_image = std::move(image).value();
-        if (m_image.isBilevel())
-            return lineartPage(m_image);
-        return encoded(
-            m_image,
-            jpeg::keptSubsampling(structure.info, Turn::ofOrientation(structure.info.orientation)));
+    if (!structure.info.bilevel) {
+        Result<ByteView> reused = reusableJpeg(
+            m_content, structure, {m_options.quality, m_options.plainJpegOnly}, m_coded);
+        if (!reused)
+            return reused.error();
+        if (!reused.value().empty())
+            return jpegPage(reused.value());
     }
-    if (!isReasonableSize(structure.info.width, structure.info.height))
-        return Error{-EFBIG, "picture too large"};
-    if (!jpeg::needsMending(structure))
-        return jpegPage(ByteView(m_content).first(structure.end));
-    Result<Bytes> mended = jpeg::mend(m_content, structure, structure.info.dpi);
-    if (!mended)
-        return mended.error();
-    m_jpeg = std::move(mended).value();
-    return jpegPage(m_jpeg);
+    Result<Image> image = loadImage(m_content);
+    if (!image)
+        return image.error();
+    m_image = std::move(image).value();
+    if (m_image.isBilevel())
+        return lineartPage(m_image);
+    const jpeg::Info &info = structure.info;
+    return encoded(m_image, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation)));
 }
 
-Result<Page> PageMaker::fromFile(const std::string &path)
+Result<Page> PageMaker::fromContent()
 {
-    if (Result<void> read = readSourceFile(path, m_content); !read)
-        return read.error();
     if (recogniseFormat(m_content) == SourceFormat::Jpeg) {
         const Result<jpeg::Structure> structure = jpeg::readStructure(m_content);
         if (!structure)
@@ -97,6 +87,22 @@ Result<Page> PageMaker::fromFile(const std::string &path)
         return image.error();
     m_image = std::move(image).value();
     return fromImage(m_image);
+}
+
+Result<Page> PageMaker::fromFile(const std::string &path)
+{
+    if (Result<void> read = readSourceFile(path, m_content); !read)
+        return read.error();
+    std::unique_lock<std::mutex> alone;
+    if (m_options.largePictures != nullptr) {
+        const Result<PictureSize> size = pictureSize(m_content);
+        if (size && size.value().width * size.value().height > kLargePicture)
+            alone = std::unique_lock<std::mutex>(*m_options.largePictures);
+    }
+    Result<Page> page = fromContent();
+    if (!page)
+        m_image = Image();
+    return page;
 }
 
 Result<Page> PageMaker::fromImage(const Image &image)

@@ -1,6 +1,5 @@
 #include "library/output/pdf_text.h"
 
-#include "library/output/random_hex.h"
 #include "library/output/utf8.h"
 
 #include <algorithm>
@@ -64,11 +63,6 @@ std::string pdfDate(std::time_t time)
                   local.tm_min, local.tm_sec, minutes < 0 ? '-' : '+', std::labs(minutes) / 60,
                   std::labs(minutes) % 60);
     return date;
-}
-
-std::string randomPdfId()
-{
-    return "<" + randomHex(16) + ">";
 }
 
 } // namespace korv

@@ -12,7 +12,4 @@ std::string pdfText(const std::string &utf8);
 /// A date (7.9.4) in local time with its offset: D:YYYYMMDDHHmmSS+08'00'.
 std::string pdfDate(std::time_t time);
 
-/// A new file identifier: 16 random bytes as a hexadecimal string.
-std::string randomPdfId();
-
 } // namespace korv

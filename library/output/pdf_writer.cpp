@@ -3,6 +3,9 @@
 #include "library/output/ccitt_encoder.h"
 #include "library/output/decimal.h"
 #include "library/output/pdf_text.h"
+#include "library/output/random_hex.h"
+#include "library/output/srgb_profile.h"
+#include "library/output/xmp.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -31,11 +34,18 @@ std::string sizeEntries(const Page &page)
 
 } // namespace
 
+PdfWriter::PdfWriter(ByteSink &sink, const DocumentOptions &options)
+    : m_sink(sink)
+    , m_options(options)
+    , m_id(randomHex(16))
+{
+}
+
 Result<void> PdfWriter::begin()
 {
     m_pageTree = reserveObject();
     // four bytes above 127 tell transfer programs that the file is binary (7.5.2)
-    return m_sink.write("%PDF-1.4\n%\xE2\xE3\xCF\xD3\n");
+    return m_sink.write("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
 }
 
 int PdfWriter::reserveObject()
@@ -65,7 +75,8 @@ Result<void> PdfWriter::writeStream(int number, const std::string &entries, Byte
 Result<void> PdfWriter::writePicture(int number, const Page &page)
 {
     if (page.lineart != nullptr) {
-        const Result<Bytes> coded = encodeCcittG4(*page.lineart);
+        Bytes own;
+        const Result<ByteView> coded = ccittG4Of(page, own);
         if (!coded)
             return coded.error();
         return writeStream(number,
@@ -122,7 +133,7 @@ Result<void> PdfWriter::writePageTree(int number)
 std::string PdfWriter::information() const
 {
     std::string entries = "<< /Producer " + pdfText(kProducer) + " /CreationDate "
-        + pdfText(pdfDate(m_options.created));
+        + pdfText(pdfDate(m_options.created)) + " /ModDate " + pdfText(pdfDate(m_options.created));
     if (!m_options.title.empty())
         entries += " /Title " + pdfText(m_options.title);
     return entries + " >>";
@@ -139,21 +150,49 @@ Result<void> PdfWriter::writeCrossReferences(int catalog, int information)
         std::snprintf(entry, sizeof entry, "%010" PRIu64 " 00000 n \n", offset);
         table += entry;
     }
-    const std::string id = randomPdfId();
+    const std::string id = "<" + m_id + ">";
     table += "trailer\n<< /Size " + size + " /Root " + reference(catalog) + " /Info "
         + reference(information) + " /ID [" + id + " " + id + "] >>\nstartxref\n"
         + std::to_string(start) + "\n%%EOF\n";
     return m_sink.write(table);
 }
 
+Result<void> PdfWriter::writeMetadata(int number)
+{
+    const std::string packet = xmpPacket({m_options.title, kProducer, m_options.created, m_id});
+    return writeStream(number, "/Type /Metadata /Subtype /XML",
+                       ByteView(packet.data(), packet.size()));
+}
+
+/// What the colours of the pages mean (ISO 19005-2, 6.2.3).
+Result<void> PdfWriter::writeOutputIntent(int number)
+{
+    const int profile = reserveObject();
+    if (Result<void> written = writeStream(profile, "/N 3", srgbProfile()); !written)
+        return written;
+    return writeObject(number,
+                       "<< /Type /OutputIntent /S /GTS_PDFA1 /OutputConditionIdentifier (sRGB)"
+                       " /RegistryName (http://www.color.org) /Info (sRGB IEC61966-2.1)"
+                       " /DestOutputProfile "
+                           + reference(profile) + " >>");
+}
+
 Result<void> PdfWriter::finish()
 {
     const int catalog = reserveObject();
     const int info = reserveObject();
+    const int metadata = reserveObject();
+    const int intent = reserveObject();
     if (Result<void> written = writePageTree(m_pageTree); !written)
         return written;
-    if (Result<void> written =
-            writeObject(catalog, "<< /Type /Catalog /Pages " + reference(m_pageTree) + " >>");
+    if (Result<void> written = writeMetadata(metadata); !written)
+        return written;
+    if (Result<void> written = writeOutputIntent(intent); !written)
+        return written;
+    if (Result<void> written = writeObject(catalog,
+                                           "<< /Type /Catalog /Pages " + reference(m_pageTree)
+                                               + " /Metadata " + reference(metadata)
+                                               + " /OutputIntents [" + reference(intent) + "] >>");
         !written)
         return written;
     if (Result<void> written = writeObject(info, information()); !written)

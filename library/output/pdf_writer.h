@@ -7,16 +7,14 @@
 
 namespace korv {
 
-/// A PDF 1.4 document (ISO 32000-1) of page pictures: JPEG pages are stored as they are, lineart as
-/// CCITT G4. Objects are written front to back, the page tree and the cross-reference table last.
+/// A PDF/A-2b document (ISO 19005-2, so ISO 32000-1) of page pictures: JPEG pages are stored as
+/// they are, lineart as CCITT G4, and colours are sRGB. Objects are written front to back, the page
+/// tree and the cross-reference table last. Apart from date and identifier the same pages make the
+/// same bytes.
 class PdfWriter : public DocumentWriter
 {
 public:
-    PdfWriter(ByteSink &sink, const DocumentOptions &options)
-        : m_sink(sink)
-        , m_options(options)
-    {
-    }
+    PdfWriter(ByteSink &sink, const DocumentOptions &options);
 
     Result<void> addPage(const Page &page) override;
     Result<void> finish() override;
@@ -29,10 +27,13 @@ private:
     Result<void> writePicture(int number, const Page &page);
     Result<void> writePageTree(int number);
     Result<void> writeCrossReferences(int catalog, int information);
+    Result<void> writeMetadata(int number);
+    Result<void> writeOutputIntent(int number);
     std::string information() const;
 
     ByteSink &m_sink;
     DocumentOptions m_options;
+    std::string m_id; ///< 32 hexadecimal digits
     std::vector<std::uint64_t> m_offsets; ///< of object n + 1
     std::vector<int> m_pages; ///< object numbers
     int m_pageTree = 0;

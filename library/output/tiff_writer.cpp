@@ -96,14 +96,13 @@ Result<void> TiffWriter::addPage(const Page &page)
     TIFF *tiff = m_sink.handle();
     if (tiff == nullptr)
         return m_sink.error();
-    Bytes coded;
+    Bytes own;
     ByteView strip = page.jpeg;
     if (page.lineart != nullptr) {
-        Result<Bytes> encoded = encodeCcittG4(*page.lineart);
-        if (!encoded)
-            return encoded.error();
-        coded = std::move(encoded).value();
-        strip = coded;
+        const Result<ByteView> coded = ccittG4Of(page, own);
+        if (!coded)
+            return coded.error();
+        strip = coded.value();
         describeLineart();
     } else {
         describeJpeg(page);

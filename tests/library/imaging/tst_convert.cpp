@@ -41,7 +41,7 @@ TEST_F(ConvertTest, extensionInAnyCaseChoosesTheFormat)
     const std::vector<std::pair<std::string, std::string>> magics = {
         {"a.jpg", "\xFF\xD8\xFF"}, {"b.JPEG", "\xFF\xD8\xFF"}, {"c.Png", "\x89PNG"},
         {"d.BMP", "BM"},           {"e.tif", "II*"},           {"f.TIFF", "II*"},
-        {"g.pdf", "%PDF-1.4"},     {"h.OFD", "PK\3\4"},
+        {"g.pdf", "%PDF-1.7"},     {"h.OFD", "PK\3\4"},
     };
     const std::string from = source(m_jpeg);
     for (const auto &[name, magic] : magics) {

@@ -1,5 +1,6 @@
 #include "library/output/pdf_writer.h"
 
+#include "library/imaging/colour.h"
 #include "library/imaging/resolution.h"
 #include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
@@ -144,4 +145,69 @@ TEST_F(PdfWriterTest, manyPagesKeepTheirOrder)
     EXPECT_EQ(runProgram({"qpdf", "--show-npages", m_path}).output, "120\n");
     const std::string list = runProgram({"pdfimages", "-list", m_path}).output;
     EXPECT_THAT(list, testing::ContainsRegex("120 +119 +image +159 +40"));
+}
+
+TEST_F(PdfWriterTest, documentHasWhatAnArchiveWants)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    const Image lineart = pictures::lineart(300, 200);
+    write({pageOf(colour), pageOf(lineart, 100)}, "A <&> \xE9\xA1\xB5 (1)");
+    const std::string plain = runProgram({"qpdf", "--qdf", m_path, "-"}).output;
+    for (const char *needed : {"/Type /Metadata", "/Subtype /XML", "/S /GTS_PDFA1", "/N 3",
+                               "/OutputIntents", "/DestOutputProfile", "/ID ["})
+        EXPECT_THAT(plain, HasSubstr(needed));
+    for (const char *forbidden :
+         {"/Encrypt", "/JavaScript", "/SMask", "/LZWDecode", "/Interpolate", "/Group"})
+        EXPECT_THAT(plain, testing::Not(HasSubstr(forbidden)));
+
+    const std::string metadata = (m_home.scratch() / "a.xml").string();
+    const std::string packet = runProgram({"pdfinfo", "-meta", m_path}).output;
+    pictures::writeBytes(metadata, {packet.data(), packet.size()});
+    const auto text = [&](const std::string &name) {
+        return runProgram(
+                   {"xmllint", "--xpath", "string(//*[local-name()='" + name + "'])", metadata})
+            .output;
+    };
+    EXPECT_EQ(text("part"), "2\n");
+    EXPECT_EQ(text("conformance"), "B\n");
+    EXPECT_EQ(text("title"), "A <&> \xE9\xA1\xB5 (1)\n");
+    EXPECT_EQ(text("Producer"), std::string(kProducer) + "\n");
+    EXPECT_EQ(text("CreateDate"), text("ModifyDate"));
+    EXPECT_THAT(text("CreateDate"), testing::StartsWith("2023-11-1"));
+    const std::string list = runProgram({"pdfinfo", "-isodates", m_path}).output;
+    // the same moment, but for the way in which a zone is written
+    EXPECT_THAT(list, HasSubstr("CreationDate:    " + text("CreateDate").substr(0, 19)));
+    EXPECT_THAT(list, HasSubstr("Title:           A <&> \xE9\xA1\xB5 (1)"));
+}
+
+TEST_F(PdfWriterTest, sameBytesButForTheIdentifier)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    write({pageOf(colour)}, "title");
+    const Bytes first = pictures::readBytes(m_path);
+    write({pageOf(colour)}, "title");
+    const Bytes second = pictures::readBytes(m_path);
+    ASSERT_EQ(first.size(), second.size());
+    std::size_t different = 0;
+    for (std::size_t i = 0; i < first.size(); ++i)
+        different += first[i] != second[i] ? 1 : 0;
+    EXPECT_GT(different, 10U);
+    EXPECT_LE(different, 3U * 32); // in the packet once, in the trailer twice
+}
+
+TEST_F(PdfWriterTest, secondReaderShowsTheSamePixels)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    const Image lineart = pictures::lineart(320, 240);
+    write({pageOf(colour), pageOf(lineart, 72)});
+    const std::string out = (m_home.scratch() / "%d.ppm").string();
+    const ProgramResult drawn = runProgram({"mutool", "draw", "-q", "-A", "0", "-w", "320", "-h",
+                                            "240", "-F", "ppm", "-o", out, m_path});
+    ASSERT_EQ(drawn.status, 0) << drawn.errors;
+    const auto page = [&](int number) {
+        return pictures::fromPnm(
+            support::readFile(m_home.scratch() / (std::to_string(number) + ".ppm")));
+    };
+    EXPECT_LT(pictures::difference(page(1), jpeg::decode(colour).value()), 1.5);
+    EXPECT_LT(pictures::difference(page(2), toRgb(lineart)), 0.5);
 }

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+namespace korv {
+
+struct XmpProperties
+{
+    std::string title; ///< UTF-8; empty for none
+    std::string producer;
+    std::time_t created = 0;
+    std::string documentId; ///< 32 hexadecimal digits
+};
+
+/// The XMP packet (ISO 16684-1) of a PDF/A-2b document (ISO 19005-2, 6.6): UTF-8, uncompressed.
+std::string xmpPacket(const XmpProperties &properties);
+
+} // namespace korv
