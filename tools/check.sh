@@ -55,7 +55,8 @@ else
     report "format" "skipped: clang-format is not installed"
 fi
 if command -v shellcheck >/dev/null; then
-    check "scripts" shellcheck -x -e SC2317 run test .ci/run tools/check.sh tools/format.sh
+    check "scripts" shellcheck -x -e SC2317 run test .ci/run tools/check.sh tools/format.sh \
+        tests/kernel/*.sh
 else
     report "scripts" "skipped: shellcheck is not installed"
 fi

@@ -43,6 +43,14 @@ readonly kTestPackages=(
     "libxml2-utils|reads OFD files back: xmllint"
     "imagemagick|reads PNG, BMP and TIFF files back"
 )
+# only for ./test --kernel
+readonly kKernelPackages=(
+    "qemu-system-x86|emulates the machine that the kernel boots on"
+    "busybox-static|the commands in that machine"
+    "cpio|packs its file system"
+    "kmod|orders the kernel's modules"
+    "udev|the device daemon in that machine"
+)
 
 # Prints those of the given "name|why" entries whose package is not installed.
 missingPackages()
