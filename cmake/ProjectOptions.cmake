@@ -5,8 +5,8 @@ target_compile_features(project_options INTERFACE cxx_std_17)
 target_include_directories(project_options INTERFACE
   "${CMAKE_SOURCE_DIR}" "${CMAKE_BINARY_DIR}/generated")
 target_compile_options(project_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual>)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual>)
 if(KORV_WERROR)
   target_compile_options(project_options INTERFACE -Werror)
 endif()

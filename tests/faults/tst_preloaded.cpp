@@ -8,15 +8,19 @@ namespace fs = std::filesystem;
 
 namespace {
 
-ProgramResult korvcam(const std::string &fault, std::vector<std::string> arguments)
+/// `folder` takes a copy of the shim: the loader's list has no way to write a path with blanks.
+ProgramResult korvcam(const fs::path &folder, const std::string &fault,
+                      std::vector<std::string> arguments)
 {
+    const fs::path shim = folder / "shim.so";
+    fs::copy_file(KORV_FAULT_SHIM, shim);
     // the address sanitizer wants to be first, but works behind the shim too
     const char *options = std::getenv("ASAN_OPTIONS");
     const std::string sanitizer =
         "ASAN_OPTIONS=" + (options ? options + std::string(":") : "") + "verify_asan_link_order=0";
     std::vector<std::string> command = {"env",
                                         sanitizer,
-                                        "LD_PRELOAD=" KORV_FAULT_SHIM,
+                                        "LD_PRELOAD=" + shim.string(),
                                         "KORV_FAULT=" + fault,
                                         KORV_KORVCAM,
                                         "--library",
@@ -31,7 +35,7 @@ TEST(Preloaded, failingProgramKeepsThePagesAndTellsWhere)
 {
     const support::TempHome home;
     const Desk desk(home.scratch());
-    const ProgramResult done = korvcam("fsync:1:28",
+    const ProgramResult done = korvcam(home.home(), "fsync:1:28",
                                        {"combine", desk.workingFile(0), desk.workingFile(1),
                                         desk.workingFile(2), "-o", desk.path("0001.pdf")});
     EXPECT_EQ(done.status, 1) << done.errors;
@@ -46,7 +50,7 @@ TEST(Preloaded, programWithoutAFaultWorks)
     const support::TempHome home;
     const Desk desk(home.scratch());
     const ProgramResult done =
-        korvcam("none:1:28", {"convert", desk.workingFile(0), desk.path("0001.jpg")});
+        korvcam(home.home(), "none:1:28", {"convert", desk.workingFile(0), desk.path("0001.jpg")});
     EXPECT_EQ(done.status, 0) << done.errors;
     EXPECT_EQ(pictures::readBytes(desk.path("0001.jpg")), Desk::photograph(0));
 }
