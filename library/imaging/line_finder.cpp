@@ -1,0 +1,361 @@
+#include "library/imaging/line_finder.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace korv::crop {
+
+namespace {
+
+constexpr int kAngles = 360; ///< half a degree each
+constexpr int kVoteSpread = 5; ///< an edge's own direction is that unsure, in angles
+constexpr double kRhoStep = 2;
+constexpr int kPeaksTried = 220;
+constexpr int kSectors = 12;
+constexpr std::size_t kPerSector = 10;
+constexpr std::size_t kMost = 56;
+constexpr double kSameDistance = 3;
+constexpr double kSameCosine = 0.999; // 2.6 degrees
+constexpr double kTangentCosine = 0.985; // 10 degrees
+constexpr double kShortest = 24; ///< of uninterrupted edge
+constexpr double kStepReach = 5; ///< pixels to either side of a line
+constexpr double kStepSpacing = 3;
+constexpr double kUsualStep = 15; ///< levels
+constexpr double kUsualRun = 100; ///< longer runs say little more
+constexpr double kUnsteadyWorth = 0.2; ///< of a line without any steady step across
+
+/// Votes of edges for the lines through them (Hough).
+class Accumulator
+{
+public:
+    explicit Accumulator(cv::Size size)
+        : m_reach(std::hypot(size.width, size.height))
+        , m_columns(static_cast<int>(2 * m_reach / kRhoStep) + 3)
+        , m_votes(static_cast<std::size_t>(kAngles * m_columns), 0.0F)
+    {
+        for (int i = 0; i < kAngles; ++i) {
+            m_cosine[static_cast<std::size_t>(i)] = static_cast<float>(std::cos(angleOf(i)));
+            m_sine[static_cast<std::size_t>(i)] = static_cast<float>(std::sin(angleOf(i)));
+        }
+    }
+
+    static double angleOf(int index) { return index * CV_PI / kAngles; }
+
+    void vote(const Edge &edge)
+    {
+        const int centre = static_cast<int>(std::lround(edge.angle * kAngles / CV_PI));
+        const auto shift = static_cast<float>(m_reach / kRhoStep + 1.5);
+        for (int k = centre - kVoteSpread; k <= centre + kVoteSpread; ++k) {
+            const auto i = static_cast<std::size_t>((k + kAngles) % kAngles);
+            const float rho =
+                static_cast<float>(edge.x) * m_cosine[i] + static_cast<float>(edge.y) * m_sine[i];
+            const int column = static_cast<int>(rho / static_cast<float>(kRhoStep) + shift);
+            m_votes[i * static_cast<std::size_t>(m_columns) + static_cast<std::size_t>(column)] +=
+                edge.weight;
+        }
+    }
+
+    struct Peak
+    {
+        float votes = 0;
+        int angle = 0;
+        int column = 0;
+    };
+
+    /// Cells above their surroundings, strongest first.
+    std::vector<Peak> peaks() const
+    {
+        std::vector<Peak> result;
+        for (int i = 0; i < kAngles; ++i) {
+            for (int column = 2; column + 2 < m_columns; ++column) {
+                const float here = at(i, column);
+                if (here >= static_cast<float>(kShortest) && isPeak(i, column, here))
+                    result.push_back({here, i, column});
+            }
+        }
+        const std::size_t count = std::min<std::size_t>(result.size(), kPeaksTried);
+        std::partial_sort(result.begin(), result.begin() + static_cast<std::ptrdiff_t>(count),
+                          result.end(), [](const Peak &a, const Peak &b) {
+                              return a.votes != b.votes
+                                  ? a.votes > b.votes
+                                  : a.angle * 100'000 + a.column < b.angle * 100'000 + b.column;
+                          });
+        result.resize(count);
+        return result;
+    }
+
+    Line lineOf(const Peak &peak) const
+    {
+        const double angle = angleOf(peak.angle);
+        return {{std::cos(angle), std::sin(angle)}, (peak.column - 1) * kRhoStep - m_reach};
+    }
+
+private:
+    float at(int angle, int column) const
+    {
+        // half a turn on, a line's normal points the other way
+        if (angle < 0 || angle >= kAngles) {
+            angle = (angle + kAngles) % kAngles;
+            column = m_columns - 1 - column;
+        }
+        return m_votes[static_cast<std::size_t>(angle * m_columns + column)];
+    }
+
+    bool isPeak(int angle, int column, float here) const
+    {
+        for (int i = -3; i <= 3; ++i) {
+            for (int k = -1; k <= 1; ++k) {
+                const float other = at(angle + i, column + k);
+                const bool before = i < 0 || (i == 0 && k < 0);
+                if (other > here || (other == here && before))
+                    return false;
+            }
+        }
+        return true;
+    }
+
+    double m_reach;
+    int m_columns;
+    std::vector<float> m_votes;
+    std::array<float, kAngles> m_cosine{};
+    std::array<float, kAngles> m_sine{};
+};
+
+/// The part of a line that is most densely covered by edges of its direction.
+struct Run
+{
+    Span span;
+    double score = 0;
+};
+
+Run bestRun(const Line &line, const cv::Mat &directions, std::uint16_t bit)
+{
+    const Span span = spanWithin(line, directions.size(), 1);
+    Run best;
+    double score = 0;
+    double from = span.from;
+    for (double along = span.from; along < span.to; along += 1) {
+        const cv::Point2d point = pointAt(line, along);
+        const bool edge = (directions.at<std::uint16_t>(static_cast<int>(point.y + 0.5),
+                                                        static_cast<int>(point.x + 0.5))
+                           & bit)
+            != 0;
+        // a gap costs more than an edge earns: scattered grain must not add up to a side
+        score += edge ? 1.0 : -1.5;
+        if (score <= 0) {
+            score = 0;
+            from = along + 1;
+        } else if (score > best.score) {
+            best = {{from, along}, score};
+        }
+    }
+    return best;
+}
+
+/// Least squares through the edges near the run; the peak itself is only as fine as its cell.
+Line refined(const Line &line, const Run &run, const cv::Mat &offsets)
+{
+    double count = 0;
+    double sumT = 0;
+    double sumTt = 0;
+    double sumD = 0;
+    double sumTd = 0;
+    for (double along = run.span.from; along <= run.span.to; along += 1) {
+        const cv::Point2d point = pointAt(line, along);
+        const auto &offset =
+            offsets.at<cv::Vec2b>(static_cast<int>(point.y + 0.5), static_cast<int>(point.x + 0.5));
+        if (offset[0] == 0)
+            continue;
+        const cv::Point2d edge(std::floor(point.x + 0.5) + offset[0] - 8,
+                               std::floor(point.y + 0.5) + offset[1] - 8);
+        const double t = along - run.span.from;
+        const double d = line.distance(edge);
+        count += 1;
+        sumT += t;
+        sumTt += t * t;
+        sumD += d;
+        sumTd += t * d;
+    }
+    const double spread = count * sumTt - sumT * sumT;
+    if (count < 8 || spread <= 0)
+        return line;
+    const double slope = (count * sumTd - sumT * sumD) / spread;
+    const double start = (sumD - slope * sumT) / count;
+    const double reach = run.span.to - run.span.from;
+    return lineThrough(pointAt(line, run.span.from) + line.normal * start,
+                       pointAt(line, run.span.to) + line.normal * (start + slope * reach));
+}
+
+/// The same side found twice, or another tangent of the same curve.
+bool isSame(const FoundLine &found, const FoundLine &chosen, cv::Size size)
+{
+    const double cosine = std::abs(found.line.normal.dot(chosen.line.normal));
+    const cv::Point2d middle = pointAt(found.line, (found.run.from + found.run.to) / 2);
+    if (cosine > kTangentCosine && std::abs(chosen.line.distance(middle)) < kSameDistance) {
+        const double along = middle.dot(chosen.line.direction());
+        if (along > chosen.run.from && along < chosen.run.to)
+            return true;
+    }
+    const Span span = spanWithin(found.line, size, 0);
+    return cosine > kSameCosine
+        && std::abs(chosen.line.distance(pointAt(found.line, span.from))) < kSameDistance
+        && std::abs(chosen.line.distance(pointAt(found.line, span.to))) < kSameDistance;
+}
+
+/// For pixels next to an edge, where it is: each step plus 8; zero elsewhere.
+cv::Mat edgeOffsets(cv::Size size, const std::vector<Edge> &edges)
+{
+    cv::Mat offsets = cv::Mat::zeros(size, CV_8UC2);
+    for (const int reach : {2, 1, 0}) { // nearer ones overwrite
+        for (const Edge &edge : edges) {
+            for (int y = std::max(0, edge.y - reach);
+                 y <= std::min(size.height - 1, edge.y + reach); ++y) {
+                for (int x = std::max(0, edge.x - reach);
+                     x <= std::min(size.width - 1, edge.x + reach); ++x) {
+                    offsets.at<cv::Vec2b>(y, x) = {static_cast<std::uint8_t>(edge.x - x + 8),
+                                                   static_cast<std::uint8_t>(edge.y - y + 8)};
+                }
+            }
+        }
+    }
+    return offsets;
+}
+
+struct Step
+{
+    double steadiness = 0; ///< 0 to 1
+    double height = 0; ///< levels
+};
+
+/// How far the colours on both sides of the run differ in the same way all along, and how much. A
+/// sheet's rim does; a line drawn on a desk does not.
+Step stepAcross(const Line &line, const Span &run, const Planes &planes)
+{
+    const cv::Point2d reach = line.normal * kStepReach;
+    const cv::Rect frame(0, 0, planes[0].cols, planes[0].rows);
+    cv::Vec3d sum;
+    double squares = 0;
+    int count = 0;
+    for (double along = run.from; along <= run.to; along += kStepSpacing) {
+        const cv::Point left = pointAt(line, along) + reach;
+        const cv::Point right = pointAt(line, along) - reach;
+        if (!frame.contains(left) || !frame.contains(right))
+            continue;
+        cv::Vec3d step;
+        for (int i = 0; i < 3; ++i) {
+            const cv::Mat &plane = planes[static_cast<std::size_t>(i)];
+            step[i] = plane.at<std::uint8_t>(left) - plane.at<std::uint8_t>(right);
+        }
+        sum += step;
+        squares += step.dot(step);
+        ++count;
+    }
+    if (count == 0)
+        return {};
+    return {sum.dot(sum) / count / std::max(1.0 * count, squares), cv::norm(sum) / count};
+}
+
+std::vector<FoundLine> linesOf(const std::vector<Edge> &edges, const cv::Mat &directions,
+                               const Planes &planes)
+{
+    Accumulator accumulator(directions.size());
+    for (const Edge &edge : edges)
+        accumulator.vote(edge);
+    const cv::Mat offsets = edgeOffsets(directions.size(), edges);
+    std::vector<FoundLine> lines;
+    for (const Accumulator::Peak &peak : accumulator.peaks()) {
+        FoundLine found;
+        found.angle = Accumulator::angleOf(peak.angle);
+        found.line = accumulator.lineOf(peak);
+        const std::uint16_t bit = directionBit(found.angle);
+        Run run = bestRun(found.line, directions, bit);
+        if (run.score < kShortest)
+            continue;
+        for (int round = 0; round < 2; ++round) {
+            found.line = refined(found.line, run, offsets);
+            run = bestRun(found.line, directions, bit);
+        }
+        found.run = run.span;
+        const Step step = stepAcross(found.line, run.span, planes);
+        found.steadyLength = run.score * (kUnsteadyWorth + step.steadiness);
+        found.contrast = run.score / (run.score + kUsualRun)
+            * (kUnsteadyWorth + step.steadiness * (1 + step.height / kUsualStep));
+        lines.push_back(found);
+    }
+    return lines;
+}
+
+/// The lines taken so far: different ones, and not too many of any direction.
+class Selection
+{
+public:
+    explicit Selection(cv::Size size)
+        : m_size(size)
+    {
+    }
+
+    void addBest(std::vector<FoundLine> &lines, double FoundLine::*score, std::size_t most,
+                 std::size_t mostOfSector)
+    {
+        std::stable_sort(lines.begin(), lines.end(),
+                         [score](const auto &a, const auto &b) { return a.*score > b.*score; });
+        for (const FoundLine &each : lines) {
+            const auto sector = static_cast<std::size_t>(each.angle / CV_PI * kSectors) % kSectors;
+            if (m_lines.size() >= most || m_counts[sector] >= mostOfSector)
+                continue;
+            if (std::any_of(m_lines.begin(), m_lines.end(),
+                            [&](const FoundLine &other) { return isSame(each, other, m_size); }))
+                continue;
+            ++m_counts[sector];
+            m_lines.push_back(each);
+        }
+    }
+
+    const std::vector<FoundLine> &lines() const { return m_lines; }
+
+private:
+    cv::Size m_size;
+    std::vector<FoundLine> m_lines;
+    std::array<std::size_t, kSectors> m_counts{};
+};
+
+} // namespace
+
+Span spanWithin(const Line &line, cv::Size size, double margin)
+{
+    const cv::Point2d foot = line.normal * line.offset;
+    const cv::Point2d direction = line.direction();
+    Span span{-std::numeric_limits<double>::max(), std::numeric_limits<double>::max()};
+    const auto limit = [&span](double start, double step, double most, double least) {
+        if (std::abs(step) < 1e-9) {
+            if (start < least || start > most)
+                span.to = span.from;
+            return;
+        }
+        const double a = (least - start) / step;
+        const double b = (most - start) / step;
+        span.from = std::max(span.from, std::min(a, b));
+        span.to = std::min(span.to, std::max(a, b));
+    };
+    limit(foot.x, direction.x, size.width - 1 - margin, margin);
+    limit(foot.y, direction.y, size.height - 1 - margin, margin);
+    if (span.from >= span.to)
+        return {0, 0};
+    return span;
+}
+
+std::vector<FoundLine> findLines(const std::vector<Edge> &closed, const std::vector<Edge> &plain,
+                                 const cv::Mat &directions, const Planes &planes)
+{
+    std::vector<FoundLine> all = linesOf(closed, directions, planes);
+    const std::vector<FoundLine> more = linesOf(plain, directions, planes);
+    all.insert(all.end(), more.begin(), more.end());
+    Selection selection(directions.size());
+    selection.addBest(all, &FoundLine::steadyLength, kMost / 2, kPerSector / 2);
+    selection.addBest(all, &FoundLine::contrast, kMost, kPerSector);
+    return selection.lines();
+}
+
+} // namespace korv::crop

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "library/imaging/image.h"
+
+#include <array>
+
+#include <opencv2/core.hpp>
+
+namespace korv::crop {
+
+using Planes = std::array<cv::Mat, 3>; ///< CV_8UC1: luma, red and blue difference
+
+/// A photograph made small enough to search, in two versions.
+struct SearchPicture
+{
+    double scale = 1; ///< its pixels for one of the frame
+    Planes plain;
+    Planes closed; ///< without dark things as thin as writing
+
+    cv::Size size() const { return plain[0].size(); }
+    /// From this picture's pixels to the frame's; pixel centres are at whole numbers in both.
+    cv::Point2d toFrame(cv::Point2d point) const;
+};
+
+SearchPicture makeSearchPicture(const Image &image);
+
+} // namespace korv::crop
