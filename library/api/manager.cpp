@@ -174,11 +174,8 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (!isReasonableSize(width, height))
         return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
-    const ByteView bytes(frame, room);
-    const Result<std::size_t> length = jpeg::findEnd(bytes);
-    if (!length)
-        return length.error();
-    const Result<Bytes> photograph = makePhotograph(bytes.first(length.value()), options());
+    Bytes storage;
+    const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), options(), storage);
     if (!photograph)
         return photograph.error();
     return writeFileAtomically(path, photograph.value(), Existing::Replace);

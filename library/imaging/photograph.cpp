@@ -12,6 +12,7 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <utility>
 
 namespace korv {
 
@@ -37,11 +38,6 @@ std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
 bool changesNothing(const jpeg::Transform &transform)
 {
     return transform.turn.isNone() && !transform.gray && transform.quality == 0;
-}
-
-Bytes unchanged(ByteView frame, std::size_t end)
-{
-    return Bytes(frame.begin(), frame.begin() + end);
 }
 
 Image straightened(Image image, CropMode crop)
@@ -88,8 +84,14 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
 
 } // namespace
 
-Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options)
+Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options, Bytes &storage)
 {
+    const auto stored = [&](Result<Bytes> made) -> Result<ByteView> {
+        if (!made)
+            return made.error();
+        storage = std::move(made).value();
+        return ByteView(storage);
+    };
     try {
         const Result<jpeg::Structure> structure = jpeg::readStructure(frame);
         if (!structure)
@@ -101,18 +103,29 @@ Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options)
         const ByteView picture = frame.first(structure.value().end);
         if (work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value())) {
             if (jpeg::needsMending(structure.value()))
-                return jpeg::mend(frame, structure.value(), 0);
-            return unchanged(frame, structure.value().end);
+                return stored(jpeg::mend(frame, structure.value(), 0));
+            return picture;
         }
         if (work && jpeg::canTransform(structure.value(), *work))
-            return jpeg::transformed(picture, structure.value(), *work,
-                                     effectiveDpi(info.width, info.height, 0));
-        return remake(picture, info, options);
+            return stored(jpeg::transformed(picture, structure.value(), *work,
+                                            effectiveDpi(info.width, info.height, 0)));
+        return stored(remake(picture, info, options));
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "no memory for the photograph"};
     } catch (const std::exception &failure) {
         return Error{-EBADMSG, std::string("photograph: ") + failure.what()};
     }
+}
+
+Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options)
+{
+    Bytes storage;
+    const Result<ByteView> made = makePhotograph(frame, options, storage);
+    if (!made)
+        return made.error();
+    if (made.value().data == storage.data())
+        return storage;
+    return Bytes(made.value().begin(), made.value().end());
 }
 
 } // namespace korv

@@ -26,4 +26,8 @@ struct PhotographOptions
 /// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
 Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);
 
+/// The same without a copy where the photograph is the frame: the result lies in the frame or in
+/// `storage`. The frame may be followed by anything.
+Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options, Bytes &storage);
+
 } // namespace korv

@@ -4,6 +4,7 @@
 #include "library/imaging/rotate.h"
 #include "library/output/bmp_reader.h"
 #include "library/output/png_reader.h"
+#include "library/output/source_file.h"
 #include "library/output/tiff_reader.h"
 
 #include <cerrno>
@@ -13,6 +14,8 @@
 namespace korv {
 
 namespace {
+
+constexpr std::size_t kCheckedPart = 64 * 1024;
 
 bool startsWith(ByteView content, const char *magic, std::size_t length)
 {
@@ -106,6 +109,37 @@ Result<void> checkImage(ByteView content)
     if (!isReasonableSize(size.value().width, size.value().height))
         return Error{-EFBIG, "picture too large"};
     return {};
+}
+
+Result<void> checkImageFile(const std::string &path)
+{
+    const Result<SourceFile> file = SourceFile::open(path);
+    if (!file)
+        return file.error();
+    const std::size_t size = file.value().size();
+    Bytes part;
+    if (size > 2 * kCheckedPart) {
+        if (Result<void> read = file.value().read(0, kCheckedPart, part); !read)
+            return read;
+        const SourceFormat format = recogniseFormat(part);
+        if (format == SourceFormat::Png || format == SourceFormat::Bmp
+            || format == SourceFormat::Unknown)
+            return checkImage(part);
+        const Result<jpeg::Structure> head = jpeg::readHeaders(part);
+        if (format == SourceFormat::Jpeg && head
+            && isReasonableSize(head.value().info.width, head.value().info.height)) {
+            if (Result<void> read = file.value().read(size - kCheckedPart, kCheckedPart, part);
+                !read)
+                return read;
+            // inside picture data no such marker can stand (T.81, B.1.1.5)
+            if (::memmem(part.data(), part.size(), "\xFF\xD9", 2) != nullptr)
+                return {};
+        }
+    }
+    // a directory at the end, a very long head, no end where it should be: look at all of it
+    if (Result<void> read = file.value().read(0, size, part); !read)
+        return read;
+    return checkImage(part);
 }
 
 } // namespace korv

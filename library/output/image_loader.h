@@ -5,6 +5,8 @@
 #include "library/imaging/image.h"
 #include "library/output/picture_size.h"
 
+#include <string>
+
 namespace korv {
 
 enum class SourceFormat { Unknown, Jpeg, Png, Bmp, Tiff };
@@ -22,5 +24,9 @@ Result<PictureSize> pictureSize(ByteView content);
 /// Whether loadImage() has a chance, judged from the headers, and for JPEG also by its end.
 /// Errors as there.
 Result<void> checkImage(ByteView content);
+
+/// The same for a file, of which it reads no more than it must: a large JPEG's head and end, not
+/// what lies between. Errors as there and of readSourceFile().
+Result<void> checkImageFile(const std::string &path);
 
 } // namespace korv

@@ -5,7 +5,6 @@
 #include "library/output/format.h"
 #include "library/output/image_loader.h"
 #include "library/output/rescue.h"
-#include "library/output/source_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,12 +15,7 @@ namespace korv {
 
 Result<void> PendingDocument::add(const std::string &source)
 {
-    Result<void> readable = withoutExceptions([&]() -> Result<void> {
-        Bytes content;
-        if (Result<void> read = readSourceFile(source, content); !read)
-            return read;
-        return checkImage(content);
-    });
+    Result<void> readable = withoutExceptions([&] { return checkImageFile(source); });
     return withoutExceptions([&] {
         (readable ? m_pages : m_refused).push_back(source);
         return readable;

@@ -1,7 +1,5 @@
 #include "library/output/source_file.h"
 
-#include "library/base/unique_fd.h"
-
 #include <cerrno>
 #include <cstdint>
 #include <new>
@@ -16,29 +14,12 @@ namespace {
 
 constexpr std::int64_t kLargestFile = std::int64_t{2} << 30;
 
-Result<void> readAll(int fd, Bytes &content, const std::string &path)
-{
-    std::size_t done = 0;
-    while (done < content.size()) {
-        const ssize_t count = ::read(fd, content.data() + done, content.size() - done);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return systemError(errno, "read " + path);
-        if (count == 0)
-            break;
-        done += static_cast<std::size_t>(count);
-    }
-    content.resize(done);
-    return {};
-}
-
 } // namespace
 
-Result<void> readSourceFile(const std::string &path, Bytes &content)
+Result<SourceFile> SourceFile::open(const std::string &path)
 {
     // O_NONBLOCK: opening a FIFO must not wait for its writer; regular files do not care
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file)
         return systemError(errno, "open " + path);
     struct stat status = {};
@@ -50,12 +31,38 @@ Result<void> readSourceFile(const std::string &path, Bytes &content)
         return Error{-EINVAL, path + " is not a regular file"};
     if (status.st_size > kLargestFile)
         return Error{-EFBIG, path + " is too large"};
+    return SourceFile(path, std::move(file), static_cast<std::size_t>(status.st_size));
+}
+
+Result<void> SourceFile::read(std::size_t offset, std::size_t size, Bytes &content) const
+{
     try {
-        content.resize(static_cast<std::size_t>(status.st_size));
+        content.resize(size);
     } catch (const std::bad_alloc &) {
-        return Error{-ENOMEM, "no memory to read " + path};
+        return Error{-ENOMEM, "no memory to read " + m_path};
     }
-    return readAll(file.get(), content, path);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = ::pread(m_file.get(), content.data() + done, size - done,
+                                      static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return systemError(errno, "read " + m_path);
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    content.resize(done);
+    return {};
+}
+
+Result<void> readSourceFile(const std::string &path, Bytes &content)
+{
+    const Result<SourceFile> file = SourceFile::open(path);
+    if (!file)
+        return file.error();
+    return file.value().read(0, file.value().size(), content);
 }
 
 } // namespace korv
