@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Refuses an #include that points the wrong way between the folders of the tree.
+"""Refuses an #include that points the wrong way between the folders of the tree, and two types of
+one name in the library, which the linker would silently mix up.
 
 Usage: check_layers.py [ROOT]
 Prints one line per offence and ends with status 1 when there is any.
@@ -27,6 +28,8 @@ MAY_INCLUDE = {
 WITHOUT_QT = ("util", "library")
 GENERATED = re.compile(r"(installpaths\.h|library_version\.h|ui_\w+\.h|moc_\w+\.cpp|\w+\.moc)$")
 # the generated layouts need widgets: only these files may show them
+# forward declarations end with a semicolon; types inside others are indented
+TYPE = re.compile(r"(?:class|struct)\s+(\w+)[^;]*$")
 LAYOUT_USERS = re.compile(r"(settings/csettingdlg|app/|ui/)")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
@@ -68,10 +71,23 @@ def check(root):
     return offences
 
 
+def check_names(root):
+    """A type name stands in one header of the library."""
+    places = {}
+    for path in sorted(root.glob("library/**/*.h")):
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            match = TYPE.match(line)
+            if match:
+                place = f"{path.relative_to(root).as_posix()}:{number}"
+                places.setdefault(match.group(1), []).append(place)
+    return [f"{place}: {name} is the name of another type, too: {found[0]}"
+            for name, found in places.items() for place in found[1:]]
+
+
 def main(arguments):
     root = pathlib.Path(arguments[0] if arguments else pathlib.Path(__file__).parents[1])
-    offences = check(root)
-    print("\n".join(offences) if offences else "all includes point the right way")
+    offences = check(root) + check_names(root)
+    print("\n".join(offences) if offences else "all includes and names are in order")
     return 1 if offences else 0
 
 

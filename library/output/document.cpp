@@ -2,7 +2,7 @@
 
 #include "library/output/atomic_file.h"
 #include "library/output/file_names.h"
-#include "library/output/page_source.h"
+#include "library/output/page_prefetcher.h"
 #include "library/output/utf8.h"
 
 #include <cerrno>
@@ -59,7 +59,7 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     options.pageCount = static_cast<int>(sources.size());
     options.expectedBytes = sizeOfAll(sources);
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PageSource pages(sources, pageOptions(format, quality));
+    PagePrefetcher pages(sources, pageOptions(format, quality));
     std::vector<std::string> unreadable;
     Result<void> firstProblem;
     for (const std::string &source : sources) {

@@ -48,6 +48,17 @@ class CheckLayers(unittest.TestCase):
             with self.subTest(path=path, include=include):
                 self.assertEqual([], self.offences(path, include))
 
+    def test_a_type_name_stands_once_in_the_library(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            for path, text in [("library/a/one.h", "class Page : public Sheet\n{\n};\nstruct Other;\n"),
+                               ("library/b/two.h", "class Page;\nstruct Other\n{\n};\n")]:
+                (root / path).parent.mkdir(parents=True)
+                (root / path).write_text(text, encoding="utf-8")
+            self.assertEqual([], check_layers.check_names(root))
+            (root / "library/b/two.h").write_text("struct Page\n{\n};\n", encoding="utf-8")
+            self.assertEqual(1, len(check_layers.check_names(root)))
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -1,4 +1,4 @@
-#include "library/output/page_source.h"
+#include "library/output/page_prefetcher.h"
 
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/temporary_folder.h"
@@ -32,7 +32,7 @@ protected:
 TEST_F(PageSourceTest, pagesComeInOrder)
 {
     makeFiles(40);
-    PageSource source(m_files, {});
+    PagePrefetcher source(m_files, {});
     for (int i = 0; i < 40; ++i) {
         const Result<Page> &page = source.next();
         ASSERT_TRUE(page) << page.error().text;
@@ -46,7 +46,7 @@ TEST_F(PageSourceTest, brokenPageSpoilsNoOther)
     makeFiles(10);
     m_files[3] += ".none";
     m_files[9] += ".none";
-    PageSource source(m_files, {});
+    PagePrefetcher source(m_files, {});
     for (int i = 0; i < 10; ++i)
         EXPECT_EQ(source.next().code(), i == 3 || i == 9 ? -ENOENT : 0) << i;
 }
@@ -55,7 +55,7 @@ TEST_F(PageSourceTest, mayEndBeforeAllPagesAreTaken)
 {
     makeFiles(20);
     for (int taken = 0; taken < 5; ++taken) {
-        PageSource source(m_files, {});
+        PagePrefetcher source(m_files, {});
         for (int i = 0; i < taken; ++i)
             EXPECT_TRUE(source.next());
     }
@@ -64,6 +64,6 @@ TEST_F(PageSourceTest, mayEndBeforeAllPagesAreTaken)
 TEST_F(PageSourceTest, singlePageNeedsNoThread)
 {
     makeFiles(1);
-    PageSource source(m_files, {});
+    PagePrefetcher source(m_files, {});
     EXPECT_EQ(source.next().value().width, 8);
 }

@@ -13,15 +13,15 @@ namespace korv {
 /// The pages of a document in their order, made ahead by a few threads: while one is written, the
 /// next ones are read and, where they must be, coded. Only as many wait as there are threads, so
 /// memory does not grow with the number of pages. The owner's thread calls next().
-class PageSource
+class PagePrefetcher
 {
 public:
     /// `sources` is borrowed. Without a second page, or when the system has no thread to give, the
     /// caller of next() does the work.
-    PageSource(const std::vector<std::string> &sources, const PageOptions &options);
-    ~PageSource();
-    PageSource(const PageSource &) = delete;
-    PageSource &operator=(const PageSource &) = delete;
+    PagePrefetcher(const std::vector<std::string> &sources, const PageOptions &options);
+    ~PagePrefetcher();
+    PagePrefetcher(const PagePrefetcher &) = delete;
+    PagePrefetcher &operator=(const PagePrefetcher &) = delete;
 
     /// The next page, valid until the call after this one. Call it once for each source.
     /// Errors: as PageMaker::fromFile(); they spoil this page only.

@@ -1,4 +1,4 @@
-#include "library/output/page_source.h"
+#include "library/output/page_prefetcher.h"
 
 #include "library/base/thread_name.h"
 
@@ -22,7 +22,7 @@ std::size_t usefulThreads(std::size_t pages)
 
 } // namespace
 
-PageSource::PageSource(const std::vector<std::string> &sources, const PageOptions &options)
+PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const PageOptions &options)
     : m_sources(sources)
 {
     PageOptions shared = options;
@@ -39,7 +39,7 @@ PageSource::PageSource(const std::vector<std::string> &sources, const PageOption
     }
 }
 
-PageSource::~PageSource()
+PagePrefetcher::~PagePrefetcher()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -50,7 +50,7 @@ PageSource::~PageSource()
         thread.join();
 }
 
-void PageSource::make(std::size_t index)
+void PagePrefetcher::make(std::size_t index)
 {
     Slot &slot = slotOf(index);
     try {
@@ -62,7 +62,7 @@ void PageSource::make(std::size_t index)
     }
 }
 
-void PageSource::work()
+void PagePrefetcher::work()
 {
     nameThisThread("korv-pages");
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -83,7 +83,7 @@ void PageSource::work()
     }
 }
 
-const Result<Page> &PageSource::next()
+const Result<Page> &PagePrefetcher::next()
 {
     const std::size_t index = m_toGive;
     if (m_threads.empty()) {
