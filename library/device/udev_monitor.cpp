@@ -112,7 +112,7 @@ void UdevMonitor::Watch::watch()
 {
     UdevSource source;
     for (const VideoNode &node : source.list())
-        m_nodes.appeared(node, Clock::now());
+        m_nodes.wasThere(node, Clock::now());
     tell(&Watch::m_looked);
     std::array<pollfd, 2> sources{{{source.descriptor(), POLLIN, 0}, {m_wakeUp.fd(), POLLIN, 0}}};
     while (handleReports()) {

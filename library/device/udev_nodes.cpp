@@ -22,6 +22,16 @@ UdevNodes::UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departur
 
 void UdevNodes::appeared(const VideoNode &node, TimePoint now)
 {
+    add(node, now, now);
+}
+
+void UdevNodes::wasThere(const VideoNode &node, TimePoint now)
+{
+    add(node, now - kRightsTime, now);
+}
+
+void UdevNodes::add(const VideoNode &node, TimePoint firstSeen, TimePoint now)
+{
     const auto known = m_entries.find(node.path);
     if (known != m_entries.end() && known->second.node.usbAddress == node.usbAddress) {
         // seen by the enumeration and by an event, or its rights changed
@@ -42,7 +52,7 @@ void UdevNodes::appeared(const VideoNode &node, TimePoint now)
 
     Entry &entry = m_entries[node.path];
     entry.node = node;
-    entry.firstSeen = now;
+    entry.firstSeen = firstSeen;
     lookAt(entry, now);
 }
 

@@ -46,6 +46,8 @@ public:
     UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure);
 
     void appeared(const VideoNode &node, TimePoint now);
+    /// A node that was there before anybody looked: its rights are what they are.
+    void wasThere(const VideoNode &node, TimePoint now);
     void vanished(const std::string &path);
     /// All nodes there are: after events were lost.
     void reconcile(const std::vector<VideoNode> &present, TimePoint now);
@@ -81,6 +83,7 @@ private:
     };
     enum class Finding { Camera, NoCamera, NoRights, Unusable, Gone };
 
+    void add(const VideoNode &node, TimePoint firstSeen, TimePoint now);
     Finding look(const VideoNode &node, std::string &card) const;
     void lookAt(Entry &entry, TimePoint now);
     void arrive(Entry &entry, const std::string &card);

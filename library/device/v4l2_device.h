@@ -17,7 +17,7 @@ struct V4l2Patience
 {
     std::chrono::milliseconds open{1500};
     std::chrono::milliseconds start{500};
-    std::chrono::milliseconds stop{350};
+    std::chrono::milliseconds stop{500};
 };
 
 /// A real camera. No call waits longer than V4l2Patience says, whatever the camera does; a thread

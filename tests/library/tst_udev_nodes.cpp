@@ -157,6 +157,15 @@ TEST_F(UdevNodesTest, cameraThatNeverGetsRightsArrivesWithALineThatSaysWhy)
     EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
 }
 
+TEST_F(UdevNodesTest, cameraThatWasThereBeforeIsNotWaitedFor)
+{
+    m_calls->answer(FakeV4l2::kOpen, {-EACCES});
+    testing::internal::CaptureStderr();
+    m_nodes.wasThere(node(0), m_now);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("/dev/video0"));
+    EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
+}
+
 TEST_F(UdevNodesTest, metadataNodeWithoutRightsStaysOut)
 {
     m_calls->answer(FakeV4l2::kOpen, {-EACCES});
