@@ -80,7 +80,7 @@ KORV_CAMERA_API char *KorvCamera_GetOnLineDevList(void);
 KORV_CAMERA_API char *KorvCamera_GetWorkDevList(void);
 
 /* Opens a device. Errors: -ENODEV no such device, -EBUSY already open or held by another program,
- * -EACCES no permission. */
+ * -EACCES no permission, -ETIMEDOUT it does not answer. */
 KORV_CAMERA_API int KorvCamera_Open(int index);
 
 /* Ends the stream, if any, and closes the device. No frame callback runs after it returned. A device
@@ -101,7 +101,9 @@ KORV_CAMERA_API int KorvCamera_GetCurResolutionNo(int index);
 KORV_CAMERA_API int KorvCamera_SetCurResolutionNo(int index, int res_no);
 
 /* Starts the stream of an open device. Errors: -EINVAL null callback, -ENODEV not open,
- * -ENODEV has left, -EBUSY already streaming or held by another program. */
+ * -ENODEV has left, -EBUSY already streaming or held by another program, -EIO it refuses. A device
+ * that takes longer than half a second to answer counts as started; its frames come when they come,
+ * or it leaves. */
 KORV_CAMERA_API int KorvCamera_StartCapture(int index, KorvCamera_FrameCallback cb);
 
 /* Ends the stream; the device stays open. No frame callback runs after it returned. -ENODEV not
