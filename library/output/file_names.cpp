@@ -33,21 +33,25 @@ std::string extensionOf(const std::string &path)
     return extension;
 }
 
-std::string withInsertion(const std::string &name, const std::string &insertion)
+std::string joinedName(const std::string &stem, const std::string &tail)
 {
     constexpr std::size_t kLongestName = 255;
-    std::size_t dot = name.rfind('.');
-    if (dot == std::string::npos || dot == 0)
-        dot = name.size();
-    const std::string tail = insertion + name.substr(dot);
-    std::size_t kept = dot;
+    std::size_t kept = stem.size();
     if (kept + tail.size() > kLongestName) {
         kept = tail.size() < kLongestName ? kLongestName - tail.size() : 0;
         const auto continuesCharacter = [](char byte) { return (byte & 0xC0) == 0x80; };
-        while (kept > 0 && continuesCharacter(name[kept]))
+        while (kept > 0 && continuesCharacter(stem[kept]))
             --kept;
     }
-    return name.substr(0, kept) + tail;
+    return stem.substr(0, kept) + tail;
+}
+
+std::string withInsertion(const std::string &name, const std::string &insertion)
+{
+    std::size_t dot = name.rfind('.');
+    if (dot == std::string::npos || dot == 0)
+        dot = name.size();
+    return joinedName(name.substr(0, dot), insertion + name.substr(dot));
 }
 
 std::string randomTemporaryName()

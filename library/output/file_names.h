@@ -19,6 +19,9 @@ std::string extensionOf(const std::string &path);
 /// longer than file systems take (255 bytes).
 std::string withInsertion(const std::string &name, const std::string &insertion);
 
+/// `stem` and `tail` together; the stem is cut as above.
+std::string joinedName(const std::string &stem, const std::string &tail);
+
 /// A hidden name that nobody else has by all likelihood.
 std::string randomTemporaryName();
 

@@ -5,6 +5,7 @@
 #include "library/imaging/resolution.h"
 
 #include <cerrno>
+#include <cstring>
 
 namespace korv {
 
@@ -20,6 +21,21 @@ Result<ByteView> stored(Result<Bytes> made, Bytes &storage)
     return ByteView(storage);
 }
 
+/// Readers of a progressive picture pass over all of it for each scan, and ten suffice.
+bool hasTooManyScans(ByteView jpeg)
+{
+    constexpr int kMostScans = 200;
+    const std::uint8_t *at = jpeg.begin();
+    for (int scans = 0; scans <= kMostScans; ++scans) {
+        const auto left = static_cast<std::size_t>(jpeg.end() - at);
+        const void *found = ::memmem(at, left, "\xFF\xDA", 2);
+        if (found == nullptr)
+            return false;
+        at = static_cast<const std::uint8_t *>(found) + 2;
+    }
+    return true;
+}
+
 } // namespace
 
 Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure,
@@ -28,6 +44,10 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
     const jpeg::Info &info = structure.info;
     if (!isReasonableSize(info.width, info.height))
         return Error{-EFBIG, "picture too large"};
+    if (!jpeg::isPlausible(info, structure.end))
+        return Error{-EBADMSG, "JPEG: too few data for the size it states"};
+    if (info.progressive && hasTooManyScans(content.first(structure.end)))
+        return Error{-EBADMSG, "JPEG: too many scans"};
     if (options.plainOnly && !info.plainChroma)
         return ByteView();
     const bool tooFine =

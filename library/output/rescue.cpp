@@ -138,7 +138,7 @@ private:
         for (int number = m_next; number <= kMostNumbers; ++number) {
             char suffix[32];
             std::snprintf(suffix, sizeof suffix, "-rescued-%04d", number);
-            std::string path = folder + "/" + withInsertion(m_stem + extension, suffix);
+            std::string path = folder + "/" + joinedName(m_stem, suffix + extension);
             const Result<void> kept = way(source, path);
             if (kept) {
                 logLine("kept " + source + " as " + path);

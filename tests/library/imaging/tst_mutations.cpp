@@ -148,7 +148,7 @@ TEST(Mutations, tiffLoader)
 TEST(Mutations, findEndMendAndPhotograph)
 {
     for (const Bytes &original :
-         {pictures::jpegOf(pictures::page(72, 56)), pictures::videoFrame(pictures::page(72, 56))}) {
+         {pictures::jpegOf(pictures::page(80, 64)), pictures::videoFrame(pictures::page(80, 64))}) {
         Damage damage(original);
         int complete = 0;
         for (int round = 0; round < kRounds; ++round) {
@@ -168,6 +168,7 @@ TEST(Mutations, findEndMendAndPhotograph)
             PhotographOptions options;
             options.rotation = static_cast<Rotation>(round % 4);
             options.colour = static_cast<ColourStyle>(round % 3);
+            options.quality = round % 5 == 0 ? 40 : 95;
             options.crop = round % 16 == 0 ? CropMode::Auto : CropMode::Off;
             const Result<Bytes> photograph = makePhotograph(guarded.view(), options);
             ASSERT_TRUE(photograph || isStatedError(photograph.code())) << photograph.code();

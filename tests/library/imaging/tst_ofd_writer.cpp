@@ -78,6 +78,31 @@ TEST_F(OfdWriterTest, packageHoldsExactlyItsFilesAndTheyAreWhole)
                 testing::Not(testing::ContainsRegex("extended local header: +yes")));
 }
 
+TEST_F(OfdWriterTest, everyXmlFileKeepsToTheSchema)
+{
+    write({pictures::page(320, 240), pictures::lineart(200, 300)}, "a<b>&\"c\xFF");
+    int checked = 0;
+    for (const std::string &name : names()) {
+        if (name.substr(name.size() - 4) != ".xml")
+            continue;
+        const std::string file = m_home.write("part.xml", entry(name)).string();
+        const ProgramResult lint =
+            runProgram({"xmllint", "--noout", "--schema", KORV_OFD_SCHEMA, file});
+        EXPECT_EQ(lint.status, 0) << name << lint.errors;
+        ++checked;
+    }
+    EXPECT_EQ(checked, 4 + 2);
+}
+
+TEST_F(OfdWriterTest, schemaSeesWhatIsWrong)
+{
+    write({pictures::page(32, 24)});
+    std::string text = entry("Doc_0/Document.xml");
+    text.replace(text.find("MaxUnitID"), 9, "MaxUnitId");
+    const std::string file = m_home.write("part.xml", text).string();
+    EXPECT_NE(runProgram({"xmllint", "--noout", "--schema", KORV_OFD_SCHEMA, file}).status, 0);
+}
+
 TEST_F(OfdWriterTest, everyXmlFileIsWellFormed)
 {
     write({pictures::page(320, 240)}, "a<b>&\"c\xFF");
