@@ -17,7 +17,7 @@ namespace {
 using namespace crop;
 
 constexpr int kSmallestSide = 64; ///< of a picture worth searching
-constexpr std::size_t kMostQuads = 400;
+constexpr std::size_t kMostQuads = 200;
 constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
 constexpr double kLeastTrust = 0; ///< even odds
 
@@ -33,22 +33,22 @@ struct Candidate
     double rank = 0;
 };
 
-std::vector<Quad> quadsIn(const SearchPicture &picture, const cv::Mat &directions,
+std::vector<Quad> quadsIn(const SearchPicture &picture, const EdgeMap &map,
                           const std::vector<FoundLine> &lines)
 {
     std::vector<LineEvidence> evidence;
     evidence.reserve(lines.size());
     for (const FoundLine &line : lines)
-        evidence.emplace_back(line, directions, picture.closed);
+        evidence.emplace_back(line, map, picture.closed);
     return findQuads(evidence, picture.size(), kMostQuads);
 }
 
-std::vector<Candidate> ranked(const std::vector<Quad> &quads, const cv::Mat &directions)
+std::vector<Candidate> ranked(const std::vector<Quad> &quads, const EdgeMap &map)
 {
     std::vector<Candidate> candidates;
     candidates.reserve(quads.size());
     for (const Quad &quad : quads) {
-        const Features features = featuresOf(quad, directions);
+        const Features features = featuresOf(quad, map);
         candidates.push_back({&quad, features, rankOf(features)});
     }
     std::stable_sort(candidates.begin(), candidates.end(),
@@ -112,12 +112,19 @@ std::optional<Quadrilateral> findSheet(const Image &image)
     const SearchPicture picture = makeSearchPicture(image);
     if (std::min(picture.size().width, picture.size().height) < kSmallestSide)
         return std::nullopt;
-    const std::vector<Edge> closed = findEdges(picture.closed);
-    const std::vector<Edge> plain = findEdges(picture.plain);
-    const cv::Mat directions = directionMap(picture.size(), closed, plain);
-    const std::vector<FoundLine> lines = findLines(closed, plain, directions, picture.closed);
-    const std::vector<Quad> quads = quadsIn(picture, directions, lines);
-    const std::optional<Corners> corners = decide(image, picture, ranked(quads, directions));
+    const EdgeFinder finder(picture);
+    EdgeMap map(picture.size());
+    LineFinder lines(map, picture.closed);
+    const auto search = [&](const std::vector<Edge> &edges) {
+        map.add(edges);
+        lines.search(edges);
+        const std::vector<Quad> quads = quadsIn(picture, map, lines.best());
+        return decide(image, picture, ranked(quads, map));
+    };
+    std::optional<Corners> corners = search(finder.closed());
+    // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
+    if (!corners)
+        corners = search(finder.plain());
     if (!corners)
         return std::nullopt;
     return quadrilateralOf(ordered(*corners));

@@ -13,20 +13,68 @@ constexpr int kDirections = 16;
 /// A pixel in which a colour changes more than it does around.
 struct Edge
 {
-    int x = 0;
-    int y = 0;
-    float angle = 0; ///< of the colour's change, across the edge; 0 to pi
+    std::int16_t x = 0;
+    std::int16_t y = 0;
+    float degrees = 0; ///< of the colour's change, across the edge; 0 to 180
     float weight = 0; ///< strength in multiples of the neighbourhood's, 1 to 3
 };
 
-/// The edges of one version of the picture.
-std::vector<Edge> findEdges(const Planes &planes);
+/// Finds edges in the search picture. Its luma can be had closed (writing does not count) or plain
+/// (the shadow that sets off paper from a desk of its own colour is as thin as writing).
+class EdgeFinder
+{
+public:
+    explicit EdgeFinder(const SearchPicture &picture);
 
-/// For every pixel the directions (as bits) of the edges within one pixel.
-cv::Mat directionMap(cv::Size size, const std::vector<Edge> &first,
-                     const std::vector<Edge> &second);
+    std::vector<Edge> closed() const;
+    std::vector<Edge> plain() const;
 
-/// The bit of an edge whose colour changes along this angle.
-std::uint16_t directionBit(double angle);
+private:
+    /// Change of colour in the plane where it is largest.
+    struct Gradient
+    {
+        cv::Mat x; ///< CV_16SC1
+        cv::Mat y;
+        cv::Mat strength; ///< CV_16SC1, 0 to 255
+    };
+
+    std::vector<Edge> withLuma(const cv::Mat &luma) const;
+    static Gradient gradientOf(const cv::Mat &plane, int gain);
+    static void keepLarger(Gradient &gradient, const Gradient &other);
+
+    const SearchPicture &m_picture;
+    Gradient m_chroma;
+};
+
+/// For every pixel, which edges lie within one pixel. The picture's size is limited by that of
+/// Edge.
+class EdgeMap
+{
+public:
+    explicit EdgeMap(cv::Size size);
+
+    void add(const std::vector<Edge> &edges);
+
+    cv::Size size() const { return m_directions.size(); }
+    /// The bit of edges whose colour changes along this angle (in radians).
+    static std::uint16_t directionBit(double angle);
+    bool has(int x, int y, std::uint16_t bits) const
+    {
+        return (m_directions.at<std::uint16_t>(y, x) & bits) != 0;
+    }
+    bool hasAny(int x, int y) const { return has(x, y, 0xFFFF); }
+    /// Step to the edge; zero when there is none within a pixel, see hasAny().
+    cv::Point step(int x, int y) const
+    {
+        const auto &step = m_steps.at<cv::Vec2b>(y, x);
+        return {step[0] - kZeroStep, step[1] - kZeroStep};
+    }
+
+private:
+    static constexpr int kZeroStep = 8;
+
+    cv::Mat m_directions; ///< CV_16UC1, a bit for each direction
+    cv::Mat m_steps; ///< CV_8UC2, plus kZeroStep
+};
 
 } // namespace korv::crop

@@ -28,19 +28,17 @@ double spread(double sumOfSquares, const cv::Vec3d &mean, double count)
 
 } // namespace
 
-LineEvidence::LineEvidence(const FoundLine &line, const cv::Mat &directions, const Planes &planes)
+LineEvidence::LineEvidence(const FoundLine &line, const EdgeMap &map, const Planes &planes)
     : m_line(line.line)
-    , m_span(spanWithin(line.line, directions.size(), 1))
+    , m_span(spanWithin(line.line, map.size(), 1))
 {
-    const std::uint16_t bit = directionBit(line.angle);
+    const std::uint16_t bit = EdgeMap::directionBit(line.angle);
     const auto count = static_cast<std::size_t>(std::max(0.0, m_span.to - m_span.from));
     m_sums.resize(count + 1);
     for (std::size_t i = 0; i < count; ++i) {
         const cv::Point2d point = pointAt(m_line, m_span.from + static_cast<double>(i));
-        const bool edge = (directions.at<std::uint16_t>(static_cast<int>(point.y + 0.5),
-                                                        static_cast<int>(point.x + 0.5))
-                           & bit)
-            != 0;
+        const bool edge =
+            map.has(static_cast<int>(point.x + 0.5), static_cast<int>(point.y + 0.5), bit);
         const cv::Vec3f left = colourAt(planes, point + m_line.normal * kStepReach);
         const cv::Vec3f right = colourAt(planes, point - m_line.normal * kStepReach);
         const cv::Vec3f step = left - right;

@@ -28,7 +28,7 @@ struct SideEvidence
 class LineEvidence
 {
 public:
-    LineEvidence(const FoundLine &line, const cv::Mat &directions, const Planes &planes);
+    LineEvidence(const FoundLine &line, const EdgeMap &map, const Planes &planes);
 
     const Line &line() const { return m_line; }
     const Span &span() const { return m_span; }

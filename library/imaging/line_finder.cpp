@@ -9,9 +9,11 @@ namespace korv::crop {
 
 namespace {
 
-constexpr int kAngles = 360; ///< half a degree each
-constexpr int kVoteSpread = 5; ///< an edge's own direction is that unsure, in angles
+constexpr int kAngles = 180; ///< a degree each
+constexpr int kVoteSpread = 2; ///< an edge's own direction is that unsure, in angles
+constexpr int kPeakReach = 2; ///< angles to either side that a peak exceeds
 constexpr double kRhoStep = 2;
+constexpr int kRefinements = 2;
 constexpr int kPeaksTried = 220;
 constexpr int kSectors = 12;
 constexpr std::size_t kPerSector = 10;
@@ -45,7 +47,7 @@ public:
 
     void vote(const Edge &edge)
     {
-        const int centre = static_cast<int>(std::lround(edge.angle * kAngles / CV_PI));
+        const int centre = static_cast<int>(std::lround(edge.degrees * kAngles / 180));
         const auto shift = static_cast<float>(m_reach / kRhoStep + 1.5);
         for (int k = centre - kVoteSpread; k <= centre + kVoteSpread; ++k) {
             const auto i = static_cast<std::size_t>((k + kAngles) % kAngles);
@@ -105,7 +107,7 @@ private:
 
     bool isPeak(int angle, int column, float here) const
     {
-        for (int i = -3; i <= 3; ++i) {
+        for (int i = -kPeakReach; i <= kPeakReach; ++i) {
             for (int k = -1; k <= 1; ++k) {
                 const float other = at(angle + i, column + k);
                 const bool before = i < 0 || (i == 0 && k < 0);
@@ -130,20 +132,18 @@ struct Run
     double score = 0;
 };
 
-Run bestRun(const Line &line, const cv::Mat &directions, std::uint16_t bit)
+Run bestRun(const Line &line, const EdgeMap &map)
 {
-    const Span span = spanWithin(line, directions.size(), 1);
+    const Span span = spanWithin(line, map.size(), 1);
+    const std::uint16_t bit = EdgeMap::directionBit(std::atan2(line.normal.y, line.normal.x));
+    const cv::Point2d step = line.direction();
+    cv::Point2d point = pointAt(line, span.from) + cv::Point2d(0.5, 0.5);
     Run best;
     double score = 0;
     double from = span.from;
-    for (double along = span.from; along < span.to; along += 1) {
-        const cv::Point2d point = pointAt(line, along);
-        const bool edge = (directions.at<std::uint16_t>(static_cast<int>(point.y + 0.5),
-                                                        static_cast<int>(point.x + 0.5))
-                           & bit)
-            != 0;
+    for (double along = span.from; along < span.to; along += 1, point += step) {
         // a gap costs more than an edge earns: scattered grain must not add up to a side
-        score += edge ? 1.0 : -1.5;
+        score += map.has(static_cast<int>(point.x), static_cast<int>(point.y), bit) ? 1.0 : -1.5;
         if (score <= 0) {
             score = 0;
             from = along + 1;
@@ -155,23 +155,20 @@ Run bestRun(const Line &line, const cv::Mat &directions, std::uint16_t bit)
 }
 
 /// Least squares through the edges near the run; the peak itself is only as fine as its cell.
-Line refined(const Line &line, const Run &run, const cv::Mat &offsets)
+Line refined(const Line &line, const Run &run, const EdgeMap &map)
 {
     double count = 0;
     double sumT = 0;
     double sumTt = 0;
     double sumD = 0;
     double sumTd = 0;
-    for (double along = run.span.from; along <= run.span.to; along += 1) {
-        const cv::Point2d point = pointAt(line, along);
-        const auto &offset =
-            offsets.at<cv::Vec2b>(static_cast<int>(point.y + 0.5), static_cast<int>(point.x + 0.5));
-        if (offset[0] == 0)
+    const cv::Point2d direction = line.direction();
+    cv::Point2d point = pointAt(line, run.span.from);
+    for (double t = 0; t <= run.span.to - run.span.from; t += 1, point += direction) {
+        const cv::Point pixel(static_cast<int>(point.x + 0.5), static_cast<int>(point.y + 0.5));
+        if (!map.hasAny(pixel.x, pixel.y))
             continue;
-        const cv::Point2d edge(std::floor(point.x + 0.5) + offset[0] - 8,
-                               std::floor(point.y + 0.5) + offset[1] - 8);
-        const double t = along - run.span.from;
-        const double d = line.distance(edge);
+        const double d = line.distance(pixel + map.step(pixel.x, pixel.y));
         count += 1;
         sumT += t;
         sumTt += t * t;
@@ -202,25 +199,6 @@ bool isSame(const FoundLine &found, const FoundLine &chosen, cv::Size size)
     return cosine > kSameCosine
         && std::abs(chosen.line.distance(pointAt(found.line, span.from))) < kSameDistance
         && std::abs(chosen.line.distance(pointAt(found.line, span.to))) < kSameDistance;
-}
-
-/// For pixels next to an edge, where it is: each step plus 8; zero elsewhere.
-cv::Mat edgeOffsets(cv::Size size, const std::vector<Edge> &edges)
-{
-    cv::Mat offsets = cv::Mat::zeros(size, CV_8UC2);
-    for (const int reach : {2, 1, 0}) { // nearer ones overwrite
-        for (const Edge &edge : edges) {
-            for (int y = std::max(0, edge.y - reach);
-                 y <= std::min(size.height - 1, edge.y + reach); ++y) {
-                for (int x = std::max(0, edge.x - reach);
-                     x <= std::min(size.width - 1, edge.x + reach); ++x) {
-                    offsets.at<cv::Vec2b>(y, x) = {static_cast<std::uint8_t>(edge.x - x + 8),
-                                                   static_cast<std::uint8_t>(edge.y - y + 8)};
-                }
-            }
-        }
-    }
-    return offsets;
 }
 
 struct Step
@@ -255,36 +233,6 @@ Step stepAcross(const Line &line, const Span &run, const Planes &planes)
     if (count == 0)
         return {};
     return {sum.dot(sum) / count / std::max(1.0 * count, squares), cv::norm(sum) / count};
-}
-
-std::vector<FoundLine> linesOf(const std::vector<Edge> &edges, const cv::Mat &directions,
-                               const Planes &planes)
-{
-    Accumulator accumulator(directions.size());
-    for (const Edge &edge : edges)
-        accumulator.vote(edge);
-    const cv::Mat offsets = edgeOffsets(directions.size(), edges);
-    std::vector<FoundLine> lines;
-    for (const Accumulator::Peak &peak : accumulator.peaks()) {
-        FoundLine found;
-        found.angle = Accumulator::angleOf(peak.angle);
-        found.line = accumulator.lineOf(peak);
-        const std::uint16_t bit = directionBit(found.angle);
-        Run run = bestRun(found.line, directions, bit);
-        if (run.score < kShortest)
-            continue;
-        for (int round = 0; round < 2; ++round) {
-            found.line = refined(found.line, run, offsets);
-            run = bestRun(found.line, directions, bit);
-        }
-        found.run = run.span;
-        const Step step = stepAcross(found.line, run.span, planes);
-        found.steadyLength = run.score * (kUnsteadyWorth + step.steadiness);
-        found.contrast = run.score / (run.score + kUsualRun)
-            * (kUnsteadyWorth + step.steadiness * (1 + step.height / kUsualStep));
-        lines.push_back(found);
-    }
-    return lines;
 }
 
 /// The lines taken so far: different ones, and not too many of any direction.
@@ -346,15 +294,45 @@ Span spanWithin(const Line &line, cv::Size size, double margin)
     return span;
 }
 
-std::vector<FoundLine> findLines(const std::vector<Edge> &closed, const std::vector<Edge> &plain,
-                                 const cv::Mat &directions, const Planes &planes)
+LineFinder::LineFinder(const EdgeMap &map, const Planes &planes)
+    : m_map(map)
+    , m_planes(planes)
 {
-    std::vector<FoundLine> all = linesOf(closed, directions, planes);
-    const std::vector<FoundLine> more = linesOf(plain, directions, planes);
-    all.insert(all.end(), more.begin(), more.end());
-    Selection selection(directions.size());
-    selection.addBest(all, &FoundLine::steadyLength, kMost / 2, kPerSector / 2);
-    selection.addBest(all, &FoundLine::contrast, kMost, kPerSector);
+}
+
+void LineFinder::search(const std::vector<Edge> &edges)
+{
+    Accumulator accumulator(m_map.size());
+    for (const Edge &edge : edges)
+        accumulator.vote(edge);
+    for (const Accumulator::Peak &peak : accumulator.peaks()) {
+        FoundLine found;
+        found.line = accumulator.lineOf(peak);
+        Run run = bestRun(found.line, m_map);
+        if (run.score < kShortest)
+            continue;
+        for (int round = 0; round < kRefinements; ++round) {
+            found.line = refined(found.line, run, m_map);
+            run = bestRun(found.line, m_map);
+        }
+        found.angle = std::atan2(found.line.normal.y, found.line.normal.x);
+        if (found.angle < 0)
+            found.angle += CV_PI;
+        found.run = run.span;
+        const Step step = stepAcross(found.line, run.span, m_planes);
+        found.steadyLength = run.score * (kUnsteadyWorth + step.steadiness);
+        found.contrast = run.score / (run.score + kUsualRun)
+            * (kUnsteadyWorth + step.steadiness * (1 + step.height / kUsualStep));
+        m_found.push_back(found);
+    }
+}
+
+std::vector<FoundLine> LineFinder::best() const
+{
+    std::vector<FoundLine> lines = m_found;
+    Selection selection(m_map.size());
+    selection.addBest(lines, &FoundLine::steadyLength, kMost / 2, kPerSector / 2);
+    selection.addBest(lines, &FoundLine::contrast, kMost, kPerSector);
     return selection.lines();
 }
 

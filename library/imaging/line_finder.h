@@ -24,10 +24,21 @@ struct FoundLine
     double contrast = 0; ///< how marked that step is, little dependent on the length
 };
 
-/// The best lines of either set of edges: the best ones of every direction, so that a desk's grain
-/// does not drown those across it. `directions` is the map of both sets, `planes` the colours.
-std::vector<FoundLine> findLines(const std::vector<Edge> &closed, const std::vector<Edge> &plain,
-                                 const cv::Mat &directions, const Planes &planes);
+/// The best lines through these edges: the best ones of every direction, so that a desk's grain
+/// does not drown those across it. `map` holds at least these edges, `planes` the colours.
+class LineFinder
+{
+public:
+    LineFinder(const EdgeMap &map, const Planes &planes);
+
+    void search(const std::vector<Edge> &edges);
+    std::vector<FoundLine> best() const;
+
+private:
+    const EdgeMap &m_map;
+    const Planes &m_planes;
+    std::vector<FoundLine> m_found;
+};
 
 /// The foot is the line's point nearest to the frame's origin.
 inline cv::Point2d pointAt(const Line &line, double along)

@@ -102,32 +102,32 @@ void addShape(const Quad &quad, cv::Size frame, Features &features)
         std::abs(std::log((lengths[0] + lengths[2]) / (lengths[1] + lengths[3])));
 }
 
-bool isNearEdge(const cv::Mat &directions, cv::Point2d point, int &seen)
+bool isNearEdge(const EdgeMap &map, cv::Point2d point, int &seen)
 {
     const cv::Point at(static_cast<int>(std::floor(point.x + 0.5)),
                        static_cast<int>(std::floor(point.y + 0.5)));
-    if (!cv::Rect(0, 0, directions.cols, directions.rows).contains(at))
+    if (!cv::Rect(cv::Point(), map.size()).contains(at))
         return false;
     ++seen;
-    return directions.at<std::uint16_t>(at) != 0;
+    return map.hasAny(at.x, at.y);
 }
 
-void addTexture(const Quad &quad, const cv::Mat &directions, Features &features)
+void addTexture(const Quad &quad, const EdgeMap &map, Features &features)
 {
-    constexpr int kGrid = 15;
+    constexpr int kGrid = 9;
     int inner = 0;
     int innerEdges = 0;
     int outer = 0;
     int outerEdges = 0;
     const Corners &c = quad.corners;
-    for (int i = -2; i < kGrid + 2; ++i) {
-        for (int k = -2; k < kGrid + 2; ++k) {
+    for (int i = -1; i < kGrid + 1; ++i) {
+        for (int k = -1; k < kGrid + 1; ++k) {
             const double u = (i + 0.5) / kGrid;
             const double v = (k + 0.5) / kGrid;
             const cv::Point2d point = c[0] * ((1 - u) * (1 - v)) + c[1] * (u * (1 - v))
                 + c[2] * (u * v) + c[3] * ((1 - u) * v);
             const bool isInner = i >= 0 && k >= 0 && i < kGrid && k < kGrid;
-            if (isNearEdge(directions, point, isInner ? inner : outer))
+            if (isNearEdge(map, point, isInner ? inner : outer))
                 ++(isInner ? innerEdges : outerEdges);
         }
     }
@@ -137,14 +137,14 @@ void addTexture(const Quad &quad, const cv::Mat &directions, Features &features)
 
 } // namespace
 
-Features featuresOf(const Quad &quad, const cv::Mat &directions)
+Features featuresOf(const Quad &quad, const EdgeMap &map)
 {
     Features features;
     addSupport(quad, features);
     addSteps(quad, features);
     addRims(quad, features);
-    addShape(quad, directions.size(), features);
-    addTexture(quad, directions, features);
+    addShape(quad, map.size(), features);
+    addTexture(quad, map, features);
     features[Feature::Squareness] = features[Feature::MeanSupport]
         * features[Feature::MeanSteadiness] * features[Feature::RimAgreement]
         * (1 - features[Feature::MeanBeyondSupport]);

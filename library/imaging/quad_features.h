@@ -49,7 +49,7 @@ private:
     std::array<double, kFeatureCount> m_values{};
 };
 
-/// `directions` is the map of edges from which the quadrilateral was made.
-Features featuresOf(const Quad &quad, const cv::Mat &directions);
+/// `map` is the map of edges from which the quadrilateral was made.
+Features featuresOf(const Quad &quad, const EdgeMap &map);
 
 } // namespace korv::crop

@@ -16,6 +16,7 @@ constexpr double kShortestSide = 36;
 constexpr double kLongestAspect = 5.5;
 constexpr double kParallelCosine = 0.90; ///< of opposite sides: 26 degrees
 constexpr double kCrossingCosine = 0.57; ///< of neighbouring sides: 55 degrees and more
+constexpr std::size_t kExamined = 5; ///< outlines for each that is kept
 constexpr double kMargin = 2; ///< corners keep this from the frame's border
 
 /// Where two lines meet, as distances along either.
@@ -46,6 +47,14 @@ struct Rung
     double support = 0;
 };
 
+/// A quadrilateral of which only the support is known yet.
+struct Outline
+{
+    Corners corners;
+    std::array<std::size_t, 4> lines; ///< of the sides, in their order
+    double support = 0;
+};
+
 class QuadSearch
 {
 public:
@@ -60,7 +69,7 @@ public:
         }
     }
 
-    std::vector<Quad> run()
+    std::vector<Outline> run()
     {
         for (std::size_t i = 0; i < m_lines.size(); ++i) {
             for (std::size_t j = i + 1; j < m_lines.size(); ++j) {
@@ -143,7 +152,7 @@ private:
         const Corners corners = {at(i, l).point, at(i, k).point, at(j, k).point, at(j, l).point};
         if (!isPlausible(corners))
             return;
-        add(corners, {i, k, j, l}, support);
+        m_found.push_back({corners, {i, k, j, l}, support});
     }
 
     bool isPlausible(const Corners &corners) const
@@ -161,42 +170,53 @@ private:
             && std::max(a, c) < 1.7 * std::min(a, c) && std::max(b, d) < 1.7 * std::min(b, d);
     }
 
-    void add(const Corners &corners, const std::array<std::size_t, 4> &lines, double support)
-    {
-        Quad quad;
-        quad.corners = corners;
-        quad.support = support;
-        const cv::Point2d centre = (corners[0] + corners[1] + corners[2] + corners[3]) * 0.25;
-        for (std::size_t s = 0; s < 4; ++s) {
-            const LineEvidence &evidence = m_lines[lines[s]];
-            const double a = corners[s].dot(evidence.line().direction());
-            const double b = corners[(s + 1) % 4].dot(evidence.line().direction());
-            SideEvidence side = evidence.piece(std::min(a, b), std::max(a, b));
-            if (evidence.line().distance(centre) < 0) {
-                std::swap(side.left, side.right);
-                std::swap(side.leftSpread, side.rightSpread);
-            }
-            quad.sides[s] = side;
-        }
-        quad.support = support + meanSteadiness(quad);
-        m_found.push_back(quad);
-    }
-
     const std::vector<LineEvidence> &m_lines;
     cv::Size m_size;
     std::vector<Crossing> m_crossings;
-    std::vector<Quad> m_found;
+    std::vector<Outline> m_found;
 };
+
+Quad withEvidence(const Outline &outline, const std::vector<LineEvidence> &lines)
+{
+    const Corners &corners = outline.corners;
+    Quad quad;
+    quad.corners = corners;
+    const cv::Point2d centre = (corners[0] + corners[1] + corners[2] + corners[3]) * 0.25;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const LineEvidence &evidence = lines[outline.lines[i]];
+        const double a = corners[i].dot(evidence.line().direction());
+        const double b = corners[(i + 1) % 4].dot(evidence.line().direction());
+        SideEvidence side = evidence.piece(std::min(a, b), std::max(a, b));
+        if (evidence.line().distance(centre) < 0) {
+            std::swap(side.left, side.right);
+            std::swap(side.leftSpread, side.rightSpread);
+        }
+        quad.sides[i] = side;
+    }
+    quad.support = outline.support + meanSteadiness(quad);
+    return quad;
+}
+
+/// Sorts by support and forgets all but the best.
+template <typename Supported> void keepBest(std::vector<Supported> &all, std::size_t most)
+{
+    std::stable_sort(all.begin(), all.end(),
+                     [](const Supported &a, const Supported &b) { return a.support > b.support; });
+    if (all.size() > most)
+        all.resize(most);
+}
 
 } // namespace
 
 std::vector<Quad> findQuads(const std::vector<LineEvidence> &lines, cv::Size size, std::size_t most)
 {
-    std::vector<Quad> quads = QuadSearch(lines, size).run();
-    std::stable_sort(quads.begin(), quads.end(),
-                     [](const Quad &a, const Quad &b) { return a.support > b.support; });
-    if (quads.size() > most)
-        quads.resize(most);
+    std::vector<Outline> outlines = QuadSearch(lines, size).run();
+    keepBest(outlines, kExamined * most);
+    std::vector<Quad> quads;
+    quads.reserve(outlines.size());
+    for (const Outline &outline : outlines)
+        quads.push_back(withEvidence(outline, lines));
+    keepBest(quads, most);
     return quads;
 }
 

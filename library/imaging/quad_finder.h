@@ -12,7 +12,7 @@ struct Quad
 {
     Corners corners; ///< in the search picture; side i runs from corner i to the next
     std::array<SideEvidence, 4> sides; ///< `left` is inside
-    double support = 0; ///< of all sides, the weakest counting double
+    double support = 0; ///< of all sides, and the steadiness of the steps across them
 };
 
 /// All quadrilaterals of these lines that a sheet in perspective can be, best supported first, at

@@ -10,14 +10,14 @@ namespace korv::crop {
 
 using Planes = std::array<cv::Mat, 3>; ///< CV_8UC1: luma, red and blue difference
 
-/// A photograph made small enough to search, in two versions.
+/// A photograph made small enough to search. Its luma exists twice, the colour differences once.
 struct SearchPicture
 {
     double scale = 1; ///< its pixels for one of the frame
-    Planes plain;
     Planes closed; ///< without dark things as thin as writing
+    cv::Mat plainLuma;
 
-    cv::Size size() const { return plain[0].size(); }
+    cv::Size size() const { return plainLuma.size(); }
     /// From this picture's pixels to the frame's; pixel centres are at whole numbers in both.
     cv::Point2d toFrame(cv::Point2d point) const;
 };

@@ -16,35 +16,35 @@ struct Weight
 // Fitted on rendered desks of which the outline is known; docs/crop.md tells how. Rank by the odds
 // of the right outline among all of its picture, trust by the odds that the best one is right.
 constexpr std::array<Weight, kFeatureCount> kWeights = {{
-    {Feature::MeanSupport, 4.024, 6.274},
-    {Feature::LeastSupport, 2.535, -1.935},
-    {Feature::MeanEndSupport, 2.957, -6.105},
-    {Feature::LeastEndSupport, 1.513, 2.028},
-    {Feature::MeanBeyondSupport, -1.790, -6.691},
-    {Feature::MostBeyondSupport, -4.560, -1.417},
-    {Feature::MeanSteadiness, -0.416, 1.992},
-    {Feature::LeastSteadiness, -0.378, -1.288},
-    {Feature::MeanStep, 0.420, 0.344},
-    {Feature::LeastStep, 1.127, 0.280},
-    {Feature::RimAgreement, -0.203, 2.873},
-    {Feature::InnerDifference, 0.990, 2.233},
-    {Feature::InnerSpread, 1.145, 0.820},
-    {Feature::OuterSpread, -0.985, -4.014},
-    {Feature::Area, 1.412, 2.289},
-    {Feature::Skewness, -3.304, -7.043},
-    {Feature::Taper, -1.175, 3.266},
-    {Feature::Lighter, 1.328, 0.200},
-    {Feature::Lightness, 0.835, 2.060},
-    {Feature::Slenderness, -0.114, 0.571},
-    {Feature::InnerTexture, 1.626, 2.502},
-    {Feature::OuterTexture, 1.011, 0.700},
-    {Feature::Squareness, 3.791, -1.723},
+    {Feature::MeanSupport, 3.127, 6.302},
+    {Feature::LeastSupport, 1.525, -2.115},
+    {Feature::MeanEndSupport, 2.919, -0.710},
+    {Feature::LeastEndSupport, 1.878, 0.336},
+    {Feature::MeanBeyondSupport, -1.673, -9.508},
+    {Feature::MostBeyondSupport, -4.173, -0.453},
+    {Feature::MeanSteadiness, -0.340, 3.203},
+    {Feature::LeastSteadiness, -0.228, -1.829},
+    {Feature::MeanStep, 0.282, -0.005},
+    {Feature::LeastStep, 0.838, 0.647},
+    {Feature::RimAgreement, 0.315, 1.336},
+    {Feature::InnerDifference, 1.160, 2.566},
+    {Feature::InnerSpread, 0.990, 0.582},
+    {Feature::OuterSpread, -0.941, -3.103},
+    {Feature::Area, 1.401, 2.318},
+    {Feature::Skewness, -2.486, -8.375},
+    {Feature::Taper, -0.175, -4.587},
+    {Feature::Lighter, 1.297, 0.191},
+    {Feature::Lightness, 0.793, 1.549},
+    {Feature::Slenderness, -0.268, 1.102},
+    {Feature::InnerTexture, 3.147, 2.593},
+    {Feature::OuterTexture, -0.010, 1.404},
+    {Feature::Squareness, 3.474, -0.844},
 }};
 
-constexpr double kTrustInRank = 0.209;
-constexpr double kTrustInAgreement = -3.947;
-constexpr double kTrustInMeanAgreement = 9.989;
-constexpr double kTrustOffset = -8.079;
+constexpr double kTrustInRank = 0.291;
+constexpr double kTrustInAgreement = -0.132;
+constexpr double kTrustInMeanAgreement = 4.168;
+constexpr double kTrustOffset = -10.069;
 
 } // namespace
 
