@@ -5,6 +5,7 @@
 #include "library/imaging/image.h"
 
 #include <cstddef>
+#include <functional>
 
 namespace korv::jpeg {
 
@@ -63,6 +64,12 @@ Subsampling subsamplingOf(const Info &info);
 /// EXIF orientation is not applied. Data that ends early counts as broken.
 /// -EBADMSG not decodable, -EFBIG over the size limits, -ENOMEM.
 Result<Image> decode(ByteView data, const DecodeOptions &options = {});
+
+/// Decodes into a picture of the size and the format (see DecodeOptions::gray) that the headers
+/// state, for those who use its upper rows while the lower ones are still to come. `rowsDone`
+/// hears, on the caller's thread, how many are there. Errors as above; then the picture is not
+/// complete.
+Result<void> decodeInto(ByteView data, Image &image, const std::function<void(int)> &rowsDone);
 
 /// Encodes; the picture's dpi, when known, goes into the JFIF header. -ENOMEM.
 Result<Bytes> encode(const Image &image, const EncodeOptions &options);

@@ -26,7 +26,7 @@ public:
 
     Error error() const { return m_trap.error(); }
     bool open(ByteView data, bool gray);
-    bool readRows(Image &image);
+    bool readRows(Image &image, const std::function<void(int)> *rowsDone = nullptr);
     bool readCmykRows(Image &image, Bytes &row);
     bool isCmyk() const { return m_state.out_color_space == JCS_CMYK; }
     int width() const { return static_cast<int>(m_state.output_width); }
@@ -59,7 +59,7 @@ bool Decompressor::open(ByteView data, bool gray)
     });
 }
 
-bool Decompressor::readRows(Image &image)
+bool Decompressor::readRows(Image &image, const std::function<void(int)> *rowsDone)
 {
     constexpr int kRowsAtOnce = 16;
     return m_trap.run([&] {
@@ -70,6 +70,8 @@ bool Decompressor::readRows(Image &image)
             for (int i = 0; i < count; ++i)
                 rows[i] = image.row(first + i);
             jpeg_read_scanlines(&m_state, rows, static_cast<JDIMENSION>(count));
+            if (rowsDone != nullptr)
+                (*rowsDone)(static_cast<int>(m_state.output_scanline));
         }
         jpeg_finish_decompress(&m_state);
     });
@@ -121,16 +123,28 @@ bool isPlausible(const Info &info, std::size_t size)
     return !info.huffman || pixels / kMostPixelsPerByte <= static_cast<std::int64_t>(size);
 }
 
-Result<Image> decode(ByteView data, const DecodeOptions &options)
+namespace {
+
+/// Whether it is worth taking memory for such a picture.
+Result<Info> readPlausibleInfo(ByteView data)
 {
-    const Result<Info> info = readInfo(data);
+    Result<Info> info = readInfo(data);
     if (!info)
-        return info.error();
+        return info;
     if (!isReasonableSize(info.value().width, info.value().height))
         return Error{-EFBIG, "JPEG: picture too large"};
     if (!isPlausible(info.value(), data.size))
         return Error{-EBADMSG, "JPEG: too few data for the size it states"};
+    return info;
+}
 
+} // namespace
+
+Result<Image> decode(ByteView data, const DecodeOptions &options)
+{
+    const Result<Info> info = readPlausibleInfo(data);
+    if (!info)
+        return info.error();
     const bool gray = options.gray || info.value().components == 1;
     try {
         Decompressor decompressor;
@@ -156,6 +170,22 @@ Result<Image> decode(ByteView data, const DecodeOptions &options)
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "JPEG: no memory for the picture"};
     }
+}
+
+Result<void> decodeInto(ByteView data, Image &image, const std::function<void(int)> &rowsDone)
+{
+    const Result<Info> info = readPlausibleInfo(data);
+    if (!info)
+        return info.error();
+    Decompressor decompressor;
+    if (!decompressor.open(data, image.format() == PixelFormat::Gray8))
+        return decompressor.error();
+    if (decompressor.isCmyk() || decompressor.channels() != image.channels()
+        || decompressor.width() != image.width() || decompressor.height() != image.height())
+        return Error{-EBADMSG, "JPEG: not the kind of picture that was expected"};
+    if (!decompressor.readRows(image, &rowsDone))
+        return decompressor.error();
+    return {};
 }
 
 } // namespace korv::jpeg

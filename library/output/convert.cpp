@@ -1,5 +1,6 @@
 #include "library/output/convert.h"
 
+#include "library/base/thread_name.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/atomic_file.h"
@@ -12,6 +13,10 @@
 #include "library/output/source_file.h"
 
 #include <cerrno>
+#include <memory>
+#include <optional>
+#include <system_error>
+#include <thread>
 
 namespace korv {
 
@@ -46,8 +51,9 @@ public:
     }
     Result<void> write(const Image &image, const Format &format, int quality)
     {
-        return writeWith(
-            [&](AtomicFile &file) { return format.writePicture(image, {quality}, file); });
+        return writeWith([&](AtomicFile &file) {
+            return format.writePicture(image, {quality, nullptr}, file);
+        });
     }
 
 private:
@@ -79,6 +85,75 @@ Result<void> convertJpeg(ByteView content, Output &output, int quality)
     return encoded ? output.write(encoded.value()) : Result<void>(encoded.error());
 }
 
+/// Fills a picture on a thread of its own; ended and joined with the object.
+class BackgroundDecoder
+{
+public:
+    /// `content` is borrowed. Throws std::system_error when there is no thread.
+    BackgroundDecoder(ByteView content, const jpeg::Info &info)
+        : m_image(info.width, info.height,
+                  info.components == 1 ? PixelFormat::Gray8 : PixelFormat::Rgb24)
+    {
+        m_image.setDpi(info.dpi);
+        m_thread = std::thread([this, content] { decode(content); });
+    }
+    ~BackgroundDecoder() { static_cast<void>(finish()); }
+    BackgroundDecoder(const BackgroundDecoder &) = delete;
+    BackgroundDecoder &operator=(const BackgroundDecoder &) = delete;
+
+    const Image &image() const { return m_image; }
+    RowGate &rows() { return m_rows; }
+
+    Result<void> finish()
+    {
+        if (m_thread.joinable())
+            m_thread.join();
+        return m_result;
+    }
+
+private:
+    void decode(ByteView content)
+    {
+        nameThisThread("korv-decoder");
+        m_result = withoutExceptions([&] {
+            return jpeg::decodeInto(content, m_image, [&](int rows) { m_rows.publish(rows); });
+        });
+        m_rows.end();
+    }
+
+    Image m_image;
+    RowGate m_rows;
+    Result<void> m_result;
+    std::thread m_thread;
+};
+
+/// Whether the picture's rows come out of the decoder as they stand in the new file.
+bool comesInOrder(const jpeg::Info &info)
+{
+    return info.orientation == 1 && !info.bilevel && (info.components == 1 || info.components == 3)
+        && isReasonableSize(info.width, info.height);
+}
+
+/// Decodes on one core while the other one writes. Nothing when there is no thread for it.
+std::optional<Result<void>> convertAsRowsCome(ByteView content, const jpeg::Info &info,
+                                              const Format &format, Output &output, int quality)
+{
+    std::unique_ptr<BackgroundDecoder> decoder;
+    try {
+        decoder = std::make_unique<BackgroundDecoder>(content, info);
+    } catch (const std::system_error &) {
+        return std::nullopt;
+    }
+    return output.writeWith([&](AtomicFile &file) -> Result<void> {
+        Result<void> written =
+            format.writePicture(decoder->image(), {quality, &decoder->rows()}, file);
+        // a picture that broke is the reason, whatever the writer made of it
+        if (Result<void> decoded = decoder->finish(); !decoded)
+            return decoded;
+        return written;
+    });
+}
+
 Result<void> convertPicture(const std::string &source, const Format &format, Output &output,
                             int quality)
 {
@@ -87,6 +162,16 @@ Result<void> convertPicture(const std::string &source, const Format &format, Out
         return read;
     if (format.kind == FormatKind::Jpeg && recogniseFormat(content) == SourceFormat::Jpeg)
         return convertJpeg(content, output, quality);
+    if (format.takesRowsAsTheyCome && recogniseFormat(content) == SourceFormat::Jpeg) {
+        const Result<jpeg::Structure> structure = jpeg::readStructure(content);
+        if (!structure)
+            return structure.error();
+        const jpeg::Info &info = structure.value().info;
+        if (comesInOrder(info) && jpeg::isPlausible(info, content.size())) {
+            if (const auto result = convertAsRowsCome(content, info, format, output, quality))
+                return *result;
+        }
+    }
     Result<Image> image = loadImage(content);
     if (!image)
         return image.error();

@@ -33,9 +33,9 @@ Result<void> writeJpegPicture(const Image &image, const PictureOptions &options,
     return sink.write(ByteView(encoded.value()));
 }
 
-Result<void> writePngPicture(const Image &image, const PictureOptions &, ByteSink &sink)
+Result<void> writePngPicture(const Image &image, const PictureOptions &options, ByteSink &sink)
 {
-    return writePng(image, {dpiOf(image)}, sink);
+    return writePng(image, {dpiOf(image), options.rows}, sink);
 }
 
 Result<void> writeBmpPicture(const Image &image, const PictureOptions &, ByteSink &sink)
@@ -51,7 +51,7 @@ Result<Bytes> lineartAsCcitt(const Page &page)
 Result<Bytes> lineartAsPng(const Page &page)
 {
     MemorySink png;
-    if (Result<void> written = writePng(*page.lineart, {page.dpi}, png); !written)
+    if (Result<void> written = writePng(*page.lineart, {page.dpi, nullptr}, png); !written)
         return written.error();
     return png.take();
 }
@@ -63,14 +63,14 @@ std::unique_ptr<DocumentWriter> make(ByteSink &sink, const DocumentOptions &opti
 }
 
 constexpr std::array<Format, 8> kFormats = {{
-    {"jpg", FormatKind::Jpeg, false, nullptr, writeJpegPicture, nullptr},
-    {"jpeg", FormatKind::Jpeg, false, nullptr, writeJpegPicture, nullptr},
-    {"png", FormatKind::Picture, false, nullptr, writePngPicture, nullptr},
-    {"bmp", FormatKind::Picture, false, nullptr, writeBmpPicture, nullptr},
-    {"tif", FormatKind::Document, true, lineartAsCcitt, nullptr, make<TiffWriter>},
-    {"tiff", FormatKind::Document, true, lineartAsCcitt, nullptr, make<TiffWriter>},
-    {"pdf", FormatKind::Document, false, lineartAsCcitt, nullptr, make<PdfWriter>},
-    {"ofd", FormatKind::Document, false, lineartAsPng, nullptr, make<OfdWriter>},
+    {"jpg", FormatKind::Jpeg, false, nullptr, false, writeJpegPicture, nullptr},
+    {"jpeg", FormatKind::Jpeg, false, nullptr, false, writeJpegPicture, nullptr},
+    {"png", FormatKind::Picture, false, nullptr, true, writePngPicture, nullptr},
+    {"bmp", FormatKind::Picture, false, nullptr, false, writeBmpPicture, nullptr},
+    {"tif", FormatKind::Document, true, lineartAsCcitt, false, nullptr, make<TiffWriter>},
+    {"tiff", FormatKind::Document, true, lineartAsCcitt, false, nullptr, make<TiffWriter>},
+    {"pdf", FormatKind::Document, false, lineartAsCcitt, false, nullptr, make<PdfWriter>},
+    {"ofd", FormatKind::Document, false, lineartAsPng, false, nullptr, make<OfdWriter>},
 }};
 
 } // namespace

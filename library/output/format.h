@@ -5,6 +5,7 @@
 #include "library/output/byte_sink.h"
 #include "library/output/document_writer.h"
 #include "library/output/page_maker.h"
+#include "library/output/row_gate.h"
 
 #include <memory>
 #include <string>
@@ -20,6 +21,7 @@ enum class FormatKind {
 struct PictureOptions
 {
     int quality = 95; ///< 1..100, where the format has such a thing
+    RowGate *rows = nullptr; ///< see PngOptions; for formats that say so
 };
 
 /// One way to write a file. The table in format.cpp is the only place that knows extensions.
@@ -29,6 +31,7 @@ struct Format
     FormatKind kind;
     bool plainJpegOnly; ///< documents: see PageOptions
     LineartCoder codeLineart; ///< documents: see PageOptions
+    bool takesRowsAsTheyCome; ///< pictures: see PictureOptions
     /// Writes one picture; null for documents.
     Result<void> (*writePicture)(const Image &, const PictureOptions &, ByteSink &);
     /// Begins a document; null for single pictures.

@@ -2,6 +2,7 @@
 
 #include "library/output/packed_bits.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <csetjmp>
@@ -30,9 +31,10 @@ constexpr Packing kLineart = {PNG_FILTER_NONE, 6, Z_DEFAULT_STRATEGY};
 constexpr Packing kRepeating = {PNG_FILTER_UP, 1, Z_DEFAULT_STRATEGY}; ///< drawings, clean text
 constexpr Packing kGrainy = {PNG_FILTER_AVG, 1, Z_RLE}; ///< grain holds nothing to find again
 
-/// Of every so many bands of rows one is packed to find out which way suits a picture.
+/// Of every so many bands of rows in the upper half one is packed, to find out which way suits a
+/// picture; the lower half may still be on its way.
 constexpr int kBand = 16;
-constexpr int kSampledBand = 64;
+constexpr int kSampledBand = 32;
 
 /// Counts, for samples.
 class CountingSink : public ByteSink
@@ -72,7 +74,7 @@ public:
 
     bool ready() const { return m_info != nullptr; }
     Error error() const { return m_error; }
-    bool write(const Image &image, const Packing &packing, double dpi, Bytes &row);
+    bool write(const Image &image, const Packing &packing, const PngOptions &options, Bytes &row);
     bool writeSample(const Image &image, const Packing &packing);
 
 private:
@@ -132,7 +134,7 @@ void PngEncoder::configure(const Image &image, const Packing &packing, int rows,
 bool PngEncoder::writeSample(const Image &image, const Packing &packing)
 {
     constexpr int kStep = kBand * kSampledBand;
-    const int bands = (image.height() + kStep - kBand) / kStep;
+    const int bands = std::max(1, (image.height() / 2 + kStep - kBand) / kStep);
     return run([&] {
         configure(image, packing, bands * kBand, 1);
         png_write_info(m_png, m_info);
@@ -144,12 +146,15 @@ bool PngEncoder::writeSample(const Image &image, const Packing &packing)
     });
 }
 
-bool PngEncoder::write(const Image &image, const Packing &packing, double dpi, Bytes &row)
+bool PngEncoder::write(const Image &image, const Packing &packing, const PngOptions &options,
+                       Bytes &row)
 {
     return run([&] {
-        configure(image, packing, image.height(), dpi);
+        configure(image, packing, image.height(), options.dpi);
         png_write_info(m_png, m_info);
         for (int y = 0; y < image.height(); ++y) {
+            if (options.rows != nullptr && !options.rows->waitFor(y + 1))
+                png_error(m_png, "rows");
             if (row.empty()) {
                 png_write_row(m_png, image.row(y));
             } else {
@@ -186,8 +191,11 @@ Result<void> writePng(const Image &image, const PngOptions &options, ByteSink &s
     Bytes packedRow;
     if (image.isBilevel() && image.format() == PixelFormat::Gray8)
         packedRow.resize(packedStride(image.width()));
+    if (options.rows != nullptr && !options.rows->waitFor(image.height() / 2 + kBand)
+        && !options.rows->waitFor(image.height()))
+        return Error{-EBADMSG, "PNG: the picture never became complete"};
     PngEncoder encoder(sink);
-    if (!encoder.ready() || !encoder.write(image, packingFor(image), options.dpi, packedRow))
+    if (!encoder.ready() || !encoder.write(image, packingFor(image), options, packedRow))
         return encoder.error();
     return {};
 }

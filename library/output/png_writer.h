@@ -3,16 +3,18 @@
 #include "library/base/result.h"
 #include "library/imaging/image.h"
 #include "library/output/byte_sink.h"
+#include "library/output/row_gate.h"
 
 namespace korv {
 
 struct PngOptions
 {
     double dpi = 0; ///< above 0
+    RowGate *rows = nullptr; ///< for a picture that is still being filled; null: it is complete
 };
 
 /// Writes a PNG picture: RGB, 8-bit gray, or 1-bit gray for a bilevel picture.
-/// Errors: what the sink answered, -ENOMEM.
+/// Errors: what the sink answered, -ENOMEM, -EBADMSG rows that never came.
 Result<void> writePng(const Image &image, const PngOptions &options, ByteSink &sink);
 
 } // namespace korv

@@ -1,6 +1,7 @@
 #include "library/output/convert.h"
 
-#include "library/imaging/jpeg.h"
+#include "library/imaging/colour.h"
+#include "library/imaging/jpeg_structure.h"
 #include "library/output/image_loader.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
@@ -192,4 +193,36 @@ TEST_F(ConvertTest, pixelsAreWrittenInEveryFormat)
         ASSERT_TRUE(writeImage(pixels, path(name), 95)) << name;
     EXPECT_TRUE(pictures::same(loadImage(pictures::readBytes(path("a.png"))).value(), pixels));
     EXPECT_EQ(writeImage(pixels, path("a.xyz"), 95).code(), -EINVAL);
+}
+
+TEST_F(ConvertTest, pngOfAPictureThatBreaksHalfwayIsNotMade)
+{
+    // whole by its markers, but the data in between end too early
+    Bytes jpeg = pictures::jpegOf(pictures::page(640, 480));
+    const std::size_t scan = jpeg::readStructure(jpeg).value().scanStart;
+    const std::size_t middle = scan + (jpeg.size() - scan) / 2;
+    jpeg.erase(jpeg.begin() + static_cast<std::ptrdiff_t>(middle), jpeg.end() - 2);
+    const std::string from = source(jpeg);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(convertImage(from, path("a.png"), 95).code(), -EBADMSG);
+    testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(fs::exists(path("a.png")));
+    EXPECT_EQ(pictures::readBytes(path("a-rescued-0001.jpg")), jpeg);
+}
+
+TEST_F(ConvertTest, pngHoldsEveryRowOfSmallAndLargePictures)
+{
+    for (const auto &[width, height] :
+         std::vector<std::pair<int, int>>{{1, 1}, {7, 15}, {40, 16}, {33, 17}, {900, 1400}}) {
+        for (const bool gray : {false, true}) {
+            Image image = pictures::page(width, height);
+            const Bytes jpeg = pictures::jpegOf(gray ? toGray(image) : image);
+            const std::string name =
+                path(std::to_string(width) + (gray ? "-gray.png" : "-colour.png"));
+            ASSERT_TRUE(convertImage(source(jpeg), name, 95));
+            EXPECT_TRUE(pictures::same(loadImage(pictures::readBytes(name)).value(),
+                                       jpeg::decode(jpeg).value()))
+                << name;
+        }
+    }
 }
