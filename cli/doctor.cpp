@@ -219,6 +219,17 @@ std::string describe(const VideoNode &node)
         + (node.users.empty() ? "" : "  open in " + joined(node.users));
 }
 
+namespace {
+
+std::string groupOf(const std::vector<VideoNode> &nodes, const std::string &path)
+{
+    const auto node = std::find_if(nodes.begin(), nodes.end(),
+                                   [&](const VideoNode &each) { return each.path == path; });
+    return node == nodes.end() ? std::string() : node->group;
+}
+
+} // namespace
+
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                                     const std::vector<VideoNode> &nodes)
 {
@@ -228,16 +239,16 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
             problems.push_back("the USB camera " + camera.id + " " + camera.name
                                + " has no driver: `sudo modprobe uvcvideo`");
     }
-    if (!cameras.empty() && nodes.empty())
+    if (!cameras.empty() && nodes.empty() && problems.empty())
         problems.emplace_back("there is a USB camera but no /dev/video node; in a container or "
                               "virtual machine, the nodes have to be passed in");
     if (cameras.empty() && nodes.empty())
         problems.emplace_back("no camera is plugged in, or its cable carries no data; `lsusb` "
                               "shows what the computer sees");
+    std::vector<std::string> forbidden;
     for (const VideoNode &node : nodes) {
         if (node.openError == EACCES || node.openError == EPERM)
-            problems.push_back(node.path + " may not be opened by this user: `sudo adduser $USER "
-                               + node.group + "`, then log in again");
+            forbidden.push_back(node.path);
         else if (node.capturesVideo && !node.usable)
             problems.push_back(node.path + " offers only " + joined(node.formats)
                                + ", which cannot be read");
@@ -245,6 +256,10 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
             problems.push_back(node.path + " is in use by "
                                + (node.users.empty() ? "another program" : joined(node.users)));
     }
+    if (!forbidden.empty())
+        problems.push_back(joined(forbidden) + ": this user may not open "
+                           + (forbidden.size() == 1 ? "it" : "them") + "; `sudo adduser $USER "
+                           + groupOf(nodes, forbidden.front()) + "`, then log in again");
     return problems;
 }
 

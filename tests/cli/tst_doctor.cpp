@@ -142,12 +142,17 @@ TEST(DoctorProblems, eachCauseIsNamed)
     EXPECT_THAT(cli::problemsOf({}, {}), ElementsAre(HasSubstr("no camera is plugged in")));
     EXPECT_THAT(cli::problemsOf({{"1b17:0211", "Cam", ""}}, {pictureNode()}),
                 ElementsAre(HasSubstr("modprobe uvcvideo")));
+    EXPECT_THAT(cli::problemsOf({{"1b17:0211", "Cam", ""}}, {}),
+                ElementsAre(HasSubstr("modprobe uvcvideo")));
     EXPECT_THAT(cli::problemsOf({kCamera}, {}), ElementsAre(HasSubstr("no /dev/video node")));
 
     VideoNode forbidden = pictureNode();
     forbidden.openError = EACCES;
-    EXPECT_THAT(cli::problemsOf({kCamera}, {forbidden}),
-                ElementsAre(HasSubstr("adduser $USER video")));
+    VideoNode itsMetadata = forbidden;
+    itsMetadata.path = "/dev/video1";
+    EXPECT_THAT(cli::problemsOf({kCamera}, {forbidden, itsMetadata}),
+                ElementsAre("/dev/video0 /dev/video1: this user may not open them; "
+                            "`sudo adduser $USER video`, then log in again"));
     VideoNode useless = pictureNode();
     useless.usable = false;
     useless.formats = {"H264"};
