@@ -314,7 +314,7 @@ bool Transcoder::run(ByteView data, double dpi, ByteDestination &destination)
 bool canTransform(const Structure &structure, const Transform &transform)
 {
     const Info &info = structure.info;
-    const bool usual = info.precision == 8 && info.huffman && !structure.hasAdobe
+    const bool usual = info.precision == 8 && info.huffman
         && (info.colourModel == ColourModel::Gray || info.colourModel == ColourModel::YCbCr);
     if (!usual || !info.plainChroma || (info.bilevel && transform.quality > 0))
         return false;

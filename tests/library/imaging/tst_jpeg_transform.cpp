@@ -196,6 +196,24 @@ TEST(JpegTransform, framesWithoutTablesAreTurned)
               1.0);
 }
 
+TEST(JpegTransform, picturesWithAdobesMarkKeepTheirColours)
+{
+    Bytes jpeg = encoded(64, 48, Subsampling::S444);
+    jpeg.erase(jpeg.begin() + 2, jpeg.begin() + 2 + 18); // JFIF
+    const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 1};
+    jpeg.insert(jpeg.begin() + 2, adobe.begin(), adobe.end());
+    const Transform transform{Turn::of(Rotation::Half), false, 0};
+    ASSERT_TRUE(jpeg::readStructure(jpeg).value().hasAdobe);
+    ASSERT_TRUE(can(jpeg, transform));
+    const Bytes turned = run(jpeg, transform).value();
+    EXPECT_LT(pictures::difference(jpeg::decode(turned).value(),
+                                   rotate(jpeg::decode(jpeg).value(), Rotation::Half)),
+              1);
+    // with transform 0 the components are red, green and blue: those are left to the pixels
+    jpeg[2 + 15] = 0;
+    EXPECT_FALSE(can(jpeg, transform));
+}
+
 TEST(JpegTransform, cutDataAreErrors)
 {
     const Bytes jpeg = encoded(128, 96, Subsampling::S420);
