@@ -68,8 +68,8 @@ struct Subject
     QObject *context = nullptr;
 };
 
-/// Shows a window and lets it settle: a repaint left over from showing would make the plain way wait
-/// for its own lock in every frame from then on.
+/// Shows a window and lets it settle: a repaint left over from showing would make the plain way
+/// wait for its own lock in every frame from then on.
 void showSettled(QWidget &window)
 {
     window.show();

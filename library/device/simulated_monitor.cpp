@@ -92,7 +92,7 @@ Result<void> SimulatedMonitor::start(DeviceObserver &observer)
         return {};
     }
     scan(); // after the watch: what comes now is seen by one of them, or by both, which does no
-            // harm
+        // harm
     m_thread = std::thread(&SimulatedMonitor::run, this);
     return {};
 }

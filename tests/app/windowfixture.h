@@ -83,6 +83,5 @@ protected:
     std::unique_ptr<WindowUnderTest> m_window;
 
 private:
-    void emitEvent(const std::string &action, const std::string &name, int index, int vid,
-                   int pid);
+    void emitEvent(const std::string &action, const std::string &name, int index, int vid, int pid);
 };

@@ -3,9 +3,11 @@
  * name with a macro that renames that one function, so that each build lacks a single name.
  */
 
+/* clang-format off */
 #define DEFINE(name)                                                                               \
     __attribute__((visibility("default"))) int name(void);                                         \
     int name(void) { return 0; }
+/* clang-format on */
 
 DEFINE(KorvCamera_GetVersion)
 DEFINE(KorvCamera_Init)

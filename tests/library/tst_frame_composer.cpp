@@ -36,8 +36,8 @@ TEST_P(FrameSizes, frameIsACompletePictureOfThatSizeAndSmallerThanItsPixels)
 {
     const auto [width, height] = GetParam();
     FrameComposer composer;
-    const korv::Bytes frame
-        = frameOf(composer, pageOf(testing_support::wavyImage(width, height)), 7);
+    const korv::Bytes frame =
+        frameOf(composer, pageOf(testing_support::wavyImage(width, height)), 7);
     EXPECT_LT(frame.size(), static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
     EXPECT_EQ(korv::jpeg::findEnd(frame).value(), frame.size());
     const auto decoded = korv::jpeg::decode(frame);

@@ -264,8 +264,8 @@ TEST_F(ManagerFiles, rgbPixelsBecomeAFile)
     ASSERT_TRUE(m_manager.saveRgb(image.pixels(), 20, 10, path));
     const auto decoded = korv::jpeg::decode(contentOf(path));
     ASSERT_TRUE(decoded);
-    EXPECT_TRUE(testing_support::isNear(testing_support::colourAt(decoded.value(), 10, 5),
-                                        {200, 100, 50}));
+    EXPECT_TRUE(
+        testing_support::isNear(testing_support::colourAt(decoded.value(), 10, 5), {200, 100, 50}));
     EXPECT_EQ(m_manager.saveRgb(nullptr, 20, 10, path).code(), -EINVAL);
     EXPECT_EQ(m_manager.saveRgb(image.pixels(), 20, 0, path).code(), -EINVAL);
     EXPECT_EQ(m_manager.saveRgb(image.pixels(), 70'000, 1, path).code(), -EFBIG);
@@ -275,8 +275,7 @@ TEST_F(ManagerFiles, rgbPixelsBecomeAFile)
 TEST_F(ManagerFiles, pendingPagesAreForgottenAtTheEnd)
 {
     const std::string page = m_folder / "page.jpg";
-    testing_support::writeFile(
-        page, testing_support::jpegOf(testing_support::wavyImage(40, 30)));
+    testing_support::writeFile(page, testing_support::jpegOf(testing_support::wavyImage(40, 30)));
     ASSERT_TRUE(m_manager.initialise());
     ASSERT_TRUE(m_manager.addPage(page));
     ASSERT_TRUE(m_manager.uninitialise());

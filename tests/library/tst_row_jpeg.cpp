@@ -34,8 +34,8 @@ TEST_P(RowJpegSizes, continuedWithItsOwnLowerRowsIsTheSameFile)
     const std::size_t rows = whole.value().rowCount();
     ASSERT_EQ(rows, static_cast<std::size_t>((height + 15) / 16));
     const std::size_t from = rows / 2;
-    const auto lower
-        = RowJpeg::encode(lowerPart(image, static_cast<int>(from) * RowJpeg::kRowHeight), 90);
+    const auto lower =
+        RowJpeg::encode(lowerPart(image, static_cast<int>(from) * RowJpeg::kRowHeight), 90);
     ASSERT_TRUE(lower);
 
     korv::Bytes all;

@@ -16,8 +16,8 @@ TEST(scaledImage, sameSizeIsTheSamePicture)
 TEST(scaledImage, oneColourStaysExactlyThatColour)
 {
     for (const auto &[width, height] : {std::pair(7, 3), std::pair(100, 90), std::pair(333, 1)}) {
-        const korv::Image result
-            = scaled(testing_support::plainImage(64, 48, {255, 17, 0}), width, height);
+        const korv::Image result =
+            scaled(testing_support::plainImage(64, 48, {255, 17, 0}), width, height);
         ASSERT_EQ(result.width(), width);
         ASSERT_EQ(result.height(), height);
         for (int x = 0; x < width; ++x)

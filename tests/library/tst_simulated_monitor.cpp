@@ -131,8 +131,7 @@ TEST_F(SimulatedMonitorTest, movingInAndAwayCountsAsPluggingAndPulling)
     fs::rename(m_desk / "0001:0002 Cam", m_desk / "0001:0002 Other");
     ASSERT_TRUE(m_observer.hears({"+Cam 1 2", "-0001:0002 Cam", "+Other 1 2"}));
     fs::rename(m_desk / "0001:0002 Other", elsewhere / "away");
-    EXPECT_TRUE(m_observer.hears(
-        {"+Cam 1 2", "-0001:0002 Cam", "+Other 1 2", "-0001:0002 Other"}));
+    EXPECT_TRUE(m_observer.hears({"+Cam 1 2", "-0001:0002 Cam", "+Other 1 2", "-0001:0002 Other"}));
 }
 
 TEST_F(SimulatedMonitorTest, everyArrivalHasOneDepartureHoweverQuick)
@@ -180,8 +179,7 @@ TEST_F(SimulatedMonitorTest, camerasLeaveWithTheirDesk)
     SimulatedMonitor monitor(desk);
     ASSERT_TRUE(monitor.start(m_observer));
     fs::rename(desk, m_desk / "moved");
-    EXPECT_TRUE(m_observer.hears(
-        {"+Cam 1 1", "+Cam 2 1", "-0001:0001 Cam", "-0002:0001 Cam"}));
+    EXPECT_TRUE(m_observer.hears({"+Cam 1 1", "+Cam 2 1", "-0001:0001 Cam", "-0002:0001 Cam"}));
 }
 
 TEST_F(SimulatedMonitorTest, cameraThatLeftCannotBeOpened)

@@ -105,8 +105,7 @@ public:
             m_backend.duringOpen();
         if (m_backend.openError != 0)
             return korv::Error{m_backend.openError, "refused"};
-        return std::unique_ptr<korv::CameraDevice>(
-            std::make_unique<FakeDevice>(m_backend.alive));
+        return std::unique_ptr<korv::CameraDevice>(std::make_unique<FakeDevice>(m_backend.alive));
     }
 
 private:

@@ -17,8 +17,8 @@ inline korv::Image plainImage(int width, int height, Colour colour)
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             for (std::size_t channel = 0; channel < 3; ++channel)
-                image.row(y)[static_cast<std::size_t>(x) * 3 + channel]
-                    = static_cast<std::uint8_t>(colour[channel]);
+                image.row(y)[static_cast<std::size_t>(x) * 3 + channel] =
+                    static_cast<std::uint8_t>(colour[channel]);
         }
     }
     return image;

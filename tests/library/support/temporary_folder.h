@@ -14,7 +14,8 @@ class TemporaryFolder
 public:
     TemporaryFolder()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "korv-test-XXXXXX").native();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "korv-test-XXXXXX").native();
         if (!::mkdtemp(pattern.data()))
             throw std::runtime_error("no temporary folder");
         m_path = pattern;
