@@ -2,6 +2,8 @@
 
 #include "library/imaging/colour.h"
 #include "library/imaging/mat_view.h"
+#include "library/imaging/opencv_threads.h"
+#include "library/imaging/specks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,7 +19,7 @@ constexpr int kBackgroundReach = 9; ///< wider than a stroke, in pixels of that 
 constexpr int kRowsAtOnce = 256; ///< bounds the memory of the float pictures
 
 // J. Sauvola, M. Pietikäinen: Adaptive document image binarization (2000), equation 5
-constexpr float kSauvolaWeight = 0.2F;
+constexpr float kSauvolaWeight = 0.28F;
 constexpr float kSauvolaRange = 128.0F;
 
 // evenly dark areas have no contrast of their own; ink this dark is ink
@@ -52,6 +54,13 @@ int windowFor(const cv::Mat &gray)
     return std::max(15, std::max(gray.cols, gray.rows) / 42) | 1;
 }
 
+/// Half of a full stop's area in 10 point type, on a sheet that fills the picture.
+int largestSpeck(const Image &image)
+{
+    const double fineness = std::max(image.width(), image.height()) / 1600.0;
+    return std::clamp(static_cast<int>(2 * fineness * fineness), 1, 20);
+}
+
 void thresholdRows(const cv::Mat &even, int from, int to, int window, Image &result)
 {
     const cv::Mat band = even.rowRange(from, to); // the filters look beyond the band by themselves
@@ -79,12 +88,14 @@ Image toLineart(Image image)
     Image gray = toGray(std::move(image));
     if (gray.isBilevel())
         return gray;
+    keepOpenCvInThisThread();
     cv::Mat even = matView(gray);
     evenOut(even);
     Image result(gray.width(), gray.height(), PixelFormat::Gray8);
     const int window = windowFor(even);
     for (int from = 0; from < even.rows; from += kRowsAtOnce)
         thresholdRows(even, from, std::min(from + kRowsAtOnce, even.rows), window, result);
+    removeSpecks(result, largestSpeck(result));
     result.setDpi(gray.dpi());
     result.setBilevel(true);
     return result;

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "library/imaging/image.h"
+
+namespace korv {
+
+/// Whitens black things of at most `largest` pixels, counting pixels that touch at corners as one.
+/// Precondition: bilevel.
+void removeSpecks(Image &image, int largest);
+
+} // namespace korv
