@@ -19,12 +19,12 @@ using namespace crop;
 constexpr int kSmallestSide = 64; ///< of a picture worth searching
 constexpr std::size_t kMostQuads = 200;
 constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
-constexpr double kLeastTrust = 0; ///< even odds
+constexpr double kLeastTrust =
+    -0.7; ///< a third: the odds are counted with wrong cuts twice as heavy
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
-constexpr double kDisjoint = 0.02;
-constexpr double kOtherTrust = 3; ///< of a second sheet; what lies about must not count as one
+constexpr double kOtherTrust = 1; ///< of a second sheet; what lies about must not count as one
 
 struct Candidate
 {
@@ -72,34 +72,45 @@ Verdict judged(const Image &image, const SearchPicture &picture, const Candidate
     return {refined.corners, trustIn(candidate.features, refined)};
 }
 
+bool liesApart(const Corners &a, const Corners &b)
+{
+    return !contains(a, centreOf(b)) && !contains(b, centreOf(a));
+}
+
 /// The best candidate that lies elsewhere than the first.
 const Candidate *elsewhere(const std::vector<Candidate> &candidates)
 {
     const auto found =
         std::find_if(candidates.begin() + 1, candidates.end(), [&](const Candidate &each) {
-            return overlap(each.quad->corners, candidates.front().quad->corners) < kDisjoint;
+            return liesApart(each.quad->corners, candidates.front().quad->corners);
         });
     return found == candidates.end() ? nullptr : &*found;
 }
 
-std::optional<Corners> decide(const Image &image, const SearchPicture &picture,
-                              const std::vector<Candidate> &candidates)
+struct Decision
+{
+    bool isSettled = false; ///< looking further would not help
+    std::optional<Corners> corners;
+};
+
+Decision decide(const Image &image, const SearchPicture &picture,
+                const std::vector<Candidate> &candidates)
 {
     if (candidates.empty())
-        return std::nullopt;
+        return {};
     const Verdict best = judged(image, picture, candidates.front());
     if (best.trust < kLeastTrust)
-        return std::nullopt;
+        return {};
     if (const Candidate *second = elsewhere(candidates)) {
         const Verdict other = judged(image, picture, *second);
         const double ratio = area(best.corners) / std::max(1.0, area(other.corners));
         if (other.trust >= kOtherTrust && ratio < kClearlyLarger) {
             if (ratio > 1 / kClearlyLarger)
-                return std::nullopt;
-            return other.corners;
+                return {true, std::nullopt};
+            return {true, other.corners};
         }
     }
-    return best.corners;
+    return {true, best.corners};
 }
 
 } // namespace
@@ -121,13 +132,13 @@ std::optional<Quadrilateral> findSheet(const Image &image)
         const std::vector<Quad> quads = quadsIn(picture, map, lines.best());
         return decide(image, picture, ranked(quads, map));
     };
-    std::optional<Corners> corners = search(finder.closed());
+    Decision decision = search(finder.closed());
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
-    if (!corners)
-        corners = search(finder.plain());
-    if (!corners)
+    if (!decision.isSettled)
+        decision = search(finder.plain());
+    if (!decision.corners)
         return std::nullopt;
-    return quadrilateralOf(ordered(*corners));
+    return quadrilateralOf(ordered(*decision.corners));
 }
 
 } // namespace korv

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
-
-#include <opencv2/imgproc.hpp>
 
 namespace korv::crop {
 
@@ -51,18 +48,32 @@ bool isConvex(const Corners &corners)
     return clockwise == 0 || clockwise == 4;
 }
 
-double overlap(const Corners &a, const Corners &b)
+cv::Point2d centreOf(const Corners &corners)
 {
-    const std::vector<cv::Point2f> first(a.begin(), a.end());
-    const std::vector<cv::Point2f> second(b.begin(), b.end());
-    std::vector<cv::Point2f> common;
-    const double both = cv::intersectConvexConvex(first, second, common);
-    return both / std::max(1.0, area(a) + area(b) - both);
+    return (corners[0] + corners[1] + corners[2] + corners[3]) * 0.25;
+}
+
+bool contains(const Corners &corners, cv::Point2d point)
+{
+    int clockwise = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const cv::Point2d along = corners[(i + 1) % 4] - corners[i];
+        clockwise += along.cross(point - corners[i]) > 0 ? 1 : 0;
+    }
+    return clockwise == 0 || clockwise == 4;
+}
+
+double largestShift(const Corners &a, const Corners &b)
+{
+    double largest = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+        largest = std::max(largest, length(a[i] - b[i]));
+    return largest;
 }
 
 Corners ordered(Corners corners)
 {
-    const cv::Point2d centre = (corners[0] + corners[1] + corners[2] + corners[3]) * 0.25;
+    const cv::Point2d centre = centreOf(corners);
     const auto angle = [&](cv::Point2d p) { return std::atan2(p.y - centre.y, p.x - centre.x); };
     std::sort(corners.begin(), corners.end(),
               [&](cv::Point2d a, cv::Point2d b) { return angle(a) < angle(b); });

@@ -33,8 +33,13 @@ double area(const Corners &corners);
 /// Whether the corners go round without a dent, in either sense.
 bool isConvex(const Corners &corners);
 
-/// Area of both over area of either: 1 for the same, 0 for disjoint ones. Both convex.
-double overlap(const Corners &a, const Corners &b);
+cv::Point2d centreOf(const Corners &corners);
+
+/// Precondition: convex.
+bool contains(const Corners &corners, cv::Point2d point);
+
+/// Largest distance of a corner of one from the same corner of the other.
+double largestShift(const Corners &a, const Corners &b);
 
 /// Clockwise as seen, beginning at the corner nearest to the frame's top left.
 Corners ordered(Corners corners);

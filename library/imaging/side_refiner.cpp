@@ -12,6 +12,7 @@ constexpr int kPlaces = 72; ///< along a side
 constexpr double kEndsLeftOut = 0.05; ///< of a side: corners may be round or bent
 constexpr int kWidth = 3; ///< neighbouring profiles that are averaged, against noise
 constexpr double kInnermostStrength = 0.5; ///< of the strongest change along all the side
+constexpr double kFarthest = 4; ///< a corner may move, in reaches
 constexpr int kFitRounds = 6;
 
 /// Colours along one normal of a side, from outside to inside.
@@ -237,7 +238,7 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach)
     Refined result{corners, 0, 0};
     for (const double part : {1.0, 0.5}) {
         const Corners &now = result.corners;
-        const cv::Point2d centre = (now[0] + now[1] + now[2] + now[3]) * 0.25;
+        const cv::Point2d centre = centreOf(now);
         std::array<Line, 4> lines;
         double least = 1;
         double mean = 0;
@@ -249,7 +250,7 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach)
             mean += side.agreement() / 4;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
-        if (!fitted || !isConvex(*fitted) || overlap(*fitted, corners) < 0.9)
+        if (!fitted || !isConvex(*fitted) || largestShift(*fitted, corners) > kFarthest * reach)
             return result;
         result = {*fitted, least, mean};
     }
