@@ -19,8 +19,8 @@ using namespace crop;
 constexpr int kSmallestSide = 64; ///< of a picture worth searching
 constexpr std::size_t kMostQuads = 200;
 constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
-constexpr double kLeastTrust =
-    -0.7; ///< a third: the odds are counted with wrong cuts twice as heavy
+// below even, as the fit weighed wrong outlines double
+constexpr double kLeastTrust = -0.3;
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
