@@ -23,7 +23,9 @@ public:
 private:
     static Kind &current()
     {
-        thread_local Kind kind = Kind::None;
+        // In the block that each thread has from its start: the dynamic one outlives dlclose() in
+        // the leak sanitizer's books, and it crashes on it.
+        [[gnu::tls_model("initial-exec")]] thread_local Kind kind = Kind::None;
         return kind;
     }
 

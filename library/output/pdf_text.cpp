@@ -51,18 +51,31 @@ std::string pdfText(const std::string &utf8)
     return plain ? literal(utf8) : utf16(utf8);
 }
 
-std::string pdfDate(std::time_t time)
+std::string isoDate(std::time_t time)
 {
     std::tm local{};
     if (::localtime_r(&time, &local) == nullptr)
-        return "D:19700101000000Z";
+        return "1970-01-01T00:00:00+00:00";
     const long minutes = local.tm_gmtoff / 60;
     char date[80];
-    std::snprintf(date, sizeof date, "D:%04d%02d%02d%02d%02d%02d%c%02ld'%02ld'",
+    std::snprintf(date, sizeof date, "%04d-%02d-%02dT%02d:%02d:%02d%c%02ld:%02ld",
                   local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
                   local.tm_min, local.tm_sec, minutes < 0 ? '-' : '+', std::labs(minutes) / 60,
                   std::labs(minutes) % 60);
     return date;
+}
+
+std::string pdfDate(std::time_t time)
+{
+    // the same parts without what stands between them
+    const std::string iso = isoDate(time);
+    const std::size_t zone = iso.size() - 6;
+    std::string date = "D:";
+    for (const char letter : iso.substr(0, zone)) {
+        if (letter >= '0' && letter <= '9')
+            date += letter;
+    }
+    return date + iso.substr(zone, 3) + "'" + iso.substr(zone + 4) + "'";
 }
 
 } // namespace korv

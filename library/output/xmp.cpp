@@ -1,9 +1,7 @@
 #include "library/output/xmp.h"
 
+#include "library/output/pdf_text.h"
 #include "library/output/utf8.h"
-
-#include <cstdio>
-#include <cstdlib>
 
 namespace korv {
 
@@ -31,20 +29,6 @@ std::string escaped(const std::string &utf8)
         }
     }
     return text;
-}
-
-std::string isoDate(std::time_t time)
-{
-    std::tm local{};
-    if (::localtime_r(&time, &local) == nullptr)
-        return "1970-01-01T00:00:00Z";
-    const long minutes = local.tm_gmtoff / 60;
-    char date[80];
-    std::snprintf(date, sizeof date, "%04d-%02d-%02dT%02d:%02d:%02d%c%02ld:%02ld",
-                  local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                  local.tm_min, local.tm_sec, minutes < 0 ? '-' : '+', std::labs(minutes) / 60,
-                  std::labs(minutes) % 60);
-    return date;
 }
 
 /// RFC 4122's way to write 16 bytes.
