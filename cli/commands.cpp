@@ -6,6 +6,9 @@
 #include "cli/snap.h"
 #include "cli/watch.h"
 
+#include <filesystem>
+#include <system_error>
+
 namespace cli {
 namespace {
 
@@ -44,21 +47,38 @@ ExitCode setQuality(Session &session, const Options &options)
         : ExitCode::Success;
 }
 
+/// Prints the name of the new file. Where it was taken the library chose another one, which only
+/// the library can tell, and does, on standard error.
+void printNewFile(Session &session, const std::string &name, bool wasTaken,
+                  const std::string &remark = {})
+{
+    if (!wasTaken)
+        session.print(name + remark);
+}
+
+bool isTaken(const std::string &name)
+{
+    std::error_code unknown;
+    return std::filesystem::exists(name, unknown);
+}
+
 ExitCode convert(Session &session, const Options &options)
 {
     const std::string &source = options.sources.front();
+    const bool wasTaken = isTaken(options.destination);
     ExitCode code = setQuality(session, options);
     if (code == ExitCode::Success)
         code = session.check(
             session.library().ConvertImagetoImage(source.c_str(), options.destination.c_str()),
             "convert " + source + " to " + options.destination);
     if (code == ExitCode::Success)
-        session.print(options.destination);
+        printNewFile(session, options.destination, wasTaken);
     return code;
 }
 
 ExitCode combine(Session &session, const Options &options)
 {
+    const bool wasTaken = isTaken(options.destination);
     ExitCode code = setQuality(session, options);
     for (const std::string &source : options.sources) {
         if (code == ExitCode::Success)
@@ -68,9 +88,10 @@ ExitCode combine(Session &session, const Options &options)
     if (code == ExitCode::Success)
         code = session.check(session.library().CombineMultiFile(options.destination.c_str()),
                              "write " + options.destination);
+    const std::size_t pages = options.sources.size();
     if (code == ExitCode::Success)
-        session.print(options.destination + ": " + std::to_string(options.sources.size())
-                      + (options.sources.size() == 1 ? " page" : " pages"));
+        printNewFile(session, options.destination, wasTaken,
+                     ": " + std::to_string(pages) + (pages == 1 ? " page" : " pages"));
     return code;
 }
 

@@ -146,6 +146,18 @@ TEST_F(Korvcam, convertsToEveryFormat)
     EXPECT_EQ(support::runProgram({"unzip", "-tq", file("b.ofd")}).status, 0);
 }
 
+TEST_F(Korvcam, takenNameStaysAndTheNewOneIsTold)
+{
+    snap(file("a.jpg"));
+    m_home.write("b.pdf", "something else");
+    const Finished done = run({"convert", file("a.jpg"), file("b.pdf")});
+    EXPECT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(done.output, "");
+    EXPECT_THAT(done.errors, HasSubstr(file("b (1).pdf")));
+    EXPECT_EQ(support::readFile(file("b.pdf")), "something else");
+    EXPECT_EQ(support::runProgram({"qpdf", "--check", file("b (1).pdf")}).status, 0);
+}
+
 TEST_F(Korvcam, unknownFormatAndBrokenPictureLeaveNoFile)
 {
     snap(file("a.jpg"));
