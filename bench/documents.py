@@ -152,9 +152,11 @@ class Bench:
                          [self.work, "decode", source], 1.4, made)
 
     def video(self):
-        arguments = ["1920", "1080", "40"]
-        self.compare("YUYV to JPEG : by way of RGB", [self.work, "yuyv-direct"] + arguments,
-                     [self.work, "yuyv-rgb"] + arguments, -1.8)
+        arguments = [self.out("video.yuyv"), "1920", "1080"]
+        self.run([self.work, "make-video"] + arguments)
+        self.compare("YUYV to JPEG : by way of RGB",
+                     [self.work, "yuyv-direct"] + arguments + ["60"],
+                     [self.work, "yuyv-rgb"] + arguments + ["60"], -1.8)
 
 
 def main():

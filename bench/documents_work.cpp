@@ -31,6 +31,8 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
+constexpr int kVideoQuality = 92;
+
 void check(bool good, const std::string &what)
 {
     if (!good)
@@ -224,43 +226,44 @@ void qtSave(const Arguments &arguments)
 #endif
 }
 
-korv::Bytes videoPicture(int width, int height)
-{
-    korv::Bytes bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 2);
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] =
-            static_cast<std::uint8_t>(i % 2 == 0 ? 60 + (i / 640 + i / 7) % 150 : 120 + i % 9);
-    return bytes;
-}
-
-/// WIDTH HEIGHT TIMES: YUYV frames into JPEG, planes straight into the encoder
+/// PICTURE WIDTH HEIGHT TIMES: a YUYV picture into a JPEG, planes straight into the encoder
 void yuyvDirect(const Arguments &arguments)
 {
+    const korv::Bytes bytes = readFile(arguments.at(0));
     korv::VideoPicture picture;
-    picture.width = std::atoi(arguments.at(0).c_str());
-    picture.height = std::atoi(arguments.at(1).c_str());
-    picture.stride = static_cast<std::size_t>(picture.width) * 2;
-    const korv::Bytes bytes = videoPicture(picture.width, picture.height);
     picture.bytes = bytes;
-    korv::PlanarJpegEncoder encoder(90);
-    for (int i = 0; i < std::atoi(arguments.at(2).c_str()); ++i)
+    picture.width = std::atoi(arguments.at(1).c_str());
+    picture.height = std::atoi(arguments.at(2).c_str());
+    picture.stride = static_cast<std::size_t>(picture.width) * 2;
+    korv::PlanarJpegEncoder encoder(kVideoQuality);
+    for (int i = 0; i < std::atoi(arguments.at(3).c_str()); ++i)
         check(!take(encoder.encode(picture)).empty(), "encode");
 }
 
-/// WIDTH HEIGHT TIMES: the same by way of RGB
+/// PICTURE WIDTH HEIGHT TIMES: the same by way of RGB, as a program does that minds its memory:
+/// buffers and the encoder are kept from picture to picture. Sampling and transform are ours.
 void yuyvByRgb(const Arguments &arguments)
 {
-    const int width = std::atoi(arguments.at(0).c_str());
-    const int height = std::atoi(arguments.at(1).c_str());
-    const korv::Bytes bytes = videoPicture(width, height);
-    for (int i = 0; i < std::atoi(arguments.at(2).c_str()); ++i) {
-        korv::Image image(width, height, korv::PixelFormat::Rgb24);
-        check(static_cast<bool>(korv::yuyvToRgb(bytes.data(), image.pixels(),
+    const korv::Bytes bytes = readFile(arguments.at(0));
+    const int width = std::atoi(arguments.at(1).c_str());
+    const int height = std::atoi(arguments.at(2).c_str());
+    korv::Bytes rgb(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+    check(bytes.size() >= rgb.size() / 3 * 2, "the picture is too small");
+    korv::Bytes jpeg(tjBufSize(width, height, TJSAMP_422));
+    tjhandle encoder = tjInitCompress();
+    for (int i = 0; i < std::atoi(arguments.at(3).c_str()); ++i) {
+        check(static_cast<bool>(korv::yuyvToRgb(bytes.data(), rgb.data(),
                                                 static_cast<unsigned>(width),
                                                 static_cast<unsigned>(height))),
               "convert");
-        take(korv::jpeg::encode(image, {90, korv::jpeg::Subsampling::S422}));
+        unsigned char *out = jpeg.data();
+        unsigned long size = jpeg.size();
+        check(tjCompress2(encoder, rgb.data(), width, 0, height, TJPF_RGB, &out, &size, TJSAMP_422,
+                          kVideoQuality, TJFLAG_NOREALLOC | TJFLAG_ACCURATEDCT)
+                  == 0,
+              tjGetErrorStr2(encoder));
     }
+    tjDestroy(encoder);
 }
 
 // ---- material ----
@@ -292,6 +295,29 @@ korv::Image page(int width, int height, unsigned seed)
         }
     }
     return image;
+}
+
+/// OUT WIDTH HEIGHT: a page as a camera without JPEG sends it, YUYV of the limited range (BT.601)
+void makeVideo(const Arguments &arguments)
+{
+    const int width = std::atoi(arguments.at(1).c_str());
+    const int height = std::atoi(arguments.at(2).c_str());
+    const korv::Image image = page(width, height, 1);
+    korv::Bytes bytes;
+    for (int y = 0; y < height; ++y) {
+        const std::uint8_t *row = image.row(y);
+        for (int x = 0; x < width; ++x) {
+            const std::uint8_t *pixel = row + 3 * x;
+            const std::uint8_t *first = row + 3 * (x - x % 2); // colour stands there
+            const double luma = 0.299 * pixel[0] + 0.587 * pixel[1] + 0.114 * pixel[2];
+            const double pairLuma = 0.299 * first[0] + 0.587 * first[1] + 0.114 * first[2];
+            const double difference =
+                x % 2 == 0 ? (first[2] - pairLuma) / 1.772 : (first[0] - pairLuma) / 1.402;
+            bytes.push_back(static_cast<std::uint8_t>(16.5 + luma * 219 / 255));
+            bytes.push_back(static_cast<std::uint8_t>(128.5 + difference * 224 / 255));
+        }
+    }
+    writeFile(arguments.at(0), bytes);
 }
 
 /// FOLDER COUNT WIDTH HEIGHT: page-NN.jpg and line-NN.jpg
@@ -330,6 +356,7 @@ int main(int argc, char **argv)
         {"yuyv-direct", yuyvDirect},
         {"yuyv-rgb", yuyvByRgb},
         {"make", make},
+        {"make-video", makeVideo},
     };
     const auto work = works.find(argc > 1 ? argv[1] : "");
     if (work == works.end()) {

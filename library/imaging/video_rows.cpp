@@ -5,38 +5,25 @@
 namespace korv {
 namespace {
 
-/// Copies every `step`-th byte through a table and repeats the last one up to `padded`.
-template <std::size_t step>
-void copyThrough(const std::array<std::uint8_t, 256> &levels, const std::uint8_t *source,
-                 std::size_t count, std::uint8_t *target, std::size_t padded)
+/// Copies a row and repeats its last sample up to `padded`.
+void copyPadded(const std::uint8_t *source, Bytewise which, Levels levels, std::size_t count,
+                std::uint8_t *target, std::size_t padded)
 {
-    for (std::size_t at = 0; at < count; ++at)
-        target[at] = levels[source[at * step]];
+    copyLevels(source, which, levels, count, target);
     std::fill(target + count, target + padded, target[count - 1]);
 }
 
-/// `value` of the range `low`..`high` in the range 0..255, around `middle`.
-std::uint8_t widened(int value, int low, int high, int middle)
+Levels lumaLevels(const VideoPicture &picture)
 {
-    const int target = middle == low ? 0 : 128;
-    const int scaled = (value - middle) * 255;
-    const int span = high - low;
-    const int rounded = (scaled + (scaled < 0 ? -span : span) / 2) / span;
-    return static_cast<std::uint8_t>(std::clamp(target + rounded, 0, 255));
+    return picture.fullRange ? Levels::Same : Levels::WideLuma;
+}
+
+Levels chromaLevels(const VideoPicture &picture)
+{
+    return picture.fullRange ? Levels::Same : Levels::WideChroma;
 }
 
 } // namespace
-
-VideoRows::VideoRows()
-{
-    for (int value = 0; value < 256; ++value) {
-        const auto at = static_cast<std::size_t>(value);
-        // ITU-R BT.601: luma 16..235, colour differences 16..240 around 128
-        m_wideLuma[at] = widened(value, 16, 235, 16);
-        m_wideChroma[at] = widened(value, 16, 240, 128);
-        m_same[at] = static_cast<std::uint8_t>(value);
-    }
-}
 
 void VideoRows::prepare(const VideoPicture &picture)
 {
@@ -44,6 +31,7 @@ void VideoRows::prepare(const VideoPicture &picture)
     m_chromaWidth = (static_cast<std::size_t>(picture.width) + 15) / 16 * 8;
     m_lumaWidth = m_chromaWidth * 2;
     m_memory.resize((m_lumaWidth + 2 * m_chromaWidth) * kMostRows);
+    m_mixed.resize(m_lumaWidth);
     for (std::size_t row = 0; row < kMostRows; ++row) {
         m_lumaRows[row] = m_memory.data() + row * (m_lumaWidth + 2 * m_chromaWidth);
         m_blueRows[row] = m_lumaRows[row] + m_lumaWidth;
@@ -56,13 +44,19 @@ void VideoRows::fillPacked(const VideoPicture &picture, const std::uint8_t *sour
     const auto at = static_cast<std::size_t>(row);
     const auto width = static_cast<std::size_t>(picture.width);
     const std::size_t pairs = (width + 1) / 2;
-    const Levels &luma = picture.fullRange ? m_same : m_wideLuma;
-    const Levels &chroma = picture.fullRange ? m_same : m_wideChroma;
-    const std::size_t lumaAt = picture.layout == VideoLayout::Yuyv ? 0 : 1;
-    const std::size_t chromaAt = 1 - lumaAt;
-    copyThrough<2>(luma, source + lumaAt, width, m_lumaRows[at], m_lumaWidth);
-    copyThrough<4>(chroma, source + chromaAt, pairs, m_blueRows[at], m_chromaWidth);
-    copyThrough<4>(chroma, source + chromaAt + 2, pairs, m_redRows[at], m_chromaWidth);
+    const bool lumaFirst = picture.layout == VideoLayout::Yuyv;
+    const Bytewise luma = lumaFirst ? Bytewise::Even : Bytewise::Odd;
+    const Bytewise chroma = lumaFirst ? Bytewise::Odd : Bytewise::Even;
+    copyPadded(source, luma, lumaLevels(picture), width, m_lumaRows[at], m_lumaWidth);
+    copyLevels(source, chroma, chromaLevels(picture), 2 * pairs, m_mixed.data());
+    splitChroma(m_mixed.data(), Levels::Same, pairs, row);
+}
+
+void VideoRows::splitChroma(const std::uint8_t *source, Levels levels, std::size_t columns, int row)
+{
+    const auto at = static_cast<std::size_t>(row);
+    copyPadded(source, Bytewise::Even, levels, columns, m_blueRows[at], m_chromaWidth);
+    copyPadded(source, Bytewise::Odd, levels, columns, m_redRows[at], m_chromaWidth);
 }
 
 void VideoRows::fillChroma(const VideoPicture &picture, int chromaRow, int row)
@@ -71,25 +65,20 @@ void VideoRows::fillChroma(const VideoPicture &picture, int chromaRow, int row)
     const auto rows = static_cast<std::size_t>(picture.height);
     const auto line = static_cast<std::size_t>(chromaRow);
     const std::size_t columns = (static_cast<std::size_t>(picture.width) + 1) / 2;
-    const Levels &levels = picture.fullRange ? m_same : m_wideChroma;
+    const Levels levels = chromaLevels(picture);
     const std::uint8_t *planes = picture.bytes.data + picture.stride * rows;
-    if (picture.layout == VideoLayout::Nv12) {
-        const std::uint8_t *source = planes + picture.stride * line;
-        copyThrough<2>(levels, source, columns, m_blueRows[at], m_chromaWidth);
-        copyThrough<2>(levels, source + 1, columns, m_redRows[at], m_chromaWidth);
-        return;
-    }
+    if (picture.layout == VideoLayout::Nv12)
+        return splitChroma(planes + picture.stride * line, levels, columns, row);
     const std::size_t stride = picture.stride / 2;
     const std::uint8_t *blue = planes + stride * line;
     const std::uint8_t *red = blue + stride * ((rows + 1) / 2);
-    copyThrough<1>(levels, blue, columns, m_blueRows[at], m_chromaWidth);
-    copyThrough<1>(levels, red, columns, m_redRows[at], m_chromaWidth);
+    copyPadded(blue, Bytewise::Each, levels, columns, m_blueRows[at], m_chromaWidth);
+    copyPadded(red, Bytewise::Each, levels, columns, m_redRows[at], m_chromaWidth);
 }
 
 void VideoRows::fill(const VideoPicture &picture, int first, int count)
 {
     const bool packed = picture.layout == VideoLayout::Yuyv || picture.layout == VideoLayout::Uyvy;
-    const Levels &luma = picture.fullRange ? m_same : m_wideLuma;
     for (int row = 0; row < count; ++row) {
         const int line = std::min(first + row, picture.height - 1);
         const std::uint8_t *source =
@@ -97,8 +86,9 @@ void VideoRows::fill(const VideoPicture &picture, int first, int count)
         if (packed)
             fillPacked(picture, source, row);
         else
-            copyThrough<1>(luma, source, static_cast<std::size_t>(picture.width),
-                           m_lumaRows[static_cast<std::size_t>(row)], m_lumaWidth);
+            copyPadded(source, Bytewise::Each, lumaLevels(picture),
+                       static_cast<std::size_t>(picture.width),
+                       m_lumaRows[static_cast<std::size_t>(row)], m_lumaWidth);
     }
     if (packed || picture.layout == VideoLayout::Gray)
         return;

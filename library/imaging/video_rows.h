@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/imaging/planar_jpeg.h"
+#include "library/imaging/video_levels.h"
 
 #include <array>
 #include <cstdint>
@@ -14,8 +15,6 @@ class VideoRows
 public:
     using RowPointer = std::uint8_t *;
 
-    VideoRows();
-
     /// Makes room for the picture's strips. Throws std::bad_alloc.
     void prepare(const VideoPicture &picture);
 
@@ -28,16 +27,14 @@ public:
     RowPointer *red() { return m_redRows.data(); }
 
 private:
-    using Levels = std::array<std::uint8_t, 256>;
     static constexpr int kMostRows = 16;
 
     void fillPacked(const VideoPicture &picture, const std::uint8_t *source, int row);
+    void splitChroma(const std::uint8_t *source, Levels levels, std::size_t columns, int row);
     void fillChroma(const VideoPicture &picture, int chromaRow, int row);
 
-    Levels m_wideLuma{};
-    Levels m_wideChroma{};
-    Levels m_same{};
     Bytes m_memory;
+    Bytes m_mixed; ///< a row's colour differences, both in turns
     std::size_t m_lumaWidth = 0; ///< padded
     std::size_t m_chromaWidth = 0;
     std::array<RowPointer, kMostRows> m_lumaRows{};
