@@ -1,7 +1,7 @@
 #include "library/imaging/crop.h"
 #include "library/imaging/crop_geometry.h"
-#include "library/imaging/mat_view.h"
 #include "library/imaging/opencv_threads.h"
+#include "library/imaging/perspective_warp.h"
 #include "library/imaging/sheet_aspect.h"
 
 #include <algorithm>
@@ -51,9 +51,10 @@ Image cutSheet(const Image &image, const Quadrilateral &sheet)
     const std::array<cv::Point2f, 4> to = {
         cv::Point2f(-0.5F, -0.5F), {right, -0.5F}, {right, bottom}, {-0.5F, bottom}};
     Image result(size.width, size.height, image.format());
-    cv::Mat out = matView(result);
-    cv::warpPerspective(matView(image), out, cv::getPerspectiveTransform(from.data(), to.data()),
-                        out.size(), cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+    const cv::Mat map = cv::getPerspectiveTransform(to.data(), from.data());
+    crop::Homography toSource;
+    std::copy(map.begin<double>(), map.end<double>(), toSource.begin());
+    crop::warpPerspective(image, toSource, result);
     return result;
 }
 

@@ -30,7 +30,7 @@ public:
     std::vector<Edge> plain() const;
 
 private:
-    /// Change of colour in the plane where it is largest.
+    /// Change of colour in the plane where it is largest. Zero on the picture's border.
     struct Gradient
     {
         cv::Mat x; ///< CV_16SC1
@@ -38,9 +38,12 @@ private:
         cv::Mat strength; ///< CV_16SC1, 0 to 255
     };
 
+    static Gradient gradientOf(const Planes &planes);
+    /// Takes over the change of a plane where it is larger.
+    static void keepLarger(Gradient &gradient, const cv::Mat &plane, int gain);
     std::vector<Edge> withLuma(const cv::Mat &luma) const;
-    static Gradient gradientOf(const cv::Mat &plane, int gain);
-    static void keepLarger(Gradient &gradient, const Gradient &other);
+    static std::vector<Edge> edgesOfRows(const Gradient &gradient, const cv::Mat &around, int first,
+                                         int end);
 
     const SearchPicture &m_picture;
     Gradient m_chroma;

@@ -1,5 +1,7 @@
 #include "library/imaging/line_finder.h"
 
+#include "library/imaging/two_cores.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -21,6 +23,7 @@ constexpr std::size_t kMost = 56;
 constexpr double kSameDistance = 3;
 constexpr double kSameCosine = 0.999; // 2.6 degrees
 constexpr double kTangentCosine = 0.985; // 10 degrees
+constexpr int kFixedBits = 16; ///< of a pixel
 constexpr double kShortest = 24; ///< of uninterrupted edge
 constexpr double kStepReach = 5; ///< pixels to either side of a line
 constexpr double kStepSpacing = 3;
@@ -45,18 +48,22 @@ public:
 
     static double angleOf(int index) { return index * CV_PI / kAngles; }
 
-    void vote(const Edge &edge)
+    /// Direction by direction: the votes for one fit into the processor's nearest cache.
+    void vote(const std::vector<Edge> &edges)
     {
-        const int centre = static_cast<int>(std::lround(edge.degrees * kAngles / 180));
-        const auto shift = static_cast<float>(m_reach / kRhoStep + 1.5);
-        for (int k = centre - kVoteSpread; k <= centre + kVoteSpread; ++k) {
-            const auto i = static_cast<std::size_t>((k + kAngles) % kAngles);
-            const float rho =
-                static_cast<float>(edge.x) * m_cosine[i] + static_cast<float>(edge.y) * m_sine[i];
-            const int column = static_cast<int>(rho / static_cast<float>(kRhoStep) + shift);
-            m_votes[i * static_cast<std::size_t>(m_columns) + static_cast<std::size_t>(column)] +=
-                edge.weight;
+        std::array<std::vector<const Edge *>, kAngles> ofAngle;
+        for (const Edge &edge : edges) {
+            const auto nearest = static_cast<std::size_t>(edge.degrees * kAngles / 180 + 0.5F);
+            ofAngle[nearest % kAngles].push_back(&edge);
         }
+        const auto voteForThose = [&](int first, int end) {
+            for (int angle = first; angle < end; ++angle) {
+                for (int k = angle - kVoteSpread; k <= angle + kVoteSpread; ++k)
+                    voteFor(angle, ofAngle[static_cast<std::size_t>((k + kAngles) % kAngles)]);
+            }
+        };
+        onTwoCores([&] { voteForThose(0, kAngles / 2); },
+                   [&] { voteForThose(kAngles / 2, kAngles); });
     }
 
     struct Peak
@@ -95,6 +102,20 @@ public:
     }
 
 private:
+    void voteFor(int angle, const std::vector<const Edge *> &edges)
+    {
+        constexpr auto kPerPixel = static_cast<float>(1 / kRhoStep);
+        const float cosine = m_cosine[static_cast<std::size_t>(angle)] * kPerPixel;
+        const float sine = m_sine[static_cast<std::size_t>(angle)] * kPerPixel;
+        const float shift = static_cast<float>(m_reach) * kPerPixel + 1.5F;
+        float *votes = m_votes.data() + std::ptrdiff_t{angle} * m_columns;
+        for (const Edge *edge : edges) {
+            const float column =
+                static_cast<float>(edge->x) * cosine + static_cast<float>(edge->y) * sine + shift;
+            votes[static_cast<int>(column)] += edge->weight;
+        }
+    }
+
     float at(int angle, int column) const
     {
         // half a turn on, a line's normal points the other way
@@ -136,14 +157,20 @@ Run bestRun(const Line &line, const EdgeMap &map)
 {
     const Span span = spanWithin(line, map.size(), 1);
     const std::uint16_t bit = EdgeMap::directionBit(std::atan2(line.normal.y, line.normal.x));
-    const cv::Point2d step = line.direction();
-    cv::Point2d point = pointAt(line, span.from) + cv::Point2d(0.5, 0.5);
+    const auto fixed = [](double value) {
+        return static_cast<int>(std::lround(value * (1 << kFixedBits)));
+    };
+    const int stepX = fixed(line.direction().x);
+    const int stepY = fixed(line.direction().y);
+    const cv::Point2d start = pointAt(line, span.from);
+    int x = fixed(start.x + 0.5);
+    int y = fixed(start.y + 0.5);
     Run best;
     double score = 0;
     double from = span.from;
-    for (double along = span.from; along < span.to; along += 1, point += step) {
+    for (double along = span.from; along < span.to; along += 1, x += stepX, y += stepY) {
         // a gap costs more than an edge earns: scattered grain must not add up to a side
-        score += map.has(static_cast<int>(point.x), static_cast<int>(point.y), bit) ? 1.0 : -1.5;
+        score += map.has(x >> kFixedBits, y >> kFixedBits, bit) ? 1.0 : -1.5;
         if (score <= 0) {
             score = 0;
             from = along + 1;
@@ -303,28 +330,38 @@ LineFinder::LineFinder(const EdgeMap &map, const Planes &planes)
 void LineFinder::search(const std::vector<Edge> &edges)
 {
     Accumulator accumulator(m_map.size());
-    for (const Edge &edge : edges)
-        accumulator.vote(edge);
-    for (const Accumulator::Peak &peak : accumulator.peaks()) {
-        FoundLine found;
-        found.line = accumulator.lineOf(peak);
-        Run run = bestRun(found.line, m_map);
-        if (run.score < kShortest)
-            continue;
-        for (int round = 0; round < kRefinements; ++round) {
-            found.line = refined(found.line, run, m_map);
-            run = bestRun(found.line, m_map);
-        }
-        found.angle = std::atan2(found.line.normal.y, found.line.normal.x);
-        if (found.angle < 0)
-            found.angle += CV_PI;
-        found.run = run.span;
-        const Step step = stepAcross(found.line, run.span, m_planes);
-        found.steadyLength = run.score * (kUnsteadyWorth + step.steadiness);
-        found.contrast = run.score / (run.score + kUsualRun)
-            * (kUnsteadyWorth + step.steadiness * (1 + step.height / kUsualStep));
-        m_found.push_back(found);
+    accumulator.vote(edges);
+    const std::vector<Accumulator::Peak> peaks = accumulator.peaks();
+    const std::size_t half = peaks.size() / 2;
+    std::vector<FoundLine> weaker;
+    const auto find = [&](std::size_t first, std::size_t end, std::vector<FoundLine> &found) {
+        for (std::size_t i = first; i < end; ++i)
+            addLine(accumulator.lineOf(peaks[i]), found);
+    };
+    onTwoCores([&] { find(half, peaks.size(), weaker); }, [&] { find(0, half, m_found); });
+    m_found.insert(m_found.end(), weaker.begin(), weaker.end());
+}
+
+void LineFinder::addLine(const Line &line, std::vector<FoundLine> &lines) const
+{
+    FoundLine found;
+    found.line = line;
+    Run run = bestRun(found.line, m_map);
+    if (run.score < kShortest)
+        return;
+    for (int round = 0; round < kRefinements; ++round) {
+        found.line = refined(found.line, run, m_map);
+        run = bestRun(found.line, m_map);
     }
+    found.angle = std::atan2(found.line.normal.y, found.line.normal.x);
+    if (found.angle < 0)
+        found.angle += CV_PI;
+    found.run = run.span;
+    const Step step = stepAcross(found.line, run.span, m_planes);
+    found.steadyLength = run.score * (kUnsteadyWorth + step.steadiness);
+    found.contrast = run.score / (run.score + kUsualRun)
+        * (kUnsteadyWorth + step.steadiness * (1 + step.height / kUsualStep));
+    lines.push_back(found);
 }
 
 std::vector<FoundLine> LineFinder::best() const

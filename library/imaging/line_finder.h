@@ -35,6 +35,8 @@ public:
     std::vector<FoundLine> best() const;
 
 private:
+    void addLine(const Line &line, std::vector<FoundLine> &lines) const;
+
     const EdgeMap &m_map;
     const Planes &m_planes;
     std::vector<FoundLine> m_found;

@@ -1,5 +1,7 @@
 #include "library/imaging/search_picture.h"
 
+#include "library/imaging/two_cores.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -61,11 +63,15 @@ void mixRow(const Image &image, int firstRow, const std::vector<int> &columns,
 template <int kChannels, int kCount>
 void mix(const Image &image, const Blocks &columns, const Blocks &rows, cv::Mat &result)
 {
-    std::vector<std::uint16_t> sums(image.stride());
-    for (int y = 0; y < result.rows; ++y) {
-        mixRow<kChannels, kCount>(image, rows.starts[static_cast<std::size_t>(y)], columns.starts,
-                                  sums, result.ptr<std::uint8_t>(y));
-    }
+    const auto mixRows = [&](int first, int end) {
+        std::vector<std::uint16_t> sums(image.stride());
+        for (int y = first; y < end; ++y) {
+            mixRow<kChannels, kCount>(image, rows.starts[static_cast<std::size_t>(y)],
+                                      columns.starts, sums, result.ptr<std::uint8_t>(y));
+        }
+    };
+    const int half = result.rows / 2;
+    onTwoCores([&] { mixRows(0, half); }, [&] { mixRows(half, result.rows); });
 }
 
 template <int kChannels>
@@ -126,14 +132,20 @@ SearchPicture makeSearchPicture(const Image &image)
     Planes planes;
     split(shrunk(image, result.scale), planes);
     const cv::Size blur(3, 3);
-    cv::morphologyEx(planes[0], result.closed[0], cv::MORPH_CLOSE,
-                     cv::getStructuringElement(cv::MORPH_RECT, cv::Size(kWriting, kWriting)));
-    cv::GaussianBlur(result.closed[0], result.closed[0], blur, 0);
-    for (std::size_t i = 1; i < 3; ++i) {
-        cv::medianBlur(planes[i], result.closed[i], kSpeck);
-        cv::GaussianBlur(result.closed[i], result.closed[i], blur, 0);
-    }
-    cv::GaussianBlur(planes[0], result.plainLuma, blur, 0);
+    const auto prepareChroma = [&] {
+        for (std::size_t i = 1; i < 3; ++i) {
+            cv::medianBlur(planes[i], result.closed[i], kSpeck);
+            cv::GaussianBlur(result.closed[i], result.closed[i], blur, 0);
+        }
+    };
+    const auto prepareLuma = [&] {
+        const cv::Size writing(kWriting, kWriting);
+        cv::morphologyEx(planes[0], result.closed[0], cv::MORPH_CLOSE,
+                         cv::getStructuringElement(cv::MORPH_RECT, writing));
+        cv::GaussianBlur(result.closed[0], result.closed[0], blur, 0);
+        cv::GaussianBlur(planes[0], result.plainLuma, blur, 0);
+    };
+    onTwoCores(prepareChroma, prepareLuma);
     return result;
 }
 
