@@ -186,7 +186,7 @@ KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
  * by extension. An existing file is never touched, as in ConvertImagetoImage. The pending document
  * is empty afterwards, whatever the result. A page that cannot be read does not spoil the document:
  * the others are written, that one is kept as in ConvertImagetoImage, and the result is its error.
- * When the document cannot be written, every page is kept so.
+ * When the document cannot be written, every page is kept so. A tiff past 4 GiB is a BigTIFF.
  * Errors: -ENODATA no page pending, -EINVAL unknown extension (nothing is written or kept);
  * otherwise as ConvertImagetoImage. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);

@@ -9,7 +9,7 @@ namespace korv {
 Result<Bytes> encodeCcittG4(const Image &image)
 {
     MemorySink memory;
-    TiffSink sink(memory, TiffSink::Size::Classic);
+    TiffSink sink(memory);
     TIFF *tiff = sink.handle();
     if (tiff == nullptr)
         return sink.error();

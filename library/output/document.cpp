@@ -8,22 +8,9 @@
 #include <cerrno>
 #include <ctime>
 
-#include <sys/stat.h>
-
 namespace korv {
 
 namespace {
-
-std::uint64_t sizeOfAll(const std::vector<std::string> &sources)
-{
-    std::uint64_t sum = 0;
-    for (const std::string &source : sources) {
-        struct stat status = {};
-        if (::stat(source.c_str(), &status) == 0 && status.st_size > 0)
-            sum += static_cast<std::uint64_t>(status.st_size);
-    }
-    return sum;
-}
 
 DocumentOptions optionsFor(const std::string &path)
 {
@@ -57,7 +44,6 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
         return file.error();
     DocumentOptions options = optionsFor(file.value()->path());
     options.pageCount = static_cast<int>(sources.size());
-    options.expectedBytes = sizeOfAll(sources);
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
     PagePrefetcher pages(sources, pageOptions(format, quality));
     std::vector<std::string> unreadable;

@@ -4,7 +4,6 @@
 #include "library/output/byte_sink.h"
 #include "library/output/page.h"
 
-#include <cstdint>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -16,7 +15,6 @@ struct DocumentOptions
     std::string title; ///< UTF-8; empty for none
     std::time_t created = 0;
     int pageCount = 0; ///< 0 when not known beforehand
-    std::uint64_t expectedBytes = 0; ///< roughly, all pages together
 };
 
 /// Writes pages as they come; memory does not grow with their number but for a few bytes each.

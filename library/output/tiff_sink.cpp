@@ -1,5 +1,7 @@
 #include "library/output/tiff_sink.h"
 
+#include "library/output/tiff_directories.h"
+
 #include <cerrno>
 #include <cstdio>
 
@@ -16,17 +18,43 @@ TiffSink *sinkOf(thandle_t self)
 
 } // namespace
 
-TiffSink::TiffSink(ByteSink &sink, Size size)
+TiffSink::TiffSink(ByteSink &sink)
     : m_sink(sink)
 {
+    open("wml");
+    // libtiff puts everything at the end, so the head can grow later
+    const std::uint8_t room[kBigTiffHeadSize] = {};
+    const ByteView rest(room, kBigTiffHeadSize - std::size_t(sink.size()));
+    if (Result<void> reserved = sink.write(rest); !reserved) {
+        m_error = reserved.error();
+        m_tiff.reset();
+    }
+}
+
+void TiffSink::open(const char *mode)
+{
+    m_at = 0;
     const TiffOptions options(TIFFOpenOptionsAlloc());
     if (!options)
         return;
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, this);
-    m_tiff.reset(TIFFClientOpenExt("document", size == Size::Big ? "w8ml" : "wml", this, onRead,
-                                   onWrite, onSeek, onClose, onSize, nullptr, nullptr,
-                                   options.get()));
+    m_tiff.reset(TIFFClientOpenExt("document", mode, this, onRead, onWrite, onSeek, onClose, onSize,
+                                   nullptr, nullptr, options.get()));
+}
+
+Result<void> TiffSink::widen(int pages)
+{
+    if (Result<void> closed = close(); !closed)
+        return closed;
+    if (pages == 0) {
+        open("w8ml");
+    } else {
+        if (Result<void> widened = widenTiff(m_sink); !widened)
+            return widened;
+        open("aml");
+    }
+    return m_tiff ? Result<void>() : error();
 }
 
 Result<void> TiffSink::close()

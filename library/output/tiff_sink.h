@@ -9,18 +9,21 @@
 
 namespace korv {
 
-/// A TIFF that libtiff writes into a sink. The sink's own error is kept for the caller.
+/// A TIFF that libtiff writes into an empty sink. The sink's own error is kept for the caller.
 class TiffSink
 {
 public:
-    enum class Size { Classic, Big }; ///< Big: 64-bit offsets, which fewer readers know
-
-    TiffSink(ByteSink &sink, Size size);
+    /// Begins a TIFF 6.0.
+    explicit TiffSink(ByteSink &sink);
     TiffSink(const TiffSink &) = delete;
     TiffSink &operator=(const TiffSink &) = delete;
 
-    /// Null when there is no memory.
+    /// Null when there is no memory, or the sink refuses the head.
     TIFF *handle() const { return m_tiff.get(); }
+
+    /// Goes on as BigTIFF, which fewer readers know: `pages` whole ones have been written. Offsets
+    /// have 64 bits from here on. The handle is another one afterwards.
+    Result<void> widen(int pages);
 
     /// Ends the file; success only when everything was written.
     Result<void> close();
@@ -29,6 +32,8 @@ public:
     Error error() const;
 
 private:
+    void open(const char *mode);
+
     static tmsize_t onRead(thandle_t self, void *to, tmsize_t size);
     static tmsize_t onWrite(thandle_t self, void *from, tmsize_t size);
     static toff_t onSeek(thandle_t self, toff_t offset, int whence);

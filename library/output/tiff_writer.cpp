@@ -1,16 +1,13 @@
 #include "library/output/tiff_writer.h"
 
 #include "library/output/ccitt_encoder.h"
-#include "library/output/tiff_pages.h"
+#include "library/output/tiff_directories.h"
 
 #include <algorithm>
 
 namespace korv {
 
 namespace {
-
-// leaves room for the directories of some ten thousand pages
-constexpr std::uint64_t kLargestClassic = (std::uint64_t{4} << 30) - (std::uint64_t{64} << 20);
 
 constexpr int kMostPages = 0xFFFF; ///< the tag holds 16 bits
 
@@ -31,13 +28,22 @@ std::string tiffDate(std::time_t time)
 
 } // namespace
 
-TiffWriter::TiffWriter(ByteSink &sink, const DocumentOptions &options)
+TiffWriter::TiffWriter(ByteSink &sink, const DocumentOptions &options, std::uint64_t largestClassic)
     : m_output(sink)
-    , m_sink(sink,
-             options.expectedBytes > kLargestClassic ? TiffSink::Size::Big
-                                                     : TiffSink::Size::Classic)
+    , m_sink(sink)
     , m_options(options)
+    , m_largestClassic(largestClassic)
 {
+}
+
+Result<void> TiffWriter::makeRoomFor(ByteView strip)
+{
+    if (m_sink.handle() == nullptr)
+        return m_sink.error();
+    if (m_big || m_output.size() + strip.size <= m_largestClassic)
+        return {};
+    m_big = true;
+    return m_sink.widen(m_pages);
 }
 
 void TiffWriter::describePage(const Page &page)
@@ -93,9 +99,6 @@ void TiffWriter::describeLineart()
 
 Result<void> TiffWriter::addPage(const Page &page)
 {
-    TIFF *tiff = m_sink.handle();
-    if (tiff == nullptr)
-        return m_sink.error();
     Bytes own;
     ByteView strip = page.jpeg;
     if (page.lineart != nullptr) {
@@ -103,11 +106,15 @@ Result<void> TiffWriter::addPage(const Page &page)
         if (!coded)
             return coded.error();
         strip = coded.value();
-        describeLineart();
-    } else {
-        describeJpeg(page);
     }
+    if (Result<void> room = makeRoomFor(strip); !room)
+        return room;
+    if (page.lineart != nullptr)
+        describeLineart();
+    else
+        describeJpeg(page);
     describePage(page);
+    TIFF *tiff = m_sink.handle();
     // libtiff's pointer is not const, but raw strips are only read
     void *data = const_cast<std::uint8_t *>(strip.data);
     if (TIFFWriteRawStrip(tiff, 0, data, static_cast<tmsize_t>(strip.size)) < 0

@@ -6,17 +6,23 @@
 namespace korv {
 
 /// A multi-page TIFF (TIFF 6.0, with the JPEG of Technical Note 2): a JPEG page is one strip that
-/// holds the whole JPEG file, lineart is CCITT G4. BigTIFF when the file would pass 4 GiB.
-/// JPEG pages must be baseline with plain chroma factors.
+/// holds the whole JPEG file, lineart is CCITT G4. BigTIFF from the page on that would take the file
+/// past 4 GiB. JPEG pages must be baseline with plain chroma factors.
 class TiffWriter : public DocumentWriter
 {
 public:
-    TiffWriter(ByteSink &sink, const DocumentOptions &options);
+    /// A page that would end behind `largestClassic` makes a BigTIFF of the file.
+    TiffWriter(ByteSink &sink, const DocumentOptions &options,
+               std::uint64_t largestClassic = kLargestClassic);
 
     Result<void> addPage(const Page &page) override;
     Result<void> finish() override;
 
 private:
+    // what stands behind the last page's picture must have its place below 4 GiB as well
+    static constexpr std::uint64_t kLargestClassic = (std::uint64_t{4} << 30) - (1U << 16);
+
+    Result<void> makeRoomFor(ByteView strip);
     void describePage(const Page &page);
     void describeJpeg(const Page &page);
     void describeLineart();
@@ -24,6 +30,8 @@ private:
     ByteSink &m_output;
     TiffSink m_sink;
     DocumentOptions m_options;
+    const std::uint64_t m_largestClassic;
+    bool m_big = false;
     int m_pages = 0;
 };
 
