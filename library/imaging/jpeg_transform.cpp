@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -20,6 +21,13 @@ constexpr int kProfileMarker = JPEG_APP0 + 2; ///< ICC profiles, in pieces
 JDIMENSION dividedUp(JDIMENSION value, JDIMENSION by)
 {
     return (value + by - 1) / by;
+}
+
+/// So many blocks that MCUs are whole.
+JDIMENSION padded(JDIMENSION blocks, int factor)
+{
+    const auto step = static_cast<JDIMENSION>(factor);
+    return dividedUp(blocks, step) * step;
 }
 
 /// Of one component's steps: old ones, and how a coefficient becomes one of the new steps.
@@ -147,10 +155,6 @@ void Transcoder::requestTurnedArrays()
             std::swap(width, height);
             std::swap(across, down);
         }
-        const auto padded = [](JDIMENSION blocks, int factor) {
-            const auto step = static_cast<JDIMENSION>(factor);
-            return dividedUp(blocks, step) * step;
-        };
         m_turned[static_cast<std::size_t>(i)] = m_in.mem->request_virt_barray(
             reinterpret_cast<j_common_ptr>(&m_in), JPOOL_IMAGE, FALSE, padded(width, across),
             padded(height, down), static_cast<JDIMENSION>(down));
@@ -265,14 +269,18 @@ void Transcoder::requantise()
 void Transcoder::turnBlocks(int component)
 {
     const Turn &turn = m_transform.turn;
-    const JDIMENSION inWidth = inBlocks(m_in.comp_info[component], true);
-    const JDIMENSION inHeight = inBlocks(m_in.comp_info[component], false);
+    const jpeg_component_info &info = m_in.comp_info[component];
+    const JDIMENSION inWidth = inBlocks(info, true);
+    const JDIMENSION inHeight = inBlocks(info, false);
     const JDIMENSION width = turn.transpose ? inHeight : inWidth;
     const JDIMENSION height = turn.transpose ? inWidth : inHeight;
     jvirt_barray_ptr turned = m_turned[static_cast<std::size_t>(component)];
+    const auto outRow = [&](JDIMENSION y) {
+        return m_in.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&m_in), turned, y, 1,
+                                            TRUE)[0];
+    };
     for (JDIMENSION y = 0; y < height; ++y) {
-        JBLOCKROW out = m_in.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&m_in), turned,
-                                                     y, 1, TRUE)[0];
+        JBLOCKROW out = outRow(y);
         const JDIMENSION fromY = turn.mirrorY ? height - 1 - y : y;
         for (JDIMENSION x = 0; x < width; ++x) {
             const JDIMENSION fromX = turn.mirrorX ? width - 1 - x : x;
@@ -281,12 +289,22 @@ void Transcoder::turnBlocks(int component)
             m_map.move(in[0], out[x]);
         }
     }
+    // the encoder asks for whole MCUs, and libjpeg refuses rows that nobody has written
+    const int down = turn.transpose ? info.h_samp_factor : info.v_samp_factor;
+    for (JDIMENSION y = height; y < padded(height, down); ++y)
+        std::memset(outRow(y), 0, width * sizeof(JBLOCK));
 }
 
 void Transcoder::copyMarkers()
 {
-    for (jpeg_saved_marker_ptr marker = m_in.marker_list; marker != nullptr; marker = marker->next)
+    const bool losesColour = m_out.num_components < m_in.num_components;
+    for (jpeg_saved_marker_ptr marker = m_in.marker_list; marker != nullptr;
+         marker = marker->next) {
+        // a profile of three colours makes no sense of gray
+        if (marker->marker == kProfileMarker && losesColour)
+            continue;
         jpeg_write_marker(&m_out, marker->marker, marker->data, marker->data_length);
+    }
 }
 
 bool Transcoder::run(ByteView data, double dpi, ByteDestination &destination)

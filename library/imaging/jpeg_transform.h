@@ -19,8 +19,9 @@ struct Transform
 /// gray or YCbCr in Huffman coding) are not transformed either.
 bool canTransform(const Structure &structure, const Transform &transform);
 
-/// The transformed picture as baseline JPEG, with its resolution in the JFIF head. Colour profiles
-/// and comments stay; EXIF does not, its orientation has to be part of the turn.
+/// The transformed picture as baseline JPEG, with its resolution in the JFIF head. Comments stay,
+/// and so do colour profiles unless the colours go; EXIF does not, its orientation has to be part
+/// of the turn.
 /// `structure` is that of the data. Precondition: canTransform(). -EBADMSG not decodable, -EFBIG
 /// over the size limits, -ENOMEM.
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,

@@ -5,6 +5,7 @@
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -124,6 +125,30 @@ TEST(JpegTransform, noPixelRowIsLostAtEdgesThatDoNotDivide)
     EXPECT_FALSE(can(encoded(104, 72, Subsampling::S420), {Turn::of(Rotation::Half), false, 0}));
 }
 
+TEST_P(TurnTest, everySizeThatCanBeTurnedKeepsItsPixels)
+{
+    const Turn turn = Turn::ofOrientation(GetParam());
+    int done = 0;
+    for (const Subsampling subsampling : {Subsampling::S444, Subsampling::S422, Subsampling::S420,
+                                          Subsampling::S440, Subsampling::S411}) {
+        // an odd number of blocks, a block that is not whole, and neither
+        for (const int width : {8, 16, 24, 33, 96}) {
+            for (const int height : {8, 16, 40, 57}) {
+                const Bytes jpeg = encoded(width, height, subsampling);
+                if (!can(jpeg, {turn, false, 0}))
+                    continue;
+                const Result<Bytes> turned = run(jpeg, {turn, false, 0});
+                ASSERT_TRUE(turned) << width << "x" << height << ": " << turned.error().text;
+                const Image gray = applyOrientation(jpeg::decode(jpeg, {true}).value(), GetParam());
+                EXPECT_LE(largestDifference(jpeg::decode(turned.value(), {true}).value(), gray), 1)
+                    << width << "x" << height;
+                ++done;
+            }
+        }
+    }
+    EXPECT_GE(done, 12);
+}
+
 TEST(JpegTransform, grayKeepsLumaExactly)
 {
     for (const Subsampling subsampling : {Subsampling::S420, Subsampling::S422}) {
@@ -172,6 +197,21 @@ TEST(JpegTransform, densityIsStatedAndExifIsGone)
     const jpeg::Info info = jpeg::readInfo(turned).value();
     EXPECT_EQ(info.orientation, 1);
     EXPECT_EQ(info.dpi, 150);
+}
+
+TEST(JpegTransform, colourProfilesStayAsLongAsTheColours)
+{
+    Bytes jpeg = encoded(64, 48, Subsampling::S420);
+    const std::string profile("ICC_PROFILE\0\1\1three colours", 27);
+    Bytes marker = {0xFF, 0xE2, 0, static_cast<std::uint8_t>(profile.size() + 2)};
+    marker.insert(marker.end(), profile.begin(), profile.end());
+    jpeg.insert(jpeg.begin() + 2 + 18, marker.begin(), marker.end()); // behind JFIF
+    const auto hasProfile = [&](const Bytes &made) {
+        return std::search(made.begin(), made.end(), profile.begin(), profile.end()) != made.end();
+    };
+    const Turn half = Turn::of(Rotation::Half);
+    EXPECT_TRUE(hasProfile(run(jpeg, {half, false, 50}).value()));
+    EXPECT_FALSE(hasProfile(run(jpeg, {half, true, 0}).value()));
 }
 
 TEST(JpegTransform, twoLevelsStayMarked)
