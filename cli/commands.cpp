@@ -17,8 +17,10 @@ ExitCode list(Session &session)
     const std::vector<Device> devices = session.devices();
     for (const Device &device : devices)
         session.print(describe(device));
+    const bool told = session.tellForbiddenCameras();
     if (devices.empty()) {
-        session.complain("there is no camera; `korvcam doctor` looks for the reason");
+        if (!told)
+            session.complain("there is no camera; `korvcam doctor` looks for the reason");
         return ExitCode::NoDevice;
     }
     return ExitCode::Success;

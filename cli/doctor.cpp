@@ -219,17 +219,6 @@ std::string describe(const VideoNode &node)
         + (node.users.empty() ? "" : "  open in " + joined(node.users));
 }
 
-namespace {
-
-std::string groupOf(const std::vector<VideoNode> &nodes, const std::string &path)
-{
-    const auto node = std::find_if(nodes.begin(), nodes.end(),
-                                   [&](const VideoNode &each) { return each.path == path; });
-    return node == nodes.end() ? std::string() : node->group;
-}
-
-} // namespace
-
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                                     const std::vector<VideoNode> &nodes)
 {
@@ -246,10 +235,13 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
         problems.emplace_back("no camera is plugged in, or its cable carries no data; `lsusb` "
                               "shows what the computer sees");
     std::vector<std::string> forbidden;
+    NodeRights rights; // of the first of them: a camera's nodes do not differ
     for (const VideoNode &node : nodes) {
-        if (node.openError == EACCES || node.openError == EPERM)
+        if (node.openError == EACCES || node.openError == EPERM) {
+            if (forbidden.empty())
+                rights = node.rights;
             forbidden.push_back(node.path);
-        else if (node.capturesVideo && !node.usable)
+        } else if (node.capturesVideo && !node.usable)
             problems.push_back(node.path + " offers only " + joined(node.formats)
                                + ", which cannot be read");
         else if (node.busy)
@@ -257,9 +249,7 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                                + (node.users.empty() ? "another program" : joined(node.users)));
     }
     if (!forbidden.empty())
-        problems.push_back(joined(forbidden) + ": this user may not open "
-                           + (forbidden.size() == 1 ? "it" : "them") + "; `sudo adduser $USER "
-                           + groupOf(nodes, forbidden.front()) + "`, then log in again");
+        problems.push_back(adviceOnRights(forbidden, rights));
     return problems;
 }
 

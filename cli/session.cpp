@@ -13,6 +13,19 @@ namespace {
 constexpr std::chrono::milliseconds kArrivalTime{500};
 constexpr std::chrono::milliseconds kLookEvery{20};
 
+std::string environment(const char *name)
+{
+    const char *const value = std::getenv(name);
+    return value ? value : "";
+}
+
+/// The library's rule: a desk takes the place of the cameras, unless told otherwise.
+bool usesRealCameras()
+{
+    const std::string wanted = environment("KORV_CAMERA_REAL");
+    return wanted == "1" || (wanted != "0" && environment("KORV_CAMERA_DESK").empty());
+}
+
 } // namespace
 
 Session::Session(const Options &options)
@@ -63,14 +76,27 @@ std::vector<Device> Session::devices(std::optional<int> wanted)
     }
 }
 
+bool Session::tellForbiddenCameras(const SystemFolders &folders) const
+{
+    if (!usesRealCameras())
+        return false;
+    const std::vector<std::string> nodes = forbiddenNodes(folders);
+    if (!nodes.empty())
+        complain(adviceOnRights(nodes, rightsOf(nodes.front())));
+    return !nodes.empty();
+}
+
 std::optional<Device> Session::findDevice()
 {
     for (Device &device : devices(m_options.device)) {
         if (!m_options.device || device.index == *m_options.device)
             return std::move(device);
     }
-    complain(m_options.device ? "there is no camera " + std::to_string(*m_options.device)
-                              : "there is no camera; `korvcam doctor` looks for the reason");
+    const bool told = tellForbiddenCameras();
+    if (m_options.device)
+        complain("there is no camera " + std::to_string(*m_options.device));
+    else if (!told)
+        complain("there is no camera; `korvcam doctor` looks for the reason");
     return std::nullopt;
 }
 

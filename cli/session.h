@@ -4,6 +4,7 @@
 #include "cli/devices.h"
 #include "cli/options.h"
 #include "cli/tracecapture.h"
+#include "cli/videonodes.h"
 #include "cli/wakeup.h"
 
 #include <optional>
@@ -31,6 +32,10 @@ public:
     /// Cameras present. A camera may need a moment after the start: when there is none, or not
     /// `wanted`, the answer waits for it for half a second.
     std::vector<Device> devices(std::optional<int> wanted = std::nullopt);
+
+    /// Tells of cameras that are there and that this user may not open; whether there are any.
+    /// Silent where the machine's cameras are not used.
+    bool tellForbiddenCameras(const SystemFolders &folders = {}) const;
 
     /// The camera asked for, or the first; nothing after saying that there is none.
     std::optional<Device> findDevice();

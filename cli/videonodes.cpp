@@ -9,10 +9,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <grp.h>
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace cli {
@@ -66,15 +64,6 @@ std::string firstLine(const fs::path &file)
     std::ifstream stream(file);
     std::getline(stream, line);
     return line;
-}
-
-std::string groupOf(const std::string &path)
-{
-    struct stat state = {};
-    if (stat(path.c_str(), &state) != 0)
-        return {};
-    const struct group *const entry = getgrgid(state.st_gid);
-    return entry ? entry->gr_name : std::to_string(state.st_gid);
 }
 
 std::string fourLetters(std::uint32_t code)
@@ -157,6 +146,22 @@ long numberIn(const std::string &path)
     return std::strtol(path.c_str() + path.find_last_not_of("0123456789") + 1, nullptr, 10);
 }
 
+/// In the order of their numbers.
+std::vector<std::string> nodePaths(const SystemFolders &folders)
+{
+    std::vector<std::string> paths;
+    for (const fs::path &entry : entries(folders.dev)) {
+        const std::string name = entry.filename().string();
+        if (name.compare(0, 5, "video") == 0 && name.size() > 5
+            && name.find_first_not_of("0123456789", 5) == std::string::npos)
+            paths.push_back(entry.string());
+    }
+    std::sort(paths.begin(), paths.end(), [](const std::string &one, const std::string &other) {
+        return numberIn(one) < numberIn(other);
+    });
+    return paths;
+}
+
 } // namespace
 
 std::vector<UsbCamera> usbCameras(const SystemFolders &folders)
@@ -182,22 +187,24 @@ std::vector<UsbCamera> usbCameras(const SystemFolders &folders)
 std::vector<VideoNode> videoNodes(const SystemFolders &folders)
 {
     std::vector<VideoNode> nodes;
-    for (const fs::path &entry : entries(folders.dev)) {
-        const std::string name = entry.filename().string();
-        if (name.compare(0, 5, "video") != 0 || name.size() == 5
-            || name.find_first_not_of("0123456789", 5) != std::string::npos)
-            continue;
+    for (const std::string &path : nodePaths(folders)) {
         VideoNode node;
-        node.path = entry.string();
-        node.group = groupOf(node.path);
+        node.path = path;
+        node.rights = rightsOf(node.path);
         node.users = usersOf(node.path, folders.proc);
         examine(node);
         nodes.push_back(std::move(node));
     }
-    std::sort(nodes.begin(), nodes.end(), [](const VideoNode &one, const VideoNode &other) {
-        return numberIn(one.path) < numberIn(other.path);
-    });
     return nodes;
+}
+
+std::vector<std::string> forbiddenNodes(const SystemFolders &folders)
+{
+    std::vector<std::string> forbidden = nodePaths(folders);
+    forbidden.erase(std::remove_if(forbidden.begin(), forbidden.end(),
+                                   [](const std::string &path) { return !isForbidden(path); }),
+                    forbidden.end());
+    return forbidden;
 }
 
 } // namespace cli

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/noderights.h"
+
 #include <string>
 #include <vector>
 
@@ -26,7 +28,7 @@ struct VideoNode
 {
     std::string path;
     int openError = 0; ///< errno; 0: it opens
-    std::string group; ///< that owns it
+    NodeRights rights;
     bool isV4l2 = false;
     bool capturesVideo = false;
     std::string card; ///< what the driver calls it
@@ -41,5 +43,8 @@ std::vector<UsbCamera> usbCameras(const SystemFolders &folders);
 
 /// The video nodes, in the order of their numbers. Opens each of them for a moment.
 std::vector<VideoNode> videoNodes(const SystemFolders &folders);
+
+/// Those of them that this user may not open, in the same order. Opens none.
+std::vector<std::string> forbiddenNodes(const SystemFolders &folders);
 
 } // namespace cli

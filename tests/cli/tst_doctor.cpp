@@ -15,6 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -75,7 +76,7 @@ VideoNode pictureNode()
 {
     VideoNode node;
     node.path = "/dev/video0";
-    node.group = "video";
+    node.rights = {"video", true, false};
     node.isV4l2 = true;
     node.capturesVideo = true;
     node.card = "Cam: Cam";
@@ -117,6 +118,28 @@ TEST_F(DoctorSystem, nodesAreListedByNumberWithWhoHasThemOpen)
     EXPECT_THAT(nodes[1].users, IsEmpty());
     EXPECT_FALSE(nodes[0].isV4l2); // it is a file
     EXPECT_THAT(cli::describe(nodes[0]), HasSubstr("is no V4L2 node"));
+}
+
+TEST_F(DoctorSystem, nodesOfOthersAreFoundWithoutOpeningThem)
+{
+    for (const char *name : {"video0", "video1"})
+        write(m_folders.dev + "/" + name, "");
+    fs::permissions(m_folders.dev + "/video0", fs::perms(0060));
+    fs::permissions(m_folders.dev + "/video1", fs::perms(0666));
+    EXPECT_TRUE(cli::rightsOf(m_folders.dev + "/video0").groupMayOpen);
+    EXPECT_TRUE(cli::rightsOf(m_folders.dev + "/video0").userIsMember);
+    EXPECT_FALSE(cli::rightsOf(m_folders.dev + "/video7").groupMayOpen);
+    const auto look = [&] {
+        // nobody refuses root anything, so somebody else asks
+        const fs::path outside = m_home.scratch().parent_path().parent_path();
+        for (fs::path path = m_folders.dev; path != outside; path = path.parent_path())
+            fs::permissions(path, fs::perms(0755));
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
+            std::exit(2);
+        const std::vector<std::string> wanted{m_folders.dev + "/video0"};
+        std::exit(cli::forbiddenNodes(m_folders) == wanted ? 0 : 1);
+    };
+    EXPECT_EXIT(look(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(DoctorSystem, foldersThatDoNotExistHoldNothing)
@@ -162,6 +185,18 @@ TEST(DoctorProblems, eachCauseIsNamed)
     EXPECT_THAT(cli::problemsOf({kCamera}, {busy}), ElementsAre(HasSubstr("another program")));
     busy.users = {"cheese (4711)"};
     EXPECT_THAT(cli::problemsOf({kCamera}, {busy}), ElementsAre(HasSubstr("cheese (4711)")));
+}
+
+TEST(DoctorProblems, rightsThatWaitForALoginOrForTheAdministratorAreToldApart)
+{
+    VideoNode node = pictureNode();
+    node.openError = EACCES;
+    node.rights.userIsMember = true;
+    EXPECT_THAT(cli::problemsOf({kCamera}, {node}),
+                ElementsAre("/dev/video0: this user may not open it; the group video counts from "
+                            "the next login on: log in again"));
+    node.rights.groupMayOpen = false;
+    EXPECT_THAT(cli::problemsOf({kCamera}, {node}), ElementsAre(HasSubstr("administrator")));
 }
 
 TEST(DoctorAdvice, knowsWhatToDoAboutTheUsualResults)
