@@ -22,6 +22,12 @@ elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
   add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
 
+if(KORV_PACKAGES)
+  # the same bytes wherever the sources lie; of maps that fit, the last one counts
+  add_compile_options(
+    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
+endif()
+
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)

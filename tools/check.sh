@@ -24,9 +24,10 @@ check()
 
 sources()
 {
-    find app bench camera cli cmake library settings tests tools ui util run test .ci -type f \
+    find app bench camera cli cmake library packaging scripts settings tests tools ui util run test .ci \
+        -type f \
         \( -name '*.cpp' -o -name '*.h' -o -name '*.c' -o -name '*.py' -o -name '*.sh' \
-        -o -name '*.cmake' -o -name CMakeLists.txt -o -name run -o -name test \) -print0
+        -o -name '*.cmake' -o -name CMakeLists.txt -o -name run -o -name test -o -name package \) -print0
 }
 
 shortFiles()
@@ -55,8 +56,9 @@ else
     report "format" "skipped: clang-format is not installed"
 fi
 if command -v shellcheck >/dev/null; then
-    check "scripts" shellcheck -x -e SC2317 run test .ci/run tools/check.sh tools/format.sh \
-        tests/kernel/*.sh
+    check "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/package packaging/postrm \
+        tools/check.sh tools/format.sh tests/kernel/*.sh tests/packages/check_packages.sh \
+        tests/tools/test_korvcam_documents.sh
 else
     report "scripts" "skipped: shellcheck is not installed"
 fi

@@ -1,9 +1,11 @@
 #!/bin/sh
-# Draws the compiled-in JPEG pictures anew from their SVG sources.
+# Draws the compiled-in JPEG pictures and the desktop's PNG icons anew from their SVG sources.
 # Needs rsvg-convert (Debian: librsvg2-bin) and convert (Debian: imagemagick); only for those
 # who change a drawing, the pictures are kept in the repository.
 set -eu
-icons=$(cd "$(dirname "$0")/../ui/icons" && pwd)
+root=$(cd "$(dirname "$0")/.." && pwd)
+icons=$root/ui/icons
+desktop=$root/packaging/icons
 temporary=$(mktemp -d)
 trap 'rm -rf "$temporary"' EXIT
 
@@ -20,3 +22,13 @@ draw title 256
 draw setting 120
 draw save 120
 draw photograph 120
+
+# small ones have a drawing of their own, whose edges lie on whole pixels
+for side in 16 22 24 32 48 64 128 256 512; do
+    source=$desktop/vexalin-plixo-base.svg
+    [ "$side" -gt 24 ] || source=$desktop/vexalin-plixo-base-small.svg
+    rsvg-convert --width "$side" --height "$side" --output "$temporary/icon.png" "$source"
+    # exactly the same file from the same drawing
+    convert "$temporary/icon.png" -strip -define png:exclude-chunks=date,time \
+        "$desktop/$side.png"
+done

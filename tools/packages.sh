@@ -43,6 +43,22 @@ readonly kTestPackages=(
     "libxml2-utils|reads OFD files back: xmllint"
     "imagemagick|reads PNG, BMP and TIFF files back"
 )
+# only for scripts/package
+readonly kPackagingPackages=(
+    "dpkg-dev|finds what the programs need (dpkg-shlibdeps), reads the changelog"
+    "file|tells CPack which files are programs"
+    "python3|puts the changelog into the software centre's description"
+)
+# only for ./test --packages
+readonly kPackageTestPackages=(
+    "debootstrap|makes a fresh Debian 12 to install the packages in"
+    "lintian|Debian's own check of packages"
+    "desktop-file-utils|checks the desktop entry"
+    "appstream|checks the software centre's description"
+    "man-db|checks the manual pages"
+    "mandoc|checks the manual pages, a second reader"
+    "util-linux|keeps the fresh Debian's processes apart: unshare"
+)
 # only for ./test --kernel
 readonly kKernelPackages=(
     "qemu-system-x86|emulates the machine that the kernel boots on"

@@ -64,15 +64,18 @@ class Application:
         self.runtime.mkdir(mode=0o700, exist_ok=True)
         self._lines = []
         self._changed = threading.Condition()
+        with open(self.folder / "stderr.log", "ab") as errors:
+            self.process = self._start(self._environment(desk, real_ps), errors)
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
+
+    def _start(self, environment, errors):
         stage = pathlib.Path(os.environ["KORV_E2E_STAGE"])
         # the name stands in the process list exactly once: argv is the bare name, whatever the
         # path of the build is
-        with open(self.folder / "stderr.log", "ab") as errors:
-            self.process = subprocess.Popen(
-                [NAME], executable=stage / "bin" / NAME, env=self._environment(desk, real_ps),
-                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=errors, cwd=self.folder)
-        self._reader = threading.Thread(target=self._read, daemon=True)
-        self._reader.start()
+        return subprocess.Popen(
+            [NAME], executable=stage / "bin" / NAME, env=environment,
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=errors, cwd=self.folder)
 
     def _environment(self, desk, real_ps):
         shims = self.folder / "shims"

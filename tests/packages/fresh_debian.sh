@@ -1,0 +1,60 @@
+# shellcheck shell=bash
+# A fresh Debian 12 in a folder, to install packages in. Sourced; needs root.
+
+# Why this machine cannot have one; nothing when it can.
+freshDebianObstacle()
+{
+    local tool
+    ((EUID == 0)) || { echo "only root can make a fresh Debian" && return; }
+    for tool in debootstrap unshare chroot; do
+        command -v "$tool" >/dev/null || { echo "$tool is not installed" && return; }
+    done
+    unshare --mount --pid --fork true 2>/dev/null || echo "no name spaces of its own here: unshare"
+}
+
+# makeFreshDebian FOLDER [MIRROR]
+makeFreshDebian()
+{
+    local root=$1 mirror=${2:-http://deb.debian.org/debian}
+    mkdir -p "$root"
+    # what is downloaded need not survive a power failure
+    unshare --mount --pid --fork --kill-child -- \
+        debootstrap --variant=minbase --merged-usr bookworm "$root" "$mirror"
+    echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
+    cp /etc/resolv.conf /etc/hosts "$root/etc/"
+    apt-config dump | grep -i '^Acquire::.*::Proxy' >"$root/etc/apt/apt.conf.d/80proxy" || true
+}
+
+# inFreshDebian FOLDER COMMAND ...: runs it there as root, with processes of its own; none of them
+# is left when it ends.
+inFreshDebian()
+{
+    asUserOfFreshDebian root:root "" "$@"
+}
+
+# asUserOfFreshDebian USER:GROUP GROUPS FOLDER COMMAND ...: the same as somebody else, who is in
+# those further groups (comma separated).
+asUserOfFreshDebian()
+{
+    local owner=$1 groups=$2 root=$3
+    shift 3
+    local home=/home/${owner%:*}
+    [[ $owner != root:root ]] || home=/root
+    # shellcheck disable=SC2016
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+        HOME="$home" \
+        unshare --mount --pid --fork --kill-child -- \
+        bash -c 'mount -t proc proc "$0/proc" && mount -t devpts devpts "$0/dev/pts" &&
+            exec chroot "$@"' "$root" \
+        --userspec="$owner" --groups="$groups" "$root" "$@" </dev/null
+}
+
+# Everything that lies there, one line each: kind, rights, owner, name, target of a link. Not what
+# apt and dpkg write down about their work, nor the user's own files.
+listFreshDebian()
+{
+    (cd "$1" && find . -xdev \
+        \( -path ./proc -o -path ./home -o -path ./var/lib/dpkg -o -path ./var/lib/apt \
+        -o -path ./var/cache/apt -o -path ./var/log -o -path ./packages \) -prune -o \
+        -printf '%y %m %U:%G %p %l\n' | LC_ALL=C sort)
+}

@@ -1,0 +1,73 @@
+#!/bin/bash
+# The manual pages and the completion of korvcam know every command and option of the program, and
+# no others. Usage: test_korvcam_documents.sh ROOT KORVCAM LIBRARY
+set -euo pipefail
+root=$1 korvcam=$2 library=$3
+failed=0
+work=$(mktemp -d)
+trap 'rm -rf -- "$work"' EXIT
+cd "$work"
+
+complain()
+{
+    echo "$*" >&2
+    failed=1
+}
+
+# completions LINE...: what is offered for the last word
+completions()
+{
+    COMP_WORDS=("$korvcam" "$@")
+    COMP_CWORD=$#
+    COMPREPLY=()
+    _korvcam
+    printf '%s\n' "${COMPREPLY[@]}"
+}
+
+expect()
+{
+    [[ $2 == "$3" ]] || complain "$1: expected '$2', got '$3'"
+}
+
+# outside a real completion it only complains
+compopt() { :; }
+# shellcheck source=packaging/completions/korvcam
+source "$root/packaging/completions/korvcam"
+
+optionsIn()
+{
+    grep -oE -- '(^|[ ,])(--?[a-z]+)' | grep -oE -- '--?[a-z]+' | sort -u
+}
+
+mapfile -t commands < <("$korvcam" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+((${#commands[@]} >= 7)) || complain "no commands found in the help"
+expect "commands" "$(printf '%s\n' "${commands[@]}" | sort)" \
+    "$(completions "" | grep -v '^-' | sort)"
+expect "one command" snap "$(completions sn)"
+
+# help of the whole, then of each command, which lists its own options only
+common=$("$korvcam" --help | sed -n '/^Options:/,/^$/p' | optionsIn)
+for command in "${commands[@]}"; do
+    own=$("$korvcam" "$command" --help | sed -n '/^Options:/,/^$/p' | optionsIn)
+    expect "options of $command" "$(printf '%s\n' "$common" "$own" | grep -vx -e --version | sort -u)" \
+        "$(completions "$command" - | sort -u)"
+    for page in "$root"/packaging/man/korvcam{,.zh_CN}.1; do
+        text=$(sed 's/\\-/-/g' "$page" | awk -v name="$command" '
+            $1 == ".SS" { within = $2 == name }
+            $1 == ".SH" { within = $2 == "OPTIONS" || $2 == "选项" }
+            within')
+        grep -q "^\.SS $command" "$page" || complain "$page: no command $command"
+        for option in $own; do
+            grep -qE -- "(^|[^-a-z])$option([^-a-z]|\$)" <<<"$text" ||
+                complain "$page: $command has $option"
+        done
+    done
+done
+
+expect "choices" gray "$(completions snap --color g)"
+expect "camera of the desk" 0 "$(completions --library "$library" --desk builtin snap -d "")"
+expect "no value to offer" "" "$(completions snap --interval "")"
+touch "picture of a page.png"
+expect "files" "picture of a page.png" "$(completions convert pic)"
+((failed == 0)) && echo passed
+exit "$failed"
