@@ -96,7 +96,9 @@ Result<Page> PageMaker::fromFile(const std::string &path)
     std::unique_lock<std::mutex> alone;
     if (m_options.largePictures != nullptr) {
         const Result<PictureSize> size = pictureSize(m_content);
-        if (size && size.value().width * size.value().height > kLargePicture)
+        // nothing larger than reasonable is decoded; the product of such sides may not even exist
+        if (size && isReasonableSize(size.value().width, size.value().height)
+            && size.value().width * size.value().height > kLargePicture)
             alone = std::unique_lock<std::mutex>(*m_options.largePictures);
     }
     Result<Page> page = fromContent();

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include <png.h>
@@ -13,14 +14,41 @@ namespace korv {
 namespace {
 
 constexpr std::size_t kHeaderEnd = 33; ///< signature and IHDR chunk
-constexpr png_alloc_size_t kLargestChunk = 8'000'000; // text, profiles
-constexpr png_uint_32 kMostCachedChunks = 100;
+constexpr std::size_t kSignature = 8;
+constexpr std::size_t kAroundChunk = 12; ///< length, type and checksum
+constexpr png_alloc_size_t kLargestChunk = 8'000'000; // profiles
+// nobody here asks for them, and libpng would keep what they hold
+constexpr png_byte kIgnoredChunks[] = "eXIf\0iTXt\0pCAL\0sCAL\0sPLT\0tEXt\0tIME\0zTXt";
 
 std::uint32_t big32(ByteView data, std::size_t at)
 {
     return static_cast<std::uint32_t>(data[at]) << 24
         | static_cast<std::uint32_t>(data[at + 1]) << 16
         | static_cast<std::uint32_t>(data[at + 2]) << 8 | data[at + 3];
+}
+
+/// Whether all chunks up to the last lie inside the content (PNG, 5.3). libpng takes memory for a
+/// chunk as long as it says it is, before it reads on: up to 2 GB for a file of a hundred bytes.
+bool isWhole(ByteView content)
+{
+    std::size_t at = kSignature;
+    while (content.size - at >= kAroundChunk) {
+        const std::size_t length = big32(content, at);
+        if (length > content.size - at - kAroundChunk)
+            return false;
+        if (std::memcmp(content.data + at + 4, "IEND", 4) == 0)
+            return true;
+        at += kAroundChunk + length;
+    }
+    return false;
+}
+
+/// Bits of a pixel with this header (PNG, 11.2.2); 0 when there is no such kind.
+int bitsOfPixel(ByteView content)
+{
+    constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
+    const std::uint8_t type = content[25];
+    return type < std::size(kChannels) ? kChannels[type] * content[24] : 0;
 }
 
 /// libpng's reader over memory. Every call into libpng happens inside run(), which catches its
@@ -118,7 +146,8 @@ bool PngDecoder::readHeader()
         png_set_read_fn(m_png, this, onRead);
         png_set_user_limits(m_png, kMaxSide, kMaxSide);
         png_set_chunk_malloc_max(m_png, kLargestChunk);
-        png_set_chunk_cache_max(m_png, kMostCachedChunks);
+        png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, kIgnoredChunks,
+                                    sizeof kIgnoredChunks / 5);
         png_set_crc_action(m_png, PNG_CRC_ERROR_QUIT, PNG_CRC_WARN_DISCARD);
         png_read_info(m_png, m_info);
         readDpi();
@@ -161,9 +190,11 @@ Result<Image> readPng(ByteView content)
     const auto [width, height] = size.value();
     if (!isReasonableSize(width, height))
         return Error{-EFBIG, "PNG: picture too large"};
-    // deflate makes at most 1032 bytes of one; 1-bit pixels are the densest
-    if (width * height / 8 / 1032 > static_cast<std::int64_t>(content.size))
+    // deflate makes at most 1032 bytes of one
+    if (width * height / 8 * bitsOfPixel(content) / 1032 > static_cast<std::int64_t>(content.size))
         return Error{-EBADMSG, "PNG: too few data for the size it states"};
+    if (!isWhole(content))
+        return Error{-EBADMSG, "PNG: data cut off"};
     PngDecoder decoder(content);
     if (!decoder.ready())
         return Error{-ENOMEM, "PNG: no memory"};

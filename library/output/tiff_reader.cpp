@@ -19,6 +19,7 @@ struct Page
     bool bilevel = false;
     int orientation = ORIENTATION_TOPLEFT;
     double dpi = 0;
+    std::int64_t bitsOfPixel = 1;
 };
 
 Error bad(const TiffMemory &memory)
@@ -65,22 +66,36 @@ Result<Page> describe(const TiffMemory &memory)
     page.bilevel = page.gray && bits == 1;
     page.orientation = orientation;
     page.dpi = dpiOf(tiff);
+    page.bitsOfPixel = std::int64_t{samples} * bits;
     return page;
 }
 
 /// Whether that many pixels can come out of a file of this size. Group 3 and 4 take at least one
-/// bit a row; the other codings shrink a thousandfold at most, or somewhat more with JPEG.
+/// bit a row; LZW, deflate, JPEG and the run lengths make at most some thousand bytes of one. The
+/// newer codings have no such bound, and blank pages shrink that much in them.
 bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
 {
+    constexpr std::int64_t kMostBytesPerByte = 4096;
     constexpr std::int64_t kMostPixelsPerByte = 4096 * 8;
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
     const auto bytes = static_cast<std::int64_t>(fileSize);
     if (compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4)
         return page.height / 8 <= bytes;
-    if (compression == COMPRESSION_NONE)
-        return page.width * page.height / 8 <= bytes;
-    return page.width * page.height / kMostPixelsPerByte <= bytes;
+    const std::int64_t uncoded = page.width * page.height / 8 * page.bitsOfPixel;
+    switch (compression) {
+    case COMPRESSION_NONE:
+        return uncoded / 4 <= bytes; // chroma may be a sixteenth of luma, which is not counted
+    case COMPRESSION_LZW:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_JPEG:
+    case COMPRESSION_OJPEG:
+    case COMPRESSION_PACKBITS:
+        return uncoded / kMostBytesPerByte <= bytes;
+    default:
+        return page.width * page.height / kMostPixelsPerByte <= bytes;
+    }
 }
 
 /// libtiff's general reader gives 32-bit pixels piece by piece (strips or tiles), each with its
@@ -102,7 +117,12 @@ private:
     void copyRow(const std::uint32_t *from, int x, int y, int count);
     bool makeRoom(std::uint64_t width, std::uint64_t height)
     {
+        // a tile may be larger than the picture, but not without bound
+        constexpr std::uint64_t kAlwaysRoom = 4096 * 4096;
+        const auto pixels = static_cast<std::uint64_t>(m_image.width())
+            * static_cast<std::uint64_t>(m_image.height());
         if (width == 0 || height == 0 || width > kMaxSide + 4096 || height > kMaxSide + 4096
+            || width * height > std::max(2 * pixels, kAlwaysRoom)
             || width * height > static_cast<std::uint64_t>(kMaxPixels))
             return false;
         m_raster.resize(static_cast<std::size_t>(width * height));

@@ -1,7 +1,12 @@
 // Files that somebody made to do harm, through the same door as all others.
 #include "library/imaging/jpeg_structure.h"
 #include "library/output/convert.h"
+#include "library/output/image_loader.h"
+#include "library/output/memory_sink.h"
+#include "library/output/page_maker.h"
 #include "library/output/pending_document.h"
+#include "library/output/png_writer.h"
+#include "tests/fuzz/png_checksums.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
@@ -9,6 +14,8 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <mutex>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,7 +82,96 @@ Bytes manyScans(const std::string &plain, int times)
     return bomb;
 }
 
+Bytes pngOf(const Image &image)
+{
+    MemorySink sink;
+    EXPECT_TRUE(writePng(image, {100}, sink));
+    return sink.take();
+}
+
+/// A gray picture of 16 by 16 pixels, uncompressed, in tiles of `side` by `side`.
+Bytes tiledTiff(std::uint32_t side, std::uint32_t bits = 8, std::uint32_t samples = 1)
+{
+    const std::uint32_t entries[][3] = {
+        {256, 4, 16},      {257, 4, 16},   {258, 3, bits}, {259, 3, 1}, {262, 3, 1},
+        {277, 3, samples}, {322, 4, side}, {323, 4, side}, {324, 4, 0}, {325, 4, side * side}};
+    Bytes tiff = {'I', 'I', '*', 0, 8, 0, 0, 0, static_cast<std::uint8_t>(std::size(entries)), 0};
+    const auto put = [&](std::uint32_t value, int size) {
+        for (int i = 0; i < size; ++i)
+            tiff.push_back(static_cast<std::uint8_t>(value >> 8 * i));
+    };
+    const auto pixelsAt = static_cast<std::uint32_t>(tiff.size() + 12 * std::size(entries) + 4);
+    for (const auto &[tag, type, value] : entries) {
+        put(tag, 2);
+        put(type, 2);
+        put(1, 4);
+        put(tag == 324 ? pixelsAt : value, 4);
+    }
+    put(0, 4);
+    tiff.resize(tiff.size() + 256 * 256, 200);
+    return tiff;
+}
+
+/// Bytes by which the process has grown at most while `work` ran.
+template <typename Work> long growth(Work &&work)
+{
+    rusage before{};
+    rusage after{};
+    ::getrusage(RUSAGE_SELF, &before);
+    work();
+    ::getrusage(RUSAGE_SELF, &after);
+    return (after.ru_maxrss - before.ru_maxrss) * 1024;
+}
+
+constexpr long kSmall = 200'000'000;
+
 } // namespace
+
+TEST_F(HostileSourceTest, pngChunkThatClaimsAGigabyteTakesNoMemory)
+{
+    Bytes png = pngOf(pictures::page(16, 16));
+    const Bytes chunk = {0x40, 0, 0, 0, 's', 'P', 'L', 'T', 'a', 0, 8, 0};
+    png.insert(png.begin() + 33, chunk.begin(), chunk.end());
+    EXPECT_LT(growth([&] { EXPECT_EQ(loadImage(png).code(), -EBADMSG); }), kSmall);
+}
+
+TEST_F(HostileSourceTest, pngThatIsTooShortForItsKindOfPixelsTakesNoMemory)
+{
+    // bilevel pixels could be that many, those of 24 bits cannot
+    Bytes png = pngOf(pictures::page(16, 16));
+    ASSERT_EQ(fuzz::withRightChecksums(png), png);
+    for (const std::size_t at : {std::size_t{18}, std::size_t{22}})
+        put16(png, at, 18'000);
+    png.resize(png.size() + 60'000);
+    png = fuzz::withRightChecksums(png);
+    EXPECT_LT(growth([&] { EXPECT_EQ(loadImage(png).code(), -EBADMSG); }), kSmall);
+}
+
+TEST_F(HostileSourceTest, pngSidesBeyondAllNumbersAreTooLarge)
+{
+    Bytes png = pngOf(pictures::page(16, 16));
+    std::fill_n(png.begin() + 16, 8, std::uint8_t{0xFF});
+    expectRefused(png, {-EFBIG, -EBADMSG});
+    pictures::writeBytes(path("source.png"), png);
+    std::mutex largePictures;
+    PageOptions options;
+    options.largePictures = &largePictures;
+    PageMaker maker(options);
+    EXPECT_EQ(maker.fromFile(path("source.png")).code(), -EFBIG);
+}
+
+TEST_F(HostileSourceTest, tiffTileFarLargerThanThePictureTakesNoMemory)
+{
+    const Result<Image> usual = loadImage(tiledTiff(256));
+    ASSERT_TRUE(usual) << usual.error().text;
+    EXPECT_EQ(usual.value().row(15)[15], 200);
+    EXPECT_LT(growth([&] { EXPECT_EQ(loadImage(tiledTiff(19'200)).code(), -EBADMSG); }), kSmall);
+}
+
+TEST_F(HostileSourceTest, tiffOfAbsurdPixelsIsRefused)
+{
+    EXPECT_EQ(loadImage(tiledTiff(256, 65'535, 65'535)).code(), -EBADMSG);
+}
 
 TEST_F(HostileSourceTest, jpegThatLiesAboutItsSize)
 {
