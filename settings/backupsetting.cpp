@@ -1,5 +1,7 @@
 #include "settings/backupsetting.h"
 
+#include "settings/foreignvalues.h"
+
 namespace {
 
 /// Keeps a group open for one operation.
@@ -22,7 +24,7 @@ private:
 } // namespace
 
 backupSetting::backupSetting(const QString &fileName)
-    : m_settings{new QSettings(fileName, QSettings::IniFormat)}
+    : m_settings{new QSettings(foreignvalues::putAside(fileName), QSettings::IniFormat)}
 {
 }
 
