@@ -27,6 +27,10 @@ if(KORV_PACKAGES)
   add_compile_options(
     "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
 endif()
+# the fuzzer must see which way the code under test goes
+if(KORV_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

@@ -57,8 +57,8 @@ else
 fi
 if command -v shellcheck >/dev/null; then
     check "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/package packaging/postrm \
-        tools/check.sh tools/format.sh tests/kernel/*.sh tests/packages/check_packages.sh \
-        tests/tools/test_korvcam_documents.sh
+        tools/check.sh tools/format.sh tools/fuzz.sh tests/kernel/*.sh \
+        tests/packages/check_packages.sh tests/tools/test_korvcam_documents.sh
 else
     report "scripts" "skipped: shellcheck is not installed"
 fi

@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034
 # Debian packages of the project, each with its reason, and their installation.
-# Sourced by ./run and ./test; needs nothing that a minimal Debian 12 lacks.
+# Sourced by ./run, ./test and tools/fuzz.sh; needs nothing that a minimal Debian 12 lacks.
 
 # name|why
 readonly kRunPackages=(
@@ -66,6 +66,12 @@ readonly kKernelPackages=(
     "cpio|packs its file system"
     "kmod|orders the kernel's modules"
     "udev|the device daemon in that machine"
+)
+# only for tools/fuzz.sh
+readonly kFuzzPackages=(
+    "clang|the compiler that knows libFuzzer"
+    "libclang-rt-14-dev|libFuzzer and the sanitizers' libraries"
+    "llvm|names of functions in its reports"
 )
 
 # Prints those of the given "name|why" entries whose package is not installed.
