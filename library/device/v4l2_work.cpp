@@ -55,10 +55,8 @@ void V4l2Work::run() noexcept
     try {
         work();
     } catch (const std::exception &error) {
-        logLine(std::string("a camera's thread ends: ") + error.what());
+        giveUp(error.what());
     }
-    m_stream.reset();
-    m_node.close();
     const std::lock_guard<std::mutex> lock(m_mutex);
     const Error ended{-ENOMEM, "the camera's thread has ended"};
     if (!m_opened)
@@ -68,6 +66,23 @@ void V4l2Work::run() noexcept
     m_order.reset();
     m_ended = true;
     m_changed.notify_all();
+}
+
+/// What little can be done when memory has run out, say. Work has let go of the camera already.
+void V4l2Work::giveUp(const char *reason) noexcept
+{
+    try {
+        logLine(std::string("a camera's thread ends: ") + reason);
+        bool usable = false;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            usable = m_opened && *m_opened;
+        }
+        // nobody would hear of it otherwise: no frame comes any more, and no stream starts
+        if (usable && !m_reported)
+            leave(V4l2Fate::Lost);
+    } catch (const std::exception &) { // the next call to this camera is told
+    }
 }
 
 void V4l2Work::work()
@@ -160,6 +175,7 @@ void V4l2Work::leave(V4l2Fate fate)
 {
     m_stream.reset();
     m_node.close();
+    m_reported = true;
     m_access.report(fate);
 }
 
@@ -291,11 +307,12 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
     order->mode = mode;
     order->sink = std::move(sink);
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (m_ended)
-        return Error{-ENODEV, "the camera is closed"};
     // an earlier stream that still ends is waited for, its camera being slow
     const auto deadline = std::chrono::steady_clock::now() + longest;
-    if (!m_changed.wait_until(lock, deadline, [this] { return !m_order; }))
+    const bool idle = m_changed.wait_until(lock, deadline, [this] { return m_ended || !m_order; });
+    if (m_ended)
+        return Error{-ENODEV, "the camera is closed"};
+    if (!idle)
         return Error{-EBUSY, "the camera has not answered the end of its last stream yet"};
     m_order = order;
     m_wakeUp.set();

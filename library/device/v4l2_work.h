@@ -91,6 +91,7 @@ private:
     };
 
     void work();
+    void giveUp(const char *reason) noexcept;
     Result<std::vector<V4l2Mode>> openNode();
     std::shared_ptr<Order> nextOrder();
     void watchIdleNode();
@@ -118,6 +119,7 @@ private:
     V4l2Identity m_identity;
     std::optional<V4l2Stream> m_stream; // after the node, which it borrows
     bool m_watchable = true;
+    bool m_reported = false;
 };
 
 } // namespace korv

@@ -149,7 +149,9 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
  * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse as
  * the quality's, the file is the frame byte for byte, but for tables and a head that strict readers
  * miss. A rotation alone loses nothing where the frame's edges allow it. Every other photograph
- * states the resolution at which its long side is that of an A4 sheet. */
+ * states the resolution at which its long side is that of an A4 sheet. The structure is checked, the
+ * coded data between the markers are not: where bytes pass through, here or into a document, damage
+ * inside them is not noticed, and whoever decodes them sees it. */
 KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
                                              const char *path);
 
@@ -163,15 +165,16 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * the format: jpg, jpeg, png, bmp, tif, tiff, pdf, ofd. The format of src (JPEG, PNG, BMP, TIFF) is
  * recognised by its content. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
  * 96 dpi, which programs write that do not know, has the long side of an A4 sheet.
- * The file appears whole or not at all: it is written without a name or
- * under a hidden one, synced, named, and its folder synced.
+ * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
+ * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form
  * "0001 (1).pdf", the result is 0, and standard error tells the name. Of two programs that want the
  * same name at the same time, each gets its own.
- * When it fails (but for a null pointer and an unknown extension), src is kept for callers that
- * delete it whatever the result: under the further name "0001-rescued-0001.jpg" (next free number,
- * the extension of its content) beside dst, by a hard link, or by a copy where links are not
- * possible; beside src when nothing can be made there. Standard error tells the name.
+ * When it fails, src is kept for callers that delete it whatever the result: under the further name
+ * "0001-rescued-0001.jpg" (next free number, the extension of its content) beside dst, by a hard
+ * link, or by a copy where links are not possible; beside src when nothing can be made there.
+ * Standard error tells the name. A null pointer and an unknown extension are wrong calls, which a
+ * caller can know beforehand, before it deletes anything: those do nothing at all.
  * Errors: -EINVAL null pointer or unknown extension (nothing is written); -EBADMSG src is no readable
  * picture; -EFBIG picture too large; -ENOENT, -ENOSPC ... what the file system answered. When only
  * the last step fails, syncing the folder, the whole new file stays. */
@@ -187,8 +190,8 @@ KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
  * is empty afterwards, whatever the result. A page that cannot be read does not spoil the document:
  * the others are written, that one is kept as in ConvertImagetoImage, and the result is its error.
  * When the document cannot be written, every page is kept so. A tiff past 4 GiB is a BigTIFF.
- * Errors: -ENODATA no page pending, -EINVAL unknown extension (nothing is written or kept);
- * otherwise as ConvertImagetoImage. */
+ * Errors: -ENODATA no page pending; -EINVAL unknown extension (nothing is written or kept, as
+ * there; the sources are where they were); -EFBIG a pdf past 10 GB; otherwise as there. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);
 
 #ifdef __cplusplus

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <exception>
 #include <new>
-#include <system_error>
 
 namespace korv {
 
@@ -34,8 +33,8 @@ PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const Pa
     try {
         for (std::size_t i = 0; i < threads; ++i)
             m_threads.emplace_back([this] { work(); });
-    } catch (const std::system_error &) {
-        // those that did start suffice, and so does none
+    } catch (const std::exception &) {
+        // no thread, or no memory for one: those that did start suffice, and so does none
     }
 }
 

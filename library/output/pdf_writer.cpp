@@ -8,6 +8,7 @@
 #include "library/output/xmp.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 
@@ -25,6 +26,9 @@ std::string pointsOf(int pixels, double dpi)
 {
     return decimal(std::max(3.0, pixels * 72.0 / dpi), 4);
 }
+
+/// The cross-reference table holds ten digits (7.5.4).
+constexpr std::uint64_t kLargestOffset = 9'999'999'999;
 
 std::string sizeEntries(const Page &page)
 {
@@ -54,15 +58,26 @@ int PdfWriter::reserveObject()
     return static_cast<int>(m_offsets.size());
 }
 
+Result<void> PdfWriter::beginObject(int number)
+{
+    const std::uint64_t offset = m_sink.size();
+    if (offset > kLargestOffset)
+        return Error{-EFBIG, "too many pages for one PDF"};
+    m_offsets[static_cast<std::size_t>(number - 1)] = offset;
+    return {};
+}
+
 Result<void> PdfWriter::writeObject(int number, const std::string &body)
 {
-    m_offsets[static_cast<std::size_t>(number - 1)] = m_sink.size();
+    if (Result<void> begun = beginObject(number); !begun)
+        return begun;
     return m_sink.write(std::to_string(number) + " 0 obj\n" + body + "\nendobj\n");
 }
 
 Result<void> PdfWriter::writeStream(int number, const std::string &entries, ByteView data)
 {
-    m_offsets[static_cast<std::size_t>(number - 1)] = m_sink.size();
+    if (Result<void> begun = beginObject(number); !begun)
+        return begun;
     const std::string head = std::to_string(number) + " 0 obj\n<< " + entries + " /Length "
         + std::to_string(data.size) + " >>\nstream\n";
     if (Result<void> written = m_sink.write(head); !written)

@@ -22,6 +22,7 @@ public:
 private:
     Result<void> begin();
     int reserveObject();
+    Result<void> beginObject(int number);
     Result<void> writeObject(int number, const std::string &body);
     Result<void> writeStream(int number, const std::string &entries, ByteView data);
     Result<void> writePicture(int number, const Page &page);

@@ -2,9 +2,11 @@
 
 #include "tests/library/support/v4l2_fixture.h"
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <new>
 #include <thread>
 
 using namespace korv;
@@ -167,6 +169,52 @@ TEST_F(V4l2Trouble, nodeIsOpenedAnewAfterThreeRestartsInVain)
     EXPECT_EQ(m_calls->count(FakeV4l2::kOpen), 2);
     EXPECT_EQ(m_calls->openDescriptors(), 1);
     EXPECT_THAT(m_fates.all(), IsEmpty());
+}
+
+TEST_F(V4l2Trouble, cameraWhoseThreadFailsIsLost)
+{
+    class OutOfMemory : public FrameSink
+    {
+        void onFrame(const Frame &) override { throw std::bad_alloc(); }
+    } receiver;
+    const auto device = opened();
+    ASSERT_TRUE(device->start(receiver));
+    EXPECT_TRUE(isTold(V4l2Fate::Lost));
+    EXPECT_TRUE(isLeftClean());
+    EXPECT_TRUE(device->stop());
+    EXPECT_EQ(device->start(m_frames).code(), -ENODEV);
+    EXPECT_TRUE(isTold(V4l2Fate::Lost)); // once
+    EXPECT_TRUE(opened());
+}
+
+TEST_F(V4l2Trouble, startThatWaitsForAThreadThatFailsIsToldSo)
+{
+    class Slow : public FrameSink
+    {
+    public:
+        std::atomic<bool> entered = false;
+
+    private:
+        void onFrame(const Frame &) override
+        {
+            entered = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            throw std::bad_alloc();
+        }
+    } receiver;
+    Result<EventFd> wakeUp = EventFd::create();
+    ASSERT_TRUE(wakeUp);
+    V4l2Work work({m_calls, "/dev/video0", m_turn, [](V4l2Fate) {}}, std::move(wakeUp).value());
+    std::thread thread([&] { work.run(); });
+    const auto opened = work.waitUntilOpen(std::chrono::seconds(10));
+    ASSERT_TRUE(opened && *opened);
+    const V4l2Mode mode = opened->value().front();
+    const std::chrono::seconds longest(10);
+    ASSERT_TRUE(work.start(mode, std::make_shared<CallGate<FrameSink>>(receiver), longest));
+    EXPECT_TRUE(becomesTrue([&] { return receiver.entered.load(); }));
+    EXPECT_EQ(work.start(mode, std::make_shared<CallGate<FrameSink>>(m_frames), longest).code(),
+              -ENODEV);
+    thread.join();
 }
 
 TEST_F(V4l2Trouble, cameraThatStaysSilentIsLost)

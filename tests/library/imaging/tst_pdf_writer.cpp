@@ -8,6 +8,7 @@
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
 
+#include <cerrno>
 #include <gmock/gmock.h>
 
 using namespace korv;
@@ -193,6 +194,32 @@ TEST_F(PdfWriterTest, sameBytesButForTheIdentifier)
         different += first[i] != second[i] ? 1 : 0;
     EXPECT_GT(different, 10U);
     EXPECT_LE(different, 3U * 32); // in the packet once, in the trailer twice
+}
+
+TEST(PdfWriter, documentThatItsTableCannotDescribeIsRefused)
+{
+    /// Pretends that as much lies in front.
+    class FarSink : public MemorySink
+    {
+    public:
+        explicit FarSink(std::uint64_t distance)
+            : m_distance(distance)
+        {
+        }
+        std::uint64_t size() const override { return m_distance + MemorySink::size(); }
+
+    private:
+        std::uint64_t m_distance;
+    };
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    constexpr std::uint64_t kTenDigits = 9'999'999'999;
+    FarSink fits(kTenDigits - 100'000);
+    PdfWriter writer(fits, {});
+    EXPECT_TRUE(writer.addPage(pageOf(colour)));
+    EXPECT_TRUE(writer.finish());
+    FarSink endsBehind(kTenDigits - colour.size());
+    PdfWriter late(endsBehind, {});
+    EXPECT_EQ(late.addPage(pageOf(colour)).code(), -EFBIG);
 }
 
 TEST_F(PdfWriterTest, secondReaderShowsTheSamePixels)

@@ -80,6 +80,16 @@ TEST_F(PendingDocumentTest, combiningEmptiesTheDocumentWhateverTheResult)
     EXPECT_EQ(m_document.combine(path("a.pdf"), 95).code(), -ENODATA);
 }
 
+TEST_F(PendingDocumentTest, wrongExtensionMakesAndKeepsNothing)
+{
+    addPages(2);
+    pictures::writeBytes(path("broken"), Bytes(100, 'x'));
+    EXPECT_FALSE(m_document.add(path("broken")));
+    const auto before = entries();
+    EXPECT_EQ(m_document.combine(path("a.jpg"), 95).code(), -EINVAL);
+    EXPECT_EQ(entries(), before);
+}
+
 TEST_F(PendingDocumentTest, unreadableSourcesAreNotAdded)
 {
     EXPECT_EQ(m_document.add(path("none")).code(), -ENOENT);
