@@ -14,6 +14,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kSilence{2000};
+constexpr double kLongestInterval = 20; ///< seconds; what a driver states beyond that is nonsense
 
 std::string sizeText(int width, int height)
 {
@@ -91,7 +92,8 @@ Result<void> V4l2Stream::restart()
 
 milliseconds V4l2Stream::silenceLimit() const
 {
-    return std::max(kSilence, milliseconds(static_cast<int>(m_interval.seconds() * 3000)));
+    const double interval = std::min(m_interval.seconds(), kLongestInterval);
+    return std::max(kSilence, milliseconds(static_cast<int>(interval * 3000)));
 }
 
 V4l2Stream::End V4l2Stream::run(CallGate<FrameSink> &sink, const EventFd &caller,

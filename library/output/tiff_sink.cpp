@@ -2,6 +2,7 @@
 
 #include "library/output/tiff_directories.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -24,8 +25,8 @@ TiffSink::TiffSink(ByteSink &sink)
     open("wml");
     // libtiff puts everything at the end, so the head can grow later
     const std::uint8_t room[kBigTiffHeadSize] = {};
-    const ByteView rest(room, kBigTiffHeadSize - std::size_t(sink.size()));
-    if (Result<void> reserved = sink.write(rest); !reserved) {
+    const std::size_t taken = std::min(static_cast<std::size_t>(sink.size()), sizeof room);
+    if (Result<void> reserved = sink.write(ByteView(room, sizeof room - taken)); !reserved) {
         m_error = reserved.error();
         m_tiff.reset();
     }
