@@ -3,6 +3,7 @@
 #include "camera/cameralist.h"
 #include "camera/ccamerasdk.h"
 #include "camera/resolutionlist.h"
+#include "settings/foreignvalues.h"
 #include "settings/workarguments.h"
 #include "ui/ui_mainwindow.h"
 #include "util/general.h"
@@ -70,7 +71,8 @@ int MainWindow::OpenCamera(_tag_unit_camera &cam)
         log.at(1058, "fail mkdir GetTempPath \n");
         return -1;
     }
-    backupSetting settings(workarguments::settingsFileName(backupFolder, cam.vid, cam.pid));
+    backupSetting settings(
+        foreignvalues::putAside(workarguments::settingsFileName(backupFolder, cam.vid, cam.pid)));
 
     // The device and what it offers.
     const int opened = m_KorvCamera->Open(cam.ID);
@@ -155,7 +157,8 @@ void MainWindow::SaveCameraWorkArg(_tag_unit_camera &camera)
         log.at(__LINE__, "failure mkdir GetTempPath \n");
         return;
     }
-    backupSetting settings(workarguments::settingsFileName(backupFolder, camera.vid, camera.pid));
+    backupSetting settings(foreignvalues::putAside(
+        workarguments::settingsFileName(backupFolder, camera.vid, camera.pid)));
     // What the user sees is what is saved; only the folder has no widget here.
     workarguments::Shown shown;
     shown.resolution = ui->dpilistcomb->currentText();

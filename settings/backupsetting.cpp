@@ -1,7 +1,5 @@
 #include "settings/backupsetting.h"
 
-#include "settings/foreignvalues.h"
-
 namespace {
 
 /// Keeps a group open for one operation.
@@ -24,7 +22,7 @@ private:
 } // namespace
 
 backupSetting::backupSetting(const QString &fileName)
-    : m_settings{new QSettings(foreignvalues::putAside(fileName), QSettings::IniFormat)}
+    : m_settings{new QSettings(fileName, QSettings::IniFormat)}
 {
 }
 

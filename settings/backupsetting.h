@@ -10,8 +10,6 @@
 class backupSetting
 {
 public:
-    /// A file that holds values of other types than texts, numbers and lists of texts is put aside as
-    /// NAME.bad, and the settings start empty.
     explicit backupSetting(const QString &fileName);
     /// As the QSettings constructor with these arguments. A parent may delete the settings early;
     /// nothing but destruction is allowed then.

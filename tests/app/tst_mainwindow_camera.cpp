@@ -236,6 +236,19 @@ TEST_F(CameraTest, unreadableNumbersReadAsZeroAndUnknownTextsAsTheFirstEntry)
     EXPECT_EQ(m_window->ui->rotatestylecomb->currentText(), QStringLiteral("无"));
 }
 
+TEST_F(CameraTest, settingsThatWouldTakeAllMemoryArePutAside)
+{
+    start();
+    const std::string huge = R"([file]
+type=@Variant(\0\0\0\xb\xff\xff\xff\xff)
+)";
+    writeSettings("1234*5678.ini", huge);
+    m_window->OpenCamera(m_camera);
+    EXPECT_EQ(m_window->m_fileArgv.type, QStringLiteral("jpg"));
+    EXPECT_EQ(settingsFile("1234*5678.ini"), "");
+    EXPECT_EQ(settingsFile("1234*5678.ini.bad"), huge);
+}
+
 TEST_F(CameraTest, withoutAHomeNothingIsOpened)
 {
     start();

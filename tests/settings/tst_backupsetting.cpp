@@ -3,7 +3,9 @@
 #include "tests/support/qt_printing.h"
 #include "tests/support/temp_home.h"
 
+#include <QDateTime>
 #include <QFile>
+#include <QPoint>
 #include <gmock/gmock.h>
 #include <memory>
 #include <sys/stat.h>
@@ -110,6 +112,18 @@ TEST_F(BackupSetting, textsOutsideAsciiComeBackUnchanged)
     backupSetting settings(file);
     for (int i = 0; i < texts.size(); ++i)
         EXPECT_EQ(settings.value(group, QString::number(i), QString()).toString(), texts[i]);
+}
+
+TEST_F(BackupSetting, valuesOfEveryTypeComeBack)
+{
+    for (const QVariant &value :
+         {QVariant(QPoint(3, 4)), QVariant(2.5F), QVariant(QDate(2026, 1, 2)),
+          QVariant(QDateTime(QDate(2026, 1, 2), QTime(3, 4))), QVariant(QVariantMap{{key, 5}})}) {
+        SCOPED_TRACE(value.typeName());
+        QFile::remove(file);
+        backupSetting(file).setValue(group, key, value);
+        EXPECT_EQ(backupSetting(file).value(group, key, QVariant()), value);
+    }
 }
 
 TEST_F(BackupSetting, writeErrorsAreSilent)

@@ -27,7 +27,7 @@ protected:
 
     static QString typeIn(const QString &file)
     {
-        backupSetting settings(file);
+        backupSetting settings(foreignvalues::putAside(file));
         return settings.value(QStringLiteral("file"), QStringLiteral("type"), QStringLiteral("jpg"))
             .toString();
     }
@@ -49,7 +49,7 @@ TEST_F(ForeignValues, settingsStartAnewBesideTheBadFile)
 {
     const QString file = stored(kHugeList);
     {
-        backupSetting settings(file);
+        backupSetting settings(foreignvalues::putAside(file));
         EXPECT_EQ(settings.path(), file);
         settings.setValue(QStringLiteral("file"), QStringLiteral("type"), QStringLiteral("pdf"));
     }
