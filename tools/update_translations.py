@@ -13,7 +13,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TRANSLATION = ROOT / "translations" / "vexalin_zh_CN.ts"
 UNFINISHED = re.compile(
-    r'(<source>)(.*?)(</source>\s*)<translation type="unfinished"></translation>', re.DOTALL
+    r'(<source>)([^<]*)(</source>\s*)<translation type="unfinished"></translation>'
 )
 
 

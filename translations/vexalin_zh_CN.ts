@@ -194,5 +194,29 @@
         <source>Image Files(*.jpg);;All(*.*)</source>
         <translation>Image Files(*.jpg);;All(*.*)</translation>
     </message>
+    <message>
+        <source>实时画面</source>
+        <translation>实时画面</translation>
+    </message>
+    <message>
+        <source>正在运行的拍摄仪的实时画面</source>
+        <translation>正在运行的拍摄仪的实时画面</translation>
+    </message>
+    <message>
+        <source>照片列表</source>
+        <translation>照片列表</translation>
+    </message>
+    <message>
+        <source>已拍摄和导入的照片；按菜单键可打开、删除、导出或导入</source>
+        <translation>已拍摄和导入的照片；按菜单键可打开、删除、导出或导入</translation>
+    </message>
+    <message>
+        <source>拍摄选项</source>
+        <translation>拍摄选项</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>操作</translation>
+    </message>
 </context>
 </TS>

@@ -12,6 +12,8 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include <array>
+
 namespace {
 
 template <typename Widget> Widget *named(const char *name, QWidget *parent)
@@ -86,9 +88,32 @@ void Ui_CSettingDlg::setupUi(QDialog *dialog)
     okBtn = placed<QPushButton>("okBtn", dialog, QRect(570, 410, 97, 26));
     cancelBtn = placed<QPushButton>("cancelBtn", dialog, QRect(440, 410, 97, 26));
 
+    nameControlsByLabels();
+    orderTabs();
+
     retranslateUi(dialog);
     settingWidget->setCurrentIndex(2);
     QMetaObject::connectSlotsByName(dialog);
+}
+
+/// A screen reader takes a control's name from the label whose buddy it is.
+void Ui_CSettingDlg::nameControlsByLabels()
+{
+    label_13->setBuddy(horizontalSlider);
+    label_14->setBuddy(horizontalSlider_2);
+    label_15->setBuddy(horizontalSlider_3);
+    label_11->setBuddy(filepathEdit);
+    label_12->setBuddy(imgPressB);
+}
+
+/// The Tab key follows the eye: each page from its top, then the two buttons from the left.
+void Ui_CSettingDlg::orderTabs()
+{
+    const std::array<QWidget *, 10> order{
+        settingWidget, horizontalSlider, horizontalSlider_2, horizontalSlider_3, defaultbtn,
+        filepathEdit,  openfiledlgbtn,   imgPressB,          cancelBtn,          okBtn};
+    for (std::size_t i = 1; i < order.size(); ++i)
+        QWidget::setTabOrder(order[i - 1], order[i]);
 }
 
 void Ui_CSettingDlg::setupAdjustmentPage()
@@ -173,6 +198,10 @@ void Ui_CSettingDlg::retranslateUi(QDialog *dialog)
 
     label_11->setText(QCoreApplication::translate("CSettingDlg", "保存路径"));
     openfiledlgbtn->setText(QCoreApplication::translate("CSettingDlg", "..."));
+    openfiledlgbtn->setAccessibleName(QCoreApplication::translate("CSettingDlg", "选择保存路径"));
+    frame->setAccessibleName(QCoreApplication::translate("CSettingDlg", "摄像头设置"));
+    frame_2->setAccessibleName(QCoreApplication::translate("CSettingDlg", "文件保存"));
+    settingWidget->setAccessibleName(QCoreApplication::translate("CSettingDlg", "设置"));
     label_12->setText(QCoreApplication::translate("CSettingDlg", "JPG图像品质:"));
     imgPressB->clear();
     imgPressB->insertItems(0,

@@ -64,6 +64,8 @@ private:
     void setupAdjustmentPage();
     void setupFilePage();
     void setupAboutPage();
+    void nameControlsByLabels();
+    void orderTabs();
 };
 
 namespace Ui {
