@@ -12,6 +12,10 @@
 int main(int argc, char **argv)
 {
     prepareProcess();
+    // The widgets' places are fixed: on a dense screen they must grow with the letters. On others
+    // nothing changes.
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
     QTranslator translator;
     translator.load(QStringLiteral("vexalin_zh_CN.qm"),

@@ -1,5 +1,7 @@
 #include "app/mainwindow.h"
 
+#include "app/menukey.h"
+#include "app/previewrole.h"
 #include "app/thumbnaillist.h"
 #include "camera/ccamerasdk.h"
 #include "ui/ui_mainwindow.h"
@@ -28,11 +30,14 @@ MainWindow::MainWindow(QWidget *parent, const char *cameraLibrary)
     , ui(std::make_unique<Ui_MainWindow>())
     , m_cameraLibrary(cameraLibrary)
 {
+    presentPreviewAsPicture();
     ui->setupUi(this);
     setWindowTitle(tr("棱湾拍摄仪数字化采集系统"));
     setWindowIcon(QIcon(QStringLiteral(":/icon/title.jpg")));
     InitArgument();
     InitMainWindow();
+    connect(new MenuKey(*ui->imgshowwidgt), &MenuKey::pressed, this,
+            &MainWindow::showCurrentThumbnailMenu);
 }
 
 MainWindow::~MainWindow()

@@ -144,6 +144,8 @@ private:
 
     // mainwindow_thumbnails.cpp, mainwindow_menu.cpp
     void addPhotographIfWritten(const QString &key, const QString &filePath);
+    void showThumbnailMenu(QPoint globalPosition);
+    void showCurrentThumbnailMenu();
     QListWidgetItem *thumbnailAt(QPoint globalPosition) const;
     void openThumbnail(QPoint globalPosition);
     void deleteSelectedThumbnails();

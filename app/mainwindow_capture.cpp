@@ -5,9 +5,13 @@
 #include "ui/ui_mainwindow.h"
 #include "util/trace.h"
 
+#include <QPointer>
+
 void MainWindow::onslot_setbtn_takephoto()
 {
     constexpr trace::Origin log{"onslot_setbtn_takephoto"};
+    // A control that is switched off hands the keyboard on to the next one.
+    const QPointer<QWidget> working = focusWidget();
     EnableWidgets(false, false);
 
     const int colour = ui->colormodecomb->currentData(Qt::UserRole).toInt();
@@ -32,4 +36,6 @@ void MainWindow::onslot_setbtn_takephoto()
     addPhotographIfWritten(key, file);
 
     EnableWidgets(true, true);
+    if (working && working->isEnabled())
+        working->setFocus();
 }

@@ -44,9 +44,31 @@ constexpr std::array<Entry, 6> kEntries{{
 
 void MainWindow::onslot_imglistwidget_popupmenu()
 {
-    if (!ui->imgshowwidgt->isEnabled())
-        return;
+    if (ui->imgshowwidgt->isEnabled())
+        showThumbnailMenu(QCursor::pos());
+}
 
+/// What the mouse does with a right press on a thumbnail, for the current one.
+void MainWindow::showCurrentThumbnailMenu()
+{
+    QListWidget &list = *ui->imgshowwidgt;
+    if (!list.isEnabled())
+        return;
+    QListWidgetItem *item = list.currentItem();
+    if (item == nullptr) {
+        showThumbnailMenu(list.mapToGlobal(list.rect().center()));
+        return;
+    }
+    if (!item->isSelected())
+        list.setCurrentItem(item, QItemSelectionModel::ClearAndSelect);
+    list.scrollToItem(item);
+    // in the list's coordinates, because thumbnailAt() takes them so
+    showThumbnailMenu(list.mapToGlobal(list.visualItemRect(item).center()));
+}
+
+/// The menu stands at the place and is about the thumbnail there, if any.
+void MainWindow::showThumbnailMenu(QPoint globalPosition)
+{
     const auto menu = std::make_unique<QMenu>(this);
     std::array<QAction *, kEntries.size()> actions{};
     for (std::size_t i = 0; i < kEntries.size(); ++i) {
@@ -54,17 +76,16 @@ void MainWindow::onslot_imglistwidget_popupmenu()
         connect(actions[i], SIGNAL(triggered()), this, SLOT(onslot_imglistwidget_echopopupmenu()));
     }
 
-    const QPoint cursor = QCursor::pos();
-    const bool onItem = thumbnailAt(cursor) != nullptr;
+    const bool onItem = thumbnailAt(globalPosition) != nullptr;
     for (std::size_t i = 0; i < kEntries.size(); ++i) {
         if (onItem || kEntries[i].command == Import)
             menu->addAction(actions[i]);
         actions[i]->setData(QStringLiteral("%1|%2|%3")
-                                .arg(cursor.x())
-                                .arg(cursor.y())
+                                .arg(globalPosition.x())
+                                .arg(globalPosition.y())
                                 .arg(static_cast<int>(kEntries[i].command)));
     }
-    menu->exec(QCursor::pos());
+    menu->exec(globalPosition);
     for (QAction *action : actions)
         disconnect(action, SIGNAL(triggered()), this, SLOT(onslot_imglistwidget_echopopupmenu()));
 }

@@ -44,9 +44,10 @@ QRect MainWindow::previewRectangle() const
 void MainWindow::paintEvent(QPaintEvent *)
 {
     const int rotationCode = ui->rotatestylecomb->currentData(Qt::UserRole).toInt();
-    const PreviewTarget::Value target{previewgeometry::turnOf(rotationCode), ui->frame->size()};
-    m_previewTarget.set(target.turn, target.area);
-
+    m_previewTarget.set(
+        {previewgeometry::turnOf(rotationCode), ui->frame->size(), devicePixelRatioF()});
+    // as the other thread reads it: the density is rounded
+    const PreviewTarget::Value target = m_previewTarget.get();
     if (!refreshFrontPicture(target))
         return;
     const QRect drawn = previewgeometry::fitted(m_frontPicture.frameSize, target.turn, target.area);
@@ -71,8 +72,7 @@ bool MainWindow::refreshFrontPicture(PreviewTarget::Value target)
             m_frontFrame = number;
         // Made for another size or rotation, or not made at all: make it here, once.
         if (number != 0 && frame.bytes() != nullptr
-            && (m_frontFrame != number
-                || !m_frontPicture.isMadeFor(frameSize, target.turn, target.area))) {
+            && (m_frontFrame != number || !m_frontPicture.isMadeFor(frameSize, target))) {
             const auto *bytes = reinterpret_cast<const char *>(frame.bytes());
             jpeg.assign(bytes, bytes + frame.length());
         }

@@ -5,13 +5,9 @@
 #include <QPainter>
 #include <QTransform>
 
-#include <algorithm>
-
 using previewgeometry::Turn;
 
 namespace {
-
-constexpr int kLargestSide = 0xffff;
 
 QImage turned(QImage image, Turn turn)
 {
@@ -41,26 +37,12 @@ void scaleInto(QImage &result, const QImage &source, QSize size)
 
 } // namespace
 
-void PreviewTarget::set(Turn turn, QSize area)
-{
-    const auto width = static_cast<std::uint64_t>(std::clamp(area.width(), 0, kLargestSide));
-    const auto height = static_cast<std::uint64_t>(std::clamp(area.height(), 0, kLargestSide));
-    m_word.store(static_cast<std::uint64_t>(turn) << 32U | width << 16U | height);
-}
-
-PreviewTarget::Value PreviewTarget::get() const
-{
-    const std::uint64_t word = m_word.load();
-    return {
-        static_cast<Turn>(word >> 32U),
-        QSize(static_cast<int>(word >> 16U & kLargestSide), static_cast<int>(word & kLargestSide))};
-}
-
 bool PreviewRenderer::render(const void *jpeg, int length, QSize frameSize,
                              PreviewTarget::Value target, PreviewPicture &picture)
 {
     picture.area = {};
-    QSize drawn = previewgeometry::fitted(frameSize, target.turn, target.area).size();
+    QSize drawn =
+        previewgeometry::fitted(frameSize, target.turn, target.area).size() * target.density;
     if (previewgeometry::isQuarterTurn(target.turn))
         drawn.transpose();
 
@@ -81,5 +63,6 @@ bool PreviewRenderer::render(const void *jpeg, int length, QSize frameSize,
     picture.frameSize = frameSize;
     picture.turn = target.turn;
     picture.area = target.area;
+    picture.density = target.density;
     return true;
 }

@@ -1,32 +1,10 @@
 #pragma once
 
-#include "app/previewgeometry.h"
 #include "app/previewpicture.h"
+#include "app/previewtarget.h"
 
 #include <QImage>
 #include <QSize>
-
-#include <atomic>
-#include <cstdint>
-
-/// What the window wants to draw, told to the thread that prepares the picture. One word, so that
-/// it is read and written without a lock. The area is bounded by what a screen can be (16 bits a
-/// side).
-class PreviewTarget
-{
-public:
-    struct Value
-    {
-        previewgeometry::Turn turn = previewgeometry::Turn::None;
-        QSize area; ///< empty until the window was painted once
-    };
-
-    void set(previewgeometry::Turn turn, QSize area);
-    Value get() const;
-
-private:
-    std::atomic<std::uint64_t> m_word{0};
-};
 
 /// Makes preview pictures from JPEG frames with one decode at the smallest sufficient scale. Keeps
 /// its scratch memory between frames. Each thread uses its own.
