@@ -59,6 +59,14 @@ readonly kPackageTestPackages=(
     "mandoc|checks the manual pages, a second reader"
     "util-linux|keeps the fresh Debian's processes apart: unshare"
 )
+# for the tests on a Wayland desktop and those of what screen readers get
+readonly kDesktopPackages=(
+    "weston|a Wayland desktop"
+    "qtwayland5|Qt 5 on that desktop"
+    "at-spi2-core|the bus that screen readers listen on"
+    "dbus-daemon|the bus of a session, which starts that one"
+    "libglib2.0-bin|gdbus, which asks on these"
+)
 # only for ./test --kernel
 readonly kKernelPackages=(
     "qemu-system-x86|emulates the machine that the kernel boots on"

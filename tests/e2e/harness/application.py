@@ -52,9 +52,10 @@ def patience():
 
 class Application:
     """One start of the application. `folder` is the test's own; HOME lies in it and survives, so
-    that a second Application with the same folder is a second start by the same user."""
+    that a second Application with the same folder is a second start by the same user.
+    `environment` is set on top of what every start gets."""
 
-    def __init__(self, screen, folder, desk=None, real_ps=False):
+    def __init__(self, screen, folder, desk=None, real_ps=False, environment=None):
         self.screen = screen
         self.folder = pathlib.Path(folder)
         self.home = self.folder / "home"
@@ -65,7 +66,8 @@ class Application:
         self._lines = []
         self._changed = threading.Condition()
         with open(self.folder / "stderr.log", "ab") as errors:
-            self.process = self._start(self._environment(desk, real_ps), errors)
+            self.process = self._start(
+                {**self._environment(desk, real_ps), **(environment or {})}, errors)
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
 

@@ -18,13 +18,14 @@ def is_near(colour, wanted, tolerance=40):
 class EndToEndTest(unittest.TestCase):
     """Own folder, HOME, display and desk; whatever is started ends with the test."""
 
+    SCREEN = {}  # what is special about the display
+
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="korv-e2e-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.screen = screen.Screen(self.folder / "display")
+        self.screen = screen.Screen(self.folder / "display", **self.SCREEN)
         self.addCleanup(self.screen.close)
         self.desk = desk.Desk(self.folder / "desk", self.folder / "pool")
-        self.addCleanup(self._keep_evidence)
 
     def _keep_evidence(self):
         """A failing test leaves its last screenshot where KORV_E2E_EVIDENCE says."""
@@ -35,15 +36,17 @@ class EndToEndTest(unittest.TestCase):
             os.makedirs(target, exist_ok=True)
             self.screen.screenshot().save_png(pathlib.Path(target) / (self.id() + ".png"))
 
-    def start(self, **options):
-        app = application.Application(self.screen, self.folder, desk=self.desk, **options)
+    def start(self, kind=application.Application, **options):
+        app = kind(self.screen, self.folder, desk=self.desk, **options)
         self.addCleanup(app.kill)
+        # before that: the last cleanup comes first
+        self.addCleanup(self._keep_evidence)
         return app
 
-    def start_with_camera(self, identity="1b17:0211 Desk", left=RED, right=BLUE):
+    def start_with_camera(self, identity="1b17:0211 Desk", left=RED, right=BLUE, **options):
         """The application, showing the live picture of one camera with a two-coloured page."""
         self.desk.plug(identity, [files.halves(1600, 1200, left, right)])
-        app = self.start()
+        app = self.start(**options)
         app.wait_for_live_picture()
         return app
 

@@ -89,14 +89,15 @@ class Screen:
 
     WIDTH, HEIGHT = 1280, 1024
 
-    def __init__(self, folder):
+    def __init__(self, folder, width=WIDTH, height=HEIGHT, dpi=100):
         self._folder = pathlib.Path(folder)
         self._folder.mkdir(parents=True, exist_ok=True)
         read_end, write_end = os.pipe()
         self._log = open(self._folder / "xvfb.log", "wb")
         self._server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-noreset",
-             "-screen", "0", f"{self.WIDTH}x{self.HEIGHT}x24", "-fbdir", str(self._folder)],
+             "-screen", "0", f"{width}x{height}x24", "-dpi", str(dpi),
+             "-fbdir", str(self._folder)],
             pass_fds=[write_end], stderr=self._log, stdin=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as answer:
