@@ -11,17 +11,18 @@ source "$here/fresh_debian.sh"
 # shellcheck source=tests/packages/steps.sh
 source "$here/steps.sh"
 
-obstacle=$(freshDebianObstacle)
+mirror=${KORV_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+obstacle=$(freshDebianObstacle "$mirror")
 [[ -z $obstacle ]] || { echo "package tests skipped: $obstacle" && exit 77; }
 
 rm -rf --one-file-system -- "$work"
 mkdir -p "$work"/{packages,logs}
 debian=$work/debian
-started=()
+declare -A jobs=()
 cleanUp()
 {
     local process
-    for process in "${started[@]}"; do
+    for process in "${jobs[@]}"; do
         kill -- "-$process" 2>/dev/null || true
     done
     rm -rf --one-file-system -- "$debian" "$work/second copy"
@@ -44,14 +45,14 @@ start()
         echo "$status" >"$work/logs/$name.status"
     ) &
     set +m
-    started+=($!)
+    jobs[$name]=$!
 }
 
 # finish NAME: waits for what start() started, and shows what it said when it failed
 finish()
 {
     local status=$work/logs/$1.status
-    until [[ -s $status ]]; do
+    until [[ -s $status || ! -e /proc/${jobs[$1]} ]]; do
         sleep 0.2
     done
     [[ $(<"$status") == 0 ]] || { cat "$work/logs/$1.log" >&2 && return 1; }
@@ -69,7 +70,7 @@ buildElsewhere()
     "$copy/scripts/package" --output "$work/packages/upgrade" --revision 99
 }
 
-start debian makeFreshDebian "$debian" "${KORV_DEBIAN_MIRROR:-}"
+start debian makeFreshDebian "$debian" "$mirror"
 step "first build" "$root/scripts/package" --output "$work/packages/first"
 start second buildElsewhere
 step "fresh Debian (waited for)" finish debian

@@ -1,21 +1,24 @@
 # shellcheck shell=bash
 # A fresh Debian 12 in a folder, to install packages in. Sourced; needs root.
 
-# Why this machine cannot have one; nothing when it can.
+# freshDebianObstacle MIRROR: why this machine cannot have one; nothing when it can.
 freshDebianObstacle()
 {
-    local tool
+    local mirror=$1 tool
     ((EUID == 0)) || { echo "only root can make a fresh Debian" && return; }
-    for tool in debootstrap unshare chroot; do
+    for tool in debootstrap wget unshare chroot; do
         command -v "$tool" >/dev/null || { echo "$tool is not installed" && return; }
     done
-    unshare --mount --pid --fork true 2>/dev/null || echo "no name spaces of its own here: unshare"
+    unshare --mount --pid --fork true 2>/dev/null ||
+        { echo "this machine gives no name spaces (unshare)" && return; }
+    wget -q --spider --timeout=30 --tries=2 "$mirror/dists/bookworm/InRelease" ||
+        echo "$mirror cannot be reached"
 }
 
-# makeFreshDebian FOLDER [MIRROR]
+# makeFreshDebian FOLDER MIRROR
 makeFreshDebian()
 {
-    local root=$1 mirror=${2:-http://deb.debian.org/debian}
+    local root=$1 mirror=$2
     mkdir -p "$root"
     # what is downloaded need not survive a power failure
     unshare --mount --pid --fork --kill-child -- \
