@@ -3,11 +3,13 @@
 
 Usage: take_pictures.py STAGE [FOLDER]
 STAGE is an installation of the application (build/dev/stage, /opt/vexalin/camera); FOLDER is
-docs/pictures unless told otherwise. Needs what the end-to-end tests need.
+docs/pictures unless told otherwise. Needs what the end-to-end tests need. Where the machine allows
+it, the application sees an empty /home with one user, so that the save folder looks like anybody's.
 """
 
 import os
 import pathlib
+import subprocess
 import sys
 import tempfile
 import time
@@ -20,6 +22,9 @@ from harness import application, screen  # noqa: E402
 TABS = {"settings-camera": 45, "settings-files": 115, "settings-about": 180}
 TAB_HEIGHT = 24
 PAGE_SECONDS = 3
+# set in the second run of this script, which has a /home of its own
+HOME_VARIABLE = "KORV_PICTURES_HOME"
+HOME = "/home/user"
 
 
 class BuiltinDesk:
@@ -55,15 +60,31 @@ def take_settings(display, app, folder):
     display.click(*screen.Rect(440, 410, 97, 26).moved(dialog.x, dialog.y).centre)
 
 
+def run_in_own_home(*needed):
+    """Runs this script again behind an empty /home and ends; comes back where that cannot be."""
+    if HOME_VARIABLE in os.environ or any(path.is_relative_to("/home") for path in needed):
+        return
+    again = ["unshare", "--map-root-user", "--mount"]
+    if subprocess.run([*again, "mount", "-t", "tmpfs", "none", "/home"], check=False).returncode:
+        return
+    script = 'mount -t tmpfs none /home && mkdir "$0" && exec "$@"'
+    done = subprocess.run([*again, "sh", "-c", script, HOME, sys.executable, *sys.argv],
+                          env={**os.environ, HOME_VARIABLE: HOME}, check=False)
+    sys.exit(done.returncode)
+
+
 def main(arguments):
     if not 1 <= len(arguments) <= 2:
         sys.exit(__doc__)
     os.environ["KORV_E2E_STAGE"] = os.path.abspath(arguments[0])
     folder = pathlib.Path(arguments[1] if len(arguments) == 2 else ROOT / "docs" / "pictures")
+    folder = folder.resolve()
     folder.mkdir(parents=True, exist_ok=True)
+    run_in_own_home(ROOT, folder, pathlib.Path(os.environ["KORV_E2E_STAGE"]))
     with tempfile.TemporaryDirectory(prefix="korv-pictures-") as work:
         display = screen.Screen(pathlib.Path(work) / "display")
-        app = application.Application(display, work, desk=BuiltinDesk)
+        environment = {"HOME": os.environ[HOME_VARIABLE]} if HOME_VARIABLE in os.environ else {}
+        app = application.Application(display, work, desk=BuiltinDesk, environment=environment)
         try:
             take_main_window(display, app, folder)
             take_settings(display, app, folder)
