@@ -1,18 +1,15 @@
 #include "app/mainwindow.h"
 
+#include "app/controlsoff.h"
 #include "app/filenames.h"
 #include "camera/ccamerasdk.h"
 #include "ui/ui_mainwindow.h"
 #include "util/trace.h"
 
-#include <QPointer>
-
 void MainWindow::onslot_setbtn_takephoto()
 {
     constexpr trace::Origin log{"onslot_setbtn_takephoto"};
-    // A control that is switched off hands the keyboard on to the next one.
-    const QPointer<QWidget> working = focusWidget();
-    EnableWidgets(false, false);
+    const ControlsOff off(*this);
 
     const int colour = ui->colormodecomb->currentData(Qt::UserRole).toInt();
     const int crop = ui->cropstylecomb->currentData(Qt::UserRole).toInt();
@@ -34,8 +31,4 @@ void MainWindow::onslot_setbtn_takephoto()
                                     file.toStdString().c_str());
     }
     addPhotographIfWritten(key, file);
-
-    EnableWidgets(true, true);
-    if (working && working->isEnabled())
-        working->setFocus();
 }

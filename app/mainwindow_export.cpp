@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 
+#include "app/controlsoff.h"
 #include "app/exportplan.h"
 #include "app/filenames.h"
 #include "camera/ccamerasdk.h"
@@ -23,14 +24,13 @@ bool isThere(const _tag_unit_Thum_file_unit &photograph)
 
 void MainWindow::onslot_savebtn_createfile(int type)
 {
-    EnableWidgets(false, false);
+    const ControlsOff off(*this);
 
     const QString folder = m_fileArgv.path;
     const QString format = ui->filemodecomb->currentText();
     const exportplan::Kind kind = exportplan::kindOf(format, ui->multPageCB->isChecked());
     if (kind == exportplan::Kind::Unsupported) {
         kLog.at(321, " file format unsurpport\n");
-        EnableWidgets(true, true);
         return;
     }
     m_KorvCamera->SetImageJPGQuality(m_fileArgv.quality);
@@ -43,7 +43,6 @@ void MainWindow::onslot_savebtn_createfile(int type)
 
     // Saving is a move, whatever the library answered.
     removeExported(type);
-    EnableWidgets(true, true);
 }
 
 Photographs MainWindow::photographsToExport(int type)

@@ -78,15 +78,15 @@ TEST_F(KeyboardTest, tabReachesEveryControlThatIsOn)
     m_window->ui->devlistcomb->setFocus();
     QStringList reached;
     for (int i = 0; i < 11; ++i) {
-        ASSERT_TRUE(QApplication::focusWidget());
-        reached.append(QApplication::focusWidget()->objectName());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        ASSERT_TRUE(m_window->focusWidget());
+        reached.append(m_window->focusWidget()->objectName());
+        QTest::keyClick(m_window->focusWidget(), Qt::Key_Tab);
     }
     EXPECT_EQ(reached,
               QStringList({"devlistcomb", "dpilistcomb", "colormodecomb", "multPageCB",
                            "filemodecomb", "cropstylecomb", "rotatestylecomb", "photoBtn",
                            "saveBtn", "setBtn", "imgshowwidgt"}));
-    EXPECT_EQ(QApplication::focusWidget(), m_window->ui->devlistcomb) << "and round";
+    EXPECT_EQ(m_window->focusWidget(), m_window->ui->devlistcomb) << "and round";
 }
 
 TEST_F(KeyboardTest, aPhotographLeavesTheKeyboardOnTheButton)
@@ -94,9 +94,28 @@ TEST_F(KeyboardTest, aPhotographLeavesTheKeyboardOnTheButton)
     QPushButton *button = m_window->ui->photoBtn;
     button->setFocus();
     for (int i = 0; i < 2; ++i)
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QTest::keyClick(m_window->focusWidget(), Qt::Key_Space);
     EXPECT_EQ(itemTexts(list()), QStringList({"0001", "0002"}));
-    EXPECT_EQ(QApplication::focusWidget(), button);
+    EXPECT_EQ(m_window->focusWidget(), button);
+}
+
+TEST_F(KeyboardTest, anExportLeavesTheKeyboardOnTheButton)
+{
+    takePhotographs(2);
+    QPushButton *button = m_window->ui->saveBtn;
+    button->setFocus();
+    QTest::keyClick(button, Qt::Key_Space);
+    EXPECT_EQ(list().count(), 0);
+    EXPECT_EQ(m_window->focusWidget(), button);
+}
+
+TEST_F(KeyboardTest, anExportByTheMenuLeavesTheKeyboardOnTheStrip)
+{
+    takePhotographs(2);
+    list().setFocus();
+    EXPECT_TRUE(inMenu([this] { pressMenuKey(); }, [](QMenu &menu) { choose(menu, 3); }));
+    EXPECT_EQ(itemTexts(list()), QStringList({"0001"}));
+    EXPECT_EQ(m_window->focusWidget(), &list());
 }
 
 TEST_F(KeyboardTest, theMenuKeyOpensTheMenuOfTheCurrentThumbnail)

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+class MainWindow;
+
+/// Switches the window's controls off, and on again when it ends. A control that is switched off
+/// hands the keyboard on to the next one; afterwards the keyboard is where it was.
+class ControlsOff
+{
+public:
+    explicit ControlsOff(MainWindow &window);
+    ~ControlsOff();
+    ControlsOff(const ControlsOff &) = delete;
+    ControlsOff &operator=(const ControlsOff &) = delete;
+
+private:
+    MainWindow &m_window;
+    QPointer<QWidget> m_focused;
+};
