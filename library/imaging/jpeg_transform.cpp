@@ -7,9 +7,9 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <new>
 #include <utility>
+#include <vector>
 
 namespace korv::jpeg {
 
@@ -21,13 +21,6 @@ constexpr int kProfileMarker = JPEG_APP0 + 2; ///< ICC profiles, in pieces
 JDIMENSION dividedUp(JDIMENSION value, JDIMENSION by)
 {
     return (value + by - 1) / by;
-}
-
-/// So many blocks that MCUs are whole.
-JDIMENSION padded(JDIMENSION blocks, int factor)
-{
-    const auto step = static_cast<JDIMENSION>(factor);
-    return dividedUp(blocks, step) * step;
 }
 
 /// Of one component's steps: old ones, and how a coefficient becomes one of the new steps.
@@ -104,13 +97,26 @@ public:
     bool run(ByteView data, double dpi, ByteDestination &destination);
 
 private:
+    /// Of one component, as many rows of blocks as an MCU has.
+    struct TurnedRows
+    {
+        Transcoder *self = nullptr;
+        int component = 0;
+        JDIMENSION width = 0; ///< blocks of the turned picture
+        JDIMENSION height = 0;
+        std::vector<JCOEF> blocks;
+        std::array<JBLOCKROW, MAX_SAMP_FACTOR> rows{};
+    };
+
     void readCoefficients(ByteView data);
-    void requestTurnedArrays();
     void configure(double dpi);
     void chooseSteps();
     void turnSteps();
     void requantise();
-    void turnBlocks(int component);
+    void offerTurnedRows();
+    void turnRow(const TurnedRows &turned, JDIMENSION y, JBLOCKROW out);
+    static JBLOCKARRAY onAccess(j_common_ptr state, jvirt_barray_ptr array, JDIMENSION first,
+                                JDIMENSION count, boolean writable);
     void copyMarkers();
     JDIMENSION inBlocks(const jpeg_component_info &component, bool across) const;
     JBLOCKROW inRow(int component, JDIMENSION row, boolean writable);
@@ -122,7 +128,8 @@ private:
     jpeg_compress_struct m_out{};
     jpeg_progress_mgr m_progress{};
     jvirt_barray_ptr *m_coefficients = nullptr;
-    std::array<jvirt_barray_ptr, kMostComponents> m_turned{};
+    std::array<TurnedRows, kMostComponents> m_turned{};
+    std::array<jvirt_barray_ptr, kMostComponents> m_turnedArrays{};
     std::array<Requantiser, kMostComponents> m_requantisers{};
     int m_components = 0; ///< that stay
 };
@@ -142,25 +149,6 @@ JBLOCKROW Transcoder::inRow(int component, JDIMENSION row, boolean writable)
                                         m_coefficients[component], row, 1, writable)[0];
 }
 
-/// All arrays must be asked for before the coefficients are read.
-void Transcoder::requestTurnedArrays()
-{
-    for (int i = 0; i < m_components; ++i) {
-        const jpeg_component_info &component = m_in.comp_info[i];
-        JDIMENSION width = inBlocks(component, true);
-        JDIMENSION height = inBlocks(component, false);
-        int across = component.h_samp_factor;
-        int down = component.v_samp_factor;
-        if (m_transform.turn.transpose) {
-            std::swap(width, height);
-            std::swap(across, down);
-        }
-        m_turned[static_cast<std::size_t>(i)] = m_in.mem->request_virt_barray(
-            reinterpret_cast<j_common_ptr>(&m_in), JPOOL_IMAGE, FALSE, padded(width, across),
-            padded(height, down), static_cast<JDIMENSION>(down));
-    }
-}
-
 void Transcoder::readCoefficients(ByteView data)
 {
     jpeg_create_decompress(&m_in);
@@ -175,8 +163,6 @@ void Transcoder::readCoefficients(ByteView data)
     if (m_in.num_components > kMostComponents)
         m_trap.fail(-EBADMSG);
     m_components = m_transform.gray ? 1 : m_in.num_components;
-    if (!m_transform.turn.isNone())
-        requestTurnedArrays();
     m_coefficients = jpeg_read_coefficients(&m_in);
 }
 
@@ -266,33 +252,49 @@ void Transcoder::requantise()
     }
 }
 
-void Transcoder::turnBlocks(int component)
+/// Has the encoder ask here for its rows. They are made as it comes to them: a second set of all
+/// coefficients would take as much memory again, and the time to get it from the system.
+void Transcoder::offerTurnedRows()
+{
+    m_out.mem->access_virt_barray = onAccess;
+    for (int i = 0; i < m_components; ++i) {
+        const jpeg_component_info &info = m_in.comp_info[i];
+        TurnedRows &turned = m_turned[static_cast<std::size_t>(i)];
+        turned.self = this;
+        turned.component = i;
+        turned.width = inBlocks(info, !m_transform.turn.transpose);
+        turned.height = inBlocks(info, m_transform.turn.transpose);
+        const auto rows = static_cast<std::size_t>(m_out.comp_info[i].v_samp_factor);
+        turned.blocks.resize(rows * turned.width * DCTSIZE2);
+        for (std::size_t row = 0; row < rows; ++row)
+            turned.rows[row] =
+                reinterpret_cast<JBLOCKROW>(turned.blocks.data() + row * turned.width * DCTSIZE2);
+        // the type is libjpeg's own secret: the encoder only hands it on to onAccess()
+        m_turnedArrays[static_cast<std::size_t>(i)] = reinterpret_cast<jvirt_barray_ptr>(&turned);
+    }
+}
+
+JBLOCKARRAY Transcoder::onAccess(j_common_ptr, jvirt_barray_ptr array, JDIMENSION first,
+                                 JDIMENSION count, boolean)
+{
+    auto &turned = *reinterpret_cast<TurnedRows *>(array);
+    // whole MCUs are asked for; what lies behind the picture's end is not used
+    const JDIMENSION end = std::min(first + count, turned.height);
+    for (JDIMENSION y = first; y < end; ++y)
+        turned.self->turnRow(turned, y, turned.rows[y - first]);
+    return turned.rows.data();
+}
+
+void Transcoder::turnRow(const TurnedRows &turned, JDIMENSION y, JBLOCKROW out)
 {
     const Turn &turn = m_transform.turn;
-    const jpeg_component_info &info = m_in.comp_info[component];
-    const JDIMENSION inWidth = inBlocks(info, true);
-    const JDIMENSION inHeight = inBlocks(info, false);
-    const JDIMENSION width = turn.transpose ? inHeight : inWidth;
-    const JDIMENSION height = turn.transpose ? inWidth : inHeight;
-    jvirt_barray_ptr turned = m_turned[static_cast<std::size_t>(component)];
-    const auto outRow = [&](JDIMENSION y) {
-        return m_in.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&m_in), turned, y, 1,
-                                            TRUE)[0];
-    };
-    for (JDIMENSION y = 0; y < height; ++y) {
-        JBLOCKROW out = outRow(y);
-        const JDIMENSION fromY = turn.mirrorY ? height - 1 - y : y;
-        for (JDIMENSION x = 0; x < width; ++x) {
-            const JDIMENSION fromX = turn.mirrorX ? width - 1 - x : x;
-            const JBLOCKROW in = turn.transpose ? inRow(component, fromX, FALSE) + fromY
-                                                : inRow(component, fromY, FALSE) + fromX;
-            m_map.move(in[0], out[x]);
-        }
+    const JDIMENSION fromY = turn.mirrorY ? turned.height - 1 - y : y;
+    for (JDIMENSION x = 0; x < turned.width; ++x) {
+        const JDIMENSION fromX = turn.mirrorX ? turned.width - 1 - x : x;
+        const JBLOCKROW in = turn.transpose ? inRow(turned.component, fromX, FALSE) + fromY
+                                            : inRow(turned.component, fromY, FALSE) + fromX;
+        m_map.move(in[0], out[x]);
     }
-    // the encoder asks for whole MCUs, and libjpeg refuses rows that nobody has written
-    const int down = turn.transpose ? info.h_samp_factor : info.v_samp_factor;
-    for (JDIMENSION y = height; y < padded(height, down); ++y)
-        std::memset(outRow(y), 0, width * sizeof(JBLOCK));
 }
 
 void Transcoder::copyMarkers()
@@ -315,9 +317,8 @@ bool Transcoder::run(ByteView data, double dpi, ByteDestination &destination)
         requantise();
         jvirt_barray_ptr *result = m_coefficients;
         if (!m_transform.turn.isNone()) {
-            for (int i = 0; i < m_components; ++i)
-                turnBlocks(i);
-            result = m_turned.data();
+            offerTurnedRows();
+            result = m_turnedArrays.data();
         }
         m_out.dest = destination.manager();
         jpeg_write_coefficients(&m_out, result);
