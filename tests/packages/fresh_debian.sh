@@ -1,12 +1,13 @@
 # shellcheck shell=bash
 # A fresh Debian 12 in a folder, to install packages in. Sourced; needs root.
 
-# freshDebianObstacle MIRROR: why this machine cannot have one; nothing when it can.
+# freshDebianObstacle MIRROR TOOL ...: why this machine cannot have one, or lacks a tool that is used
+# with it; nothing when all is there.
 freshDebianObstacle()
 {
     local mirror=$1 tool
     ((EUID == 0)) || { echo "only root can make a fresh Debian" && return; }
-    for tool in debootstrap wget unshare chroot; do
+    for tool in debootstrap wget unshare chroot "${@:2}"; do
         command -v "$tool" >/dev/null || { echo "$tool is not installed" && return; }
     done
     unshare --mount --pid --fork true 2>/dev/null ||
