@@ -95,7 +95,8 @@ def main(arguments):
     root, evidence = (pathlib.Path(path).resolve() for path in arguments)
     evidence.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory(prefix="korv-installed-") as work:
-        display = AnyScreen(pathlib.Path(work) / "display")
+        # as Xorg says; at Xvfb's own 100 the window would be larger, and so its places others
+        display = AnyScreen(pathlib.Path(work) / "display", dpi=96)
         app = InstalledApplication(display, work, root)
         try:
             status = use(app, display, evidence)
