@@ -43,7 +43,7 @@ class Wayland(EndToEndTest):
         self.assertTrue(is_near(picture.pixel(1200, 100), BLUE), "turned to the left")
         self.close(app)
 
-    def test_menu_of_a_thumbnail_and_settings_by_keyboard(self):
+    def test_menus_of_the_thumbnails_and_settings_by_keyboard(self):
         app = self.show_window()
         paths = [app.take_photograph() for _ in range(2)]
         app.click(FIRST_THUMBNAIL)
@@ -52,6 +52,11 @@ class Wayland(EndToEndTest):
         self.screen.keys("Down", "Down", "Return")
         app.wait_until(lambda: not paths[0].exists(), "removal of the first")
         self.assertTrue(paths[1].exists())
+        self.screen.keys("Menu")
+        time.sleep(0.5 * application.patience())
+        self.screen.keys("Down", "Return")
+        app.wait_until(app.opened.exists, "the viewer")
+        self.assertIn(paths[1].name, app.opened.read_text())
         app.click(application.SETTINGS_BUTTON)
         time.sleep(0.5 * application.patience())
         self.screen.keys("Escape")
