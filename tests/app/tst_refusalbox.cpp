@@ -1,6 +1,8 @@
 #include "app/refusalbox.h"
 
 #include "tests/app/windowtools.h"
+#include "tests/support/accessible_tree.h"
+#include "tests/support/qt_printing.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +24,18 @@ TEST(RefusalBoxTest, textsButtonAndIconsAreFixed)
     ASSERT_EQ(box.buttons().size(), 1);
     EXPECT_EQ(box.standardButton(box.buttons().front()), QMessageBox::Ok);
     EXPECT_EQ(box.buttons().front()->text(), QStringLiteral("确 定"));
+}
+
+TEST(RefusalBoxTest, isReadAloud)
+{
+    RefusalBox box;
+    box.show();
+    const auto tree = support::accessibleTree(box);
+    EXPECT_EQ(tree.front().role, QAccessible::AlertMessage);
+    EXPECT_EQ(tree.front().name, QStringLiteral("棱湾拍摄仪"));
+    EXPECT_EQ(support::namesOf(tree, QAccessible::Button), QStringList(QStringLiteral("确 定")));
+    EXPECT_TRUE(support::namesOf(tree, QAccessible::StaticText)
+                    .contains(QStringLiteral("程序已打开\n    请无重复打开")));
 }
 
 TEST(RefusalBoxTest, keepsItsSizeAndPlaceWhileShown)
