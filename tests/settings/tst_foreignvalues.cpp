@@ -11,10 +11,10 @@
 
 namespace {
 
-// a list of texts that is 4 294 967 295 entries long
+// a list of texts that is 2 147 483 647 entries long
 constexpr char kHugeList[] =
     R"([file]
-type=@Variant(\0\0\0\xb\xff\xff\xff\xff)
+type=@Variant(\0\0\0\xb\x7f\xff\xff\xff)
 )";
 
 class ForeignValues : public testing::Test
