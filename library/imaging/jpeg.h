@@ -54,7 +54,8 @@ Result<std::size_t> findEnd(ByteView data);
 Result<Info> readInfo(ByteView data);
 
 /// Whether a file of `size` bytes can hold such a picture: each 8x8 block takes at least one bit,
-/// so a short file that promises a huge picture lies.
+/// so a short file that promises a huge picture lies. Arithmetic coding knows no such bound; there a
+/// huge picture is believed from one byte for 4096 pixels on.
 bool isPlausible(const Info &info, std::size_t size);
 
 /// The chroma sampling to keep when a picture with these headers is encoded again.

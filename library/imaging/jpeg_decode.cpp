@@ -119,8 +119,14 @@ void makeBilevel(Image &image)
 bool isPlausible(const Info &info, std::size_t size)
 {
     constexpr std::int64_t kMostPixelsPerByte = 8 * 64;
+    // with arithmetic coding a blank picture of any size takes two hundred bytes
+    constexpr std::int64_t kBelievedPixels = 32'000'000;
+    constexpr std::int64_t kMostArithmeticPixelsPerByte = 4096;
     const std::int64_t pixels = std::int64_t{info.width} * info.height;
-    return !info.huffman || pixels / kMostPixelsPerByte <= static_cast<std::int64_t>(size);
+    const auto bytes = static_cast<std::int64_t>(size);
+    if (!info.huffman)
+        return pixels <= kBelievedPixels || pixels / kMostArithmeticPixelsPerByte <= bytes;
+    return pixels / kMostPixelsPerByte <= bytes;
 }
 
 namespace {

@@ -185,6 +185,18 @@ TEST_F(HostileSourceTest, jpegThatLiesAboutItsSize)
         EXPECT_EQ(convertImage(source, path("made." + format), 95).code(), -EBADMSG) << format;
 }
 
+TEST_F(HostileSourceTest, arithmeticJpegThatLiesAboutItsSizeTakesNoMemory)
+{
+    const std::string plain = path("plain.jpg");
+    pictures::writeBytes(plain, pictures::jpegOf(pictures::page(64, 48)));
+    const ProgramResult made = runProgram({"jpegtran", "-arithmetic", plain});
+    ASSERT_EQ(made.status, 0) << made.errors;
+    const Bytes jpeg(made.output.begin(), made.output.end());
+    EXPECT_TRUE(loadImage(jpeg));
+    const Bytes lie = withSize(jpeg, 20'000, 20'000);
+    EXPECT_LT(growth([&] { EXPECT_EQ(loadImage(lie).code(), -EBADMSG); }), kSmall);
+}
+
 TEST_F(HostileSourceTest, jpegOfEndlessScansBecomesNoPage)
 {
     const std::string plain = path("plain.jpg");
