@@ -31,24 +31,37 @@ char escaped(const QByteArray &ini, int &at, int base, Predicate isDigit)
     return value < 0x80 ? static_cast<char>(value) : '?';
 }
 
-/// The characters that can be part of a name, without what QSettings skips between them.
+bool isLineEnd(char each)
+{
+    return each == '\n' || each == '\r';
+}
+
+/// Reads what stands behind a backslash at `at`, as QSettings does: a character by its number, a
+/// character by its letter (none that matters here), or nothing at all.
+QByteArray unescaped(const QByteArray &ini, int &at)
+{
+    if (isOctal(ini[at]))
+        return QByteArray(1, escaped(ini, at, 8, isOctal));
+    const char each = ini[at++];
+    if (each == 'x') {
+        const bool digits = at < ini.size() && isHexadecimal(ini[at]);
+        return digits ? QByteArray(1, escaped(ini, at, 16, isHexadecimal)) : QByteArray();
+    }
+    if (isLineEnd(each) && at < ini.size() && isLineEnd(ini[at]) && ini[at] != each)
+        ++at;
+    return QByteArray("abfnrtv\"?'\\").contains(each) ? "?" : QByteArray();
+}
+
+/// The text as QSettings sees it, without what it skips between characters.
 QByteArray plain(const QByteArray &ini)
 {
     QByteArray result;
     for (int at = 0; at < ini.size();) {
         const char each = ini[at++];
-        if (each == '"' || std::isspace(static_cast<unsigned char>(each)) != 0)
-            continue;
-        if (each != '\\') {
+        if (each == '\\' && at < ini.size())
+            result += unescaped(ini, at);
+        else if (each != '"' && each != ' ' && each != '\t')
             result += each;
-            continue;
-        }
-        if (at >= ini.size())
-            break;
-        if (isOctal(ini[at]))
-            result += escaped(ini, at, 8, isOctal);
-        else if (ini[at++] == 'x' && at < ini.size() && isHexadecimal(ini[at]))
-            result += escaped(ini, at, 16, isHexadecimal);
     }
     return result;
 }

@@ -72,6 +72,7 @@ TEST_F(ForeignValues, areSeenThroughEscapesQuotesAndLists)
              R"(a=\x10040Variant(x))",
              R"(a=@\qVariant(x))",
              "a=@Vari\\\nant(x)",
+             "a=@Vari\\\r\nant(x)",
              "a=\"@Vari\" ant(x)",
              "a=@DateTime(x)",
          })
@@ -93,7 +94,8 @@ TEST_F(ForeignValues, ownValuesAreNotMistakenForThem)
         QByteArray::fromStdString(support::readFile(home.scratch() / "own.ini"));
     EXPECT_TRUE(written.contains("@@Variant(x)")) << written.toStdString();
     EXPECT_FALSE(foreignvalues::areIn(written)) << written.toStdString();
-    for (const char *ini : {"", "\\", "a=\\", "a=\\x", "a=@variant(", "a=@Variant", "a=x@Variant("})
+    for (const char *ini : {"", "\\", "a=\\", "a=\\x", "a=@variant(", "a=@Variant", "a=x@Variant(",
+                            "a=@Vari\nant(", "a=@Vari\\aant("})
         EXPECT_FALSE(foreignvalues::areIn(ini)) << ini;
 }
 
