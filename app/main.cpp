@@ -12,9 +12,7 @@
 int main(int argc, char **argv)
 {
     prepareProcess();
-    // The widgets' places are fixed: on a dense screen they must grow with the letters. On others
-    // nothing changes.
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    // Whether the window grows on a dense screen is for the environment to say; its icons are sharp.
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
     QTranslator translator;

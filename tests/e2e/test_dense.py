@@ -19,7 +19,7 @@ class Dense(EndToEndTest):
     def setUp(self):
         super().setUp()
         self.desk.plug("1b17:0211 Desk", [stripes(1600, 1200, 3)])
-        self.app = self.start()
+        self.app = self.start(environment={"QT_AUTO_SCREEN_SCALE_FACTOR": "1"})
         self.app.wait_for_live_picture()
 
     def place(self, rect):
