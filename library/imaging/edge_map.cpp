@@ -135,6 +135,8 @@ EdgeFinder::Gradient EdgeFinder::gradientOf(const Planes &planes)
 
 void EdgeFinder::keepLarger(Gradient &gradient, const cv::Mat &plane, int gain)
 {
+    if (plane.cols < kLanes + 2)
+        return; // nobody searches so narrow a picture
     for (int row = 1; row + 1 < plane.rows; ++row) {
         const Rows rows{plane.ptr<std::uint8_t>(row - 1), plane.ptr<std::uint8_t>(row),
                         plane.ptr<std::uint8_t>(row + 1)};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/imaging/colour_reach.h"
 #include "library/imaging/quad_finder.h"
 
 #include <array>
@@ -33,6 +34,13 @@ enum class Feature : std::size_t {
     InnerTexture, ///< share of the inside that is near edges
     OuterTexture,
     Squareness, ///< product: evidence that all four sides agree, at once
+    OuterDifference, ///< between the outer rims' colours, in steps across
+    InnerReach, ///< how far the inner rims' colours are scattered over the picture
+    OuterReach,
+    LeastOuterReach, ///< of the side where it is least
+    InnerWriting, ///< share of the inside that is thin and dark
+    OuterWriting, ///< the same just outside
+    FartherWriting, ///< and beyond that
     Count
 };
 
@@ -49,7 +57,14 @@ private:
     std::array<double, kFeatureCount> m_values{};
 };
 
-/// `map` is the map of edges from which the quadrilateral was made.
-Features featuresOf(const Quad &quad, const EdgeMap &map);
+/// What of the picture the features are taken from.
+struct Surroundings
+{
+    const EdgeMap &map; ///< of the edges from which the quadrilaterals were made
+    const ColourReach &reach;
+    const cv::Mat &writing; ///< see SearchPicture
+};
+
+Features featuresOf(const Quad &quad, const Surroundings &surroundings);
 
 } // namespace korv::crop

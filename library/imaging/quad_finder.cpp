@@ -16,7 +16,7 @@ constexpr double kShortestSide = 36;
 constexpr double kLongestAspect = 5.5;
 constexpr double kParallelCosine = 0.90; ///< of opposite sides: 26 degrees
 constexpr double kCrossingCosine = 0.57; ///< of neighbouring sides: 55 degrees and more
-constexpr std::size_t kExamined = 5; ///< outlines for each that is kept
+constexpr std::size_t kExamined = 2; ///< outlines for each that is kept
 constexpr double kMargin = 2; ///< corners keep this from the frame's border
 
 /// Where two lines meet, as distances along either.

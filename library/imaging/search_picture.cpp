@@ -15,6 +15,8 @@ namespace {
 
 constexpr int kLongSide = 640;
 constexpr int kWriting = 7; ///< wider than strokes and the gaps between them, at this size
+constexpr int kInk = 14; ///< levels that writing is darker than what is around it
+constexpr int kInkAround = 9;
 constexpr int kSpeck = 3;
 constexpr int kMostMixed = 4; ///< frame pixels across that make a small one: enough against noise
 
@@ -142,6 +144,10 @@ SearchPicture makeSearchPicture(const Image &image)
         const cv::Size writing(kWriting, kWriting);
         cv::morphologyEx(planes[0], result.closed[0], cv::MORPH_CLOSE,
                          cv::getStructuringElement(cv::MORPH_RECT, writing));
+        const cv::Mat ink = result.closed[0] - planes[0] > kInk;
+        const cv::Size around(kInkAround, kInkAround);
+        cv::boxFilter(ink, result.writing, -1, around, cv::Point(-1, -1), true,
+                      cv::BORDER_REPLICATE);
         cv::GaussianBlur(result.closed[0], result.closed[0], blur, 0);
         cv::GaussianBlur(planes[0], result.plainLuma, blur, 0);
     };

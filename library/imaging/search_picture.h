@@ -16,6 +16,7 @@ struct SearchPicture
     double scale = 1; ///< its pixels for one of the frame
     Planes closed; ///< without dark things as thin as writing
     cv::Mat plainLuma;
+    cv::Mat writing; ///< CV_8UC1: how much of the neighbourhood is dark and thin, 255 for all of it
 
     cv::Size size() const { return plainLuma.size(); }
     /// From this picture's pixels to the frame's; pixel centres are at whole numbers in both.

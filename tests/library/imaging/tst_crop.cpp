@@ -213,6 +213,10 @@ TEST(Crop, strangeCornersAreCutSomehow)
     const Image scene = desk::draw(sceneOf(kTilted));
     const Quadrilateral point{{{{5, 5}, {5, 5}, {5, 5}, {5, 5}}}};
     const Quadrilateral outside{{{{-500, -500}, {900, -400}, {900, 900}, {-500, 800}}}};
+    const Quadrilateral line{{{{0, 0}, {100, 0}, {200, 0}, {300, 0}}}};
+    const Quadrilateral dented{{{{100, 100}, {700, 100}, {300, 300}, {100, 700}}}};
     EXPECT_GT(cutSheet(scene, point).width(), 0);
+    EXPECT_GT(cutSheet(scene, line).width(), 0);
+    EXPECT_GT(cutSheet(scene, dented).width(), 0);
     EXPECT_GT(cutSheet(scene, outside).width(), 0);
 }

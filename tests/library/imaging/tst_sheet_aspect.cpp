@@ -85,3 +85,15 @@ TEST(SheetAspect, onlyWhatIsWithinTwoPercentSnaps)
     EXPECT_DOUBLE_EQ(snappedToFormat(0.5), 0.5);
     EXPECT_DOUBLE_EQ(snappedToFormat(1.0), 1.0);
 }
+
+TEST(SheetAspect, cornersThatSpanNothingCountAsASquare)
+{
+    const Quadrilateral point{{{{5, 5}, {5, 5}, {5, 5}, {5, 5}}}};
+    const Quadrilateral line{{{{0, 0}, {100, 0}, {200, 0}, {300, 0}}}};
+    for (const Quadrilateral &each : {point, line}) {
+        const double aspect = sheetAspect(each, kFrameWidth, kFrameHeight);
+        EXPECT_TRUE(std::isfinite(aspect));
+        EXPECT_GT(aspect, 0.5);
+        EXPECT_LT(aspect, 2);
+    }
+}

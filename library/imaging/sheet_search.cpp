@@ -1,0 +1,71 @@
+#include "library/imaging/sheet_search.h"
+
+#include <algorithm>
+
+namespace korv::crop {
+
+namespace {
+
+constexpr int kSmallestSide = 64; ///< of a search picture worth the name
+constexpr std::size_t kMostQuads = 1500;
+constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
+
+} // namespace
+
+SheetSearch::SheetSearch(const Image &image)
+    : m_image(image)
+    , m_picture(makeSearchPicture(image))
+    , m_edges(m_picture)
+    , m_reach(m_picture.closed)
+    , m_map(m_picture.size())
+    , m_lines(m_map, m_picture.closed)
+{
+}
+
+bool SheetSearch::isTooSmall() const
+{
+    return std::min(m_picture.size().width, m_picture.size().height) < kSmallestSide;
+}
+
+std::vector<Candidate> SheetSearch::amongClosed()
+{
+    return search(m_edges.closed());
+}
+
+std::vector<Candidate> SheetSearch::amongAll()
+{
+    return search(m_edges.plain());
+}
+
+std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
+{
+    m_map.add(edges);
+    m_lines.search(edges);
+    std::vector<LineEvidence> evidence;
+    for (const FoundLine &line : m_lines.best())
+        evidence.emplace_back(line, m_map, m_picture.closed);
+    const Surroundings surroundings{m_map, m_reach, m_picture.writing};
+    std::vector<Candidate> candidates;
+    for (const Quad &quad : findQuads(evidence, m_picture.size(), kMostQuads)) {
+        const Features features = featuresOf(quad, surroundings);
+        candidates.push_back({quad.corners, features, rankOf(features)});
+    }
+    std::stable_sort(candidates.begin(), candidates.end(),
+                     [](const Candidate &a, const Candidate &b) { return a.rank > b.rank; });
+    return candidates;
+}
+
+Corners SheetSearch::inFrame(const Corners &corners) const
+{
+    Corners result;
+    std::transform(corners.begin(), corners.end(), result.begin(),
+                   [this](cv::Point2d point) { return m_picture.toFrame(point); });
+    return result;
+}
+
+Refined SheetSearch::refined(const Candidate &candidate) const
+{
+    return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale);
+}
+
+} // namespace korv::crop
