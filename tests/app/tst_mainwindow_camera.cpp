@@ -240,7 +240,7 @@ TEST_F(CameraTest, settingsThatWouldTakeAllMemoryArePutAside)
 {
     start();
     const std::string huge = R"([file]
-type=@Variant(\0\0\0\xb\xff\xff\xff\xff)
+type=@Variant(\0\0\0\xb\x7f\xff\xff\xff)
 )";
     writeSettings("1234*5678.ini", huge);
     m_window->OpenCamera(m_camera);
