@@ -61,7 +61,7 @@ private:
     }
     void problem(const Device &device, const std::string &doing, int result);
     void examine(const Device &device);
-    void examineStream(const Device &device);
+    void examineStream(const Device &device, FrameReceiver &receiver);
     bool awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline);
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
 
@@ -127,9 +127,8 @@ void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
         m_session.print("     a photograph of it can be made");
 }
 
-void Doctor::examineStream(const Device &device)
+void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
 {
-    FrameReceiver receiver(m_session.wakeup());
     const Clock::time_point start = Clock::now();
     const int started = m_session.library().StartCapture(device.index, &FrameReceiver::onFrame);
     if (started < 0)
@@ -156,6 +155,8 @@ void Doctor::examineStream(const Device &device)
 void Doctor::examine(const Device &device)
 {
     m_session.print("  " + describe(device));
+    // outlives the stream, which ends when the camera is closed
+    FrameReceiver receiver(m_session.wakeup());
     const OpenDevice camera(m_session.library(), device.index);
     if (camera.result() < 0)
         return problem(device, "open it", camera.result());
@@ -169,7 +170,7 @@ void Doctor::examine(const Device &device)
                     + (chosen == modes.end()
                            ? std::string()
                            : ", " + sizeText(chosen->res_w, chosen->res_h) + " to begin with"));
-    examineStream(device);
+    examineStream(device, receiver);
 }
 
 void Doctor::examineCameras()
