@@ -20,11 +20,9 @@ class Menu(EndToEndTest):
 
     def choose_from_menu(self, place, steps):
         """Opens the menu and walks down to an entry."""
-        self.app.click(place, button=3)
-        self.app.wait_for("MouseButtonRight$", self.app.mark - 20 if self.app.mark > 20 else 0)
-        time.sleep(0.5 * application.patience())
-        self.screen.keys(*["Down"] * steps, "Return")
-        time.sleep(0.3 * application.patience())
+        mark = self.app.mark
+        self.app.choose(place, *["Down"] * steps, "Return", button=3)
+        self.app.wait_for("MouseButtonRight$", mark)
 
     def photograph(self, count):
         empty = self.app.picture(application.THUMBNAILS)

@@ -47,9 +47,7 @@ class Wayland(EndToEndTest):
         app = self.show_window()
         paths = [app.take_photograph() for _ in range(2)]
         app.click(FIRST_THUMBNAIL)
-        app.click(FIRST_THUMBNAIL, button=3)
-        time.sleep(0.5 * application.patience())
-        self.screen.keys("Down", "Down", "Return")
+        app.choose(FIRST_THUMBNAIL, "Down", "Down", "Return", button=3)
         app.wait_until(lambda: not paths[0].exists(), "removal of the first")
         self.assertTrue(paths[1].exists())
         self.screen.keys("Menu")

@@ -189,12 +189,20 @@ class Application:
     def click(self, rect, button=1, repeat=1):
         self.screen.click(*self.place(rect).centre, button=button, repeat=repeat)
 
+    def choose(self, rect, *keys, button=1):
+        """Opens the list or menu of a place with the mouse and works it by keys, which close it."""
+        before = self._window_numbers()
+        self.click(rect, button)
+        opened = self.wait_until(lambda: self._window_numbers() - before, "a list or menu")
+        self.screen.keys(*keys)
+        self.wait_until(lambda: not self._window_numbers() & opened, "the end of the list or menu")
+
+    def _window_numbers(self):
+        return {window for window, _, _ in self.screen.windows(self.process.pid)}
+
     def select(self, selector, index):
         """Chooses an entry of a selector with the mouse and the keyboard."""
-        self.click(selector)
-        time.sleep(0.3 * patience())
-        self.screen.keys("Home", *["Down"] * index, "Return")
-        time.sleep(0.2 * patience())
+        self.choose(selector, "Home", *["Down"] * index, "Return")
 
     def focus(self, window):
         self.screen.xdotool("windowfocus", "--sync", window)

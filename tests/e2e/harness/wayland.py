@@ -132,6 +132,13 @@ class WaylandApplication(application.Application):
                 frame.x + border, frame.y + frame.height - border - self.CONTENT.height)
         return None, self._place
 
+    def choose(self, rect, *keys, button=1):
+        """Nobody tells here when a list or menu has opened."""
+        self.click(rect, button)
+        time.sleep(0.5 * application.patience())
+        self.screen.keys(*keys)
+        time.sleep(0.3 * application.patience())
+
     def close(self, timeout=20):
         frame = self.decorated()
         dx, dy = CLOSE_BUTTON
