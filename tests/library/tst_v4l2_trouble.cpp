@@ -1,10 +1,10 @@
 #include "library/device/v4l2_device.h"
 
+#include "tests/library/support/folder_entries.h"
 #include "tests/library/support/v4l2_fixture.h"
 
 #include <atomic>
 #include <cerrno>
-#include <filesystem>
 #include <gmock/gmock.h>
 #include <new>
 #include <thread>
@@ -13,8 +13,10 @@ using namespace korv;
 using testing::IsEmpty;
 using testing_support::becomesTrue;
 using testing_support::Delivery;
+using testing_support::entriesIn;
 using testing_support::FakeV4l2;
 using testing_support::secondsOf;
+using testing_support::threadCount;
 using testing_support::V4l2Fixture;
 
 namespace {
@@ -34,12 +36,6 @@ protected:
         auto device = opened();
         EXPECT_TRUE(device->start(m_frames));
         return device;
-    }
-
-    static long entriesIn(const char *folder)
-    {
-        const std::filesystem::directory_iterator entries(folder);
-        return std::distance(begin(entries), end(entries));
     }
 };
 
@@ -333,7 +329,7 @@ TEST_F(V4l2Trouble, stopDuringARecoveryReturnsInTime)
 TEST_F(V4l2Trouble, twoHundredCyclesLeaveNothingBehind)
 {
     std::thread([] {}).join(); // a sanitizer starts one of its own beside the first
-    const long threads = entriesIn("/proc/self/task");
+    const long threads = threadCount();
     const long descriptors = entriesIn("/proc/self/fd");
     for (int cycle = 0; cycle < 200; ++cycle) {
         auto device = opened();
@@ -352,6 +348,6 @@ TEST_F(V4l2Trouble, twoHundredCyclesLeaveNothingBehind)
         m_calls->plug();
     }
     // the kernel forgets a thread a moment after it was joined
-    EXPECT_TRUE(becomesTrue([=] { return entriesIn("/proc/self/task") == threads; }));
+    EXPECT_TRUE(becomesTrue([=] { return threadCount() == threads; }));
     EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
 }

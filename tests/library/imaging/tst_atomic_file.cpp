@@ -1,6 +1,7 @@
 #include "library/output/atomic_file.h"
 
 #include "tests/library/imaging/pictures.h"
+#include "tests/library/support/folder_entries.h"
 #include "tests/support/temp_home.h"
 
 #include <atomic>
@@ -14,14 +15,10 @@
 #include <thread>
 
 using namespace korv;
+using testing_support::entriesIn;
 namespace fs = std::filesystem;
 
 namespace {
-
-int entriesIn(const fs::path &folder)
-{
-    return static_cast<int>(std::distance(fs::directory_iterator(folder), {}));
-}
 
 /// A disk that is full after some bytes: the process's own limit on file sizes.
 class FileSizeLimit
@@ -59,7 +56,7 @@ protected:
         EXPECT_TRUE(file) << file.error().text;
         return file ? std::move(file).value() : nullptr;
     }
-    int entries() const { return entriesIn(m_home.scratch()); }
+    std::ptrdiff_t entries() const { return entriesIn(m_home.scratch()); }
 
     support::TempHome m_home;
 };

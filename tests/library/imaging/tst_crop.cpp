@@ -2,14 +2,15 @@
 
 #include "tests/library/imaging/desk.h"
 #include "tests/library/imaging/pictures.h"
+#include "tests/library/support/folder_entries.h"
 #include "tests/library/support/wait.h"
 
 #include <cmath>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <thread>
 
 using namespace korv;
+using testing_support::threadCount;
 
 namespace {
 
@@ -185,18 +186,13 @@ TEST(Crop, threadsAtOnceFindTheSame)
 
 TEST(Crop, noThreadOutlivesTheCrop)
 {
-    const auto threads = [] {
-        const std::filesystem::directory_iterator entries("/proc/self/task");
-        return std::distance(begin(entries), end(entries));
-    };
     const Image scene = desk::draw(sceneOf(kTilted));
     std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first
-    const std::ptrdiff_t before = threads();
+    const std::ptrdiff_t before = threadCount();
     const std::optional<Quadrilateral> found = findSheet(scene);
     ASSERT_TRUE(found);
     EXPECT_GT(cutSheet(scene, *found).width(), 0);
-    // the kernel forgets a thread a moment after it was joined
-    EXPECT_TRUE(testing_support::becomesTrue([&] { return threads() == before; }));
+    EXPECT_TRUE(testing_support::becomesTrue([=] { return threadCount() == before; }));
 }
 
 TEST(Crop, strangePicturesAreLeftAlone)
