@@ -38,6 +38,13 @@ bool makeFolder(const QString &folder)
     return general::Korv_Config_Mkdir(folder.toStdString().c_str(), kFolderMode) >= 0;
 }
 
+/// The file with the settings of the camera's model; one that would take all memory is put aside.
+QString settingsFileOf(const _tag_unit_camera &camera, const QString &backupFolder)
+{
+    return foreignvalues::putAside(
+        workarguments::settingsFileName(backupFolder, camera.vid, camera.pid));
+}
+
 } // namespace
 
 void MainWindow::onslot_StartCamera()
@@ -71,8 +78,7 @@ int MainWindow::OpenCamera(_tag_unit_camera &cam)
         log.at(1058, "fail mkdir GetTempPath \n");
         return -1;
     }
-    backupSetting settings(
-        foreignvalues::putAside(workarguments::settingsFileName(backupFolder, cam.vid, cam.pid)));
+    backupSetting settings(settingsFileOf(cam, backupFolder));
 
     // The device and what it offers.
     const int opened = m_KorvCamera->Open(cam.ID);
@@ -157,8 +163,7 @@ void MainWindow::SaveCameraWorkArg(_tag_unit_camera &camera)
         log.at(__LINE__, "failure mkdir GetTempPath \n");
         return;
     }
-    backupSetting settings(foreignvalues::putAside(
-        workarguments::settingsFileName(backupFolder, camera.vid, camera.pid)));
+    backupSetting settings(settingsFileOf(camera, backupFolder));
     // What the user sees is what is saved; only the folder has no widget here.
     workarguments::Shown shown;
     shown.resolution = ui->dpilistcomb->currentText();
