@@ -56,14 +56,12 @@ public:
             const auto nearest = static_cast<std::size_t>(edge.degrees * kAngles / 180 + 0.5F);
             ofAngle[nearest % kAngles].push_back(&edge);
         }
-        const auto voteForThose = [&](int first, int end) {
+        onTwoCores(0, kAngles, [&](int first, int end) {
             for (int angle = first; angle < end; ++angle) {
                 for (int k = angle - kVoteSpread; k <= angle + kVoteSpread; ++k)
                     voteFor(angle, ofAngle[static_cast<std::size_t>((k + kAngles) % kAngles)]);
             }
-        };
-        onTwoCores([&] { voteForThose(0, kAngles / 2); },
-                   [&] { voteForThose(kAngles / 2, kAngles); });
+        });
     }
 
     struct Peak

@@ -232,15 +232,10 @@ private:
 void warpPerspective(const Image &source, const Homography &toSource, Image &target)
 {
     Warp warp(source, toSource, target);
-    const int half = target.height() / 2;
-    const auto upper = [&] { warp.rows(0, half); };
-    const auto lower = [&] { warp.rows(half, target.height()); };
-    if (std::int64_t{target.width()} * target.height() < kWorthAThread) {
-        upper();
-        lower();
-    } else {
-        onTwoCores(upper, lower);
-    }
+    if (std::int64_t{target.width()} * target.height() < kWorthAThread)
+        warp.rows(0, target.height());
+    else
+        onTwoCores(0, target.height(), [&](int first, int end) { warp.rows(first, end); });
 }
 
 } // namespace korv::crop

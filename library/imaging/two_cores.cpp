@@ -69,4 +69,10 @@ void onTwoCores(const std::function<void()> &first, const std::function<void()> 
     second();
 }
 
+void onTwoCores(int first, int end, const std::function<void(int first, int end)> &work)
+{
+    const int middle = first + (end - first) / 2;
+    onTwoCores([&] { work(first, middle); }, [&] { work(middle, end); });
+}
+
 } // namespace korv

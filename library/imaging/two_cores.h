@@ -8,4 +8,7 @@ namespace korv {
 /// no thread is left behind. Throws what either throws.
 void onTwoCores(const std::function<void()> &first, const std::function<void()> &second);
 
+/// Runs `work` on both halves of the numbers from `first` up to `end` in the same way.
+void onTwoCores(int first, int end, const std::function<void(int first, int end)> &work);
+
 } // namespace korv

@@ -1,23 +1,15 @@
 #include "library/imaging/two_cores.h"
 
+#include "tests/library/support/folder_entries.h"
 #include "tests/library/support/wait.h"
 
 #include <atomic>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <vector>
 
 using namespace korv;
-
-namespace {
-
-std::ptrdiff_t threadCount()
-{
-    const std::filesystem::directory_iterator threads("/proc/self/task");
-    return std::distance(begin(threads), end(threads));
-}
-
-} // namespace
+using testing_support::threadCount;
 
 TEST(TwoCores, bothAreDoneWhenItReturns)
 {
@@ -35,6 +27,18 @@ TEST(TwoCores, failureOfEitherIsHandedOnAndNoThreadIsLeft)
     EXPECT_THROW(onTwoCores(fail, idle), std::runtime_error);
     EXPECT_THROW(onTwoCores(idle, fail), std::runtime_error);
     EXPECT_THROW(onTwoCores(fail, fail), std::runtime_error);
-    // the kernel forgets a thread a moment after it was joined
     EXPECT_TRUE(testing_support::becomesTrue([=] { return threadCount() == before; }));
+}
+
+TEST(TwoCores, bothHalvesOfARangeAreDoneOnce)
+{
+    for (const int end : {2, 3, 4, 5, 12}) {
+        std::vector<std::atomic<int>> done(12);
+        onTwoCores(2, end, [&](int first, int last) {
+            for (int i = first; i < last; ++i)
+                done[static_cast<std::size_t>(i)] += 1;
+        });
+        for (int i = 0; i < 12; ++i)
+            EXPECT_EQ(done[static_cast<std::size_t>(i)], i >= 2 && i < end ? 1 : 0) << i;
+    }
 }
