@@ -15,7 +15,6 @@ namespace {
 
 using namespace crop;
 
-constexpr int kSmallestSide = 64; ///< of a picture worth searching
 constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not help
 // the fit weighed wrong outlines double, and still nothing is worse than a lost strip
 constexpr double kLeastTrust = 0.5;
@@ -80,12 +79,10 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
 
 std::optional<Quadrilateral> findSheet(const Image &image)
 {
-    if (std::min(image.width(), image.height()) < kSmallestSide)
+    if (!SheetSearch::isLargeEnough(image))
         return std::nullopt;
     keepOpenCvInThisThread();
     SheetSearch search(image);
-    if (search.isTooSmall())
-        return std::nullopt;
     Verdict verdict = bestOf(search, search.amongClosed(), false);
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
     if (verdict.trust < kSettledTrust && !verdict.hasTwin) {

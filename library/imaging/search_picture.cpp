@@ -20,6 +20,11 @@ constexpr int kInkAround = 9;
 constexpr int kSpeck = 3;
 constexpr int kMostMixed = 4; ///< frame pixels across that make a small one: enough against noise
 
+double searchScale(const Image &image)
+{
+    return std::min(1.0, double{kLongSide} / std::max(image.width(), image.height()));
+}
+
 /// Where the frame pixels lie that a small pixel is the mean of.
 struct Blocks
 {
@@ -65,15 +70,13 @@ void mixRow(const Image &image, int firstRow, const std::vector<int> &columns,
 template <int kChannels, int kCount>
 void mix(const Image &image, const Blocks &columns, const Blocks &rows, cv::Mat &result)
 {
-    const auto mixRows = [&](int first, int end) {
+    onTwoCores(0, result.rows, [&](int first, int end) {
         std::vector<std::uint16_t> sums(image.stride());
         for (int y = first; y < end; ++y) {
             mixRow<kChannels, kCount>(image, rows.starts[static_cast<std::size_t>(y)],
                                       columns.starts, sums, result.ptr<std::uint8_t>(y));
         }
-    };
-    const int half = result.rows / 2;
-    onTwoCores([&] { mixRows(0, half); }, [&] { mixRows(half, result.rows); });
+    });
 }
 
 template <int kChannels>
@@ -94,12 +97,10 @@ void mixBlocks(const Image &image, const Blocks &columns, const Blocks &rows, cv
 /// Faster than means over exact areas, and as good for finding edges.
 cv::Mat shrunk(const Image &image, double scale)
 {
-    const auto small = [scale](int full) {
-        return std::max(1, static_cast<int>(std::lround(full * scale)));
-    };
-    const Blocks columns(image.width(), small(image.width()), scale);
-    const Blocks rows(image.height(), small(image.height()), scale);
-    cv::Mat result(small(image.height()), small(image.width()), CV_8UC(image.channels()));
+    const cv::Size size = searchSize(image);
+    const Blocks columns(image.width(), size.width, scale);
+    const Blocks rows(image.height(), size.height, scale);
+    cv::Mat result(size, CV_8UC(image.channels()));
     if (image.channels() == 1)
         mixBlocks<1>(image, columns, rows, result);
     else
@@ -127,10 +128,18 @@ cv::Point2d SearchPicture::toFrame(cv::Point2d point) const
     return {(point.x + 0.5) / scale - 0.5, (point.y + 0.5) / scale - 0.5};
 }
 
+cv::Size searchSize(const Image &image)
+{
+    const auto small = [scale = searchScale(image)](int full) {
+        return std::max(1, static_cast<int>(std::lround(full * scale)));
+    };
+    return {small(image.width()), small(image.height())};
+}
+
 SearchPicture makeSearchPicture(const Image &image)
 {
     SearchPicture result;
-    result.scale = std::min(1.0, double{kLongSide} / std::max(image.width(), image.height()));
+    result.scale = searchScale(image);
     Planes planes;
     split(shrunk(image, result.scale), planes);
     const cv::Size blur(3, 3);

@@ -23,6 +23,9 @@ struct SearchPicture
     cv::Point2d toFrame(cv::Point2d point) const;
 };
 
+/// Size of the search picture that would be made.
+cv::Size searchSize(const Image &image);
+
 SearchPicture makeSearchPicture(const Image &image);
 
 } // namespace korv::crop

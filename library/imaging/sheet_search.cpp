@@ -12,6 +12,12 @@ constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
 
 } // namespace
 
+bool SheetSearch::isLargeEnough(const Image &image)
+{
+    const cv::Size size = searchSize(image);
+    return std::min(size.width, size.height) >= kSmallestSide;
+}
+
 SheetSearch::SheetSearch(const Image &image)
     : m_image(image)
     , m_picture(makeSearchPicture(image))
@@ -20,11 +26,6 @@ SheetSearch::SheetSearch(const Image &image)
     , m_map(m_picture.size())
     , m_lines(m_map, m_picture.closed)
 {
-}
-
-bool SheetSearch::isTooSmall() const
-{
-    return std::min(m_picture.size().width, m_picture.size().height) < kSmallestSide;
 }
 
 std::vector<Candidate> SheetSearch::amongClosed()

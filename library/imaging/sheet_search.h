@@ -12,12 +12,13 @@ namespace korv::crop {
 class SheetSearch
 {
 public:
+    /// Whether a picture is worth searching: nothing is found in a tiny one, or a very narrow one.
+    static bool isLargeEnough(const Image &image);
+
+    /// Precondition: isLargeEnough().
     explicit SheetSearch(const Image &image);
     SheetSearch(const SheetSearch &) = delete; // its parts refer to each other
     SheetSearch &operator=(const SheetSearch &) = delete;
-
-    /// Nothing can be found in so small a picture; do not search.
-    bool isTooSmall() const;
 
     /// Best first. Edges of the writing do not count.
     std::vector<Candidate> amongClosed();

@@ -82,9 +82,9 @@ bool addPicture(const std::string &path, int index, Table &table)
         std::fprintf(stderr, "%s: %s\n", path.c_str(), image.error().text.c_str());
         return false;
     }
-    SheetSearch sheet(image.value());
-    if (sheet.isTooSmall())
+    if (!SheetSearch::isLargeEnough(image.value()))
         return true;
+    SheetSearch sheet(image.value());
     table.add(index, 1, sheet, sheet.amongClosed());
     table.add(index, 2, sheet, sheet.amongAll());
     return true;
