@@ -17,6 +17,19 @@ ByteDestination::ByteDestination(std::size_t expected)
     m_manager.term_destination = onTerm;
 }
 
+void ByteDestination::expect(std::size_t expected)
+{
+    if (expected > m_bytes.size())
+        m_bytes.resize(expected);
+}
+
+void ByteDestination::append(ByteView bytes)
+{
+    expect(m_used + bytes.size);
+    std::copy(bytes.begin(), bytes.end(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_used));
+    m_used += bytes.size;
+}
+
 Bytes ByteDestination::take()
 {
     m_bytes.resize(m_used);

@@ -9,8 +9,8 @@
 
 namespace korv::jpeg {
 
-/// Lets libjpeg write straight into a growing Bytes. The compressor's client_data is its Trap,
-/// which hears when memory runs out.
+/// Lets libjpeg write straight into a growing Bytes, one picture or one after the other. The
+/// compressor's client_data is its Trap, which hears when memory runs out.
 class ByteDestination
 {
 public:
@@ -21,8 +21,14 @@ public:
 
     jpeg_destination_mgr *manager() { return &m_manager; }
 
-    /// What was written; call it after jpeg_finish_compress().
-    Bytes take();
+    /// Has room for `expected` bytes at least before a picture begins. Throws std::bad_alloc.
+    void expect(std::size_t expected);
+
+    // what was written, after jpeg_finish_compress() and until the next picture begins:
+    ByteView written() const { return ByteView(m_bytes).first(m_used); }
+    std::uint8_t &at(std::size_t offset) { return m_bytes.at(offset); }
+    void append(ByteView bytes); ///< throws std::bad_alloc
+    Bytes take(); ///< of the last picture: the room goes with it
 
 private:
     static ByteDestination *self(j_compress_ptr state);

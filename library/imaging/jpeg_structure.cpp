@@ -142,7 +142,8 @@ Result<void> Walker::readFrame(std::uint8_t marker, ByteView payload, std::size_
     }
     info.lumaHorizontal = payload[7] >> 4;
     info.lumaVertical = payload[7] & 15;
-    // marker, length, and seven bytes in front of the first component's factors
+    // behind marker and length: the precision, and seven bytes in front of the first factors
+    m_result.heightBytes = at + 2 + 2 + 1;
     m_result.samplingByte = at + 2 + 2 + 7;
     m_haveFrame = true;
     return {};
@@ -290,6 +291,7 @@ Result<void> Walker::readHeaders()
             return segment.error();
         if (code == kSos) {
             m_result.scanStart = m_markerAt;
+            m_result.scanData = m_at;
             if (Result<void> scan = readScanHead(segment.value()); !scan)
                 return scan;
             finishHeaders();

@@ -13,11 +13,13 @@ struct Structure
 {
     Info info;
     std::size_t scanStart = 0; ///< offset of the first SOS marker
+    std::size_t scanData = 0; ///< offset of the first scan's coded data, behind its header
     std::size_t end = 0; ///< one past EOI; 0 when only the headers were read
 
     bool hasAdobe = false;
     std::size_t jfif = 0; ///< offset of the JFIF APP0 marker; 0 when there is none
     std::size_t aviHead = 0; ///< offset of an "AVI1" APP0 marker; 0 when there is none
+    std::size_t heightBytes = 0; ///< offset of the picture's height in SOF, two bytes
     std::size_t samplingByte = 0; ///< offset of the first component's sampling factors in SOF
 
     /// Bit n: the first scan uses Huffman table n of the class, and nobody defined it.

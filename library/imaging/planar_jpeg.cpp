@@ -1,13 +1,14 @@
 #include "library/imaging/planar_jpeg.h"
 
 #include "library/imaging/image.h"
-#include "library/imaging/jpeg_trap.h"
-#include "library/imaging/video_rows.h"
+#include "library/imaging/jpeg_halves.h"
+#include "library/imaging/strip_encoder.h"
+#include "library/imaging/two_cores.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <new>
+#include <optional>
 
 namespace korv {
 
@@ -41,150 +42,81 @@ std::size_t videoPictureSize(const VideoPicture &picture)
                   : picture.stride * (rows - 1) + least;
 }
 
+namespace {
+
+constexpr unsigned kMostRestartInterval = 0xFFFF; // two bytes, T.81, B.2.4.4
+
+/// The upper half in whole rows of MCUs, never fewer of them than the lower half has. Nothing when
+/// there are no two such rows or the file cannot state how many MCUs they have.
+std::optional<Strip> upperHalf(const VideoPicture &picture)
+{
+    const McuSize mcu = mcuOf(picture.layout);
+    const int rows = (picture.height + mcu.height - 1) / mcu.height;
+    const int upperRows = (rows + 1) / 2;
+    const auto inRow = static_cast<unsigned>((picture.width + mcu.width - 1) / mcu.width);
+    const unsigned interval = inRow * static_cast<unsigned>(upperRows);
+    if (rows < 2 || interval > kMostRestartInterval)
+        return std::nullopt;
+    return Strip{0, upperRows * mcu.height, interval};
+}
+
+} // namespace
+
 class PlanarJpegEncoder::Work
 {
 public:
-    explicit Work(int quality)
-        : m_quality(quality)
+    Work(int quality, int leastShared)
+        : m_leastShared(leastShared)
+        , m_upper(quality)
+        , m_lower(quality)
     {
-        m_state.err = m_trap.manager();
-        m_state.client_data = &m_trap;
-        m_created = m_trap.run([this] { jpeg_create_compress(&m_state); });
-        m_target.self = this;
-        m_target.manager.init_destination = onInit;
-        m_target.manager.empty_output_buffer = onFull;
-        m_target.manager.term_destination = onTerm;
-        m_state.dest = &m_target.manager;
     }
-    ~Work() { jpeg_destroy_compress(&m_state); }
-    Work(const Work &) = delete;
-    Work &operator=(const Work &) = delete;
 
     Result<ByteView> encode(const VideoPicture &picture);
 
 private:
-    struct Target
-    {
-        jpeg_destination_mgr manager{}; ///< first: libjpeg hands back a pointer to it
-        Work *self = nullptr;
-    };
+    Result<ByteView> encodeShared(const VideoPicture &picture, const Strip &upper,
+                                  std::size_t expected);
 
-    static Work *workOf(j_compress_ptr state)
-    {
-        return reinterpret_cast<Target *>(state->dest)->self;
-    }
-    static void onInit(j_compress_ptr state) { workOf(state)->offer(0); }
-    static boolean onFull(j_compress_ptr state);
-    static void onTerm(j_compress_ptr state)
-    {
-        Work *work = workOf(state);
-        work->m_used = work->m_bytes.size() - work->m_target.manager.free_in_buffer;
-    }
-    bool grow();
-    void offer(std::size_t from)
-    {
-        m_target.manager.next_output_byte = m_bytes.data() + from;
-        m_target.manager.free_in_buffer = m_bytes.size() - from;
-    }
-
-    void configure(const VideoPicture &picture);
-    void writePlanes(const VideoPicture &picture);
-    void writeRgb(const VideoPicture &picture);
-
-    const int m_quality;
-    jpeg::Trap m_trap;
-    jpeg_compress_struct m_state{};
-    bool m_created = false;
-    Target m_target;
-    Bytes m_bytes;
-    std::size_t m_used = 0;
-    VideoRows m_rows;
+    const int m_leastShared;
+    StripEncoder m_upper; ///< or the whole picture
+    StripEncoder m_lower;
 };
-
-boolean PlanarJpegEncoder::Work::onFull(j_compress_ptr state)
-{
-    // libjpeg's rule: the whole buffer counts as written here, whatever the counters say
-    Work *work = workOf(state);
-    const std::size_t used = work->m_bytes.size();
-    if (!work->grow())
-        work->m_trap.fail(-ENOMEM);
-    work->offer(used);
-    return TRUE;
-}
-
-bool PlanarJpegEncoder::Work::grow()
-{
-    try {
-        m_bytes.resize(m_bytes.size() * 2);
-        return true;
-    } catch (const std::bad_alloc &) {
-        return false;
-    }
-}
-
-void PlanarJpegEncoder::Work::configure(const VideoPicture &picture)
-{
-    const bool gray = picture.layout == VideoLayout::Gray;
-    m_state.image_width = static_cast<JDIMENSION>(picture.width);
-    m_state.image_height = static_cast<JDIMENSION>(picture.height);
-    m_state.input_components = gray ? 1 : 3;
-    m_state.in_color_space = gray              ? JCS_GRAYSCALE
-        : picture.layout == VideoLayout::Rgb24 ? JCS_RGB
-                                               : JCS_YCbCr;
-    jpeg_set_defaults(&m_state);
-    jpeg_set_quality(&m_state, m_quality, TRUE);
-    const bool fullHeightChroma =
-        picture.layout == VideoLayout::Yuyv || picture.layout == VideoLayout::Uyvy;
-    m_state.comp_info[0].h_samp_factor = gray ? 1 : 2;
-    m_state.comp_info[0].v_samp_factor = gray || fullHeightChroma ? 1 : 2;
-    m_state.raw_data_in = picture.layout == VideoLayout::Rgb24 ? FALSE : TRUE;
-    m_state.dct_method = JDCT_ISLOW;
-}
-
-void PlanarJpegEncoder::Work::writePlanes(const VideoPicture &picture)
-{
-    const int rowsAtOnce = m_state.comp_info[0].v_samp_factor * DCTSIZE;
-    while (m_state.next_scanline < m_state.image_height) {
-        m_rows.fill(picture, static_cast<int>(m_state.next_scanline), rowsAtOnce);
-        std::array<JSAMPARRAY, 3> planes{m_rows.luma(), m_rows.blue(), m_rows.red()};
-        jpeg_write_raw_data(&m_state, planes.data(), static_cast<JDIMENSION>(rowsAtOnce));
-    }
-}
-
-void PlanarJpegEncoder::Work::writeRgb(const VideoPicture &picture)
-{
-    while (m_state.next_scanline < m_state.image_height) {
-        // libjpeg's row type is not const, though the encoder only reads
-        JSAMPROW row =
-            const_cast<JSAMPROW>(picture.bytes.data + picture.stride * m_state.next_scanline);
-        jpeg_write_scanlines(&m_state, &row, 1);
-    }
-}
 
 Result<ByteView> PlanarJpegEncoder::Work::encode(const VideoPicture &picture)
 {
-    if (!m_created)
-        return Error{-ENOMEM, "JPEG: no memory for the encoder"};
-    m_bytes.resize(std::max<std::size_t>(m_bytes.size(), picture.bytes.size / 4 + 4096));
-    m_rows.prepare(picture);
-    const bool done = m_trap.run([&] {
-        configure(picture);
-        jpeg_start_compress(&m_state, TRUE);
-        if (m_state.raw_data_in)
-            writePlanes(picture);
-        else
-            writeRgb(picture);
-        jpeg_finish_compress(&m_state);
-    });
-    if (!done) {
-        jpeg_abort_compress(&m_state);
-        return m_trap.error();
+    const std::size_t expected = picture.bytes.size / 4 + 4096;
+    if (picture.width * picture.height >= m_leastShared) {
+        if (const std::optional<Strip> upper = upperHalf(picture))
+            return encodeShared(picture, *upper, expected);
     }
-    return ByteView(m_bytes).first(m_used);
+    if (Result<void> done = m_upper.encode(picture, {0, picture.height, 0}, expected); !done)
+        return done.error();
+    return m_upper.output().written();
 }
 
-PlanarJpegEncoder::PlanarJpegEncoder(int quality)
-    : m_work(std::make_unique<Work>(quality))
+Result<ByteView> PlanarJpegEncoder::Work::encodeShared(const VideoPicture &picture,
+                                                       const Strip &upper, std::size_t expected)
+{
+    Result<void> upperDone;
+    Result<void> lowerDone;
+    onTwoCores(
+        [&] {
+            lowerDone = m_lower.encode(picture, {upper.end, picture.height, 0}, expected / 2);
+        },
+        [&] { upperDone = m_upper.encode(picture, upper, expected); });
+    if (!upperDone)
+        return upperDone.error();
+    if (!lowerDone)
+        return lowerDone.error();
+    const ByteView lower = m_lower.output().written();
+    if (Result<void> joined = jpeg::joinHalves(m_upper.output(), lower, picture.height); !joined)
+        return joined.error();
+    return m_upper.output().written();
+}
+
+PlanarJpegEncoder::PlanarJpegEncoder(int quality, int leastShared)
+    : m_work(std::make_unique<Work>(quality, leastShared))
 {
 }
 

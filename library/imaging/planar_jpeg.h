@@ -32,10 +32,18 @@ std::size_t videoPictureSize(const VideoPicture &picture);
 /// Makes JPEGs of the pictures of one stream. Luma and chroma go into the encoder as they are,
 /// without a way round through RGB; only their range is widened to JPEG's. Memory is kept from
 /// picture to picture.
+///
+/// A picture that is large enough is coded in two halves, one of them on a second core; a restart
+/// marker stands between them (ITU-T T.81, E.1.4), and its pixels are those of one piece. The
+/// second thread is joined before encode() returns.
 class PlanarJpegEncoder
 {
 public:
-    explicit PlanarJpegEncoder(int quality);
+    /// Below, starting a thread costs more than it brings.
+    static constexpr int kLeastShared = 300'000;
+
+    /// `quality` is libjpeg's; pictures of `leastShared` pixels and more are coded in two halves.
+    explicit PlanarJpegEncoder(int quality, int leastShared = kLeastShared);
     ~PlanarJpegEncoder();
     PlanarJpegEncoder(const PlanarJpegEncoder &) = delete;
     PlanarJpegEncoder &operator=(const PlanarJpegEncoder &) = delete;

@@ -17,7 +17,7 @@ class Helper
 public:
     explicit Helper(const std::function<void()> &work)
         : m_thread([this, &work] {
-            nameThisThread("korv-crop");
+            nameThisThread("korv-half");
             try {
                 work();
             } catch (...) {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <linux/videodev2.h>
+#include <thread>
 
 using namespace korv;
 using testing_support::colourAt;
@@ -159,4 +160,30 @@ TEST(V4l2Frames, shortRawPictureIsRefusedAndAWholeOneEncoded)
     ASSERT_TRUE(picture);
     // BT.601: (180 - 16) * 255 / 219
     EXPECT_TRUE(isNear(colourAt(picture.value(), 10, 10), {191, 191, 191}, 2));
+}
+
+TEST(V4l2Frames, largeRawPicturesOfTwoCamerasAreEncodedAtTheSameTime)
+{
+    V4l2Format format;
+    format.pixelFormat = V4L2_PIX_FMT_YUYV;
+    format.width = 1280;
+    format.height = 722;
+    const auto run = [&](std::uint8_t luma) {
+        V4l2Frames frames(format);
+        Bytes bytes(std::size_t{1280} * 722 * 2, 128);
+        for (std::size_t i = 0; i < bytes.size(); i += 2)
+            bytes[i] = luma;
+        for (int i = 0; i < 5; ++i) {
+            const Result<Frame> frame = frames.make(bytes);
+            ASSERT_TRUE(frame);
+            const auto picture = jpeg::decode(frame.value().jpeg);
+            ASSERT_TRUE(picture);
+            const int level = (luma - 16) * 255 / 219;
+            for (const int y : {0, 360, 361, 367, 368, 721})
+                EXPECT_TRUE(isNear(colourAt(picture.value(), 640, y), {level, level, level}, 2));
+        }
+    };
+    std::thread other([&] { run(60); });
+    run(180);
+    other.join();
 }

@@ -1,6 +1,7 @@
 #include "tests/library/imaging/pictures.h"
 
 #include "library/imaging/jpeg.h"
+#include "library/imaging/planar_jpeg.h"
 
 #include <algorithm>
 #include <cmath>
@@ -79,6 +80,16 @@ Bytes jpegOf(const Image &image, int quality)
     if (!encoded)
         throw std::runtime_error(encoded.error().text);
     return encoded.value();
+}
+
+Bytes jpegInHalves(const Image &rgb, int quality)
+{
+    PlanarJpegEncoder encoder(quality, 1);
+    const ByteView pixels(rgb.pixels(), rgb.stride() * static_cast<std::size_t>(rgb.height()));
+    const ByteView jpeg =
+        encoder.encode({pixels, VideoLayout::Rgb24, rgb.width(), rgb.height(), rgb.stride(), true})
+            .value();
+    return Bytes(jpeg.begin(), jpeg.end());
 }
 
 Bytes videoFrame(const Image &image)

@@ -19,6 +19,9 @@ korv::Image numbered(int width, int height, korv::PixelFormat format);
 /// The picture as JPEG of quality 95.
 korv::Bytes jpegOf(const korv::Image &image, int quality = 95);
 
+/// The same as it comes from a camera without JPEG: in two halves with a restart marker between.
+korv::Bytes jpegInHalves(const korv::Image &rgb, int quality = 95);
+
 /// What a USB camera sends: no JFIF head but "AVI1", no Huffman tables, 4:2:2, padding behind.
 korv::Bytes videoFrame(const korv::Image &image);
 

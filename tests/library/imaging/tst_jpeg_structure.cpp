@@ -120,6 +120,18 @@ TEST(JpegReadInfo, sizeComponentsSamplingAndDensity)
     EXPECT_EQ(jpeg::subsamplingOf(info.value()), jpeg::Subsampling::S422);
 }
 
+TEST(JpegStructure, offsetsAreWhereTheValuesLie)
+{
+    const Bytes data = pictures::jpegOf(pictures::page(321, 517));
+    const jpeg::Structure structure = jpeg::readHeaders(data).value();
+    const std::size_t height = structure.heightBytes;
+    EXPECT_EQ(data[height] << 8 | data[height + 1], 517);
+    EXPECT_EQ(data[structure.samplingByte], 0x22);
+    EXPECT_EQ(structure.scanStart, markerAt(data, 0xDA));
+    // of three components: marker, length, count, two bytes each, three more (T.81, B.2.3)
+    EXPECT_EQ(structure.scanData, structure.scanStart + 2 + 2 + 1 + 3 * 2 + 3);
+}
+
 TEST(JpegReadInfo, densityPerCentimetreBecomesDpi)
 {
     Image image = pictures::page(32, 32);

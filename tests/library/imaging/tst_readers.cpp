@@ -12,7 +12,7 @@ using namespace korv;
 
 namespace {
 
-enum class Kind { Colour, Gray, Lineart };
+enum class Kind { Colour, Gray, Lineart, Halves };
 
 constexpr int kWidth = 320;
 constexpr int kHeight = 240;
@@ -25,9 +25,16 @@ Image original(Kind kind)
     case Kind::Lineart:
         return pictures::lineart(kWidth, kHeight);
     case Kind::Colour:
+    case Kind::Halves:
         break;
     }
     return pictures::page(kWidth, kHeight);
+}
+
+Bytes jpegOf(Kind kind)
+{
+    return kind == Kind::Halves ? pictures::jpegInHalves(original(kind))
+                                : pictures::jpegOf(original(kind));
 }
 
 class ReadersTest : public testing::TestWithParam<std::tuple<const char *, Kind>>
@@ -37,7 +44,7 @@ protected:
     {
         const auto [extension, kind] = GetParam();
         const std::string source = path("source");
-        pictures::writeBytes(source, pictures::jpegOf(original(kind)));
+        pictures::writeBytes(source, jpegOf(kind));
         m_expected = toRgb(loadImage(pictures::readBytes(source)).value());
         m_made = path(std::string("made.") + extension);
         const Result<void> converted = convertImage(source, m_made, 95);
@@ -75,7 +82,7 @@ using PictureReadersTest = ReadersTest;
 using PdfReadersTest = ReadersTest;
 using OfdReadersTest = ReadersTest;
 
-const auto kKinds = testing::Values(Kind::Colour, Kind::Gray, Kind::Lineart);
+const auto kKinds = testing::Values(Kind::Colour, Kind::Gray, Kind::Lineart, Kind::Halves);
 
 INSTANTIATE_TEST_SUITE_P(Kinds, PictureReadersTest,
                          testing::Combine(testing::Values("jpg", "png", "bmp", "tiff"), kKinds));
