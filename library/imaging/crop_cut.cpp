@@ -50,7 +50,7 @@ Image cutSheet(const Image &image, const Quadrilateral &sheet)
     const auto bottom = static_cast<float>(size.height - 0.5);
     const std::array<cv::Point2f, 4> to = {
         cv::Point2f(-0.5F, -0.5F), {right, -0.5F}, {right, bottom}, {-0.5F, bottom}};
-    Image result(size.width, size.height, image.format());
+    Image result = Image::unset(size.width, size.height, image.format());
     const cv::Mat map = cv::getPerspectiveTransform(to.data(), from.data());
     crop::Homography toSource;
     std::copy(map.begin<double>(), map.end<double>(), toSource.begin());

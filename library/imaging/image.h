@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/base/bytes.h"
+#include "library/imaging/pixel_memory.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -29,6 +29,8 @@ public:
     Image() = default;
     /// Precondition: isReasonableSize(width, height). The pixels start as zero.
     Image(int width, int height, PixelFormat format);
+    /// The same, but the caller writes every pixel.
+    static Image unset(int width, int height, PixelFormat format);
 
     int width() const { return m_width; }
     int height() const { return m_height; }
@@ -57,12 +59,14 @@ public:
     const std::uint8_t *pixels() const { return m_pixels.data(); }
 
 private:
+    Image(int width, int height, PixelFormat format, PixelMemory::Content content);
+
     int m_width = 0;
     int m_height = 0;
     PixelFormat m_format = PixelFormat::Rgb24;
     bool m_bilevel = false;
     double m_dpi = 0;
-    Bytes m_pixels;
+    PixelMemory m_pixels;
 };
 
 } // namespace korv
