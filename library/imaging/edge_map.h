@@ -1,9 +1,9 @@
 #pragma once
 
-#include "library/imaging/search_picture.h"
-
 #include <cstdint>
 #include <vector>
+
+#include <opencv2/core.hpp>
 
 namespace korv::crop {
 
@@ -17,36 +17,6 @@ struct Edge
     std::int16_t y = 0;
     float degrees = 0; ///< of the colour's change, across the edge; 0 to 180
     float weight = 0; ///< strength in multiples of the neighbourhood's, 1 to 3
-};
-
-/// Finds edges in the search picture. Its luma can be had closed (writing does not count) or plain
-/// (the shadow that sets off paper from a desk of its own colour is as thin as writing).
-class EdgeFinder
-{
-public:
-    explicit EdgeFinder(const SearchPicture &picture);
-
-    std::vector<Edge> closed() const;
-    std::vector<Edge> plain() const;
-
-private:
-    /// Change of colour in the plane where it is largest. Zero on the picture's border.
-    struct Gradient
-    {
-        cv::Mat x; ///< CV_16SC1
-        cv::Mat y;
-        cv::Mat strength; ///< CV_16SC1, 0 to 255
-    };
-
-    static Gradient gradientOf(const Planes &planes);
-    /// Takes over the change of a plane where it is larger.
-    static void keepLarger(Gradient &gradient, const cv::Mat &plane, int gain);
-    std::vector<Edge> withLuma(const cv::Mat &luma) const;
-    static std::vector<Edge> edgesOfRows(const Gradient &gradient, const cv::Mat &around, int first,
-                                         int end);
-
-    const SearchPicture &m_picture;
-    Gradient m_chroma;
 };
 
 /// For every pixel, which edges lie within one pixel. The picture's size is limited by that of

@@ -2,6 +2,7 @@
 
 #include "library/imaging/crop_geometry.h"
 #include "library/imaging/edge_map.h"
+#include "library/imaging/search_picture.h"
 
 #include <vector>
 
@@ -24,14 +25,15 @@ struct FoundLine
     double contrast = 0; ///< how marked that step is, little dependent on the length
 };
 
-/// The best lines through these edges: the best ones of every direction, so that a desk's grain
-/// does not drown those across it. `map` holds at least these edges, `planes` the colours.
+/// The best lines through some edges: the best ones of every direction, so that a desk's grain does
+/// not drown those across it. `map` holds at least these edges, `planes` the colours.
 class LineFinder
 {
 public:
     LineFinder(const EdgeMap &map, const Planes &planes);
 
-    void search(const std::vector<Edge> &edges);
+    /// Fits lines that are likely to the edges.
+    void add(const std::vector<Line> &likely);
     std::vector<FoundLine> best() const;
 
 private:

@@ -10,12 +10,13 @@ namespace korv::crop {
 
 using Planes = std::array<cv::Mat, 3>; ///< CV_8UC1: luma, red and blue difference
 
-/// A photograph made small enough to search. Its luma exists twice, the colour differences once.
+/// A photograph made small enough to search, smoothed. Its luma exists twice, the colour differences
+/// once.
 struct SearchPicture
 {
     double scale = 1; ///< its pixels for one of the frame
     Planes closed; ///< without dark things as thin as writing
-    cv::Mat plainLuma;
+    cv::Mat plainLuma; ///< with them; not smoothed, as it is seldom needed
     cv::Mat writing; ///< CV_8UC1: how much of the neighbourhood is dark and thin, 255 for all of it
 
     cv::Size size() const { return plainLuma.size(); }

@@ -1,5 +1,8 @@
 #include "library/imaging/sheet_search.h"
 
+#include "library/imaging/line_votes.h"
+#include "library/imaging/two_cores.h"
+
 #include <algorithm>
 
 namespace korv::crop {
@@ -22,7 +25,6 @@ SheetSearch::SheetSearch(const Image &image)
     : m_image(image)
     , m_picture(makeSearchPicture(image))
     , m_edges(m_picture)
-    , m_reach(m_picture.closed)
     , m_map(m_picture.size())
     , m_lines(m_map, m_picture.closed)
 {
@@ -40,20 +42,34 @@ std::vector<Candidate> SheetSearch::amongAll()
 
 std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
 {
-    m_map.add(edges);
-    m_lines.search(edges);
-    std::vector<LineEvidence> evidence;
-    for (const FoundLine &line : m_lines.best())
-        evidence.emplace_back(line, m_map, m_picture.closed);
-    const Surroundings surroundings{m_map, m_reach, m_picture.writing};
+    std::vector<Line> likely;
+    const auto vote = [&] { likely = likelyLines(edges, m_picture.size()); };
+    const auto prepare = [&] {
+        m_map.add(edges);
+        if (!m_reach)
+            m_reach.emplace(m_picture.closed);
+    };
+    onTwoCores(vote, prepare);
+    m_lines.add(likely);
+    const Surroundings surroundings{m_map, *m_reach, m_picture.writing};
     std::vector<Candidate> candidates;
-    for (const Quad &quad : findQuads(evidence, m_picture.size(), kMostQuads)) {
+    for (const Quad &quad : findQuads(evidenceOfLines(), m_picture.size(), kMostQuads)) {
         const Features features = featuresOf(quad, surroundings);
         candidates.push_back({quad.corners, features, rankOf(features)});
     }
     std::stable_sort(candidates.begin(), candidates.end(),
                      [](const Candidate &a, const Candidate &b) { return a.rank > b.rank; });
     return candidates;
+}
+
+std::vector<LineEvidence> SheetSearch::evidenceOfLines() const
+{
+    const std::vector<FoundLine> lines = m_lines.best();
+    const auto gather = [&](int first, int end, std::vector<LineEvidence> &evidence) {
+        for (int i = first; i < end; ++i)
+            evidence.emplace_back(lines[static_cast<std::size_t>(i)], m_map, m_picture.closed);
+    };
+    return collectOnTwoCores<LineEvidence>(0, static_cast<int>(lines.size()), gather);
 }
 
 Corners SheetSearch::inFrame(const Corners &corners) const

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "library/imaging/edge_map.h"
+#include "library/imaging/edge_finder.h"
 #include "library/imaging/line_finder.h"
 #include "library/imaging/sheet_judge.h"
 
+#include <optional>
 #include <vector>
 
 namespace korv::crop {
@@ -30,11 +31,12 @@ public:
 
 private:
     std::vector<Candidate> search(const std::vector<Edge> &edges);
+    std::vector<LineEvidence> evidenceOfLines() const;
 
     const Image &m_image;
     SearchPicture m_picture;
     EdgeFinder m_edges;
-    ColourReach m_reach;
+    std::optional<ColourReach> m_reach; ///< since the first search
     EdgeMap m_map;
     LineFinder m_lines;
 };

@@ -1,5 +1,7 @@
 #include "library/imaging/side_refiner.h"
 
+#include "library/imaging/two_cores.h"
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -242,12 +244,17 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach)
         std::array<Line, 4> lines;
         double least = 1;
         double mean = 0;
+        std::vector<Side> sides;
+        for (std::size_t i = 0; i < 4; ++i)
+            sides.emplace_back(image, now[i], now[(i + 1) % 4], centre);
+        onTwoCores(0, 4, [&](int first, int end) {
+            for (int i = first; i < end; ++i)
+                sides[static_cast<std::size_t>(i)].fit(reach * part, reach * part / 8);
+        });
         for (std::size_t i = 0; i < 4; ++i) {
-            Side side(image, now[i], now[(i + 1) % 4], centre);
-            side.fit(reach * part, reach * part / 8);
-            lines[i] = side.line();
-            least = std::min(least, side.agreement());
-            mean += side.agreement() / 4;
+            lines[i] = sides[i].line();
+            least = std::min(least, sides[i].agreement());
+            mean += sides[i].agreement() / 4;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
         if (!fitted || !isConvex(*fitted) || largestShift(*fitted, corners) > kFarthest * reach)

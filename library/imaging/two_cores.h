@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <iterator>
+#include <vector>
 
 namespace korv {
 
@@ -10,5 +12,18 @@ void onTwoCores(const std::function<void()> &first, const std::function<void()> 
 
 /// Runs `work` on both halves of the numbers from `first` up to `end` in the same way.
 void onTwoCores(int first, int end, const std::function<void(int first, int end)> &work);
+
+/// The same for work that adds to a vector; both halves' results in their order.
+template <typename Item, typename Work>
+std::vector<Item> collectOnTwoCores(int first, int end, const Work &work)
+{
+    const int middle = first + (end - first) / 2;
+    std::vector<Item> result;
+    std::vector<Item> rest;
+    onTwoCores([&] { work(middle, end, rest); }, [&] { work(first, middle, result); });
+    result.insert(result.end(), std::make_move_iterator(rest.begin()),
+                  std::make_move_iterator(rest.end()));
+    return result;
+}
 
 } // namespace korv

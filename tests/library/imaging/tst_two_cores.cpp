@@ -42,3 +42,14 @@ TEST(TwoCores, bothHalvesOfARangeAreDoneOnce)
             EXPECT_EQ(done[static_cast<std::size_t>(i)], i >= 2 && i < end ? 1 : 0) << i;
     }
 }
+
+TEST(TwoCores, whatBothHalvesCollectStaysInOrder)
+{
+    const auto count = [](int first, int end, std::vector<int> &numbers) {
+        for (int i = first; i < end; ++i)
+            numbers.push_back(i);
+    };
+    EXPECT_EQ(collectOnTwoCores<int>(3, 8, count), (std::vector<int>{3, 4, 5, 6, 7}));
+    EXPECT_EQ(collectOnTwoCores<int>(3, 4, count), std::vector<int>{3});
+    EXPECT_TRUE(collectOnTwoCores<int>(3, 3, count).empty());
+}

@@ -1,0 +1,131 @@
+#include "library/imaging/edge_finder.h"
+#include "library/imaging/line_votes.h"
+#include "library/imaging/shrinker.h"
+
+#include <cmath>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <string>
+
+using namespace korv;
+using namespace korv::crop;
+
+namespace {
+
+Image noise(int width, int height, PixelFormat format)
+{
+    Image image(width, height, format);
+    std::uint32_t state = 7;
+    for (int y = 0; y < height; ++y) {
+        for (std::size_t x = 0; x < image.stride(); ++x) {
+            state = state * 1664525U + 1013904223U;
+            image.row(y)[x] = static_cast<std::uint8_t>(state >> 24);
+        }
+    }
+    return image;
+}
+
+/// Rounded mean of a channel over a block, by the book.
+int meanOf(const Image &image, cv::Rect block, int channel)
+{
+    int sum = 0;
+    for (int y = block.y; y < block.br().y; ++y) {
+        for (int x = block.x; x < block.br().x; ++x)
+            sum += image.row(y)[x * image.channels() + channel];
+    }
+    return (sum + block.area() / 2) / block.area();
+}
+
+/// A picture that is dark on the left of a column and light from there on.
+SearchPicture stepAt(int column, cv::Size size)
+{
+    SearchPicture picture;
+    for (cv::Mat &plane : picture.closed)
+        plane = cv::Mat(size, CV_8UC1, cv::Scalar(128));
+    picture.closed[0](cv::Rect(0, 0, column, size.height)) = 60;
+    picture.closed[0](cv::Rect(column, 0, size.width - column, size.height)) = 200;
+    picture.plainLuma = picture.closed[0].clone();
+    return picture;
+}
+
+} // namespace
+
+TEST(Shrinker, pixelsAreMeansOfBlocks)
+{
+    for (const PixelFormat format : {PixelFormat::Gray8, PixelFormat::Rgb24}) {
+        for (const int times : {1, 2, 3, 4, 6}) {
+            SCOPED_TRACE("1 / " + std::to_string(times));
+            const cv::Size size(13, 9);
+            const Image image = noise(size.width * times, size.height * times, format);
+            Shrinker shrinker(image, size, 1.0 / times);
+            const int block = std::min(times, 4);
+            const int before = (times - block) / 2; // the block lies in the middle
+            for (const int first : {0, 4}) {
+                const cv::Mat rows = shrinker.rows(first, 5);
+                ASSERT_EQ(rows.size(), cv::Size(13, 5));
+                for (int y = 0; y < rows.rows; ++y) {
+                    for (int i = 0; i < size.width * image.channels(); ++i) {
+                        const int x = i / image.channels();
+                        const cv::Rect where(x * times + before, (first + y) * times + before,
+                                             block, block);
+                        ASSERT_EQ(rows.ptr<std::uint8_t>(y)[i],
+                                  meanOf(image, where, i % image.channels()))
+                            << x << ", " << first + y;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(EdgeFinder, aStepIsOneEdgeInEveryRow)
+{
+    // widths and heights at which lanes overlap and the halves meet in different rows
+    for (const cv::Size size : {cv::Size(64, 64), {67, 65}, {121, 90}, {80, 91}}) {
+        SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height));
+        for (const int column : {2, 20, 33, size.width - 2}) {
+            const SearchPicture picture = stepAt(column, size);
+            const EdgeFinder finder(picture);
+            for (const auto &edges : {finder.closed(), finder.plain()}) {
+                ASSERT_EQ(edges.size(), static_cast<std::size_t>(size.height - 2));
+                for (std::size_t i = 0; i < edges.size(); ++i) {
+                    EXPECT_EQ(edges[i].y, static_cast<int>(i) + 1);
+                    EXPECT_NEAR(edges[i].x, column, 1);
+                    EXPECT_NEAR(std::remainder(edges[i].degrees, 180), 0, 1);
+                    EXPECT_FLOAT_EQ(edges[i].weight, 3);
+                }
+            }
+        }
+    }
+}
+
+TEST(EdgeFinder, anEvenPictureHasNoEdge)
+{
+    const SearchPicture picture = stepAt(0, {70, 70});
+    EXPECT_TRUE(EdgeFinder(picture).closed().empty());
+    EXPECT_TRUE(EdgeFinder(picture).plain().empty());
+}
+
+TEST(LineVotes, linesComeBackStrongestFirst)
+{
+    std::vector<Edge> edges;
+    for (int i = 0; i < 150; ++i)
+        edges.push_back({static_cast<std::int16_t>(20 + i), 40, 90, 2});
+    for (int i = 0; i < 100; ++i)
+        edges.push_back({70, static_cast<std::int16_t>(20 + i), 0, 2});
+    const std::vector<Line> lines = likelyLines(edges, {200, 160});
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_NEAR(std::abs(lines[0].normal.y), 1, 1e-3);
+    EXPECT_NEAR(lines[0].distance({100, 40}), 0, 1.5);
+    EXPECT_NEAR(std::abs(lines[1].normal.x), 1, 1e-3);
+    EXPECT_NEAR(lines[1].distance({70, 100}), 0, 1.5);
+}
+
+TEST(LineVotes, fewEdgesAreNoLine)
+{
+    std::vector<Edge> edges;
+    for (int i = 0; i < 7; ++i)
+        edges.push_back({static_cast<std::int16_t>(20 + i), 40, 90, 3});
+    EXPECT_TRUE(likelyLines(edges, {200, 160}).empty());
+    EXPECT_TRUE(likelyLines({}, {200, 160}).empty());
+}
