@@ -2,8 +2,8 @@
 
 #include "library/imaging/image.h"
 #include "library/imaging/jpeg_halves.h"
+#include "library/imaging/second_core.h"
 #include "library/imaging/strip_encoder.h"
-#include "library/imaging/two_cores.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -81,6 +81,7 @@ private:
     const int m_leastShared;
     StripEncoder m_upper; ///< or the whole picture
     StripEncoder m_lower;
+    SecondCore m_secondCore;
 };
 
 Result<ByteView> PlanarJpegEncoder::Work::encode(const VideoPicture &picture)
@@ -100,7 +101,7 @@ Result<ByteView> PlanarJpegEncoder::Work::encodeShared(const VideoPicture &pictu
 {
     Result<void> upperDone;
     Result<void> lowerDone;
-    onTwoCores(
+    m_secondCore.share(
         [&] {
             lowerDone = m_lower.encode(picture, {upper.end, picture.height, 0}, expected / 2);
         },

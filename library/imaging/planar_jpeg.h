@@ -35,11 +35,11 @@ std::size_t videoPictureSize(const VideoPicture &picture);
 ///
 /// A picture that is large enough is coded in two halves, one of them on a second core; a restart
 /// marker stands between them (ITU-T T.81, E.1.4), and its pixels are those of one piece. The
-/// second thread is joined before encode() returns.
+/// thread there starts with the first such picture and ends with the encoder.
 class PlanarJpegEncoder
 {
 public:
-    /// Below, starting a thread costs more than it brings.
+    /// Below, the second core brings little.
     static constexpr int kLeastShared = 300'000;
 
     /// `quality` is libjpeg's; pictures of `leastShared` pixels and more are coded in two halves.

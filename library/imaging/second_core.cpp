@@ -1,0 +1,100 @@
+#include "library/imaging/second_core.h"
+
+#include "library/base/thread_name.h"
+
+#include <system_error>
+#include <utility>
+
+namespace korv {
+
+namespace {
+
+std::exception_ptr failureOf(const std::function<void()> &work)
+{
+    try {
+        work();
+    } catch (...) {
+        return std::current_exception();
+    }
+    return nullptr;
+}
+
+} // namespace
+
+SecondCore::~SecondCore()
+{
+    if (!m_thread.joinable())
+        return;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_ends = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
+}
+
+bool SecondCore::hasThread()
+{
+    if (std::thread::hardware_concurrency() < 2)
+        return false;
+    if (m_thread.joinable())
+        return true;
+    try {
+        m_thread = std::thread([this] { serve(); });
+    } catch (const std::system_error &) {
+        return false; // no thread to be had
+    }
+    return true;
+}
+
+void SecondCore::serve()
+{
+    nameThisThread("korv-half");
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_work != nullptr || m_ends; });
+        if (m_work == nullptr)
+            return;
+        lock.unlock();
+        std::exception_ptr failure = failureOf(*m_work);
+        lock.lock();
+        m_failure = std::move(failure);
+        m_work = nullptr;
+        m_changed.notify_one();
+    }
+}
+
+void SecondCore::hand(const std::function<void()> &work)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_work = &work;
+    }
+    m_changed.notify_one();
+}
+
+std::exception_ptr SecondCore::waitForIt()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_work == nullptr; });
+    return std::exchange(m_failure, nullptr);
+}
+
+void SecondCore::share(const std::function<void()> &there, const std::function<void()> &here)
+{
+    if (!hasThread()) {
+        there();
+        here();
+        return;
+    }
+    hand(there);
+    const std::exception_ptr failure = failureOf(here);
+    // in any case: the work is borrowed
+    const std::exception_ptr failureThere = waitForIt();
+    if (failure)
+        std::rethrow_exception(failure);
+    if (failureThere)
+        std::rethrow_exception(failureThere);
+}
+
+} // namespace korv

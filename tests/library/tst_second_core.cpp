@@ -1,0 +1,78 @@
+#include "library/imaging/second_core.h"
+
+#include "tests/library/support/folder_entries.h"
+#include "tests/library/support/wait.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+using namespace korv;
+using testing_support::threadCount;
+
+namespace {
+
+/// A sanitizer starts a thread of its own beside the first one of the program.
+void startAnyThread()
+{
+    std::thread([] {}).join();
+}
+
+bool hasTwoCores()
+{
+    return std::thread::hardware_concurrency() > 1;
+}
+
+} // namespace
+
+TEST(SecondCore, bothAreDoneEachTimeItReturns)
+{
+    SecondCore core;
+    std::vector<int> there;
+    std::vector<int> here;
+    for (int i = 0; i < 500; ++i) {
+        core.share([&] { there.push_back(i); }, [&] { here.push_back(i); });
+        ASSERT_EQ(there.size(), static_cast<std::size_t>(i + 1));
+        ASSERT_EQ(here.size(), there.size());
+    }
+    EXPECT_EQ(there, here);
+}
+
+TEST(SecondCore, failureOfEitherIsHandedOnOnce)
+{
+    SecondCore core;
+    bool done = false;
+    const auto fail = [] { throw std::runtime_error("no"); };
+    const auto work = [&] { done = true; };
+    EXPECT_THROW(core.share(fail, work), std::runtime_error);
+    EXPECT_TRUE(done || !hasTwoCores());
+    done = false;
+    EXPECT_THROW(core.share(work, fail), std::runtime_error);
+    EXPECT_TRUE(done);
+    EXPECT_THROW(core.share(fail, fail), std::runtime_error);
+    done = false;
+    EXPECT_NO_THROW(core.share([] {}, work));
+    EXPECT_TRUE(done);
+}
+
+TEST(SecondCore, oneThreadServesAllWorkAndEndsWithTheObject)
+{
+    startAnyThread();
+    const std::ptrdiff_t before = threadCount();
+    {
+        SecondCore unused;
+        EXPECT_EQ(threadCount(), before);
+    }
+    if (hasTwoCores()) {
+        SecondCore core;
+        std::vector<std::thread::id> threads;
+        for (int i = 0; i < 3; ++i)
+            core.share([&] { threads.push_back(std::this_thread::get_id()); }, [] {});
+        EXPECT_NE(threads[0], std::this_thread::get_id());
+        EXPECT_EQ(threads[0], threads[1]);
+        EXPECT_EQ(threads[0], threads[2]);
+        EXPECT_EQ(threadCount(), before + 1);
+    }
+    EXPECT_TRUE(testing_support::becomesTrue([=] { return threadCount() == before; }));
+}
