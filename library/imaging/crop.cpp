@@ -82,7 +82,8 @@ std::optional<Quadrilateral> findSheet(const Image &image)
     if (!SheetSearch::isLargeEnough(image))
         return std::nullopt;
     keepOpenCvInThisThread();
-    SheetSearch search(image);
+    SecondCore core;
+    SheetSearch search(image, core);
     Verdict verdict = bestOf(search, search.amongClosed(), false);
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
     if (verdict.trust < kSettledTrust && !verdict.hasTwin) {

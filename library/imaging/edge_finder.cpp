@@ -1,7 +1,5 @@
 #include "library/imaging/edge_finder.h"
 
-#include "library/imaging/two_cores.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -51,7 +49,7 @@ cv::v_int16x8 levelsAt(const std::uint8_t *pixels)
 
 /// Takes over Sobel's change of a plane where it is larger. Half of luma's: the colour differences
 /// are half as noisy and seldom disturbed by shadows.
-template <bool kLuma> void keepLarger(const Rows &rows, int at, Changes &changes)
+template <bool kLuma> [[gnu::always_inline]] inline void keepLarger(const Rows &rows, int at, Changes &changes)
 {
     const cv::v_int16x8 upperLeft = levelsAt(rows.above + at - 1);
     const cv::v_int16x8 upperRight = levelsAt(rows.above + at + 1);
@@ -194,7 +192,7 @@ private:
     cv::Mat m_around; ///< its mean over the neighbourhood
 };
 
-std::vector<Edge> edgesIn(const Planes &planes)
+std::vector<Edge> edgesIn(const Planes &planes, SecondCore &core)
 {
     const int rows = planes[0].rows;
     if (planes[0].cols < kWideLanes || rows < 3)
@@ -205,21 +203,21 @@ std::vector<Edge> edgesIn(const Planes &planes)
         for (int y = first; y < end; ++y)
             band.addEdges(y, edges);
     };
-    return collectOnTwoCores<Edge>(1, rows - 1, find);
+    return core.collect<Edge>(1, rows - 1, find);
 }
 
 } // namespace
 
 std::vector<Edge> EdgeFinder::closed() const
 {
-    return edgesIn(m_picture.closed);
+    return edgesIn(m_picture.closed, m_core);
 }
 
 std::vector<Edge> EdgeFinder::plain() const
 {
     cv::Mat luma;
     cv::GaussianBlur(m_picture.plainLuma, luma, cv::Size(3, 3), 0);
-    return edgesIn({luma, m_picture.closed[1], m_picture.closed[2]});
+    return edgesIn({luma, m_picture.closed[1], m_picture.closed[2]}, m_core);
 }
 
 } // namespace korv::crop

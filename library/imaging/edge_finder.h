@@ -12,8 +12,9 @@ namespace korv::crop {
 class EdgeFinder
 {
 public:
-    explicit EdgeFinder(const SearchPicture &picture)
+    EdgeFinder(const SearchPicture &picture, SecondCore &core)
         : m_picture(picture)
+        , m_core(core)
     {
     }
 
@@ -22,6 +23,7 @@ public:
 
 private:
     const SearchPicture &m_picture;
+    SecondCore &m_core;
 };
 
 } // namespace korv::crop

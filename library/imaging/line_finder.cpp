@@ -1,7 +1,5 @@
 #include "library/imaging/line_finder.h"
 
-#include "library/imaging/two_cores.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,6 +16,8 @@ constexpr std::size_t kMost = 56;
 constexpr double kSameDistance = 3;
 constexpr double kSameCosine = 0.999; // 2.6 degrees
 constexpr double kTangentCosine = 0.985; // 10 degrees
+constexpr int kEarned = 2; ///< by an edge on a line, in half pixels ...
+constexpr int kGap = 3; ///< ... and what a place without one costs
 constexpr int kFixedBits = 16; ///< of a pixel
 constexpr double kShortest = 24; ///< of uninterrupted edge
 constexpr double kStepReach = 5; ///< pixels to either side of a line
@@ -46,18 +46,21 @@ Run bestRun(const Line &line, const EdgeMap &map)
     int x = fixed(start.x + 0.5);
     int y = fixed(start.y + 0.5);
     Run best;
-    double score = 0;
+    int score = 0;
+    int bestScore = 0;
     double from = span.from;
     for (double along = span.from; along < span.to; along += 1, x += stepX, y += stepY) {
         // a gap costs more than an edge earns: scattered grain must not add up to a side
-        score += map.has(x >> kFixedBits, y >> kFixedBits, bit) ? 1.0 : -1.5;
+        score += map.has(x >> kFixedBits, y >> kFixedBits, bit) ? kEarned : -kGap;
         if (score <= 0) {
             score = 0;
             from = along + 1;
-        } else if (score > best.score) {
-            best = {{from, along}, score};
+        } else if (score > bestScore) {
+            bestScore = score;
+            best.span = {from, along};
         }
     }
+    best.score = static_cast<double>(bestScore) / kEarned;
     return best;
 }
 
@@ -201,9 +204,10 @@ Span spanWithin(const Line &line, cv::Size size, double margin)
     return span;
 }
 
-LineFinder::LineFinder(const EdgeMap &map, const Planes &planes)
+LineFinder::LineFinder(const EdgeMap &map, const Planes &planes, SecondCore &core)
     : m_map(map)
     , m_planes(planes)
+    , m_core(core)
 {
 }
 
@@ -213,7 +217,7 @@ void LineFinder::add(const std::vector<Line> &likely)
         for (int i = first; i < end; ++i)
             addLine(likely[static_cast<std::size_t>(i)], found);
     };
-    const auto found = collectOnTwoCores<FoundLine>(0, static_cast<int>(likely.size()), find);
+    const auto found = m_core.collect<FoundLine>(0, static_cast<int>(likely.size()), find);
     m_found.insert(m_found.end(), found.begin(), found.end());
 }
 

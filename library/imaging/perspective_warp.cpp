@@ -1,6 +1,6 @@
 #include "library/imaging/perspective_warp.h"
 
-#include "library/imaging/two_cores.h"
+#include "library/imaging/second_core.h"
 
 #include <algorithm>
 #include <array>
@@ -276,9 +276,9 @@ void warpPerspective(const Image &source, const Homography &toSource, Image &tar
 {
     Warp warp(source, toSource, target);
     if (std::int64_t{target.width()} * target.height() < kWorthAThread)
-        warp.rows(0, target.height());
-    else
-        onTwoCores(0, target.height(), [&](int first, int end) { warp.rows(first, end); });
+        return warp.rows(0, target.height());
+    SecondCore core;
+    core.shareRange(0, target.height(), [&](int first, int end) { warp.rows(first, end); });
 }
 
 } // namespace korv::crop

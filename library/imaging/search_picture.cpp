@@ -1,7 +1,6 @@
 #include "library/imaging/search_picture.h"
 
 #include "library/imaging/shrinker.h"
-#include "library/imaging/two_cores.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,13 +26,13 @@ double searchScale(const Image &image)
 
 /// The picture made smaller, in luma and colour differences. Strip by strip, so that what lies
 /// between stays in the processor's nearest cache.
-Planes smallPlanes(const Image &image, double scale)
+Planes smallPlanes(const Image &image, double scale, SecondCore &core)
 {
     const cv::Size size = searchSize(image);
     Planes planes;
     for (cv::Mat &plane : planes)
         plane.create(size, CV_8UC1);
-    onTwoCores(0, size.height, [&](int first, int end) {
+    core.shareRange(0, size.height, [&](int first, int end) {
         Shrinker shrinker(image, size, scale);
         cv::Mat differences;
         for (int y = first; y < end; y += kStrip) {
@@ -69,11 +68,11 @@ cv::Size searchSize(const Image &image)
     return {small(image.width()), small(image.height())};
 }
 
-SearchPicture makeSearchPicture(const Image &image)
+SearchPicture makeSearchPicture(const Image &image, SecondCore &core)
 {
     SearchPicture result;
     result.scale = searchScale(image);
-    const Planes planes = smallPlanes(image, result.scale);
+    const Planes planes = smallPlanes(image, result.scale, core);
     const cv::Size blur(3, 3);
     const auto prepareChroma = [&] {
         for (std::size_t i = 1; i < 3; ++i) {
@@ -93,7 +92,7 @@ SearchPicture makeSearchPicture(const Image &image)
                       cv::BORDER_REPLICATE);
         cv::GaussianBlur(result.closed[0], result.closed[0], blur, 0);
     };
-    onTwoCores(prepareChroma, prepareLuma);
+    core.share(prepareChroma, prepareLuma);
     result.plainLuma = planes[0];
     return result;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/imaging/image.h"
+#include "library/imaging/second_core.h"
 
 #include <array>
 
@@ -27,6 +28,6 @@ struct SearchPicture
 /// Size of the search picture that would be made.
 cv::Size searchSize(const Image &image);
 
-SearchPicture makeSearchPicture(const Image &image);
+SearchPicture makeSearchPicture(const Image &image, SecondCore &core);
 
 } // namespace korv::crop

@@ -97,4 +97,10 @@ void SecondCore::share(const std::function<void()> &there, const std::function<v
         std::rethrow_exception(failureThere);
 }
 
+void SecondCore::shareRange(int first, int end, const std::function<void(int first, int end)> &work)
+{
+    const int middle = first + (end - first) / 2;
+    share([&] { work(middle, end); }, [&] { work(first, middle); });
+}
+
 } // namespace korv

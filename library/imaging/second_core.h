@@ -3,15 +3,17 @@
 #include <condition_variable>
 #include <exception>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace korv {
 
-/// Shares work with a second core again and again, for a stream of pictures. The thread is kept from
-/// one to the next: one started anew waits behind its maker as often as not when the last has not
-/// quite gone yet. It starts with the first work and ends with the object; onTwoCores() is for work
-/// that comes once. One thread at a time uses the object.
+/// Shares work with a second core: the steps of a search, a stream of pictures. The thread is kept
+/// from one work to the next: one started anew waits behind its maker as often as not when the last
+/// has not quite gone yet. It starts with the first work and ends with the object. One thread at a
+/// time uses the object.
 class SecondCore
 {
 public:
@@ -23,6 +25,22 @@ public:
     /// Runs both at the same time where the machine can, else one after the other, and waits for
     /// both. Throws what either throws.
     void share(const std::function<void()> &there, const std::function<void()> &here);
+
+    /// Runs `work` on both halves of the numbers from `first` up to `end` in the same way.
+    void shareRange(int first, int end, const std::function<void(int first, int end)> &work);
+
+    /// The same for work that adds to a vector; both halves' results in their order.
+    template <typename Item, typename Work>
+    std::vector<Item> collect(int first, int end, const Work &work)
+    {
+        const int middle = first + (end - first) / 2;
+        std::vector<Item> result;
+        std::vector<Item> rest;
+        share([&] { work(middle, end, rest); }, [&] { work(first, middle, result); });
+        result.insert(result.end(), std::make_move_iterator(rest.begin()),
+                      std::make_move_iterator(rest.end()));
+        return result;
+    }
 
 private:
     bool hasThread();

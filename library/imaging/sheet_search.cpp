@@ -1,7 +1,6 @@
 #include "library/imaging/sheet_search.h"
 
 #include "library/imaging/line_votes.h"
-#include "library/imaging/two_cores.h"
 
 #include <algorithm>
 
@@ -21,12 +20,13 @@ bool SheetSearch::isLargeEnough(const Image &image)
     return std::min(size.width, size.height) >= kSmallestSide;
 }
 
-SheetSearch::SheetSearch(const Image &image)
+SheetSearch::SheetSearch(const Image &image, SecondCore &core)
     : m_image(image)
-    , m_picture(makeSearchPicture(image))
-    , m_edges(m_picture)
+    , m_core(core)
+    , m_picture(makeSearchPicture(image, core))
+    , m_edges(m_picture, core)
     , m_map(m_picture.size())
-    , m_lines(m_map, m_picture.closed)
+    , m_lines(m_map, m_picture.closed, core)
 {
 }
 
@@ -49,7 +49,7 @@ std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
         if (!m_reach)
             m_reach.emplace(m_picture.closed);
     };
-    onTwoCores(vote, prepare);
+    m_core.share(vote, prepare);
     m_lines.add(likely);
     const Surroundings surroundings{m_map, *m_reach, m_picture.writing};
     std::vector<Candidate> candidates;
@@ -69,7 +69,7 @@ std::vector<LineEvidence> SheetSearch::evidenceOfLines() const
         for (int i = first; i < end; ++i)
             evidence.emplace_back(lines[static_cast<std::size_t>(i)], m_map, m_picture.closed);
     };
-    return collectOnTwoCores<LineEvidence>(0, static_cast<int>(lines.size()), gather);
+    return m_core.collect<LineEvidence>(0, static_cast<int>(lines.size()), gather);
 }
 
 Corners SheetSearch::inFrame(const Corners &corners) const
@@ -82,7 +82,8 @@ Corners SheetSearch::inFrame(const Corners &corners) const
 
 Refined SheetSearch::refined(const Candidate &candidate) const
 {
-    return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale);
+    return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale,
+                         m_core);
 }
 
 } // namespace korv::crop

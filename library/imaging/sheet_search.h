@@ -9,7 +9,7 @@
 
 namespace korv::crop {
 
-/// Looks for outlines in one photograph, which must outlive it.
+/// Looks for outlines in one photograph. That and the second core must outlive it.
 class SheetSearch
 {
 public:
@@ -17,7 +17,7 @@ public:
     static bool isLargeEnough(const Image &image);
 
     /// Precondition: isLargeEnough().
-    explicit SheetSearch(const Image &image);
+    SheetSearch(const Image &image, SecondCore &core);
     SheetSearch(const SheetSearch &) = delete; // its parts refer to each other
     SheetSearch &operator=(const SheetSearch &) = delete;
 
@@ -34,6 +34,7 @@ private:
     std::vector<LineEvidence> evidenceOfLines() const;
 
     const Image &m_image;
+    SecondCore &m_core;
     SearchPicture m_picture;
     EdgeFinder m_edges;
     std::optional<ColourReach> m_reach; ///< since the first search

@@ -1,7 +1,5 @@
 #include "library/imaging/side_refiner.h"
 
-#include "library/imaging/two_cores.h"
-
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -235,7 +233,7 @@ std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines)
 
 } // namespace
 
-Refined refineCorners(const Image &image, const Corners &corners, double reach)
+Refined refineCorners(const Image &image, const Corners &corners, double reach, SecondCore &core)
 {
     Refined result{corners, 0, 0};
     for (const double part : {1.0, 0.5}) {
@@ -247,7 +245,7 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach)
         std::vector<Side> sides;
         for (std::size_t i = 0; i < 4; ++i)
             sides.emplace_back(image, now[i], now[(i + 1) % 4], centre);
-        onTwoCores(0, 4, [&](int first, int end) {
+        core.shareRange(0, 4, [&](int first, int end) {
             for (int i = first; i < end; ++i)
                 sides[static_cast<std::size_t>(i)].fit(reach * part, reach * part / 8);
         });

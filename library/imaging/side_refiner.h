@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/imaging/crop_geometry.h"
+#include "library/imaging/second_core.h"
 
 namespace korv::crop {
 
@@ -15,6 +16,6 @@ struct Refined
 
 /// Looks for each side's rim along its normals, up to `reach` pixels away, and fits straight lines.
 /// A side whose rim is not seen stays. Precondition: convex corners.
-Refined refineCorners(const Image &image, const Corners &corners, double reach);
+Refined refineCorners(const Image &image, const Corners &corners, double reach, SecondCore &core);
 
 } // namespace korv::crop

@@ -3,6 +3,7 @@
 #include "tests/library/support/folder_entries.h"
 #include "tests/library/support/wait.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <thread>
@@ -75,4 +76,30 @@ TEST(SecondCore, oneThreadServesAllWorkAndEndsWithTheObject)
         EXPECT_EQ(threadCount(), before + 1);
     }
     EXPECT_TRUE(testing_support::becomesTrue([=] { return threadCount() == before; }));
+}
+
+TEST(SecondCore, bothHalvesOfARangeAreDoneOnce)
+{
+    SecondCore core;
+    for (const int end : {2, 3, 4, 5, 12}) {
+        std::vector<std::atomic<int>> done(12);
+        core.shareRange(2, end, [&](int first, int last) {
+            for (int i = first; i < last; ++i)
+                done[static_cast<std::size_t>(i)] += 1;
+        });
+        for (int i = 0; i < 12; ++i)
+            EXPECT_EQ(done[static_cast<std::size_t>(i)], i >= 2 && i < end ? 1 : 0) << i;
+    }
+}
+
+TEST(SecondCore, whatBothHalvesCollectStaysInOrder)
+{
+    SecondCore core;
+    const auto count = [](int first, int end, std::vector<int> &numbers) {
+        for (int i = first; i < end; ++i)
+            numbers.push_back(i);
+    };
+    EXPECT_EQ(core.collect<int>(3, 8, count), (std::vector<int>{3, 4, 5, 6, 7}));
+    EXPECT_EQ(core.collect<int>(3, 4, count), std::vector<int>{3});
+    EXPECT_TRUE(core.collect<int>(3, 3, count).empty());
 }

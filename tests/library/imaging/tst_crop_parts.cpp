@@ -80,12 +80,13 @@ TEST(Shrinker, pixelsAreMeansOfBlocks)
 
 TEST(EdgeFinder, aStepIsOneEdgeInEveryRow)
 {
+    SecondCore core;
     // widths and heights at which lanes overlap and the halves meet in different rows
     for (const cv::Size size : {cv::Size(64, 64), {67, 65}, {121, 90}, {80, 91}}) {
         SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height));
         for (const int column : {2, 20, 33, size.width - 2}) {
             const SearchPicture picture = stepAt(column, size);
-            const EdgeFinder finder(picture);
+            const EdgeFinder finder(picture, core);
             for (const auto &edges : {finder.closed(), finder.plain()}) {
                 ASSERT_EQ(edges.size(), static_cast<std::size_t>(size.height - 2));
                 for (std::size_t i = 0; i < edges.size(); ++i) {
@@ -101,9 +102,10 @@ TEST(EdgeFinder, aStepIsOneEdgeInEveryRow)
 
 TEST(EdgeFinder, anEvenPictureHasNoEdge)
 {
+    SecondCore core;
     const SearchPicture picture = stepAt(0, {70, 70});
-    EXPECT_TRUE(EdgeFinder(picture).closed().empty());
-    EXPECT_TRUE(EdgeFinder(picture).plain().empty());
+    EXPECT_TRUE(EdgeFinder(picture, core).closed().empty());
+    EXPECT_TRUE(EdgeFinder(picture, core).plain().empty());
 }
 
 TEST(LineVotes, linesComeBackStrongestFirst)
