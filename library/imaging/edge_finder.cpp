@@ -49,7 +49,8 @@ cv::v_int16x8 levelsAt(const std::uint8_t *pixels)
 
 /// Takes over Sobel's change of a plane where it is larger. Half of luma's: the colour differences
 /// are half as noisy and seldom disturbed by shadows.
-template <bool kLuma> [[gnu::always_inline]] inline void keepLarger(const Rows &rows, int at, Changes &changes)
+template <bool kLuma>
+[[gnu::always_inline]] inline void keepLarger(const Rows &rows, int at, Changes &changes)
 {
     const cv::v_int16x8 upperLeft = levelsAt(rows.above + at - 1);
     const cv::v_int16x8 upperRight = levelsAt(rows.above + at + 1);
