@@ -1,8 +1,6 @@
 #include "library/imaging/edge_finder.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 
 #include <opencv2/core/hal/intrin.hpp>
 #include <opencv2/imgproc.hpp>
@@ -74,20 +72,59 @@ template <bool kLuma>
     changes.strength = cv::v_max(limited, changes.strength);
 }
 
-/// Whether the strength has its ridge in the middle row's column x, looking along the change.
-bool isRidge(const Rows &strength, int x, int changeX, int changeY)
+/// The sectors in which eight changes point, as masks.
+struct Sectors
 {
-    const std::array<const std::uint8_t *, 3> rows = {strength.above, strength.here,
-                                                      strength.below};
-    const int ax = std::abs(changeX);
-    const int ay = std::abs(changeY);
-    const int dx = ax * 2 > ay ? 1 : 0;
-    int dy = dx == 0 ? 1 : 0;
-    if (dx != 0 && ay * 2 > ax)
-        dy = (changeX >= 0) == (changeY >= 0) ? 1 : -1;
-    const int here = strength.here[x];
-    return here >= rows[static_cast<std::size_t>(1 + dy)][x + dx]
-        && here > rows[static_cast<std::size_t>(1 - dy)][x - dx];
+    cv::v_int16x8 across; ///< to the side at least
+    cv::v_int16x8 along; ///< up or down at least; with the former on the diagonal
+    cv::v_int16x8 falling; ///< the diagonal from upper right to lower left
+
+    Sectors(const std::int16_t *changeX, const std::int16_t *changeY)
+    {
+        const cv::v_int16x8 zero = cv::v_setzero_s16();
+        const cv::v_int16x8 x = cv::v_load(changeX);
+        const cv::v_int16x8 y = cv::v_load(changeY);
+        const cv::v_int16x8 ax = cv::v_max(x, zero - x);
+        const cv::v_int16x8 ay = cv::v_max(y, zero - y);
+        across = ax + ax > ay;
+        along = ay + ay > ax;
+        falling = (x ^ y) < zero;
+    }
+};
+
+cv::v_uint8x16 packed(const cv::v_int16x8 &first, const cv::v_int16x8 &second)
+{
+    return cv::v_reinterpret_as_u8(cv::v_pack(first, second));
+}
+
+unsigned int bitsOf(const cv::v_uint8x16 &mask)
+{
+    return static_cast<unsigned int>(cv::v_signmask(cv::v_reinterpret_as_s8(mask)));
+}
+
+/// Which of kWideLanes pixels have the strength's ridge in them, looking along the change; a bit
+/// each. All their neighbours exist.
+unsigned int ridgeBits(const Rows &strength, int at, const std::int16_t *x, const std::int16_t *y)
+{
+    const Sectors first(x, y);
+    const Sectors second(x + kLanes, y + kLanes);
+    const cv::v_uint8x16 across = packed(first.across, second.across);
+    const cv::v_uint8x16 along = packed(first.along, second.along);
+    const cv::v_uint8x16 falling = packed(first.falling, second.falling);
+    const auto pick = [&](const std::uint8_t *side, const std::uint8_t *end,
+                          const std::uint8_t *rising, const std::uint8_t *fallen) {
+        const cv::v_uint8x16 diagonal =
+            cv::v_select(falling, cv::v_load(fallen), cv::v_load(rising));
+        return cv::v_select(across, cv::v_select(along, diagonal, cv::v_load(side)),
+                            cv::v_load(end));
+    };
+    const std::uint8_t *above = strength.above + at;
+    const std::uint8_t *here = strength.here + at;
+    const std::uint8_t *below = strength.below + at;
+    const cv::v_uint8x16 next = pick(here + 1, below, below + 1, above + 1);
+    const cv::v_uint8x16 before = pick(here - 1, above, above - 1, below - 1);
+    const cv::v_uint8x16 middle = cv::v_load(here);
+    return bitsOf((middle >= next) & (middle > before));
 }
 
 /// Which of eight pixels stand out from their neighbourhoods.
@@ -106,7 +143,7 @@ unsigned int strongBits(const std::uint8_t *strength, const std::uint8_t *mean)
     cv::v_expand(cv::v_load(mean), around[0], around[1]);
     const auto first = cv::v_reinterpret_as_s16(strong(here[0], around[0]));
     const auto second = cv::v_reinterpret_as_s16(strong(here[1], around[1]));
-    return static_cast<unsigned int>(cv::v_signmask(cv::v_pack(first, second)));
+    return bitsOf(packed(first, second));
 }
 
 /// The change of some rows of a picture, and the edges in them.
@@ -139,15 +176,16 @@ public:
         const auto *changeX = m_x.ptr<std::int16_t>(row);
         const auto *changeY = m_y.ptr<std::int16_t>(row);
         const int columns = m_strength.cols;
-        for (int start = 0; start < columns; start += kWideLanes) {
-            const int at = std::min(start, columns - kWideLanes);
+        for (int start = 1; start < columns - 1; start += kWideLanes) {
+            const int at = std::min(start, columns - 1 - kWideLanes);
             unsigned int bits = strongBits(strength.here + at, mean + at);
             bits &= ~0U << (start - at); // those before were seen
+            if (bits != 0)
+                bits &= ridgeBits(strength, at, changeX + at, changeY + at);
             for (; bits != 0; bits &= bits - 1) {
                 const int x = at + __builtin_ctz(bits);
-                if (isRidge(strength, x, changeX[x], changeY[x]))
-                    edges.push_back(edgeAt(x, y, strength.here[x], mean[x],
-                                           cv::fastAtan2(changeY[x], changeX[x])));
+                edges.push_back(
+                    edgeAt(x, y, strength.here[x], mean[x], cv::fastAtan2(changeY[x], changeX[x])));
             }
         }
     }
@@ -196,7 +234,7 @@ private:
 std::vector<Edge> edgesIn(const Planes &planes, SecondCore &core)
 {
     const int rows = planes[0].rows;
-    if (planes[0].cols < kWideLanes || rows < 3)
+    if (planes[0].cols < kWideLanes + 2 || rows < 3)
         return {}; // nobody searches so narrow a picture
     const auto find = [&](int first, int end, std::vector<Edge> &edges) {
         edges.reserve(static_cast<std::size_t>((end - first) * planes[0].cols / 8));
