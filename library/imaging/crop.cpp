@@ -77,12 +77,11 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
 
 } // namespace
 
-std::optional<Quadrilateral> findSheet(const Image &image)
+std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core)
 {
     if (!SheetSearch::isLargeEnough(image))
         return std::nullopt;
     keepOpenCvInThisThread();
-    SecondCore core;
     SheetSearch search(image, core);
     Verdict verdict = bestOf(search, search.amongClosed(), false);
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from

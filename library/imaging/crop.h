@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/imaging/image.h"
+#include "library/imaging/second_core.h"
 
 #include <array>
 #include <optional>
@@ -20,9 +21,9 @@ struct Quadrilateral
 
 /// Finds the one sheet in the picture. Nothing when it is not sure: a cut strip of content is worse
 /// than an uncut desk. Throws std::bad_alloc, cv::Exception.
-std::optional<Quadrilateral> findSheet(const Image &image);
+std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core);
 
 /// The sheet straightened; its dpi is not known any more. Throws std::bad_alloc, cv::Exception.
-Image cutSheet(const Image &image, const Quadrilateral &sheet);
+Image cutSheet(const Image &image, const Quadrilateral &sheet, SecondCore &core);
 
 } // namespace korv

@@ -36,7 +36,7 @@ cv::Size sizeOf(const Quadrilateral &sheet, const Image &image)
 
 } // namespace
 
-Image cutSheet(const Image &image, const Quadrilateral &sheet)
+Image cutSheet(const Image &image, const Quadrilateral &sheet, SecondCore &core)
 {
     keepOpenCvInThisThread();
     const cv::Size size = sizeOf(sheet, image);
@@ -54,7 +54,7 @@ Image cutSheet(const Image &image, const Quadrilateral &sheet)
     const cv::Mat map = cv::getPerspectiveTransform(to.data(), from.data());
     crop::Homography toSource;
     std::copy(map.begin<double>(), map.end<double>(), toSource.begin());
-    crop::warpPerspective(image, toSource, result);
+    crop::warpPerspective(image, toSource, result, core);
     return result;
 }
 

@@ -1,7 +1,5 @@
 #include "library/imaging/perspective_warp.h"
 
-#include "library/imaging/second_core.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -272,12 +270,12 @@ private:
 
 } // namespace
 
-void warpPerspective(const Image &source, const Homography &toSource, Image &target)
+void warpPerspective(const Image &source, const Homography &toSource, Image &target,
+                     SecondCore &core)
 {
     Warp warp(source, toSource, target);
     if (std::int64_t{target.width()} * target.height() < kWorthAThread)
         return warp.rows(0, target.height());
-    SecondCore core;
     core.shareRange(0, target.height(), [&](int first, int end) { warp.rows(first, end); });
 }
 

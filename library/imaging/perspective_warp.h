@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/imaging/image.h"
+#include "library/imaging/second_core.h"
 
 #include <array>
 
@@ -13,6 +14,7 @@ using Homography = std::array<double, 9>;
 /// pixels mixed of the four around, outside repeated from the border. The formats are the same. Works
 /// on two processor cores when the picture is worth it; no thread is left behind.
 /// Throws std::bad_alloc.
-void warpPerspective(const Image &source, const Homography &toSource, Image &target);
+void warpPerspective(const Image &source, const Homography &toSource, Image &target,
+                     SecondCore &core);
 
 } // namespace korv::crop

@@ -44,8 +44,9 @@ Image straightened(Image image, CropMode crop)
 {
     if (crop == CropMode::Off)
         return image;
-    const std::optional<Quadrilateral> sheet = findSheet(image);
-    return sheet ? cutSheet(image, *sheet) : image;
+    SecondCore core;
+    const std::optional<Quadrilateral> sheet = findSheet(image, core);
+    return sheet ? cutSheet(image, *sheet, core) : image;
 }
 
 Image inColour(Image image, ColourStyle style)

@@ -2,12 +2,25 @@
 
 #include "library/base/thread_name.h"
 
+#include <chrono>
 #include <system_error>
 #include <utility>
 
 namespace korv {
 
 namespace {
+
+// Steps of a search follow each other sooner. A processor that was put to sleep meanwhile takes as
+// long to wake as many a step takes.
+constexpr std::chrono::microseconds kBriefly{100};
+
+/// Looks again and again, but not for long, and not in the way of anybody on the same processor.
+template <typename Ready> void waitBriefly(const Ready &ready)
+{
+    const auto end = std::chrono::steady_clock::now() + kBriefly;
+    while (!ready() && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+}
 
 std::exception_ptr failureOf(const std::function<void()> &work)
 {
@@ -50,9 +63,11 @@ bool SecondCore::hasThread()
 void SecondCore::serve()
 {
     nameThisThread("korv-half");
-    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto hasWork = [this] { return m_work != nullptr || m_ends; };
     for (;;) {
-        m_changed.wait(lock, [this] { return m_work != nullptr || m_ends; });
+        waitBriefly(hasWork);
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, hasWork);
         if (m_work == nullptr)
             return;
         lock.unlock();
@@ -75,8 +90,10 @@ void SecondCore::hand(const std::function<void()> &work)
 
 std::exception_ptr SecondCore::waitForIt()
 {
+    const auto isDone = [this] { return m_work == nullptr; };
+    waitBriefly(isDone);
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_work == nullptr; });
+    m_changed.wait(lock, isDone);
     return std::exchange(m_failure, nullptr);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <exception>
 #include <functional>
@@ -50,9 +51,10 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    const std::function<void()> *m_work = nullptr; ///< until it is done; these three by m_mutex
+    // these three change by m_mutex
+    std::atomic<const std::function<void()> *> m_work = nullptr; ///< until it is done
+    std::atomic<bool> m_ends = false;
     std::exception_ptr m_failure;
-    bool m_ends = false;
     std::thread m_thread;
 };
 

@@ -27,9 +27,9 @@ void checkSheet(const korv::Quadrilateral &sheet, const korv::Image &image)
     }
 }
 
-void checkCut(const korv::Image &image, const korv::Quadrilateral &sheet)
+void checkCut(const korv::Image &image, const korv::Quadrilateral &sheet, korv::SecondCore &core)
 {
-    const korv::Image cut = korv::cutSheet(image, sheet);
+    const korv::Image cut = korv::cutSheet(image, sheet, core);
     FUZZ_CHECK(korv::isReasonableSize(cut.width(), cut.height()));
     FUZZ_CHECK(cut.format() == image.format());
     FUZZ_CHECK(cut.dpi() == 0);
@@ -42,16 +42,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     fuzz::Input input(bytes, size);
     const bool onlyCut = input.between(0, 7) == 0;
     const korv::Image image = fuzz::drawnImage(input);
+    korv::SecondCore core;
     if (onlyCut) {
         // corners that no search would choose
         const korv::Quadrilateral sheet = fuzz::convexQuadrilateral(input, image);
-        checkCut(image, sheet);
+        checkCut(image, sheet, core);
         return 0;
     }
-    const std::optional<korv::Quadrilateral> sheet = korv::findSheet(image);
+    const std::optional<korv::Quadrilateral> sheet = korv::findSheet(image, core);
     if (!sheet)
         return 0;
     checkSheet(*sheet, image);
-    checkCut(image, *sheet);
+    checkCut(image, *sheet, core);
     return 0;
 }

@@ -14,6 +14,18 @@ using testing_support::threadCount;
 
 namespace {
 
+std::optional<Quadrilateral> sheetIn(const Image &image)
+{
+    SecondCore core;
+    return findSheet(image, core);
+}
+
+Image cutOut(const Image &image, const Quadrilateral &sheet)
+{
+    SecondCore core;
+    return cutSheet(image, sheet, core);
+}
+
 const desk::Corners kTilted = {{{260.3, 130.6}, {1000.2, 210.9}, {930.5, 820.1}, {190.8, 760.4}}};
 const desk::Corners kLeft = {{{90, 220}, {520, 240}, {510, 640}, {80, 620}}};
 const desk::Corners kRight = {{{660, 230}, {1100, 220}, {1110, 630}, {670, 640}}};
@@ -27,7 +39,7 @@ desk::Scene sceneOf(const desk::Corners &sheet)
 
 void expectFound(const desk::Scene &scene, const desk::Corners &sheet, double within = 1.5)
 {
-    const std::optional<Quadrilateral> found = findSheet(desk::draw(scene));
+    const std::optional<Quadrilateral> found = sheetIn(desk::draw(scene));
     ASSERT_TRUE(found);
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_NEAR(found->corners[i].x, sheet[i].x, within) << i;
@@ -50,7 +62,7 @@ TEST(Crop, everyAngleIsFound)
             const double angle = (degrees + 90.0 * static_cast<double>(i) - 130) * M_PI / 180;
             sheet[i] = {600 + 330 * std::cos(angle), 450 + 330 * std::sin(angle)};
         }
-        const std::optional<Quadrilateral> found = findSheet(desk::draw(sceneOf(sheet)));
+        const std::optional<Quadrilateral> found = sheetIn(desk::draw(sceneOf(sheet)));
         ASSERT_TRUE(found) << degrees;
         for (const auto &corner : sheet) {
             double nearest = 1e9;
@@ -103,9 +115,9 @@ TEST(Crop, blankCardIsFound)
 TEST(Crop, cutSheetIsStraightAndFreeOfTheDesk)
 {
     const Image scene = desk::draw(sceneOf(kTilted));
-    const std::optional<Quadrilateral> found = findSheet(scene);
+    const std::optional<Quadrilateral> found = sheetIn(scene);
     ASSERT_TRUE(found);
-    const Image cut = cutSheet(scene, *found);
+    const Image cut = cutOut(scene, *found);
     EXPECT_GE(cut.width(), 742);
     EXPECT_GE(cut.height(), 612);
     int deskPixels = 0;
@@ -122,7 +134,7 @@ TEST(Crop, cutSheetHasTheFormatsOwnAspect)
 {
     // an A4 sheet seen straight from above, its corners a little off
     const Quadrilateral sheet{{{{200, 100}, {622, 102}, {620, 699}, {201, 697}}}};
-    const Image cut = cutSheet(desk::draw({}), sheet);
+    const Image cut = cutOut(desk::draw({}), sheet);
     EXPECT_NEAR(static_cast<double>(cut.height()) / cut.width(), std::sqrt(2.0), 0.003);
 }
 
@@ -139,7 +151,7 @@ TEST(Crop, twoSheetsAlikeAreLeftAlone)
 {
     desk::Scene scene = sceneOf(kLeft);
     scene.sheets.push_back({kRight});
-    EXPECT_FALSE(findSheet(desk::draw(scene)));
+    EXPECT_FALSE(sheetIn(desk::draw(scene)));
 }
 
 TEST(Crop, emptyDeskIsLeftAlone)
@@ -148,30 +160,30 @@ TEST(Crop, emptyDeskIsLeftAlone)
         desk::Scene scene;
         scene.surface = surface;
         scene.shadow = 0.3;
-        EXPECT_FALSE(findSheet(desk::draw(scene))) << static_cast<int>(surface);
+        EXPECT_FALSE(sheetIn(desk::draw(scene))) << static_cast<int>(surface);
     }
 }
 
 TEST(Crop, sheetLargerThanTheFrameIsLeftAlone)
 {
     const desk::Corners sheet = {{{-200, -150}, {1400, -90}, {1380, 1050}, {-180, 1000}}};
-    EXPECT_FALSE(findSheet(desk::draw(sceneOf(sheet))));
+    EXPECT_FALSE(sheetIn(desk::draw(sceneOf(sheet))));
 }
 
 TEST(Crop, sheetThatLeavesTheFrameIsLeftAlone)
 {
     const desk::Corners sheet = {{{300, 200}, {1500, 230}, {1480, 700}, {280, 680}}};
-    EXPECT_FALSE(findSheet(desk::draw(sceneOf(sheet))));
+    EXPECT_FALSE(sheetIn(desk::draw(sceneOf(sheet))));
 }
 
 TEST(Crop, threadsAtOnceFindTheSame)
 {
     const Image scene = desk::draw(sceneOf(kTilted));
-    const std::optional<Quadrilateral> alone = findSheet(scene);
+    const std::optional<Quadrilateral> alone = sheetIn(scene);
     std::array<std::optional<Quadrilateral>, 3> found;
     std::vector<std::thread> threads;
     for (auto &each : found)
-        threads.emplace_back([&each, &scene] { each = findSheet(scene); });
+        threads.emplace_back([&each, &scene] { each = sheetIn(scene); });
     for (std::thread &each : threads)
         each.join();
     ASSERT_TRUE(alone);
@@ -189,9 +201,9 @@ TEST(Crop, noThreadOutlivesTheCrop)
     const Image scene = desk::draw(sceneOf(kTilted));
     std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first
     const std::ptrdiff_t before = threadCount();
-    const std::optional<Quadrilateral> found = findSheet(scene);
+    const std::optional<Quadrilateral> found = sheetIn(scene);
     ASSERT_TRUE(found);
-    EXPECT_GT(cutSheet(scene, *found).width(), 0);
+    EXPECT_GT(cutOut(scene, *found).width(), 0);
     EXPECT_TRUE(testing_support::becomesTrue([=] { return threadCount() == before; }));
 }
 
@@ -199,8 +211,8 @@ TEST(Crop, strangePicturesAreLeftAlone)
 {
     for (const auto &[width, height] :
          {std::pair{1, 1}, {3, 2000}, {2000, 70}, {64, 64}, {70, 5000}}) {
-        EXPECT_FALSE(findSheet(pictures::numbered(width, height, PixelFormat::Gray8)));
-        EXPECT_FALSE(findSheet(pictures::numbered(width, height, PixelFormat::Rgb24)));
+        EXPECT_FALSE(sheetIn(pictures::numbered(width, height, PixelFormat::Gray8)));
+        EXPECT_FALSE(sheetIn(pictures::numbered(width, height, PixelFormat::Rgb24)));
     }
 }
 
@@ -211,8 +223,8 @@ TEST(Crop, strangeCornersAreCutSomehow)
     const Quadrilateral outside{{{{-500, -500}, {900, -400}, {900, 900}, {-500, 800}}}};
     const Quadrilateral line{{{{0, 0}, {100, 0}, {200, 0}, {300, 0}}}};
     const Quadrilateral dented{{{{100, 100}, {700, 100}, {300, 300}, {100, 700}}}};
-    EXPECT_GT(cutSheet(scene, point).width(), 0);
-    EXPECT_GT(cutSheet(scene, line).width(), 0);
-    EXPECT_GT(cutSheet(scene, dented).width(), 0);
-    EXPECT_GT(cutSheet(scene, outside).width(), 0);
+    EXPECT_GT(cutOut(scene, point).width(), 0);
+    EXPECT_GT(cutOut(scene, line).width(), 0);
+    EXPECT_GT(cutOut(scene, dented).width(), 0);
+    EXPECT_GT(cutOut(scene, outside).width(), 0);
 }
