@@ -1,7 +1,6 @@
 #include "library/imaging/line_evidence.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace korv::crop {
@@ -13,42 +12,14 @@ constexpr double kEndShare = 0.15; ///< of a side: its first and last part
 constexpr double kShortestEnd = 8;
 constexpr double kLongestBeyond = 50;
 
-/// Colours of planes, which are all as large.
-class Colours
+cv::Vec3f colourAt(const Planes &planes, cv::Point2d point)
 {
-public:
-    explicit Colours(const Planes &planes)
-        : m_right(planes[0].cols - 1)
-        , m_bottom(planes[0].rows - 1)
-    {
-        for (std::size_t i = 0; i < m_planes.size(); ++i)
-            m_planes[i] = {planes[i].data, planes[i].step[0]};
-    }
-
-    cv::Vec3f at(cv::Point2d point) const
-    {
-        const int x = std::clamp(static_cast<int>(point.x + 0.5), 0, m_right);
-        const int y = std::clamp(static_cast<int>(point.y + 0.5), 0, m_bottom);
-        return {level(0, x, y), level(1, x, y), level(2, x, y)};
-    }
-
-private:
-    struct Plane
-    {
-        const std::uint8_t *pixels;
-        std::size_t stride;
-    };
-
-    float level(std::size_t plane, int x, int y) const
-    {
-        return m_planes[plane].pixels[static_cast<std::size_t>(y) * m_planes[plane].stride
-                                      + static_cast<std::size_t>(x)];
-    }
-
-    std::array<Plane, 3> m_planes{};
-    int m_right;
-    int m_bottom;
-};
+    const int x = std::clamp(static_cast<int>(point.x + 0.5), 0, planes[0].cols - 1);
+    const int y = std::clamp(static_cast<int>(point.y + 0.5), 0, planes[0].rows - 1);
+    return {static_cast<float>(planes[0].at<std::uint8_t>(y, x)),
+            static_cast<float>(planes[1].at<std::uint8_t>(y, x)),
+            static_cast<float>(planes[2].at<std::uint8_t>(y, x))};
+}
 
 double spread(double sumOfSquares, const cv::Vec3d &mean, double count)
 {
@@ -64,14 +35,13 @@ LineEvidence::LineEvidence(const FoundLine &line, const EdgeMap &map, const Plan
     const std::uint16_t bit = EdgeMap::directionBit(line.angle);
     const auto count = static_cast<std::size_t>(std::max(0.0, m_span.to - m_span.from));
     m_sums.resize(count + 1);
-    const Colours colours(planes);
     Sums sums;
     for (std::size_t i = 0; i < count; ++i) {
         const cv::Point2d point = pointAt(m_line, m_span.from + static_cast<double>(i));
         const bool edge =
             map.has(static_cast<int>(point.x + 0.5), static_cast<int>(point.y + 0.5), bit);
-        const cv::Vec3f left = colours.at(point + m_line.normal * kStepReach);
-        const cv::Vec3f right = colours.at(point - m_line.normal * kStepReach);
+        const cv::Vec3f left = colourAt(planes, point + m_line.normal * kStepReach);
+        const cv::Vec3f right = colourAt(planes, point - m_line.normal * kStepReach);
         const cv::Vec3f step = left - right;
         sums.edges += edge ? 1.0F : 0.0F;
         sums.left += left;

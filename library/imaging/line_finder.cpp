@@ -16,8 +16,6 @@ constexpr std::size_t kMost = 56;
 constexpr double kSameDistance = 3;
 constexpr double kSameCosine = 0.999; // 2.6 degrees
 constexpr double kTangentCosine = 0.985; // 10 degrees
-constexpr int kEarned = 2; ///< by an edge on a line, in half pixels ...
-constexpr int kGap = 3; ///< ... and what a place without one costs
 constexpr int kFixedBits = 16; ///< of a pixel
 constexpr double kShortest = 24; ///< of uninterrupted edge
 constexpr double kStepReach = 5; ///< pixels to either side of a line
@@ -46,21 +44,18 @@ Run bestRun(const Line &line, const EdgeMap &map)
     int x = fixed(start.x + 0.5);
     int y = fixed(start.y + 0.5);
     Run best;
-    int score = 0;
-    int bestScore = 0;
+    double score = 0;
     double from = span.from;
     for (double along = span.from; along < span.to; along += 1, x += stepX, y += stepY) {
         // a gap costs more than an edge earns: scattered grain must not add up to a side
-        score += map.has(x >> kFixedBits, y >> kFixedBits, bit) ? kEarned : -kGap;
+        score += map.has(x >> kFixedBits, y >> kFixedBits, bit) ? 1.0 : -1.5;
         if (score <= 0) {
             score = 0;
             from = along + 1;
-        } else if (score > bestScore) {
-            bestScore = score;
-            best.span = {from, along};
+        } else if (score > best.score) {
+            best = {{from, along}, score};
         }
     }
-    best.score = static_cast<double>(bestScore) / kEarned;
     return best;
 }
 
