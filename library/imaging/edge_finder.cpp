@@ -45,6 +45,12 @@ cv::v_int16x8 levelsAt(const std::uint8_t *pixels)
     return cv::v_reinterpret_as_s16(cv::v_load_expand(pixels));
 }
 
+/// Of a change, which is far from the least number.
+cv::v_int16x8 absolute(const cv::v_int16x8 &change)
+{
+    return cv::v_reinterpret_as_s16(cv::v_abs(change));
+}
+
 /// Takes over Sobel's change of a plane where it is larger. Half of luma's: the colour differences
 /// are half as noisy and seldom disturbed by shadows.
 template <bool kLuma>
@@ -59,9 +65,8 @@ template <bool kLuma>
     const cv::v_int16x8 changeX = upperRight - upperLeft + across + across + lowerRight - lowerLeft;
     const cv::v_int16x8 changeY = lowerLeft - upperLeft + down + down + lowerRight - upperRight;
     // long side plus 3/8 of the short one is the length to 7 %, and needs no root
-    const cv::v_int16x8 zero = cv::v_setzero_s16();
-    const cv::v_int16x8 a = cv::v_max(changeX, zero - changeX);
-    const cv::v_int16x8 b = cv::v_max(changeY, zero - changeY);
+    const cv::v_int16x8 a = absolute(changeX);
+    const cv::v_int16x8 b = absolute(changeY);
     const cv::v_int16x8 shorter = cv::v_min(a, b);
     const cv::v_int16x8 length = cv::v_max(a, b) + ((shorter + shorter + shorter) >> 3);
     const cv::v_int16x8 weighed = kLuma ? length >> 1 : length;
@@ -81,14 +86,13 @@ struct Sectors
 
     Sectors(const std::int16_t *changeX, const std::int16_t *changeY)
     {
-        const cv::v_int16x8 zero = cv::v_setzero_s16();
         const cv::v_int16x8 x = cv::v_load(changeX);
         const cv::v_int16x8 y = cv::v_load(changeY);
-        const cv::v_int16x8 ax = cv::v_max(x, zero - x);
-        const cv::v_int16x8 ay = cv::v_max(y, zero - y);
+        const cv::v_int16x8 ax = absolute(x);
+        const cv::v_int16x8 ay = absolute(y);
         across = ax + ax > ay;
         along = ay + ay > ax;
-        falling = (x ^ y) < zero;
+        falling = (x ^ y) < cv::v_setzero_s16();
     }
 };
 

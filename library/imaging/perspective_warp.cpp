@@ -1,9 +1,10 @@
 #include "library/imaging/perspective_warp.h"
 
+#include "library/imaging/colour_lanes.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 
 #include <opencv2/core/hal/intrin.hpp>
 
@@ -171,9 +172,7 @@ public:
             cv::v_add_wrap(cv::v_add_wrap(columns << kFractionBits, cv::v_setall_u16(kHalf)),
                            cv::v_mul_wrap(step, m_weights.of(x)))
             >> kFractionBits;
-        const cv::v_int16x8 levels = cv::v_reinterpret_as_s16(mixed);
-        const std::uint32_t pixel = cv::v_reinterpret_as_u32(cv::v_pack_u(levels, levels)).get0();
-        std::memcpy(out, &pixel, sizeof pixel);
+        storePixel(mixed, out);
     }
 
     /// Whether all that mix() reads lies in the picture.

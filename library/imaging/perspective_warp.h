@@ -11,8 +11,8 @@ namespace korv::crop {
 using Homography = std::array<double, 9>;
 
 /// Fills `target` with what `source` shows where `toSource` maps its pixels' centres to: between
-/// pixels mixed of the four around, outside repeated from the border. The formats are the same. Works
-/// on two processor cores when the picture is worth it; no thread is left behind.
+/// pixels mixed of the four around, outside repeated from the border. The formats are the same. Shares
+/// the work with `core` when the picture is worth it.
 /// Throws std::bad_alloc.
 void warpPerspective(const Image &source, const Homography &toSource, Image &target,
                      SecondCore &core);

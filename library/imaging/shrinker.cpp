@@ -1,8 +1,9 @@
 #include "library/imaging/shrinker.h"
 
+#include "library/imaging/colour_lanes.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include <opencv2/core/hal/intrin.hpp>
 
@@ -129,9 +130,7 @@ template <int kCount> void Shrinker::mixColour(std::uint8_t *out) const
             if (i + 1 < kCount)
                 sum += cv::v_rotate_right<3>(two);
         }
-        const cv::v_int16x8 levels = cv::v_reinterpret_as_s16(mean<kCount * kCount>(sum));
-        const std::uint32_t pixel = cv::v_reinterpret_as_u32(cv::v_pack_u(levels, levels)).get0();
-        std::memcpy(out, &pixel, sizeof pixel);
+        storePixel(mean<kCount * kCount>(sum), out);
         out += 3;
     }
 }
