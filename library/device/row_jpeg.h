@@ -17,7 +17,7 @@ public:
     /// Height of a row of MCUs with 4:2:0 sampling.
     static constexpr int kRowHeight = 16;
 
-    /// Rgb24 only. -ENOMEM.
+    /// Rgb24 only. -ENOMEM. Throws std::bad_alloc.
     static Result<RowJpeg> encode(const Image &image, int quality);
 
     std::size_t rowCount() const { return m_rows.size(); }
@@ -36,7 +36,8 @@ private:
         std::size_t end = 0; ///< without the marker that follows
     };
 
-    explicit RowJpeg(Bytes bytes);
+    /// `firstRow`: where the coded data begin.
+    RowJpeg(Bytes bytes, std::size_t firstRow);
 
     Bytes m_bytes;
     std::vector<Row> m_rows;

@@ -51,9 +51,9 @@ constexpr unsigned kMostRestartInterval = 0xFFFF; // two bytes, T.81, B.2.4.4
 std::optional<Strip> upperHalf(const VideoPicture &picture)
 {
     const McuSize mcu = mcuOf(picture.layout);
-    const int rows = (picture.height + mcu.height - 1) / mcu.height;
+    const int rows = mcu.down(picture.height);
     const int upperRows = (rows + 1) / 2;
-    const auto inRow = static_cast<unsigned>((picture.width + mcu.width - 1) / mcu.width);
+    const auto inRow = static_cast<unsigned>(mcu.across(picture.width));
     const unsigned interval = inRow * static_cast<unsigned>(upperRows);
     if (rows < 2 || interval > kMostRestartInterval)
         return std::nullopt;

@@ -13,6 +13,10 @@ struct McuSize
 {
     int width = 0;
     int height = 0;
+
+    // how many a picture takes
+    int across(int pictureWidth) const { return (pictureWidth + width - 1) / width; }
+    int down(int pictureHeight) const { return (pictureHeight + height - 1) / height; }
 };
 
 /// Of the JPEGs that pictures of a layout become. All keep the chroma's sampling, and RGB becomes
