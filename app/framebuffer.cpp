@@ -52,6 +52,8 @@ bool FrameBuffer::Access::makeRoom(int width, int height)
 
     m_buffer.m_width = width;
     m_buffer.m_height = height;
+    if (!first && (width < 0 || height < 0))
+        return true;
     if (first) {
         m_buffer.m_bufferWidth = width;
         m_buffer.m_bufferHeight = height;

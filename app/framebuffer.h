@@ -64,7 +64,8 @@ public:
 
     /// Records the size of an arriving frame and makes sure the block holds width x height 24-bit
     /// pixels. The block grows only for a frame of more pixels than were ever recorded and never
-    /// shrinks. False when there is no memory (or the size is absurd): no frame is held then.
+    /// shrinks. False when there is no memory (or the size is absurd): no frame is held then. A
+    /// negative size is recorded and asks for no room: what is held stays.
     bool makeRoom(int width, int height);
 
     /// Copies a frame that decodes, and marks it as waiting. `picture` is what was made from it and

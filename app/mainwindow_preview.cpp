@@ -50,7 +50,7 @@ void MainWindow::paintEvent(QPaintEvent *)
     const PreviewTarget::Value target = m_previewTarget.get();
     if (!refreshFrontPicture(target))
         return;
-    const QRect drawn = previewgeometry::fitted(m_frontPicture.frameSize, target.turn, target.area);
+    const QRect drawn = previewgeometry::fitted(m_frontPicture.shape, target.turn, target.area);
     if (!drawn.isEmpty()) {
         QPainter painter(this);
         painter.drawImage(drawn, m_frontPicture.image, m_frontPicture.image.rect());

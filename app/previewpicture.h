@@ -11,6 +11,7 @@ struct PreviewPicture
 {
     QImage image;
     QSize frameSize; ///< as reported with the frame, not the picture's own
+    QSize shape; ///< what the geometry follows: frameSize, unless a side of it is negative
     previewgeometry::Turn turn = previewgeometry::Turn::None;
     QSize area;
     double density = 1;

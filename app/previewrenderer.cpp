@@ -24,6 +24,14 @@ QImage turned(QImage image, Turn turn)
     return image;
 }
 
+/// The pixels of the screen that a frame covers, before its turn.
+QSize drawnSize(QSize frameSize, const PreviewTarget::Value &target)
+{
+    const QSize drawn =
+        previewgeometry::fitted(frameSize, target.turn, target.area).size() * target.density;
+    return previewgeometry::isQuarterTurn(target.turn) ? drawn.transposed() : drawn;
+}
+
 /// Scales into `result`, whose memory is used again when it has the right size.
 void scaleInto(QImage &result, const QImage &source, QSize size)
 {
@@ -41,16 +49,15 @@ bool PreviewRenderer::render(const void *jpeg, int length, QSize frameSize,
                              PreviewTarget::Value target, PreviewPicture &picture)
 {
     picture.area = {};
-    QSize drawn =
-        previewgeometry::fitted(frameSize, target.turn, target.area).size() * target.density;
-    if (previewgeometry::isQuarterTurn(target.turn))
-        drawn.transpose();
-
-    if (!previewdecoder::decode(jpeg, length, drawn, m_decoded))
+    const bool hasSize = frameSize.width() >= 0 && frameSize.height() >= 0;
+    const QSize least = hasSize ? drawnSize(frameSize, target) : target.area * target.density;
+    if (!previewdecoder::decode(jpeg, length, least, m_decoded))
         return false;
     if (target.area.isEmpty())
         return true;
 
+    picture.shape = hasSize ? frameSize : m_decoded.size();
+    const QSize drawn = drawnSize(picture.shape, target);
     if (drawn.isEmpty()) {
         picture.image = {};
     } else if (target.turn == Turn::None) {

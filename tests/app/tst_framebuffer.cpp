@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -121,6 +122,32 @@ TEST(FrameBuffer, absurdSizesHoldNothing)
     EXPECT_FALSE(frame.makeRoom(40000, 40000));
     EXPECT_TRUE(frame.makeRoom(4, 4));
     EXPECT_NE(frame.bytes(), nullptr);
+}
+
+TEST(FrameBuffer, negativeSizeKeepsWhatIsHeld)
+{
+    for (const QSize size : {QSize(-4, 4), QSize(4, -4), QSize(-400, -400), QSize(INT_MIN, 2)}) {
+        FrameBuffer buffer;
+        ASSERT_TRUE(store(buffer, 4, 4, "good"));
+        FrameBuffer::Access frame{buffer};
+        EXPECT_TRUE(frame.makeRoom(size.width(), size.height()));
+        ASSERT_NE(frame.bytes(), nullptr);
+        EXPECT_EQ(std::memcmp(frame.bytes(), "good", 4), 0);
+        EXPECT_EQ(frame.length(), 4);
+        EXPECT_EQ(frame.width(), size.width());
+        EXPECT_EQ(frame.height(), size.height());
+        EXPECT_EQ(frame.bufferWidth(), 4);
+        EXPECT_EQ(frame.bufferHeight(), 4);
+    }
+}
+
+TEST(FrameBuffer, negativeSizeFirstHoldsNothing)
+{
+    FrameBuffer buffer;
+    FrameBuffer::Access frame{buffer};
+    EXPECT_FALSE(frame.makeRoom(-4, 4));
+    EXPECT_EQ(frame.bytes(), nullptr);
+    EXPECT_TRUE(frame.makeRoom(4, 4));
 }
 
 TEST(FrameBuffer, sizelessFrameIsAnnouncedButEmpty)
