@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/framebuffer.h"
+#include "app/framereceiver.h"
 #include "app/previewrenderer.h"
 #include "camera/camerarecords.h"
 #include "installpaths.h"
@@ -160,8 +161,7 @@ private:
 
     const char *m_cameraLibrary;
     PreviewTarget m_previewTarget;
-    PreviewRenderer m_captureRenderer; ///< the capture callback's
-    PreviewPicture m_backPicture; ///< the capture callback's
+    FrameReceiver m_receiver{m_frame}; ///< the capture callback's
     PreviewRenderer m_paintRenderer;
     PreviewPicture m_frontPicture; ///< what was painted last
     std::uint64_t m_frontFrame = 0; ///< the stored frame that m_frontPicture shows

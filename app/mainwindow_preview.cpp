@@ -12,18 +12,8 @@ int MainWindow::CameraCpatureReciveCB(void *data, int size, int width, int heigh
 {
     std::printf("data:%p size:%d w:%d h:%d\n", data, size, width, height);
     MainWindow &window = *gMainWindow;
-    if (window.m_frame.waiting())
-        return 0; // the last frame is not painted yet: drop this one
-
-    // All work on the picture happens before the lock: painting and photographs never wait for it.
-    const bool isPicture = window.m_captureRenderer.render(
-        data, size, QSize(width, height), window.m_previewTarget.get(), window.m_backPicture);
-    {
-        FrameBuffer::Access frame{window.m_frame};
-        if (frame.makeRoom(width, height) && isPicture)
-            frame.store(data, size, window.m_backPicture);
-    }
-    window.requestRepaint();
+    if (window.m_receiver.receive(data, size, QSize(width, height), window.m_previewTarget.get()))
+        window.requestRepaint();
     return 0;
 }
 

@@ -1,11 +1,17 @@
 #include "tests/app/windowfixture.h"
 
 #include <QBuffer>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QPainter>
 #include <QRegularExpression>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -337,4 +343,94 @@ TEST_F(PreviewTest, onlyThePreviewIsRepaintedForAFrame)
     runQueued();
     EXPECT_EQ(paintedFrames(), 1);
     EXPECT_EQ(button.count, 0);
+}
+
+TEST_F(PreviewTest, negativeSizeAfterAGoodFrameKeepsTheBlock)
+{
+    for (const QSize size : {QSize(-64, 48), QSize(64, -48), QSize(-640, -480)}) {
+        SCOPED_TRACE(QStringLiteral("%1*%2").arg(size.width()).arg(size.height()).toStdString());
+        deliver(jpeg({64, 48}), {64, 48});
+        runQueued();
+        deliver(encoded(quarters({400, 300})), size);
+        {
+            const FrameBuffer::Access frame{m_window->m_frame};
+            EXPECT_NE(frame.bytes(), nullptr);
+            EXPECT_EQ(frame.width(), size.width());
+            EXPECT_EQ(frame.height(), size.height());
+        }
+        runQueued();
+        // a size that is none leaves the picture its own shape
+        expectCorners(expectedRectangle({400, 300}), {kRed, kGreen, kBlue, kYellow});
+    }
+}
+
+TEST_F(PreviewTest, brokenFrameOfNegativeSizeLeavesTheOldPicture)
+{
+    const QByteArray good = encoded(quarters({400, 300}));
+    deliver(good, {400, 300});
+    runQueued();
+    deliver(QByteArray("broken"), {-400, 300});
+    runQueued();
+    expectCorners(expectedRectangle({400, 300}), {kRed, kGreen, kBlue, kYellow});
+    const FrameBuffer::Access frame{m_window->m_frame};
+    ASSERT_EQ(frame.length(), good.size());
+    EXPECT_EQ(std::memcmp(frame.bytes(), good.constData(), std::size_t(good.size())), 0);
+}
+
+TEST_F(PreviewTest, photographAfterANegativeSizeHasAFrame)
+{
+    m_window->hide();
+    openOneCamera();
+    useSaveFolder();
+    m_window->show();
+    runQueued();
+    QByteArray frame = jpeg({64, 48});
+    fake_emit_frame_on_thread(frame.data(), frame.size(), 64, 48);
+    runQueued();
+    fake_emit_frame_on_thread(frame.data(), frame.size(), -64, 48);
+    runQueued();
+    calls();
+    m_window->onslot_setbtn_takephoto();
+    EXPECT_NE(calls().find("SaveVideoData(data,-64,48,0,"), std::string::npos);
+}
+
+// The device that is being left may still deliver when the next one has started.
+TEST_F(PreviewTest, twoDeliveringThreadsNeitherCrashNorStopThePicture)
+{
+    m_window->hide();
+    openOneCamera();
+    m_window->show();
+    runQueued();
+    const std::array<QSize, 2> sizes{QSize(320, 240), QSize(200, 300)};
+    std::atomic<bool> enough{false};
+    std::vector<std::thread> cameras;
+    for (const QSize size : sizes) {
+        cameras.emplace_back([this, &enough, size, frame = jpeg(size)]() mutable {
+            while (!enough) {
+                // when the window has painted, both come at once
+                if (!m_window->m_frame.waiting())
+                    fake_emit_frame(frame.data(), frame.size(), size.width(), size.height());
+            }
+        });
+    }
+    int mostWaiting = 0;
+    int painted = 0;
+    QElapsedTimer time;
+    time.start();
+    while (painted < 200 && mostWaiting < 2 && !time.hasExpired(20000)) {
+        QCoreApplication::processEvents();
+        mostWaiting = std::max(mostWaiting, m_window->m_frame.pendingCount());
+        painted += paintedFrames();
+    }
+    enough = true;
+    for (std::thread &camera : cameras)
+        camera.join();
+    runQueued();
+    EXPECT_GE(painted, 200);
+    EXPECT_EQ(mostWaiting, 1);
+    EXPECT_EQ(m_window->m_frame.pendingCount(), 0);
+    traces();
+    deliver(jpeg({64, 48}), {64, 48});
+    runQueued();
+    EXPECT_EQ(paintedFrames(), 1);
 }
