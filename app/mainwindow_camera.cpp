@@ -38,11 +38,10 @@ bool makeFolder(const QString &folder)
     return general::Korv_Config_Mkdir(folder.toStdString().c_str(), kFolderMode) >= 0;
 }
 
-/// The file with the settings of the camera's model; one that would take all memory is put aside.
+/// The file with the settings of the camera's model.
 QString settingsFileOf(const _tag_unit_camera &camera, const QString &backupFolder)
 {
-    return foreignvalues::putAside(
-        workarguments::settingsFileName(backupFolder, camera.vid, camera.pid));
+    return workarguments::settingsFileName(backupFolder, camera.vid, camera.pid);
 }
 
 } // namespace
@@ -78,7 +77,7 @@ int MainWindow::OpenCamera(_tag_unit_camera &cam)
         log.at(1058, "fail mkdir GetTempPath \n");
         return -1;
     }
-    backupSetting settings(settingsFileOf(cam, backupFolder));
+    backupSetting settings(foreignvalues::toRead(settingsFileOf(cam, backupFolder)));
 
     // The device and what it offers.
     const int opened = m_KorvCamera->Open(cam.ID);
@@ -163,7 +162,7 @@ void MainWindow::SaveCameraWorkArg(_tag_unit_camera &camera)
         log.at(__LINE__, "failure mkdir GetTempPath \n");
         return;
     }
-    backupSetting settings(settingsFileOf(camera, backupFolder));
+    backupSetting settings(foreignvalues::toWrite(settingsFileOf(camera, backupFolder)));
     // What the user sees is what is saved; only the folder has no widget here.
     workarguments::Shown shown;
     shown.resolution = ui->dpilistcomb->currentText();

@@ -236,7 +236,7 @@ TEST_F(CameraTest, unreadableNumbersReadAsZeroAndUnknownTextsAsTheFirstEntry)
     EXPECT_EQ(m_window->ui->rotatestylecomb->currentText(), QStringLiteral("无"));
 }
 
-TEST_F(CameraTest, settingsThatWouldTakeAllMemoryArePutAside)
+TEST_F(CameraTest, settingsThatWouldTakeAllMemoryAreLeftAloneUntilTheCameraIsClosed)
 {
     start();
     const std::string huge = R"([file]
@@ -245,8 +245,28 @@ type=@Variant(\0\0\0\xb\x7f\xff\xff\xff)
     writeSettings("1234*5678.ini", huge);
     m_window->OpenCamera(m_camera);
     EXPECT_EQ(m_window->m_fileArgv.type, QStringLiteral("jpg"));
-    EXPECT_EQ(settingsFile("1234*5678.ini"), "");
+    EXPECT_EQ(m_window->m_fileArgv.quality, 95);
+    EXPECT_NE(traces().find("settings not read, values of unknown kinds in:"), std::string::npos);
+    EXPECT_EQ(settingsFile("1234*5678.ini"), huge);
+    m_window->CloseCamera(m_camera);
+    EXPECT_NE(traces().find("settings with values of unknown kinds kept as:"), std::string::npos);
     EXPECT_EQ(settingsFile("1234*5678.ini.bad"), huge);
+    m_window->OpenCamera(m_camera);
+    EXPECT_EQ(traces().find("unknown kinds"), std::string::npos);
+}
+
+TEST_F(CameraTest, saveFolderWithTheNameOfAValueComesBack)
+{
+    start();
+    for (const char *folder : {"/a,@Variant(b", "/x=@Variant(y", "/p=@DateTime(q", "@Variant(b)"}) {
+        m_window->OpenCamera(m_camera);
+        m_window->m_fileArgv.path = QString::fromLatin1(folder);
+        m_window->CloseCamera(m_camera);
+        m_window->m_fileArgv.path.clear();
+        m_window->OpenCamera(m_camera);
+        EXPECT_EQ(m_window->m_fileArgv.path, QString::fromLatin1(folder));
+        EXPECT_EQ(settingsFile("1234*5678.ini.bad"), "");
+    }
 }
 
 TEST_F(CameraTest, withoutAHomeNothingIsOpened)
