@@ -4,6 +4,7 @@
 #include "settings/csettingdlg.h"
 #include "ui/ui_mainwindow.h"
 #include "util/general.h"
+#include "util/ownenvironment.h"
 #include "util/trace.h"
 
 #include <QAction>
@@ -144,8 +145,11 @@ void MainWindow::openThumbnail(QPoint globalPosition)
         return;
     std::printf("item:%s\n", item->text().toStdString().c_str());
     const QString file = IsExit_thumlist(item->text());
-    if (!file.isEmpty())
-        QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file).absoluteFilePath()));
+    if (file.isEmpty())
+        return;
+    // a viewer may well be a Qt program that draws with OpenGL
+    const ownenvironment::Hidden hidden;
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file).absoluteFilePath()));
 }
 
 void MainWindow::deleteSelectedThumbnails()

@@ -1,5 +1,7 @@
 #include "app/process.h"
 
+#include "util/ownenvironment.h"
+
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -20,9 +22,23 @@ void useUtf8()
     if (std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0)
         return;
     // LC_ALL would hide LC_CTYPE.
-    ::unsetenv("LC_ALL");
-    ::setenv("LC_CTYPE", "C.UTF-8", 1);
+    ownenvironment::set("LC_ALL", nullptr);
+    ownenvironment::set("LC_CTYPE", "C.UTF-8");
     std::setlocale(LC_CTYPE, "");
+}
+
+/// What the entry of the applications menu asks for. It cannot set Qt's variables itself: they
+/// would reach every program that is started from here.
+void growWithTheScreen()
+{
+    constexpr char kRequest[] = "KORV_WINDOW_GROWS";
+    const char *request = std::getenv(kRequest);
+    const bool wanted = request != nullptr && std::strcmp(request, "1") == 0;
+    ::unsetenv(kRequest);
+    if (!wanted)
+        return;
+    ownenvironment::setDefault("QT_AUTO_SCREEN_SCALE_FACTOR", "1");
+    ownenvironment::setDefault("QT_SCALE_FACTOR_ROUNDING_POLICY", "PassThrough");
 }
 
 } // namespace
@@ -31,7 +47,8 @@ void prepareProcess()
 {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     useUtf8();
-    ::setenv("QT_XCB_GL_INTEGRATION", "none", 0);
+    ownenvironment::setDefault("QT_XCB_GL_INTEGRATION", "none");
+    growWithTheScreen();
     ::mallopt(M_MMAP_THRESHOLD, kMapFrom);
     ::mallopt(M_TRIM_THRESHOLD, kTrimFrom);
 }

@@ -1,5 +1,7 @@
 #include "app/singleinstance.h"
 
+#include "util/ownenvironment.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -26,6 +28,7 @@ struct ClosePipe
 /// The first bytes of what the command prints; empty when it cannot be run.
 std::string readListing()
 {
+    const ownenvironment::Hidden hidden;
     const std::unique_ptr<std::FILE, ClosePipe> pipe{::popen(kListCommand, "r")};
     if (!pipe)
         return {};

@@ -1,5 +1,7 @@
 #include "util/general.h"
 
+#include "util/ownenvironment.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -54,6 +56,7 @@ int general::Korv_Config_Mkdir(const char *path, int mode)
             : std::snprintf(command.data(), command.size(), "mkdir -p -m 0%d %s", mode, path);
     }
     // half a command would create, or change the mode of, some other directory
+    const ownenvironment::Hidden hidden;
     const int status = fits(length, command.size()) ? std::system(command.data()) : kNotRun;
     if (status != 0)
         std::printf("err no:%d\n", status);

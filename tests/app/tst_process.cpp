@@ -1,5 +1,7 @@
 #include "app/process.h"
 
+#include "util/ownenvironment.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -98,4 +100,53 @@ TEST(ProcessTest, openGlIsLeftOutUnlessTheUserWantsIt)
         std::printf("%s\n", orNone(std::getenv("QT_XCB_GL_INTEGRATION")));
     });
     EXPECT_EQ(chosen, "xcb_egl\n");
+}
+
+TEST(ProcessTest, commandsGetTheEnvironmentOfTheStart)
+{
+    const std::string text = printedByAChild([] {
+        setenv("LC_ALL", "POSIX", 1);
+        unsetenv("LC_CTYPE");
+        unsetenv("QT_XCB_GL_INTEGRATION");
+        unsetenv("QT_AUTO_SCREEN_SCALE_FACTOR");
+        setenv("QT_SCALE_FACTOR_ROUNDING_POLICY", "Floor", 1);
+        setenv("KORV_WINDOW_GROWS", "1", 1);
+        prepareProcess();
+        const ownenvironment::Hidden hidden;
+        static_cast<void>(!std::system("echo ${LC_ALL-unset} ${LC_CTYPE-unset} "
+                                       "${QT_XCB_GL_INTEGRATION-unset} "
+                                       "${QT_AUTO_SCREEN_SCALE_FACTOR-unset} "
+                                       "${QT_SCALE_FACTOR_ROUNDING_POLICY-unset} "
+                                       "${KORV_WINDOW_GROWS-unset}"));
+    });
+    EXPECT_EQ(text, "POSIX unset unset unset Floor unset\n");
+}
+
+TEST(ProcessTest, windowGrowsWhereItIsAskedForAndNotChosen)
+{
+    const struct
+    {
+        const char *request;
+        const char *chosen;
+        const char *expected;
+    } rows[] = {{"1", nullptr, "1 PassThrough"},
+                {"1", "0", "0 PassThrough"},
+                {"0", nullptr, "unset unset"},
+                {"", nullptr, "unset unset"},
+                {nullptr, nullptr, "unset unset"}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(orNone(row.request));
+        const std::string text = printedByAChild([row] {
+            const auto give = [](const char *name, const char *value) {
+                value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+            };
+            give("KORV_WINDOW_GROWS", row.request);
+            give("QT_AUTO_SCREEN_SCALE_FACTOR", row.chosen);
+            unsetenv("QT_SCALE_FACTOR_ROUNDING_POLICY");
+            prepareProcess();
+            std::printf("%s %s\n", orNone(std::getenv("QT_AUTO_SCREEN_SCALE_FACTOR")),
+                        orNone(std::getenv("QT_SCALE_FACTOR_ROUNDING_POLICY")));
+        });
+        EXPECT_EQ(text, std::string(row.expected) + "\n");
+    }
 }

@@ -19,7 +19,9 @@ class Dense(EndToEndTest):
     def setUp(self):
         super().setUp()
         self.desk.plug("1b17:0211 Desk", [stripes(1600, 1200, 3)])
-        self.app = self.start(environment={"QT_AUTO_SCREEN_SCALE_FACTOR": "1"})
+        # to the whole step: the server's dots an inch are not exactly twice as many
+        self.app = self.start(environment={"KORV_WINDOW_GROWS": "1",
+                                           "QT_SCALE_FACTOR_ROUNDING_POLICY": "Round"})
         self.app.wait_for_live_picture()
 
     def place(self, rect):

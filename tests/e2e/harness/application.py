@@ -39,8 +39,9 @@ done
 true
 """
 
-# stands for the desktop's viewer; tells what it was asked to open
+# stands for the desktop's viewer; tells what it was asked to open, and in which environment
 OPEN_SHIM = r"""#!/bin/sh
+env >"$KORV_E2E_OPENED.environment"
 printf '%s\n' "$*" >>"$KORV_E2E_OPENED"
 """
 
@@ -65,9 +66,9 @@ class Application:
         self.runtime.mkdir(mode=0o700, exist_ok=True)
         self._lines = []
         self._changed = threading.Condition()
+        self.environment = {**self._environment(desk, real_ps), **(environment or {})}
         with open(self.folder / "stderr.log", "ab") as errors:
-            self.process = self._start(
-                {**self._environment(desk, real_ps), **(environment or {})}, errors)
+            self.process = self._start(self.environment, errors)
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
 
