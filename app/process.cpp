@@ -1,11 +1,14 @@
 #include "app/process.h"
 
 #include "util/ownenvironment.h"
+#include "util/signalhandler.h"
 
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include <langinfo.h>
 #include <malloc.h>
@@ -41,6 +44,13 @@ void growWithTheScreen()
     ownenvironment::setDefault("QT_SCALE_FACTOR_ROUNDING_POLICY", "PassThrough");
 }
 
+/// A write that goes too far, or to a reader who has left, is an error like others.
+void letWritesFail()
+{
+    for (const int number : {SIGXFSZ, SIGPIPE})
+        installSignalHandler(number, [](int) {});
+}
+
 } // namespace
 
 void prepareProcess()
@@ -49,6 +59,7 @@ void prepareProcess()
     useUtf8();
     ownenvironment::setDefault("QT_XCB_GL_INTEGRATION", "none");
     growWithTheScreen();
+    letWritesFail();
     ::mallopt(M_MMAP_THRESHOLD, kMapFrom);
     ::mallopt(M_TRIM_THRESHOLD, kTrimFrom);
 }

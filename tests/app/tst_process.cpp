@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include <string>
 
 #include <langinfo.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -149,4 +151,43 @@ TEST(ProcessTest, windowGrowsWhereItIsAskedForAndNotChosen)
         });
         EXPECT_EQ(text, std::string(row.expected) + "\n");
     }
+}
+
+TEST(ProcessTest, writePastTheLimitFails)
+{
+    const std::string text = printedByAChild([] {
+        prepareProcess();
+        std::FILE *file = std::tmpfile();
+        const rlimit limit{10, 10};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const ssize_t first = write(fileno(file), "0123456789", 10);
+        const ssize_t second = write(fileno(file), "0", 1);
+        std::printf("%zd %zd %s\n", first, second, std::strerror(errno));
+    });
+    EXPECT_EQ(text, "10 -1 File too large\n");
+}
+
+TEST(ProcessTest, writeToAReaderWhoHasLeftFails)
+{
+    const std::string text = printedByAChild([] {
+        prepareProcess();
+        std::array<int, 2> ends{-1, -1};
+        const int made = pipe(ends.data());
+        close(ends[0]);
+        const ssize_t written = write(ends[1], "0", 1);
+        std::printf("%d %zd %s\n", made, written, std::strerror(errno));
+    });
+    EXPECT_EQ(text, "0 -1 Broken pipe\n");
+}
+
+TEST(ProcessTest, commandsStartWithTheDefaultOfEachSignal)
+{
+    const std::string ignored = "grep -E 'Sig(Ign|Blk)' /proc/self/status";
+    const std::string before =
+        printedByAChild([&] { static_cast<void>(!std::system(ignored.c_str())); });
+    const std::string after = printedByAChild([&] {
+        prepareProcess();
+        static_cast<void>(!std::system(ignored.c_str()));
+    });
+    EXPECT_EQ(after, before);
 }
