@@ -1,6 +1,8 @@
+#include "app/endsignals.h"
 #include "app/mainwindow.h"
 #include "app/process.h"
 #include "app/refusalbox.h"
+#include "app/sessionend.h"
 #include "app/singleinstance.h"
 #include "installpaths.h"
 
@@ -21,7 +23,9 @@ int main(int argc, char **argv)
     QCoreApplication::installTranslator(&translator);
 
     if (getAppIsRunning() == 0) {
+        EndSignals endSignals;
         MainWindow window;
+        const SessionEnd sessionEnd(window, endSignals);
         window.show();
         return QApplication::exec();
     }

@@ -49,6 +49,9 @@ public:
     int OpenCamera(_tag_unit_camera &cam);
     int CloseCamera(_tag_unit_camera &cam);
     void SaveCameraWorkArg(_tag_unit_camera &camera);
+    /// Writes the running camera's settings and changes nothing else. Does nothing when it is called
+    /// from inside work on the camera records.
+    void saveSession();
     void ShowCameraUnitArgv(_tag_unit_camera &camera);
 
     // mainwindow_preview.cpp

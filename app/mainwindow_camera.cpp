@@ -175,6 +175,17 @@ void MainWindow::SaveCameraWorkArg(_tag_unit_camera &camera)
     workarguments::write(settings, camera.vid, camera.pid, shown);
 }
 
+void MainWindow::saveSession()
+{
+    if (!m_deviceLock.try_lock())
+        return;
+    for (_tag_unit_camera &camera : m_cameras) {
+        if (camera.status == 1)
+            SaveCameraWorkArg(camera);
+    }
+    m_deviceLock.unlock();
+}
+
 void MainWindow::ShowCameraUnitArgv(_tag_unit_camera &camera)
 {
     cameralist::printRecord(camera);
