@@ -28,7 +28,8 @@ SessionEnd::SessionEnd(MainWindow &window, EndSignals &endSignals)
     // Qt would close the window at the question already: called off, the program would run on
     // unseen and refuse to be started again.
     QGuiApplication::setFallbackSessionManagementEnabled(false);
-    connect(qApp, &QGuiApplication::commitDataRequest, &window, [&window] { window.saveSession(); });
+    connect(qApp, &QGuiApplication::commitDataRequest, &window,
+            [&window] { window.saveSession(); });
     connect(qApp, &QCoreApplication::aboutToQuit, this, &SessionEnd::closeWindow);
     connect(&endSignals, &EndSignals::received, this, &SessionEnd::closeEverything);
     openWindow = &window;

@@ -42,7 +42,10 @@ protected:
         settings.setValue(QStringLiteral("file"), QStringLiteral("type"), QLatin1String(type));
     }
 
-    static std::string content(const QString &file) { return support::readFile(file.toStdString()); }
+    static std::string content(const QString &file)
+    {
+        return support::readFile(file.toStdString());
+    }
 
     /// What QSettings makes of the bytes: whether a value or an entry of a list is no text.
     bool qtBuildsOther(const std::string &ini)
@@ -61,8 +64,8 @@ protected:
                     for (const QVariant &entry : value.toList())
                         found |= entry.type() != QVariant::String;
                 } else {
-                    found |= value.type() != QVariant::String
-                        && value.type() != QVariant::StringList;
+                    found |=
+                        value.type() != QVariant::String && value.type() != QVariant::StringList;
                 }
             }
         }
@@ -214,10 +217,9 @@ TEST_F(ForeignValues, ownValuesAreNotMistakenForThem)
         QByteArray::fromStdString(support::readFile(home.scratch() / "own.ini"));
     EXPECT_TRUE(written.contains("@@Variant(x)")) << written.toStdString();
     EXPECT_FALSE(foreignvalues::areIn(written)) << written.toStdString();
-    for (const char *ini :
-         {"", "\\", "a=\\", "a=\\x", "a=@variant(", "a=@Variant", "a=x@Variant(", "a=@Vari\nant(",
-          "a=@Vari\\aant(", "a=\"", "a=\"b,@Variant(c)\"", "; a=@Variant(b)", "@Variant(b)",
-          "[a=@Variant(b)"})
+    for (const char *ini : {"", "\\", "a=\\", "a=\\x", "a=@variant(", "a=@Variant", "a=x@Variant(",
+                            "a=@Vari\nant(", "a=@Vari\\aant(", "a=\"", "a=\"b,@Variant(c)\"",
+                            "; a=@Variant(b)", "@Variant(b)", "[a=@Variant(b)"})
         EXPECT_EQ(foreignvalues::areIn(ini), qtBuildsOther(ini)) << ini;
 }
 
