@@ -66,7 +66,7 @@ Desk::Desk(fs::path saveFolder)
 
 std::string Desk::workingFile(int index) const
 {
-    return path(".working-000" + std::to_string(index + 1) + ".jpg");
+    return path(".korv-test-preview-000" + std::to_string(index + 1) + ".jpg");
 }
 
 const korv::Bytes &Desk::photograph(int index)
