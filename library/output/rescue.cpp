@@ -21,10 +21,11 @@ namespace {
 
 constexpr std::size_t kCopyChunk = 256 * 1024;
 
-bool isRegularFile(const std::string &path)
+/// An empty file holds no photograph: it is what a killed program's claim of the name left.
+bool holdsSomething(const std::string &path)
 {
     struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
 }
 
 bool isLink(const std::string &path)
@@ -217,7 +218,7 @@ void rescuePages(const std::vector<std::string> &sources, const std::string &des
         if (!isWorkingFile(source) || !done.insert(source).second)
             continue;
         try {
-            if (isRegularFile(source))
+            if (holdsSomething(source))
                 rescuer.keep(source);
         } catch (const std::exception &failure) {
             logLine("could not keep " + source + ": " + failure.what());

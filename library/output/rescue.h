@@ -12,8 +12,8 @@ namespace korv {
 /// are skipped, the extension is that of the content. When nothing can be made beside the
 /// destination, the file is kept beside its source. When there is no room for a copy either, the
 /// working file itself takes such a name, which needs none. Each new name is told on standard error.
-/// Sources that do not exist, or are no regular files, have nothing to keep; one that is listed
-/// twice is kept once.
+/// Sources that do not exist, are empty, or are no regular files have nothing to keep; one that is
+/// listed twice is kept once.
 void rescuePages(const std::vector<std::string> &sources, const std::string &destination);
 
 } // namespace korv

@@ -51,6 +51,7 @@ korv::Image grainy(unsigned seed)
 
 CameraLibrary::CameraLibrary()
 {
+    bind(uninitialise, "KorvCamera_UnInit");
     bind(saveVideoData, "KorvCamera_SaveVideoData");
     bind(convert, "KorvCamera_ConvertImagetoImage");
     bind(add, "KorvCamera_AddImageFiletoMultiFile");

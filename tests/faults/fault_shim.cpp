@@ -258,6 +258,13 @@ KORV_HOOK int unlinkat(int folder, const char *path, int flags) noexcept
     return real(folder, path, flags);
 }
 
+KORV_HOOK int unlink(const char *path) noexcept
+{
+    static const auto real = next<int (*)(const char *)>("unlink");
+    dieIfArmed();
+    return real(path);
+}
+
 KORV_HOOK int flock(int file, int operation) noexcept
 {
     static const auto real = next<int (*)(int, int)>("flock");

@@ -143,6 +143,14 @@ TEST_F(KeptPhotographs, onePageListedTwiceIsKeptOnce)
     EXPECT_EQ(entries(desk.folder()), Desk::kPhotographs);
 }
 
+TEST_F(KeptPhotographs, emptyWorkingFileIsNothingToKeep)
+{
+    const Desk desk(m_home.scratch());
+    pictures::writeBytes(desk.workingFile(0), {});
+    EXPECT_EQ(m_library.convert(desk.workingFile(0).c_str(), desk.path("a.pdf").c_str()), -EBADMSG);
+    EXPECT_EQ(entries(desk.folder()), Desk::kPhotographs);
+}
+
 TEST_F(KeptPhotographs, visibleSourcesStayAloneWhereTheyAre)
 {
     const Desk desk(m_home.scratch());
