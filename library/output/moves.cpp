@@ -21,6 +21,11 @@ bool isNotSupported(int code)
     return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EPERM;
 }
 
+bool isFull(int code)
+{
+    return code == ENOSPC || code == EDQUOT;
+}
+
 Result<void> renamed(const Folder &from, const std::string &name, const Folder &to,
                      const std::string &newName)
 {
@@ -71,10 +76,11 @@ Result<void> claimAndReplace(const Folder &from, const std::string &name, const 
                              const std::string &newName)
 {
     Claim claim(to, newName);
-    const bool isFull = claim.error() == ENOSPC || claim.error() == EDQUOT;
     // a full disk may still let a file change its name; the look is all that protects others then
-    if (claim.error() != 0 && (!isFull || to.holds(newName)))
-        return systemError(isFull ? EEXIST : claim.error(), "name " + newName);
+    if (isFull(claim.error()) && to.holds(newName))
+        return systemError(EEXIST, "name " + newName);
+    if (claim.error() != 0 && !isFull(claim.error()))
+        return systemError(claim.error(), "name " + newName);
     Result<void> moved = renamed(from, name, to, newName);
     if (moved)
         claim.isTaken();
@@ -88,7 +94,7 @@ Result<void> moveToFreeName(const Folder &from, const std::string &name, const F
 {
     if (::renameat2(from.fd(), name.c_str(), to.fd(), newName.c_str(), RENAME_NOREPLACE) == 0)
         return {};
-    if (!isNotSupported(errno))
+    if (!isNotSupported(errno) && !isFull(errno))
         return systemError(errno, "rename to " + newName);
     if (::linkat(from.fd(), name.c_str(), to.fd(), newName.c_str(), 0) == 0) {
         if (::unlinkat(from.fd(), name.c_str(), 0) == 0)
@@ -97,7 +103,7 @@ Result<void> moveToFreeName(const Folder &from, const std::string &name, const F
         to.remove(newName);
         return systemError(reason, "remove " + name);
     }
-    if (!isNotSupported(errno))
+    if (!isNotSupported(errno) && !isFull(errno))
         return systemError(errno, "name " + newName);
     return claimAndReplace(from, name, to, newName);
 }
