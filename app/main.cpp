@@ -3,6 +3,7 @@
 #include "app/refusalbox.h"
 #include "app/singleinstance.h"
 #include "installpaths.h"
+#include "util/standarddescriptors.h"
 
 #include <QApplication>
 #include <QTranslator>
@@ -11,6 +12,7 @@
 
 int main(int argc, char **argv)
 {
+    occupyStandardDescriptors();
     prepareProcess();
     // Whether the window grows on a dense screen is for the environment to say; its icons are sharp.
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
