@@ -83,6 +83,8 @@ Result<PartFile> createNamedPart(const Folder &folder, const std::string &claime
         // before it was locked, somebody who clears the folder may have taken it for a left-over
         if (part.file && !isLockedByOthers(part.file.get()) && folder.holds(part.name))
             return part;
+        if (part.file)
+            folder.remove(part.name);
     }
     return systemError(errno, "create a part");
 }

@@ -155,20 +155,21 @@ public:
     void keep(const std::string &source)
     {
         const std::string extension = extensionByContent(source);
+        std::vector<std::string> folders = {m_folder};
+        if (folderOf(source) != m_folder)
+            folders.push_back(folderOf(source));
         Linking linking(source);
-        Copying beside(source);
-        Copying besideSource(source);
         Renaming renaming(source);
-        const std::string own = folderOf(source);
-        const std::pair<const std::string &, Way &> plan[] = {
-            {m_folder, linking}, {m_folder, beside},   {own, linking},
-            {own, besideSource}, {m_folder, renaming}, {own, renaming}};
         std::string why;
-        for (const auto &[folder, way] : plan) {
-            Result<void> kept = keepIn(folder, source, extension, way);
-            if (kept)
+        for (const std::string &folder : folders) {
+            Copying copying(source);
+            if (keepIn(folder, source, extension, linking, why)
+                || keepIn(folder, source, extension, copying, why))
                 return;
-            why = kept.error().text;
+        }
+        for (const std::string &folder : folders) {
+            if (keepIn(folder, source, extension, renaming, why))
+                return;
         }
         logLine("could not keep " + source + ": " + why);
     }
@@ -184,8 +185,23 @@ public:
     }
 
 private:
-    Result<void> keepIn(const std::string &folder, const std::string &source,
-                        const std::string &extension, Way &way)
+    /// A way that fails, also for want of memory, is not the last one: `why` says what was wrong.
+    bool keepIn(const std::string &folder, const std::string &source, const std::string &extension,
+                Way &way, std::string &why)
+    {
+        try {
+            Result<void> kept = takeFreeName(folder, source, extension, way);
+            if (!kept)
+                why = kept.error().text;
+            return static_cast<bool>(kept);
+        } catch (const std::exception &failure) {
+            why = failure.what();
+            return false;
+        }
+    }
+
+    Result<void> takeFreeName(const std::string &folder, const std::string &source,
+                              const std::string &extension, Way &way)
     {
         for (int number = m_next; number <= kMostKeptFiles; ++number) {
             const std::string path = folder + "/" + rescuedName(m_stem, number, extension);
