@@ -79,14 +79,14 @@ Result<PartFile> createNamedPart(const Folder &folder, const std::string &claime
         part.file.reset(::openat(folder.fd(), part.name.c_str(),
                                  O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
         if (!part.file && errno != EEXIST && errno != EINTR)
-            break;
+            return systemError(errno, "create a part");
         // before it was locked, somebody who clears the folder may have taken it for a left-over
         if (part.file && !isLockedByOthers(part.file.get()) && folder.holds(part.name))
             return part;
         if (part.file)
             folder.remove(part.name);
     }
-    return systemError(errno, "create a part");
+    return systemError(EBUSY, "create a part");
 }
 
 std::vector<std::string> listParts(const Folder &folder)

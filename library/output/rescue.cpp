@@ -207,9 +207,9 @@ private:
             const std::string path = folder + "/" + rescuedName(m_stem, number, extension);
             const Result<void> kept = way.take(path);
             if (kept) {
-                logLine("kept " + source + " as " + path);
-                m_touched.insert(folder);
                 m_next = number + 1;
+                m_touched.insert(folder);
+                logLine("kept " + source + " as " + path);
                 return {};
             }
             if (kept.code() != -EEXIST)
