@@ -5,6 +5,7 @@
 #include "app/sessionend.h"
 #include "app/singleinstance.h"
 #include "installpaths.h"
+#include "util/standarddescriptors.h"
 
 #include <QApplication>
 #include <QTranslator>
@@ -13,6 +14,7 @@
 
 int main(int argc, char **argv)
 {
+    occupyStandardDescriptors();
     prepareProcess();
     // Whether the window grows on a dense screen is for the environment to say; its icons are sharp.
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

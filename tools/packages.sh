@@ -42,6 +42,9 @@ readonly kTestPackages=(
     "unzip|reads OFD files back"
     "libxml2-utils|reads OFD files back: xmllint"
     "imagemagick|reads PNG, BMP and TIFF files back"
+    "fusefat|a file system without links, for the tests"
+    "ntfs-3g|a file system without nameless files, for the tests"
+    "dosfstools|makes the former: mkfs.vfat"
 )
 # only for scripts/package
 readonly kPackagingPackages=(

@@ -4,6 +4,7 @@
 #include "library/imaging/jpeg.h"
 #include "library/output/atomic_file.h"
 #include "library/output/convert.h"
+#include "library/output/file_names.h"
 
 #include <cerrno>
 #include <cstring>
@@ -178,7 +179,10 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), options(), storage);
     if (!photograph)
         return photograph.error();
-    return writeFileAtomically(path, photograph.value(), Existing::Replace);
+    m_leftOvers.clearOnce(folderOf(path));
+    // under a working name lies a photograph of which nobody knows any more
+    return writeFileAtomically(path, photograph.value(),
+                               isWorkingFile(path) ? Existing::Recover : Existing::Replace);
 }
 
 Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)
@@ -189,11 +193,13 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
         return Error{-EFBIG, "the picture is too large"};
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
+    m_leftOvers.clearOnce(folderOf(path));
     return writeImage(image, path, options().quality);
 }
 
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
+    m_leftOvers.clearOnce(folderOf(destination));
     return convertImage(source, destination, options().quality);
 }
 
@@ -206,6 +212,7 @@ Result<void> Manager::addPage(const std::string &source)
 Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
+    m_leftOvers.clearOnce(folderOf(destination));
     const std::lock_guard<std::mutex> lock(m_documentMutex);
     return m_document.combine(destination, quality);
 }

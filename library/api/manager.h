@@ -2,6 +2,7 @@
 
 #include "library/api/session.h"
 #include "library/imaging/photograph.h"
+#include "library/output/left_overs.h"
 #include "library/output/pending_document.h"
 
 #include <condition_variable>
@@ -66,6 +67,8 @@ private:
 
     std::mutex m_documentMutex;
     PendingDocument m_document;
+
+    LeftOvers m_leftOvers;
 };
 
 } // namespace korv

@@ -5,13 +5,18 @@
 
 namespace korv {
 
-/// Owner of a file descriptor.
+/// The same open file under a number above 2, with close-on-exec; the lower one is closed. Where
+/// the program has closed standard output or error, a new file gets that number, and whoever prints
+/// would write into it. Negative numbers pass. -1 and errno when there is no number left.
+int aboveStandardDescriptors(int fd);
+
+/// Owner of a file descriptor, which is never 0, 1 or 2.
 class UniqueFd
 {
 public:
     UniqueFd() = default;
     explicit UniqueFd(int fd)
-        : m_fd(fd)
+        : m_fd(aboveStandardDescriptors(fd))
     {
     }
     UniqueFd(UniqueFd &&other) noexcept
@@ -34,7 +39,7 @@ public:
     {
         if (m_fd >= 0)
             ::close(m_fd);
-        m_fd = fd;
+        m_fd = aboveStandardDescriptors(fd);
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "library/device/udev_source.h"
 
+#include "library/base/held_descriptors.h"
 #include "library/base/log.h"
 
 #include <algorithm>
@@ -96,6 +97,7 @@ UdevSource::UdevSource()
         logLine("libudev cannot be used; real cameras are not looked for");
         return;
     }
+    const HeldDescriptors held;
     // udevd announces a node when its rights are set; the kernel when there is no udevd
     m_monitor.reset(
         udev_monitor_new_from_netlink(m_context.get(), m_daemonRuns ? "udev" : "kernel"));

@@ -1,5 +1,7 @@
 #include "library/device/v4l2_calls.h"
 
+#include "library/base/unique_fd.h"
+
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -18,7 +20,8 @@ public:
     {
         int descriptor = -1;
         do
-            descriptor = ::open(node.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+            descriptor =
+                aboveStandardDescriptors(::open(node.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
         while (descriptor < 0 && errno == EINTR);
         return descriptor < 0 ? -errno : descriptor;
     }

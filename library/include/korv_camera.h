@@ -17,6 +17,15 @@
  *  - Every function may be called from any thread. Calls that change the same device wait for each
  *    other; questions (counts, lists, the resolution in use), options and files never wait for a
  *    device.
+ *  - A working file is one whose name begins with a dot and ends in "-preview-", four or more digits
+ *    and ".jpg": ".desk-preview-0001.jpg". Its program has not exported it yet, and deletes it after
+ *    the export whatever the result was, as the application does. The library sees to it that no
+ *    photograph is lost by that: SaveVideoData destroys none that is there already, and a failed
+ *    export keeps its sources. Under other names nobody deletes anything, and nothing is kept.
+ *  - Unfinished files lie in the new file's folder, nameless or as ".korv-*.part". Those of programs
+ *    on this machine that are gone, and empty files that only held a name for them, are cleared when
+ *    a program makes its first file in the folder.
+ *  - No descriptor of the library's is 0, 1 or 2, also when the program has closed those.
  *  - Options and files need no Init. Everything else answers -ENODEV, or null, before Init and after
  *    UnInit.
  *  - From inside a frame callback, Init, UnInit, Open, Close, StartCapture, StopCapture,
@@ -141,8 +150,12 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
 
 /* Writes a photograph to `path` as JPEG, made from a frame as the frame callback delivered it, with
  * the options in force: crop, rotate, colour, encode, in that order. The frame's length is found by
- * its structure; no byte beyond width x height x 3 is read. An existing file is replaced; the file
- * appears whole or not at all. Never waits for a stream: it may be called while the receiver holds a
+ * its structure; no byte beyond width x height x 3 is read. The file appears whole or not at all. An
+ * existing file is replaced; but a working file, which an ended program left or another one in the
+ * same folder has taken, makes way first: it becomes "recovered-0001.jpg" beside it (next free number,
+ * the extension of its content), and standard error tells so. When the photograph cannot be made or
+ * written, it stays where it is; only when the last step fails, naming, may it have made way already.
+ * Never waits for a stream: it may be called while the receiver holds a
  * lock that its frame callback wants. `reserved` is not used; pass 0.
  * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a complete
  * JPEG; -ENOMEM; or what the file system answered.
@@ -170,26 +183,27 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * An existing file is never touched: the new one takes the next free name of the form
  * "0001 (1).pdf", the result is 0, and standard error tells the name. Of two programs that want the
  * same name at the same time, each gets its own.
- * When it fails, src is kept for callers that delete it whatever the result: under the further name
- * "0001-rescued-0001.jpg" (next free number, the extension of its content) beside dst, by a hard
- * link, or by a copy where links are not possible; beside src when nothing can be made there.
- * Standard error tells the name. A null pointer and an unknown extension are wrong calls, which a
- * caller can know beforehand, before it deletes anything: those do nothing at all.
+ * When it fails and src is a working file, src is kept, for its program deletes it: under the further
+ * name "0001-rescued-0001.jpg" (next free number, the extension of its content) beside dst, by a hard
+ * link, or by a copy where links are not possible; beside src when nothing can be made there. With no
+ * room for a copy either, src itself gets such a name, and is no longer where it was. Standard error
+ * tells the name. Any other src is left alone. A null pointer and an unknown extension are wrong
+ * calls, which a caller can know beforehand, before it deletes anything: those do nothing at all.
  * Errors: -EINVAL null pointer or unknown extension (nothing is written); -EBADMSG src is no readable
  * picture; -EFBIG picture too large; -ENOENT, -ENOSPC ... what the file system answered. When only
  * the last step fails, syncing the folder, the whole new file stays. */
 KORV_CAMERA_API int KorvCamera_ConvertImagetoImage(const char *src, const char *dst);
 
 /* Adds an image file to the pending document. The file must stay in place until the document is
- * combined. A file that is refused is no page, but the next combine keeps it as a page that cannot be
- * read. Errors: as ConvertImagetoImage for src. */
+ * combined. A working file that is refused is no page, but the next combine keeps it as a page that
+ * cannot be read. Errors: as ConvertImagetoImage for src. */
 KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
 
 /* Writes the pending pages, in the order they were added, to the new file `dst`: pdf, ofd, tif, tiff
  * by extension. An existing file is never touched, as in ConvertImagetoImage. The pending document
  * is empty afterwards, whatever the result. A page that cannot be read does not spoil the document:
- * the others are written, that one is kept as in ConvertImagetoImage, and the result is its error.
- * When the document cannot be written, every page is kept so. A tiff past 4 GiB is a BigTIFF.
+ * the others are written, that one is kept as in ConvertImagetoImage if it is a working file, and the
+ * result is its error. When the document cannot be written, every page is kept so. A tiff past 4 GiB is a BigTIFF.
  * Errors: -ENODATA no page pending; -EINVAL unknown extension (nothing is written or kept, as
  * there; the sources are where they were); -EFBIG a pdf past 10 GB; otherwise as there. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);

@@ -2,6 +2,8 @@
 
 #include "library/base/log.h"
 #include "library/output/file_names.h"
+#include "library/output/left_overs.h"
+#include "library/output/moves.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -37,7 +39,7 @@ std::string pathThroughProc(int fd)
 
 } // namespace
 
-AtomicFile::AtomicFile(std::string path, UniqueFd folder, Existing existing)
+AtomicFile::AtomicFile(std::string path, Folder folder, Existing existing)
     : m_path(std::move(path))
     , m_name(fileNameOf(m_path))
     , m_existing(existing)
@@ -49,7 +51,7 @@ AtomicFile::AtomicFile(std::string path, UniqueFd folder, Existing existing)
 AtomicFile::~AtomicFile()
 {
     if (!m_temporary.empty())
-        ::unlinkat(m_folder.get(), m_temporary.c_str(), 0);
+        m_folder.remove(m_temporary);
 }
 
 Error AtomicFile::failure(int positiveErrno, const char *doing) const
@@ -69,10 +71,7 @@ std::string AtomicFile::candidate(int number) const
 
 void AtomicFile::skipTakenNames()
 {
-    struct stat status = {};
-    while (m_number < kMostCopies
-           && ::fstatat(m_folder.get(), candidate(m_number).c_str(), &status, AT_SYMLINK_NOFOLLOW)
-               == 0)
+    while (m_number < kMostCopies && m_folder.holds(candidate(m_number)))
         ++m_number;
 }
 
@@ -80,11 +79,10 @@ Result<std::unique_ptr<AtomicFile>> AtomicFile::create(const std::string &path, 
                                                        TemporaryKind kind)
 {
     try {
-        const std::string folderPath = folderOf(path);
-        UniqueFd folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        Result<Folder> folder = Folder::open(folderOf(path));
         if (!folder)
-            return systemError(errno, "open the folder of " + path);
-        std::unique_ptr<AtomicFile> file(new AtomicFile(path, std::move(folder), existing));
+            return folder.error();
+        std::unique_ptr<AtomicFile> file(new AtomicFile(path, std::move(folder).value(), existing));
         if (file->m_name.empty())
             return file->failure(EISDIR, "create");
         if (existing == Existing::KeepBoth)
@@ -101,29 +99,24 @@ Result<std::unique_ptr<AtomicFile>> AtomicFile::create(const std::string &path, 
 
 Result<void> AtomicFile::openNameless()
 {
-    m_file.reset(::openat(m_folder.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kMode));
+    m_file.reset(::openat(m_folder.fd(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kMode));
     if (!m_file)
         return failure(errno, "create");
     // without /proc, in a bare chroot for one, it could never get its name
     if (::access(pathThroughProc(m_file.get()).c_str(), F_OK) != 0)
         return failure(errno, "create");
+    lockPart(m_file.get());
     return {};
 }
 
 Result<void> AtomicFile::openNamed()
 {
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        const std::string name = randomTemporaryName();
-        m_file.reset(::openat(m_folder.get(), name.c_str(),
-                              O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
-        if (m_file) {
-            m_temporary = name;
-            return {};
-        }
-        if (errno != EEXIST && errno != EINTR)
-            break;
-    }
-    return failure(errno, "create");
+    Result<PartFile> part = createPart(m_folder);
+    if (!part)
+        return Error{part.code(), "create " + m_path};
+    m_temporary = std::move(part.value().name);
+    m_file = std::move(part.value().file);
+    return {};
 }
 
 Result<void> AtomicFile::writeOut(std::uint64_t offset, ByteView bytes)
@@ -206,7 +199,7 @@ Result<std::size_t> AtomicFile::readAt(std::uint64_t offset, std::uint8_t *to, s
 Result<void> AtomicFile::linkTo(const std::string &name)
 {
     // linkat with AT_EMPTY_PATH needs a privilege; the way through /proc does not (open(2))
-    if (::linkat(AT_FDCWD, pathThroughProc(m_file.get()).c_str(), m_folder.get(), name.c_str(),
+    if (::linkat(AT_FDCWD, pathThroughProc(m_file.get()).c_str(), m_folder.fd(), name.c_str(),
                  AT_SYMLINK_FOLLOW)
         != 0)
         return failure(errno, "name");
@@ -215,52 +208,20 @@ Result<void> AtomicFile::linkTo(const std::string &name)
 
 Result<void> AtomicFile::rename(const std::string &to)
 {
-    if (::renameat(m_folder.get(), m_temporary.c_str(), m_folder.get(), to.c_str()) != 0)
+    if (::renameat(m_folder.fd(), m_temporary.c_str(), m_folder.fd(), to.c_str()) != 0)
         return failure(errno, "rename to");
     m_temporary.clear();
     return {};
 }
 
-/// For file systems that can neither rename without replacing nor link: an empty file holds the
-/// name until ours takes its place.
-Result<void> AtomicFile::claimAndReplace(const std::string &name)
-{
-    const UniqueFd claim(::openat(m_folder.get(), name.c_str(),
-                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
-    if (!claim)
-        return failure(errno, "name");
-    Result<void> renamed = rename(name);
-    if (!renamed)
-        ::unlinkat(m_folder.get(), name.c_str(), 0);
-    return renamed;
-}
-
-Result<void> AtomicFile::moveToFreeName(const std::string &name)
-{
-    const auto notSupported = [](int code) {
-        return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EPERM;
-    };
-    if (::renameat2(m_folder.get(), m_temporary.c_str(), m_folder.get(), name.c_str(),
-                    RENAME_NOREPLACE)
-        == 0) {
-        m_temporary.clear();
-        return {};
-    }
-    if (!notSupported(errno))
-        return failure(errno, "rename to");
-    if (::linkat(m_folder.get(), m_temporary.c_str(), m_folder.get(), name.c_str(), 0) == 0) {
-        ::unlinkat(m_folder.get(), m_temporary.c_str(), 0);
-        m_temporary.clear();
-        return {};
-    }
-    if (!notSupported(errno))
-        return failure(errno, "name");
-    return claimAndReplace(name);
-}
-
 Result<void> AtomicFile::takeName(const std::string &name)
 {
-    return m_temporary.empty() ? linkTo(name) : moveToFreeName(name);
+    if (m_temporary.empty())
+        return linkTo(name);
+    Result<void> moved = moveToFreeName(m_folder, m_temporary, m_folder, name);
+    if (moved)
+        m_temporary.clear();
+    return moved;
 }
 
 Result<void> AtomicFile::takeFreeName()
@@ -273,6 +234,19 @@ Result<void> AtomicFile::takeFreeName()
     }
 }
 
+Result<void> AtomicFile::takeRecoveringOthers()
+{
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        Result<void> taken = takeName(m_name);
+        if (taken.code() != -EEXIST)
+            return taken;
+        Result<void> free = makeWay(m_folder, m_path);
+        if (!free && free.code() != -ENOENT)
+            return free;
+    }
+    return failure(EEXIST, "name");
+}
+
 Result<void> AtomicFile::replace()
 {
     if (m_temporary.empty()) {
@@ -280,7 +254,7 @@ Result<void> AtomicFile::replace()
         if (linked || linked.code() != -EEXIST)
             return linked;
         for (int attempt = 0; attempt < kNameAttempts && linked.code() == -EEXIST; ++attempt) {
-            const std::string name = randomTemporaryName();
+            const std::string name = newPartName();
             linked = linkTo(name);
             if (linked)
                 m_temporary = name;
@@ -293,7 +267,17 @@ Result<void> AtomicFile::replace()
 
 Result<void> AtomicFile::nameIt()
 {
-    return m_existing == Existing::Replace ? replace() : takeFreeName();
+    const FolderLock lock(m_folder);
+    switch (m_existing) {
+    case Existing::Replace:
+        return replace();
+    case Existing::Recover:
+        return takeRecoveringOthers();
+    case Existing::KeepBoth:
+    case Existing::Refuse:
+        break;
+    }
+    return takeFreeName();
 }
 
 Result<void> AtomicFile::commit()
@@ -307,10 +291,17 @@ Result<void> AtomicFile::commit()
     m_named = true;
     if (m_number != 0)
         logLine(m_path + " exists already; the new file is " + path());
-    // the name is there already; some file systems cannot sync a folder, and that is no failure
-    if (untilNotInterrupted([&] { return ::fsync(m_folder.get()); }) != 0 && errno != EINVAL)
-        return failure(errno, "sync the folder of");
+    // the name is there already
+    if (Result<void> synced = m_folder.sync(m_file.get()); !synced)
+        return Error{synced.code(), "sync the folder of " + m_path};
     return {};
+}
+
+Result<void> AtomicFile::commitAs(const std::string &name)
+{
+    m_path = m_path.substr(0, m_path.size() - m_name.size()) + name;
+    m_name = name;
+    return commit();
 }
 
 Result<void> writeFileAtomically(const std::string &path, ByteView content, Existing existing)

@@ -4,6 +4,7 @@
 #include "library/base/result.h"
 #include "library/base/unique_fd.h"
 #include "library/output/byte_sink.h"
+#include "library/output/folder.h"
 
 #include <memory>
 #include <string>
@@ -13,6 +14,7 @@ namespace korv {
 /// What happens to a file that has the wanted name already.
 enum class Existing {
     Replace, ///< the new file takes its place, at once
+    Recover, ///< it makes way: it is called "recovered-0001.jpg" from then on, see makeWay()
     KeepBoth, ///< it stays; the new file is called "name (1).ext", "name (2).ext", ...
     Refuse, ///< it stays; commit() answers -EEXIST
 };
@@ -47,11 +49,16 @@ public:
     std::uint64_t size() const override { return m_size; }
 
     /// Syncs the content, gives the file its name, syncs the folder. Another program that takes the
-    /// name at the same moment loses nothing, except with Existing::Replace. A name that differs
+    /// name at the same moment loses nothing, except with Existing::Replace; with Existing::Recover
+    /// that is said of programs that use this library on this machine. A name that differs
     /// from the wanted one is told on standard error.
     /// After a failure older files are as they were. Only when syncing the folder fails, the last
     /// step, does the whole new file stay under its name; isNamed() tells.
     Result<void> commit();
+
+    /// The same under another name in the folder, for callers that have many to choose from: after
+    /// -EEXIST it may be called again with the next one. With Existing::Refuse.
+    Result<void> commitAs(const std::string &name);
 
     /// Whether the file has its name: then it is whole, and stays.
     bool isNamed() const { return m_named; }
@@ -60,7 +67,7 @@ public:
     std::string path() const;
 
 private:
-    AtomicFile(std::string path, UniqueFd folder, Existing existing);
+    AtomicFile(std::string path, Folder folder, Existing existing);
 
     Result<void> openNameless();
     Result<void> openNamed();
@@ -70,9 +77,8 @@ private:
     void skipTakenNames();
     Result<void> nameIt();
     Result<void> takeFreeName();
+    Result<void> takeRecoveringOthers();
     Result<void> takeName(const std::string &name);
-    Result<void> moveToFreeName(const std::string &name);
-    Result<void> claimAndReplace(const std::string &name);
     Result<void> linkTo(const std::string &name);
     Result<void> replace();
     Result<void> rename(const std::string &to);
@@ -84,7 +90,7 @@ private:
     int m_number = 0; ///< which candidate the file is or will be; 0 is the wanted name
     Existing m_existing;
     bool m_named = false;
-    UniqueFd m_folder;
+    Folder m_folder;
     UniqueFd m_file;
     Bytes m_buffer; ///< small writes gathered; they belong behind m_flushed
     std::uint64_t m_flushed = 0; ///< position of the buffer's first byte in the file

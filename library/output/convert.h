@@ -9,7 +9,7 @@ namespace korv {
 
 /// Converts image file `source` (format by content) into the new file `destination` (format by
 /// extension); an existing file stays, see Existing::KeepBoth. When it fails for any reason but the
-/// extension, the source is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
+/// extension, a source that is a working file is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
 /// unreadable source, -EFBIG, or errno.
 Result<void> convertImage(const std::string &source, const std::string &destination, int quality);
 

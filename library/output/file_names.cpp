@@ -1,7 +1,7 @@
 #include "library/output/file_names.h"
 
 #include <algorithm>
-#include <random>
+#include <string_view>
 
 namespace korv {
 
@@ -54,16 +54,19 @@ std::string withInsertion(const std::string &name, const std::string &insertion)
     return joinedName(name.substr(0, dot), insertion + name.substr(dot));
 }
 
-std::string randomTemporaryName()
+bool isWorkingFile(const std::string &path)
 {
-    constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-    constexpr int kLength = 12;
-    std::random_device random;
-    std::uniform_int_distribution<std::size_t> letter(0, sizeof kLetters - 2);
-    std::string name = ".korv-";
-    for (int i = 0; i < kLength; ++i)
-        name += kLetters[letter(random)];
-    return name + ".part";
+    constexpr std::string_view kMark = "-preview-";
+    constexpr std::string_view kEnd = ".jpg";
+    constexpr std::size_t kFewestDigits = 4;
+    const std::string name = fileNameOf(path);
+    const std::size_t mark = name.rfind(kMark);
+    if (name[0] != '.' || mark == std::string::npos || mark == 0)
+        return false;
+    const std::size_t digits = mark + kMark.size();
+    const std::size_t end = name.find_first_not_of("0123456789", digits);
+    return end != std::string::npos && end - digits >= kFewestDigits
+        && name.compare(end, std::string::npos, kEnd) == 0;
 }
 
 } // namespace korv

@@ -22,7 +22,8 @@ std::string withInsertion(const std::string &name, const std::string &insertion)
 /// `stem` and `tail` together; the stem is cut as above.
 std::string joinedName(const std::string &stem, const std::string &tail);
 
-/// A hidden name that nobody else has by all likelihood.
-std::string randomTemporaryName();
+/// Whether the path is that of a working file, which callers delete after its export whatever the
+/// result was: a name that begins with a dot and ends in "-preview-", four digits or more, ".jpg".
+bool isWorkingFile(const std::string &path);
 
 } // namespace korv

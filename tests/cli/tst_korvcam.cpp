@@ -53,6 +53,19 @@ protected:
     support::TempHome m_home;
 };
 
+TEST_F(Korvcam, worksWithoutStandardDescriptors)
+{
+    for (const std::string closed : {"2>&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
+        const std::string path = file("0001" + closed.substr(0, 1) + ".jpg");
+        std::vector<std::string> start = {"sh", "-c", "exec \"$@\" " + closed, "sh"};
+        const std::vector<std::string> snapping =
+            command({"snap", "-r", "640x480", "-o", path}, "builtin");
+        start.insert(start.end(), snapping.begin(), snapping.end());
+        static_cast<void>(support::runProgram(start));
+        EXPECT_EQ(jpegSize(path), "640 480") << closed;
+    }
+}
+
 TEST_F(Korvcam, listsTheBuiltInCamera)
 {
     const Finished done = run({"list"});

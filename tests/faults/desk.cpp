@@ -51,6 +51,7 @@ korv::Image grainy(unsigned seed)
 
 CameraLibrary::CameraLibrary()
 {
+    bind(uninitialise, "KorvCamera_UnInit");
     bind(saveVideoData, "KorvCamera_SaveVideoData");
     bind(convert, "KorvCamera_ConvertImagetoImage");
     bind(add, "KorvCamera_AddImageFiletoMultiFile");
@@ -66,7 +67,7 @@ Desk::Desk(fs::path saveFolder)
 
 std::string Desk::workingFile(int index) const
 {
-    return path(".working-000" + std::to_string(index + 1) + ".jpg");
+    return path(".korv-test-preview-000" + std::to_string(index + 1) + ".jpg");
 }
 
 const korv::Bytes &Desk::photograph(int index)

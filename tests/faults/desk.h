@@ -13,6 +13,7 @@ struct CameraLibrary
 {
     CameraLibrary();
 
+    decltype(&KorvCamera_UnInit) uninitialise = nullptr;
     decltype(&KorvCamera_SaveVideoData) saveVideoData = nullptr;
     decltype(&KorvCamera_ConvertImagetoImage) convert = nullptr;
     decltype(&KorvCamera_AddImageFiletoMultiFile) add = nullptr;

@@ -7,15 +7,31 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 namespace {
 
-enum class Kind { None, Open, Read, Write, Sync, Rename, Link, Short };
+enum class Kind {
+    None,
+    Open,
+    Read,
+    Write,
+    Sync,
+    Rename,
+    Link,
+    Short,
+    Any,
+    Full,
+    Kill,
+    Stop,
+    Quiet
+};
 
 std::atomic<Kind> armedKind{Kind::None};
 std::atomic<int> callsLeft{0};
@@ -28,9 +44,22 @@ bool isTheOne(Kind kind)
     return armedKind == kind && callsLeft.fetch_sub(1) == 1;
 }
 
+/// A process may die at every call; a call that only tidies up has no reason to fail.
+void dieIfArmed()
+{
+    if (isTheOne(Kind::Kill))
+        ::kill(::getpid(), SIGKILL);
+}
+
+bool isFull(Kind kind)
+{
+    return kind == Kind::Write && armedKind == Kind::Full && callsLeft.fetch_sub(1) <= 1;
+}
+
 bool fails(Kind kind)
 {
-    if (!isTheOne(kind))
+    dieIfArmed();
+    if (!isTheOne(kind) && !isTheOne(Kind::Any) && !isFull(kind))
         return false;
     errno = armedError;
     return true;
@@ -39,6 +68,8 @@ bool fails(Kind kind)
 /// Thousands of real syncs would only measure the disk.
 template <typename Sync> int syncUnlessArmed(Sync sync, int file)
 {
+    if (isTheOne(Kind::Stop))
+        ::raise(SIGSTOP);
     if (fails(Kind::Sync))
         return -1;
     return armedKind == Kind::None ? sync(file) : 0;
@@ -80,9 +111,10 @@ __attribute__((visibility("default"))) void armFault(const char *kind, int nth, 
     {
         const char *name;
         Kind kind;
-    } kKinds[] = {{"open", Kind::Open},  {"read", Kind::Read}, {"write", Kind::Write},
-                  {"fsync", Kind::Sync}, {"link", Kind::Link}, {"rename", Kind::Rename},
-                  {"short", Kind::Short}};
+    } kKinds[] = {{"open", Kind::Open},   {"read", Kind::Read}, {"write", Kind::Write},
+                  {"fsync", Kind::Sync},  {"link", Kind::Link}, {"rename", Kind::Rename},
+                  {"short", Kind::Short}, {"any", Kind::Any},   {"full", Kind::Full},
+                  {"kill", Kind::Kill},   {"stop", Kind::Stop}, {"quiet", Kind::Quiet}};
     armedError = error;
     callsLeft = nth;
     for (const auto &known : kKinds) {
@@ -111,6 +143,8 @@ __attribute__((constructor)) static void armFromEnvironment()
     const char *wish = std::getenv("KORV_FAULT");
     if (wish != nullptr && std::sscanf(wish, "%15[a-z]:%d:%d", kind, &nth, &error) == 3)
         armFault(kind, nth, error);
+    if (const char *lacking = std::getenv("KORV_FILE_SYSTEM_LACKS"))
+        setMissingFeatures(std::atoi(lacking));
 }
 
 #define KORV_HOOK __attribute__((visibility("default")))
@@ -215,5 +249,28 @@ KORV_HOOK int linkat(int fromFolder, const char *from, int toFolder, const char 
     if (lacks(NoLinks, EPERM))
         return -1;
     return fails(Kind::Link) ? -1 : real(fromFolder, from, toFolder, to, flags);
+}
+
+KORV_HOOK int unlinkat(int folder, const char *path, int flags) noexcept
+{
+    static const auto real = next<int (*)(int, const char *, int)>("unlinkat");
+    dieIfArmed();
+    return real(folder, path, flags);
+}
+
+KORV_HOOK int unlink(const char *path) noexcept
+{
+    static const auto real = next<int (*)(const char *)>("unlink");
+    dieIfArmed();
+    return real(path);
+}
+
+KORV_HOOK int flock(int file, int operation) noexcept
+{
+    static const auto real = next<int (*)(int, int)>("flock");
+    dieIfArmed();
+    if (lacks(NoLocks, ENOLCK))
+        return -1;
+    return real(file, operation);
 }
 }

@@ -1,4 +1,5 @@
 #include "tests/faults/desk.h"
+#include "tests/faults/fault_shim.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 /// `folder` takes a copy of the shim: the loader's list has no way to write a path with blanks.
 ProgramResult korvcam(const fs::path &folder, const std::string &fault,
-                      std::vector<std::string> arguments)
+                      std::vector<std::string> arguments, int missing = 0)
 {
     const fs::path shim = folder / "shim.so";
     fs::copy_file(KORV_FAULT_SHIM, shim);
@@ -22,6 +23,7 @@ ProgramResult korvcam(const fs::path &folder, const std::string &fault,
                                         sanitizer,
                                         "LD_PRELOAD=" + shim.string(),
                                         "KORV_FAULT=" + fault,
+                                        "KORV_FILE_SYSTEM_LACKS=" + std::to_string(missing),
                                         KORV_KORVCAM,
                                         "--library",
                                         KORV_LIBRARY_FILE};
@@ -53,4 +55,37 @@ TEST(Preloaded, programWithoutAFaultWorks)
         korvcam(home.home(), "none:1:28", {"convert", desk.workingFile(0), desk.path("0001.jpg")});
     EXPECT_EQ(done.status, 0) << done.errors;
     EXPECT_EQ(pictures::readBytes(desk.path("0001.jpg")), Desk::photograph(0));
+}
+
+TEST(Preloaded, kernelWithoutLinksAndNamelessFilesIsEnough)
+{
+    constexpr int kBareKernel = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks | NoLocks;
+    const support::TempHome home;
+    const Desk desk(home.scratch());
+    pictures::writeBytes(desk.path("0001.pdf"), korv::Bytes(1));
+    const ProgramResult done = korvcam(home.home(), "quiet:0:0",
+                                       {"combine", desk.workingFile(0), desk.workingFile(1),
+                                        desk.workingFile(2), "-o", desk.path("0001.pdf")},
+                                       kBareKernel);
+    EXPECT_EQ(done.status, 0) << done.errors;
+    desk.deleteWorkingFiles();
+    for (int i = 0; i < Desk::kPhotographs; ++i)
+        EXPECT_EQ(desk.countFinished(i), 1);
+    EXPECT_THAT(desk.strangers({"0001.pdf", "0001 (1).pdf"}), testing::IsEmpty());
+}
+
+TEST(Preloaded, fullDiskOfSuchAKernelLosesNothing)
+{
+    constexpr int kBareKernel = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks | NoLocks;
+    const support::TempHome home;
+    const Desk desk(home.scratch());
+    const ProgramResult done = korvcam(home.home(), "full:1:28",
+                                       {"combine", desk.workingFile(0), desk.workingFile(1),
+                                        desk.workingFile(2), "-o", desk.path("0001.pdf")},
+                                       kBareKernel);
+    EXPECT_EQ(done.status, 1) << done.errors;
+    desk.deleteWorkingFiles();
+    for (int i = 0; i < Desk::kPhotographs; ++i)
+        EXPECT_EQ(desk.countRescued(i), 1);
+    EXPECT_THAT(desk.strangers({}), testing::IsEmpty());
 }

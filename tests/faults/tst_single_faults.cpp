@@ -183,7 +183,7 @@ TEST_P(PictureFaultTest, convertedPhotographIsInItsFileOrRescued)
     });
 }
 
-TEST(PhotographFault, workingFileIsNewOrAsItWas)
+TEST(PhotographFault, workingFileIsNewOrAsItWasOrRecovered)
 {
     sweep([](auto arm, auto disarm) {
         const support::TempHome home;
@@ -200,11 +200,14 @@ TEST(PhotographFault, workingFileIsNewOrAsItWas)
                 path == desk.workingFile(1) ? Desk::photograph(1) : korv::Bytes();
             if (result == 0)
                 EXPECT_EQ(now, Desk::photograph(0));
+            else if (now.empty() && !before.empty())
+                EXPECT_EQ(pictures::readBytes(desk.path("recovered-0001.jpg")), before);
             else
                 EXPECT_TRUE(now == before || now == Desk::photograph(0));
         }
-        const std::vector<std::string> expected = {".working-0001.jpg", ".working-0002.jpg",
-                                                   ".working-0003.jpg", "new.jpg"};
+        const std::vector<std::string> expected = {
+            ".korv-test-preview-0001.jpg", ".korv-test-preview-0002.jpg",
+            ".korv-test-preview-0003.jpg", "new.jpg", "recovered-0001.jpg"};
         EXPECT_THAT(desk.strangers(expected), testing::IsEmpty());
     });
 }

@@ -23,8 +23,8 @@ protected:
     std::string path(const std::string &name) const { return (m_home.scratch() / name).string(); }
     std::string source(const Bytes &content) const
     {
-        pictures::writeBytes(path("source"), content);
-        return path("source");
+        pictures::writeBytes(path(".t-preview-0001.jpg"), content);
+        return path(".t-preview-0001.jpg");
     }
     int entries() const
     {
@@ -120,7 +120,7 @@ TEST_F(ConvertTest, unknownExtensionWritesNothing)
 
 TEST_F(ConvertTest, unreadableSourceIsKeptBesideTheDestination)
 {
-    const std::string broken = path("source");
+    const std::string broken = path(".t-preview-0001.jpg");
     const ByteView half = ByteView(m_jpeg).first(m_jpeg.size() - 300);
     pictures::writeBytes(broken, half);
     int number = 0;

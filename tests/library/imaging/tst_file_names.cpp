@@ -25,11 +25,16 @@ TEST(FileNames, extensionIsWhatStandsBehindTheLastDotOfTheName)
     EXPECT_EQ(extensionOf(""), "");
 }
 
-TEST(FileNames, temporaryNamesAreHiddenAndDiffer)
+TEST(FileNames, workingFilesAreHiddenNumberedPreviews)
 {
-    const std::string name = randomTemporaryName();
-    EXPECT_EQ(name[0], '.');
-    EXPECT_NE(name, randomTemporaryName());
+    for (const char *name : {".vexalinplixo-preview-0001.jpg", "/a/b/.x-preview-12345.jpg",
+                             "./.-preview-0000.jpg", ".a-preview--preview-0001.jpg"})
+        EXPECT_TRUE(isWorkingFile(name)) << name;
+    for (const char *name :
+         {"", "/", ".", "x-preview-0001.jpg", "-preview-0001.jpg", ".x-preview-001.jpg",
+          ".x-preview-0001.png", ".x-preview-0001.jpg~", ".x-preview-0001", ".x-preview-.jpg",
+          ".x-preview-00 01.jpg", ".jpg", ".x-preview-0001.jpg/", "/.x-preview-0001.jpg/y.jpg"})
+        EXPECT_FALSE(isWorkingFile(name)) << name;
 }
 
 TEST(FileNames, insertionStandsInFrontOfTheExtension)

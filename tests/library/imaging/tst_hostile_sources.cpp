@@ -236,12 +236,13 @@ TEST_F(HostileSourceTest, linkIsReadAndWhatItLeadsToIsKept)
 {
     const Bytes jpeg = pictures::jpegOf(pictures::page(64, 48));
     pictures::writeBytes(path("real"), jpeg);
-    fs::create_symlink("real", path("link.jpg"));
-    EXPECT_TRUE(convertImage(path("link.jpg"), path("a.jpg"), 95));
+    const std::string link = path(".t-preview-0001.jpg");
+    fs::create_symlink("real", link);
+    EXPECT_TRUE(convertImage(link, path("a.jpg"), 95));
     EXPECT_EQ(pictures::readBytes(path("a.jpg")), jpeg);
     EXPECT_FALSE(fs::is_symlink(path("a.jpg")));
-    EXPECT_EQ(convertImage(path("link.jpg"), path("none/b.jpg"), 95).code(), -ENOENT);
-    fs::remove(path("link.jpg"));
+    EXPECT_EQ(convertImage(link, path("none/b.jpg"), 95).code(), -ENOENT);
+    fs::remove(link);
     EXPECT_FALSE(fs::is_symlink(path("b-rescued-0001.jpg")));
     EXPECT_EQ(pictures::readBytes(path("b-rescued-0001.jpg")), jpeg);
     fs::create_symlink("circle", path("circle"));
@@ -253,10 +254,11 @@ TEST_F(HostileSourceTest, strangeNamesAreKeptUnderTheirBytes)
     const Bytes broken(100, 'x');
     for (const std::string name :
          {"a b", "it's \"x\"", "new\nline", "\xFF\xFE", "$(touch x)", "-o", "..."}) {
-        pictures::writeBytes(path("source"), broken);
+        pictures::writeBytes(path(".t-preview-0001.jpg"), broken);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(convertImage(path("source"), path(name + ".pdf"), 95).code(), -EBADMSG);
+        EXPECT_EQ(convertImage(path(".t-preview-0001.jpg"), path(name + ".pdf"), 95).code(),
+                  -EBADMSG);
         testing::internal::GetCapturedStderr();
-        EXPECT_EQ(pictures::readBytes(path(name + "-rescued-0001")), broken) << name;
+        EXPECT_EQ(pictures::readBytes(path(name + "-rescued-0001.jpg")), broken) << name;
     }
 }

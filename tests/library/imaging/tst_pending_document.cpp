@@ -18,10 +18,15 @@ class PendingDocumentTest : public testing::Test
 {
 protected:
     std::string path(const std::string &name) const { return (m_home.scratch() / name).string(); }
+    /// A file as the application's working files are called.
+    std::string working(int index) const
+    {
+        return path(".t-preview-000" + std::to_string(index) + ".jpg");
+    }
     void addPages(int count)
     {
         for (int i = 0; i < count; ++i) {
-            const std::string file = path("page" + std::to_string(i));
+            const std::string file = working(i);
             pictures::writeBytes(file, pictures::jpegOf(pictures::page(100 + i, 80)));
             ASSERT_TRUE(m_document.add(file));
         }
@@ -108,7 +113,7 @@ TEST_F(PendingDocumentTest, pageThatVanishedIsReportedAndTheOthersAreWritten)
 {
     for (const std::string name : {"a.pdf", "a.ofd", "a.tif"}) {
         addPages(3);
-        fs::remove(path("page1"));
+        fs::remove(working(1));
         EXPECT_EQ(m_document.combine(path(name), 95).code(), -ENOENT) << name;
         EXPECT_TRUE(fs::exists(path(name))) << name;
     }
@@ -121,14 +126,14 @@ TEST_F(PendingDocumentTest, pageThatBrokeSinceIsKeptAndTheOthersAreWritten)
 {
     for (const std::string name : {"a.pdf", "b.ofd", "c.tif"}) {
         addPages(3);
-        const Bytes jpeg = pictures::readBytes(path("page1"));
+        const Bytes jpeg = pictures::readBytes(working(1));
         const ByteView half = ByteView(jpeg).first(jpeg.size() / 2);
-        pictures::writeBytes(path("page1"), half);
+        pictures::writeBytes(working(1), half);
         EXPECT_EQ(m_document.combine(path(name), 95).code(), -EBADMSG) << name;
         EXPECT_TRUE(fs::exists(path(name))) << name;
         const std::string kept = path(name.substr(0, 1) + "-rescued-0001.jpg");
         EXPECT_EQ(pictures::readBytes(kept), Bytes(half.begin(), half.end()));
-        fs::remove(path("page1")); // or the next write would change the kept file's content
+        fs::remove(working(1)); // or the next write would change the kept file's content
     }
     EXPECT_EQ(entries(), 2 + 3 + 3);
     const std::string directories = runProgram({"tiffinfo", path("c.tif")}).output;
@@ -139,12 +144,12 @@ TEST_F(PendingDocumentTest, pageThatBrokeSinceIsKeptAndTheOthersAreWritten)
 TEST_F(PendingDocumentTest, refusedSourceIsKeptWithTheNextCombine)
 {
     addPages(2);
-    pictures::writeBytes(path("text.jpg"), Bytes(100, 'x'));
-    EXPECT_EQ(m_document.add(path("text.jpg")).code(), -EBADMSG);
+    pictures::writeBytes(working(7), Bytes(100, 'x'));
+    EXPECT_EQ(m_document.add(working(7)).code(), -EBADMSG);
     EXPECT_TRUE(m_document.combine(path("a.pdf"), 95));
     EXPECT_EQ(pictures::readBytes(path("a-rescued-0001.jpg")), Bytes(100, 'x'));
     EXPECT_EQ(entries(), 3 + 2);
-    EXPECT_EQ(m_document.add(path("text.jpg")).code(), -EBADMSG);
+    EXPECT_EQ(m_document.add(working(7)).code(), -EBADMSG);
     EXPECT_EQ(m_document.combine(path("b.pdf"), 95).code(), -ENODATA);
     EXPECT_TRUE(fs::exists(path("b-rescued-0001.jpg")));
     EXPECT_FALSE(fs::exists(path("b.pdf")));
@@ -157,9 +162,8 @@ TEST_F(PendingDocumentTest, everyPageIsKeptWhenTheDocumentCannotBeWritten)
     pictures::writeBytes(path("other/a-rescued-0002.jpg"), Bytes(1));
     EXPECT_EQ(m_document.combine(path("other/none/a.pdf"), 95).code(), -ENOENT);
     for (int i = 0; i < 3; ++i) {
-        const std::string number = std::to_string(i);
         EXPECT_EQ(pictures::readBytes(path("a-rescued-000" + std::to_string(i + 1) + ".jpg")),
-                  pictures::readBytes(path("page" + number)));
+                  pictures::readBytes(working(i)));
     }
 }
 
