@@ -1,7 +1,9 @@
 #include "cli/commands.h"
+#include "cli/programsetup.h"
 
 int main(int argc, char **argv)
 {
+    cli::prepareProgram();
     const cli::ParseResult parsed = cli::parseCommandLine(argc, argv);
     return static_cast<int>(parsed.options ? cli::run(*parsed.options) : parsed.code);
 }
