@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -28,6 +29,25 @@ protected:
         while (Clock::now() < deadline) {
             for (const auto &entry : std::filesystem::recursive_directory_iterator(folder())) {
                 if (entry.path().extension() == ".half")
+                    return true;
+            }
+            std::this_thread::sleep_for(10ms);
+        }
+        return false;
+    }
+
+    /// Waits until the program blocks SIGTERM, which it does to hear of it; it would end without a
+    /// word before.
+    static bool waitUntilItListens(const support::Process &process)
+    {
+        constexpr unsigned long long kTermination = 1ULL << (SIGTERM - 1);
+        const std::string file = "/proc/" + std::to_string(process.pid()) + "/status";
+        const auto deadline = Clock::now() + 10s;
+        while (Clock::now() < deadline) {
+            std::ifstream status(file);
+            for (std::string line; std::getline(status, line);) {
+                const bool isMask = line.compare(0, 7, "SigBlk:") == 0;
+                if (isMask && (std::stoull(line.substr(7), nullptr, 16) & kTermination) != 0)
                     return true;
             }
             std::this_thread::sleep_for(10ms);
@@ -83,7 +103,8 @@ TEST_F(KorvcamInterruption, realDocumentStopsInTheMiddle)
     arguments.insert(arguments.begin(), "combine");
     arguments.insert(arguments.end(), {"-o", file("a.pdf")});
     support::Process combine(command(arguments), {{"KORV_CAMERA_REAL", "0"}});
-    std::this_thread::sleep_for(700ms);
+    ASSERT_TRUE(waitUntilItListens(combine));
+    std::this_thread::sleep_for(500ms); // somewhere in the middle
     EXPECT_EQ(stop(combine, SIGINT).status, 130);
     EXPECT_THAT(names(), ElementsAre("page.jpg", "page.png"));
 }
@@ -136,7 +157,7 @@ TEST_F(KorvcamInterruption, listThatNobodyWritesIsNotWaitedForLonger)
             command({"combine", "--from-file", isInput ? "-" : "list", "-o", "a.pdf"});
         arguments.insert(arguments.begin(), {"bash", "-c", "cd \"$0\" && " + line, folder()});
         support::Process combine(arguments);
-        std::this_thread::sleep_for(300ms);
+        ASSERT_TRUE(waitUntilItListens(combine));
         const Finished done = stop(combine, SIGTERM);
         EXPECT_EQ(done.status, 143);
         EXPECT_EQ(done.errors, "korvcam: terminated; nothing was written\n");
@@ -158,7 +179,7 @@ TEST_F(KorvcamInterruption, doctorDoesNotTakeItForABrokenCable)
 TEST_F(KorvcamInterruption, snapSaysSo)
 {
     support::Process snap = start({"snap", "-o", file("a.jpg"), "--timeout", "60"}, "silent");
-    std::this_thread::sleep_for(500ms);
+    ASSERT_TRUE(waitUntilItListens(snap));
     const Finished done = stop(snap, SIGINT);
     EXPECT_EQ(done.status, 130);
     EXPECT_EQ(done.errors, "korvcam: interrupted\n");
@@ -168,10 +189,10 @@ TEST_F(KorvcamInterruption, snapSaysSo)
 TEST_F(KorvcamInterruption, limitedWatchSaysSoAndAnEndlessOneEndsWell)
 {
     support::Process limited = start({"watch", "--seconds", "60"}, "silent");
-    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(waitUntilItListens(limited));
     EXPECT_EQ(stop(limited, SIGTERM).status, 143);
     support::Process endless = start({"watch"}, "silent");
-    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(waitUntilItListens(endless));
     EXPECT_EQ(stop(endless, SIGTERM).status, 0);
 }
 
@@ -179,7 +200,7 @@ TEST_F(KorvcamInterruption, signalThatIsIgnoredFromTheStartStaysIgnored)
 {
     support::Process watch({"bash", "-c", "trap '' HUP; exec \"$@\"", "bash", KORVCAM, "--library",
                             STUBBORN_CAMERA, "watch", "--seconds", "1"});
-    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(waitUntilItListens(watch));
     kill(watch.pid(), SIGHUP);
     EXPECT_EQ(watch.wait().status, 0);
 }
