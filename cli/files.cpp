@@ -195,8 +195,10 @@ private:
     void explain(const Answer &combined)
     {
         if (m_workspace.holds(m_name) || combined.result == -EBADMSG) {
-            const std::string extension = extensionOf(m_name);
-            const std::string path = m_workspace.pathOf("page." + extension);
+            const std::string extension = "." + extensionOf(m_name);
+            // beside the document, which may be there
+            const std::string name = (m_name == "page" + extension ? "alone" : "page") + extension;
+            const std::string path = m_workspace.pathOf(name);
             for (const std::string &source : m_sources) {
                 const Answer alone = ask([&] {
                     return m_session.library().ConvertImagetoImage(source.c_str(), path.c_str());

@@ -54,9 +54,9 @@ protected:
         return found;
     }
 
-    void snap(const std::string &name, const std::string &size = "640x480") const
+    void snap(const std::string &name) const
     {
-        const Finished done = run({"snap", "-r", size, "-o", file(name)});
+        const Finished done = run({"snap", "-r", "640x480", "-o", file(name)});
         ASSERT_EQ(done.status, 0) << done.errors;
     }
 

@@ -310,7 +310,8 @@ TEST_F(Commands, strictCombineWritesNothingThen)
 TEST_F(Commands, pageThatTurnsOutBadWhileTheDocumentIsWrittenIsFound)
 {
     m_options.sources = {m_home.write("1.jpg", "1").string(), m_home.write("2.jpg", "2").string()};
-    m_options.destination = (m_home.scratch() / "c.pdf").string();
+    // the name that the search for the page would like best
+    m_options.destination = (m_home.scratch() / "page.pdf").string();
     fake_set_result("CombineMultiFile", -EBADMSG);
     fake_queue_result("ConvertImagetoImage", 0);
     fake_queue_result("ConvertImagetoImage", -EBADMSG);
