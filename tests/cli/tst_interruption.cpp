@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <fstream>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -36,18 +35,16 @@ protected:
         return false;
     }
 
-    /// Waits until the program blocks SIGTERM, which it does to hear of it; it would end without a
+    /// Waits until the program has a descriptor by which it hears of signals; it would end without a
     /// word before.
     static bool waitUntilItListens(const support::Process &process)
     {
-        constexpr unsigned long long kTermination = 1ULL << (SIGTERM - 1);
-        const std::string file = "/proc/" + std::to_string(process.pid()) + "/status";
+        const std::string folder = "/proc/" + std::to_string(process.pid()) + "/fd";
         const auto deadline = Clock::now() + 10s;
         while (Clock::now() < deadline) {
-            std::ifstream status(file);
-            for (std::string line; std::getline(status, line);) {
-                const bool isMask = line.compare(0, 7, "SigBlk:") == 0;
-                if (isMask && (std::stoull(line.substr(7), nullptr, 16) & kTermination) != 0)
+            std::error_code gone;
+            for (const auto &entry : std::filesystem::directory_iterator(folder, gone)) {
+                if (std::filesystem::read_symlink(entry.path(), gone) == "anon_inode:[signalfd]")
                     return true;
             }
             std::this_thread::sleep_for(10ms);
