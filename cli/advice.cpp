@@ -16,8 +16,8 @@ std::string advice(int result)
         return "the camera is unplugged, or its cable is loose";
     case EIO:
     case ETIMEDOUT:
-        return "the camera does not answer rightly; unplug it and plug it in again, at another "
-               "port if that does not help";
+        return "the camera is not responding correctly; unplug it and plug it in again, at "
+               "another port if that does not help";
     case ENOSPC:
         return "the USB bus is full: move other devices to another port, or choose a smaller "
                "resolution";

@@ -1,7 +1,10 @@
 #include "cli/doctor.h"
 
 #include "cli/advice.h"
+#include "cli/deskadvice.h"
+#include "cli/framerate.h"
 #include "cli/framereceiver.h"
+#include "cli/libraryadvice.h"
 #include "cli/opendevice.h"
 
 #include <algorithm>
@@ -15,18 +18,16 @@
 namespace cli {
 namespace {
 
+namespace fs = std::filesystem;
+
 using Clock = Wakeup::Clock;
 using Seconds = std::chrono::duration<double>;
 
 /// Long enough to count frames.
 constexpr std::chrono::milliseconds kCountTime{2000};
 
-std::string fixed(double value, int digits)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.*f", digits, value);
-    return text;
-}
+/// Frames a second of a simulated camera.
+constexpr double kSimulatedRate = 15;
 
 std::string joined(const std::vector<std::string> &words)
 {
@@ -36,19 +37,52 @@ std::string joined(const std::vector<std::string> &words)
     return text;
 }
 
+/// A folder that goes with the object; without a path when none can be made.
+class PrivateFolder
+{
+public:
+    PrivateFolder()
+    {
+        std::error_code error;
+        // what TMPDIR names may not be there
+        for (const fs::path &parent : {fs::temp_directory_path(error), fs::path("/tmp"),
+                                       fs::path("/var/tmp"), fs::path("/dev/shm")}) {
+            std::string path = (parent / "korvcam-XXXXXX").string();
+            if (!parent.empty() && mkdtemp(path.data())) {
+                m_path = path;
+                return;
+            }
+        }
+    }
+    PrivateFolder(const PrivateFolder &) = delete;
+    PrivateFolder &operator=(const PrivateFolder &) = delete;
+    ~PrivateFolder()
+    {
+        std::error_code ignored;
+        if (!m_path.empty())
+            fs::remove_all(m_path, ignored);
+    }
+
+    const std::string &path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
+
 /// One examination: prints as it goes and collects what is wrong.
 class Doctor
 {
 public:
-    Doctor(Session &session, const Options &options)
+    Doctor(Session &session, const Options &options, const SystemFolders &folders)
         : m_session(session)
         , m_options(options)
+        , m_folders(folders)
+        , m_desk(simulatedDesk())
     {
-        if (const char *const desk = std::getenv("KORV_CAMERA_DESK"); desk && *desk != '\0')
-            m_desk = desk;
     }
 
-    void examineSystem(const SystemFolders &folders);
+    void examineSystem();
+    void examineLibrary();
     void examineCameras();
     ExitCode conclude();
 
@@ -62,12 +96,15 @@ private:
     void problem(const Device &device, const std::string &doing, int result);
     void examine(const Device &device);
     void examineStream(const Device &device, FrameReceiver &receiver);
-    bool awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline);
+    Wake awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline);
+    FrameRate countFrames(FrameReceiver &receiver, Clock::time_point first);
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
+    void noCamera(const std::string &text);
 
     Session &m_session;
     const Options &m_options;
-    std::optional<std::string> m_desk; ///< the simulated one, where it is chosen
+    const SystemFolders &m_folders;
+    std::string m_desk; ///< the simulated one; empty without it
     std::vector<std::string> m_problems;
     ExitCode m_code = ExitCode::Success;
 };
@@ -80,9 +117,9 @@ void Doctor::problem(const Device &device, const std::string &doing, int result)
             ExitCode::Failure);
 }
 
-void Doctor::examineSystem(const SystemFolders &folders)
+void Doctor::examineSystem()
 {
-    const std::vector<UsbCamera> cameras = usbCameras(folders);
+    const std::vector<UsbCamera> cameras = usbCameras(m_folders);
     m_session.print("USB cameras");
     for (const UsbCamera &camera : cameras)
         m_session.print("  " + camera.id + "  " + camera.name + "  "
@@ -90,65 +127,80 @@ void Doctor::examineSystem(const SystemFolders &folders)
     if (cameras.empty())
         m_session.print("  none");
 
-    const std::vector<VideoNode> nodes = videoNodes(folders);
+    const std::vector<VideoNode> nodes = videoNodes(m_folders);
     m_session.print("Video nodes");
     for (const VideoNode &node : nodes)
         m_session.print("  " + describe(node));
     if (nodes.empty())
         m_session.print("  none");
-    if (m_desk)
-        return; // the cameras of the machine are not used
+    if (!usesRealCameras())
+        return;
     for (const std::string &text : problemsOf(cameras, nodes))
         problem(text, ExitCode::Failure);
 }
 
-bool Doctor::awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline)
+Wake Doctor::awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline)
 {
     while (!receiver.take(frame)) {
-        if (m_session.wakeup().wait(deadline) != Wake::Notified)
-            return false;
+        if (const Wake wake = m_session.wakeup().wait(deadline); wake != Wake::Notified)
+            return wake;
     }
-    return true;
+    return Wake::Notified;
 }
 
 void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
 {
-    std::string folder = (std::filesystem::temp_directory_path() / "korvcam-XXXXXX").string();
-    if (!mkdtemp(folder.data()))
-        return;
-    const std::string path = folder + "/photograph.jpg";
+    const PrivateFolder folder;
+    if (folder.path().empty())
+        return m_session.print("     test photograph: not taken, no folder for it can be made");
+    const std::string path = folder.path() + "/photograph.jpg";
     const int result = m_session.library().SaveVideoData(frame.jpeg.data(), frame.width,
                                                          frame.height, 0, path.c_str());
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
     if (result < 0)
         problem(device, "make a photograph of its picture", result);
     else
-        m_session.print("     a photograph of it can be made");
+        m_session.print("     test photograph: OK");
+}
+
+/// Counts what comes in a while after the first frame.
+FrameRate Doctor::countFrames(FrameReceiver &receiver, Clock::time_point first)
+{
+    while (m_session.wakeup().wait(first + kCountTime) == Wake::Notified) { }
+    std::optional<double> promised = rateOfOurStream(m_folders);
+    if (!promised && !m_desk.empty() && !usesRealCameras())
+        promised = kSimulatedRate;
+    return measureRate(receiver.arrivals(), Clock::now(), promised);
 }
 
 void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
 {
+    receiver.noteArrivals();
     const Clock::time_point start = Clock::now();
     const int started = m_session.library().StartCapture(device.index, &FrameReceiver::onFrame);
     if (started < 0)
         return problem(device, "start its stream", started);
     ReceivedFrame frame;
-    if (!awaitFrame(receiver, frame, start + std::chrono::milliseconds(m_options.timeoutMs))) {
+    const Wake wake =
+        awaitFrame(receiver, frame, start + std::chrono::milliseconds(m_options.timeoutMs));
+    if (wake == Wake::TimedOut)
         return problem(device.name + ": no picture came in "
                            + std::to_string(m_options.timeoutMs / 1000)
                            + " s; try another cable, a port of the computer itself instead of a "
                              "hub, or another resolution",
                        ExitCode::NoFrame);
-    }
+    if (wake == Wake::Interrupted)
+        return;
     const Clock::time_point first = Clock::now();
-    const unsigned long firstNumber = frame.number;
-    while (awaitFrame(receiver, frame, first + kCountTime)) { }
-    const double rate =
-        static_cast<double>(frame.number - firstNumber) / Seconds(Clock::now() - first).count();
+    const FrameRate rate = countFrames(receiver, first);
+    if (m_session.wakeup().stopSignal() != 0)
+        return;
     m_session.print("     first picture after " + fixed(Seconds(first - start).count(), 2) + " s, "
-                    + sizeText(frame.width, frame.height) + ", then " + fixed(rate, 1)
-                    + " a second");
+                    + sizeText(frame.width, frame.height) + ", then " + fixed(rate.measured, 1)
+                    + " a second"
+                    + (rate.promised ? " of " + fixed(*rate.promised, 1) : std::string())
+                    + (rate.missing > 0 ? ", " + std::to_string(rate.missing) + " left out" : ""));
+    if (const std::string text = rateProblem(rate); !text.empty())
+        problem(device.name + ": " + text, ExitCode::Failure);
     tryPhotograph(device, frame);
 }
 
@@ -173,28 +225,63 @@ void Doctor::examine(const Device &device)
     examineStream(device, receiver);
 }
 
+/// Says what a missing camera means; nothing else counts then.
+void Doctor::noCamera(const std::string &text)
+{
+    problem(text, ExitCode::NoDevice);
+    m_code = ExitCode::NoDevice;
+}
+
+void Doctor::examineLibrary()
+{
+    m_session.print("Camera library");
+    m_session.print("  " + m_options.library + "  cannot be used");
+    const std::string words = adviceOnLibrary(m_options.library);
+    problem("the camera library " + m_options.library + " cannot be used"
+                + (words.empty() ? "" : ": " + words),
+            ExitCode::NoLibrary);
+    m_code = ExitCode::NoLibrary;
+}
+
 void Doctor::examineCameras()
 {
     char version[64] = {};
     m_session.library().GetVersion(version, sizeof version);
     m_session.print("Camera library " + std::string(version));
-    // the desk takes the place of the cameras, which surprises who has forgotten it
-    if (m_desk)
-        m_session.print("  KORV_CAMERA_DESK is set: simulated desk " + *m_desk);
+    // the desk takes the place of the cameras, which surprises users who have forgotten it
+    if (!m_desk.empty())
+        m_session.print("  KORV_CAMERA_DESK is set: simulated desk " + m_desk);
+    const bool isSwitchedOff = m_desk.empty() && !usesRealCameras();
+    if (isSwitchedOff)
+        m_session.print("  KORV_CAMERA_REAL=0 is set: cameras are not used");
     const std::vector<Device> devices = m_session.devices(m_options.device);
+    bool found = false;
     for (const Device &device : devices) {
-        if (!m_options.device || device.index == *m_options.device)
-            examine(device);
+        if (m_options.device && device.index != *m_options.device)
+            continue;
+        found = true;
+        examine(device);
     }
-    if (devices.empty()) {
+    if (found)
+        return;
+    if (devices.empty())
         m_session.print("  no camera");
-        problem("the camera library finds no camera", ExitCode::NoDevice);
-        m_code = ExitCode::NoDevice;
-    }
+    if (const std::string words = adviceOnDesk(m_desk); devices.empty() && !words.empty())
+        noCamera(words);
+    else if (isSwitchedOff)
+        noCamera("KORV_CAMERA_REAL=0 keeps the camera library from looking for cameras, and "
+                 "KORV_CAMERA_DESK names no simulated one");
+    else if (m_options.device)
+        noCamera("there is no camera " + std::to_string(*m_options.device)
+                 + "; `korvcam list` shows those that are there");
+    else
+        noCamera("the camera library finds no camera");
 }
 
 ExitCode Doctor::conclude()
 {
+    if (m_session.wakeup().stopSignal() != 0)
+        return m_session.interrupted(" before the examination was complete");
     if (m_problems.empty()) {
         m_session.print("No problem found.");
         return ExitCode::Success;
@@ -213,7 +300,7 @@ std::string describe(const VideoNode &node)
     if (node.openError != 0)
         return start + "cannot be opened: " + std::strerror(node.openError);
     if (!node.isV4l2)
-        return start + "is no V4L2 node";
+        return start + "is not a V4L2 device";
     if (!node.capturesVideo)
         return start + node.card + "  no pictures; a camera's second node is like that";
     return start + node.card + "  " + joined(node.formats)
@@ -254,11 +341,17 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
     return problems;
 }
 
-ExitCode doctor(Session &session, const Options &options, const SystemFolders &folders)
+ExitCode doctor(Session &session, const Options &options, ExitCode opened,
+                const SystemFolders &folders)
 {
-    Doctor examination(session, options);
-    examination.examineSystem(folders);
-    examination.examineCameras();
+    if (opened != ExitCode::Success && opened != ExitCode::NoLibrary)
+        return opened;
+    Doctor examination(session, options, folders);
+    examination.examineSystem();
+    if (opened == ExitCode::Success)
+        examination.examineCameras();
+    else
+        examination.examineLibrary();
     return examination.conclude();
 }
 

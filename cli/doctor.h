@@ -15,8 +15,10 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
 /// One line about a node.
 std::string describe(const VideoNode &node);
 
-/// Looks at everything between the USB plug and a photograph, and says what is wrong. Success when
-/// every camera gives a picture; NoDevice when there is none; otherwise NoFrame or Failure.
-ExitCode doctor(Session &session, const Options &options, const SystemFolders &folders = {});
+/// Looks at everything between the USB plug and a photograph, and says what is wrong. `opened` is
+/// what opening the session answered. Success when every camera gives its pictures; NoLibrary,
+/// NoDevice when there is no camera or not the one asked for; otherwise NoFrame or Failure.
+ExitCode doctor(Session &session, const Options &options, ExitCode opened,
+                const SystemFolders &folders = {});
 
 } // namespace cli

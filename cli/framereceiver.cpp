@@ -36,8 +36,23 @@ void FrameReceiver::keep(const unsigned char *data, int size, int width, int hei
         m_newest.width = width;
         m_newest.height = height;
         ++m_newest.number;
+        if (m_notesArrivals)
+            m_arrivals.push_back(Wakeup::Clock::now());
     }
     m_wakeup.notify();
+}
+
+void FrameReceiver::noteArrivals()
+{
+    const std::lock_guard lock(m_mutex);
+    m_notesArrivals = true;
+    m_arrivals.clear();
+}
+
+std::vector<Wakeup::Clock::time_point> FrameReceiver::arrivals() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_arrivals;
 }
 
 bool FrameReceiver::take(ReceivedFrame &frame)

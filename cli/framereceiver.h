@@ -30,6 +30,12 @@ public:
     /// For StartCapture; runs on the library's thread.
     static int onFrame(void *data, int size, int width, int height);
 
+    /// Notes from now on when each frame arrives; forgets what was noted.
+    void noteArrivals();
+
+    /// When frames arrived since noteArrivals(), the first one first.
+    std::vector<Wakeup::Clock::time_point> arrivals() const;
+
     /// Copies the newest frame into `frame` when it is newer than the one in there.
     bool take(ReceivedFrame &frame);
 
@@ -37,8 +43,10 @@ private:
     void keep(const unsigned char *data, int size, int width, int height);
 
     Wakeup &m_wakeup;
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     ReceivedFrame m_newest;
+    bool m_notesArrivals = false;
+    std::vector<Wakeup::Clock::time_point> m_arrivals;
 };
 
 } // namespace cli

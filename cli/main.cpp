@@ -1,9 +1,9 @@
 #include "cli/commands.h"
-#include "util/standarddescriptors.h"
+#include "cli/programsetup.h"
 
 int main(int argc, char **argv)
 {
-    occupyStandardDescriptors();
+    cli::prepareProgram();
     const cli::ParseResult parsed = cli::parseCommandLine(argc, argv);
     return static_cast<int>(parsed.options ? cli::run(*parsed.options) : parsed.code);
 }

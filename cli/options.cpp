@@ -1,20 +1,25 @@
 #include "cli/options.h"
 
+#include "cli/errors.h"
+#include "cli/filenames.h"
+#include "cli/pagesize.h"
+#include "cli/suggestion.h"
 #include "installpaths.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <iostream>
 
 namespace cli {
 namespace {
 
-constexpr char kFooter[] = "Exit status: 0 done, 1 refused by the camera library or the system, "
-                           "2 wrong usage,\n"
-                           "3 no such camera, 4 no picture from the camera in time, "
-                           "5 camera library not loadable.\n"
-                           "`korvcam COMMAND --help` explains a command.";
+constexpr char kFooter[] =
+    "Exit status: 0 success, 1 failed, 2 usage error, 3 camera not found,\n"
+    "4 timed out waiting for a frame, 5 cannot load the library, 129 terminal closed,\n"
+    "130 interrupted, 143 terminated.\n"
+    "`korvcam COMMAND --help` explains a command.";
 
 constexpr int kMillisecondsPerSecond = 1000;
 constexpr int kHighestIndex = 9999;
@@ -55,13 +60,51 @@ CLI::Validator hidden(CLI::Validator check)
     return check.description("");
 }
 
-std::string checkPhotographName(const std::string &text)
+/// Empty when the extension of `path` is one of `known`, otherwise what to write instead.
+std::string checkType(const std::string &path, const std::vector<std::string> &known,
+                      const std::string &what)
 {
-    std::string extension = std::filesystem::path(text).extension().string();
-    for (char &letter : extension)
-        letter = CLI::detail::to_lower(std::string(1, letter))[0];
-    if (extension != ".jpg" && extension != ".jpeg")
-        return "photographs are JPEG files, name them .jpg: " + text;
+    const std::string extension = extensionOf(path);
+    if (std::find(known.begin(), known.end(), extension) != known.end())
+        return {};
+    const std::string list = CLI::detail::join(known, ", ");
+    if (extension.empty())
+        return path + " has no extension that chooses the file type; " + what + ": " + list;
+    return "unknown file type ." + extension + "; " + what + ": " + list;
+}
+
+std::string checkPhotographName(const std::string &path)
+{
+    return checkType(path, {"jpg", "jpeg"}, "known for photographs");
+}
+
+std::string checkPictureName(const std::string &path)
+{
+    return checkType(path, {"jpg", "jpeg", "png", "bmp", "tif", "tiff", "pdf", "ofd"}, "known");
+}
+
+std::string checkDocumentName(const std::string &path)
+{
+    return checkType(path, {"pdf", "ofd", "tif", "tiff"}, "known for documents");
+}
+
+std::string checkPageSize(const std::string &text)
+{
+    return toPageSize(text) ? std::string()
+                            : "not a page size: " + text
+            + "; known: A3, A4, A5, letter, card, or WIDTHxHEIGHT in millimetres, 2 to 5000 each";
+}
+
+/// What stands where the command should; empty when nothing does.
+std::string commandWord(int argc, const char *const *argv)
+{
+    for (int at = 1; at < argc; ++at) {
+        const std::string word = argv[at];
+        if (word == "--library" || word == "--desk")
+            ++at; // its value
+        else if (word.empty() || word[0] != '-')
+            return word;
+    }
     return {};
 }
 
@@ -70,21 +113,25 @@ class Parser
 {
 public:
     Parser()
-        : m_app("Works with document cameras from the command line.", "korvcam")
+        : m_app("Command-line tool for document cameras.", "korvcam")
     {
         m_options.library = installpaths::kCameraLibrary;
         m_app.footer(kFooter);
         m_app.set_version_flag("--version", "korvcam " KORV_VERSION);
         m_app.require_subcommand(1);
         m_app.fallthrough();
-        m_app.add_option("--library", m_options.library, "Camera library to load")
-            ->type_name("PATH")
-            ->capture_default_str();
-        m_app.add_option("--desk", m_options.desk, "Simulated desk: a folder, or 'builtin'")
+        m_app
+            .add_option("--library", m_options.library,
+                        "Camera library to load (default: " + m_options.library + ")")
+            ->type_name("PATH");
+        m_app
+            .add_option("--desk", m_options.desk,
+                        "Simulated desk: a folder, or 'builtin' (default: $KORV_CAMERA_DESK)")
             ->type_name("DIR|builtin");
-        m_app.add_flag("-v,--verbose", m_options.verbose, "Trace of the library binding");
+        m_app.add_flag("-v,--verbose", m_options.verbose, "Print library calls to standard error");
         addDeviceCommands();
-        addFileCommands();
+        addConvertCommand();
+        addCombineCommand();
     }
 
     ParseResult parse(int argc, const char *const *argv)
@@ -93,13 +140,16 @@ public:
             m_app.parse(argc, argv);
         } catch (const CLI::Success &request) {
             m_app.exit(request);
-            return {std::nullopt, ExitCode::Success};
+            if (std::cout.flush())
+                return {std::nullopt, ExitCode::Success};
+            printError("cannot write to standard output");
+            return {std::nullopt, ExitCode::Failure};
         } catch (const CLI::ParseError &error) {
-            m_app.exit(error);
-            return {std::nullopt, ExitCode::Usage};
+            return refuse(error.what(), commandWord(argc, argv));
         }
         if (!m_resolution.empty())
             m_options.resolution = toResolution(m_resolution);
+        m_options.pageSize = toPageSize(m_pageSize).value_or(std::string());
         m_options.color = codeOf(m_color, kColors);
         m_options.rotation = codeOf(m_rotation, kRotations);
         m_options.durationMs = m_seconds * kMillisecondsPerSecond;
@@ -108,6 +158,33 @@ public:
     }
 
 private:
+    /// Says what is wrong with the command line, after `word` stood in the command's place.
+    ParseResult refuse(const std::string &why, const std::string &word) const
+    {
+        const std::vector<CLI::App *> parsed = m_app.get_subcommands();
+        if (!parsed.empty()) {
+            const std::string command = parsed.front()->get_name();
+            printError(command + ": " + why);
+            printError("`korvcam " + command + " --help` lists its options");
+            return {std::nullopt, ExitCode::Usage};
+        }
+        std::vector<std::string> names;
+        for (const CLI::App *command : m_app.get_subcommands([](const CLI::App *) { return true; }))
+            names.push_back(command->get_name());
+        const std::string list = CLI::detail::join(names, ", ");
+        const std::string meant = nearest(word, names);
+        if (word.empty())
+            printError("a command is needed: " + list);
+        else if (std::find(names.begin(), names.end(), word) != names.end())
+            printError(why);
+        else
+            printError("unknown command '" + word + "'"
+                       + (meant.empty() ? "" : "; did you mean '" + meant + "'?")
+                       + "\ncommands: " + list);
+        printError("`korvcam --help` explains them");
+        return {std::nullopt, ExitCode::Usage};
+    }
+
     CLI::App *addCommand(Command command, const char *name, const char *description)
     {
         CLI::App *const sub = m_app.add_subcommand(name, description);
@@ -124,46 +201,54 @@ private:
 
     void addQualityOption(CLI::App *sub)
     {
-        sub->add_option("-q,--quality", m_options.quality, "JPEG quality (default: the library's)")
+        sub->add_option("-q,--quality", m_options.quality, "JPEG quality (default: 95)")
             ->type_name("1-100")
             ->check(hidden(CLI::Range(1, 100)));
     }
 
     void addTimeoutOption(CLI::App *sub)
     {
-        sub->add_option("--timeout", m_timeoutSeconds, "Seconds to wait for a picture")
+        sub->add_option("--timeout", m_timeoutSeconds, "Seconds to wait for a frame (default: 10)")
             ->type_name("S")
-            ->check(hidden(CLI::Range(1, 3600)))
-            ->capture_default_str();
+            ->check(hidden(CLI::Range(1, 3600)));
+    }
+
+    void addForceFlag(CLI::App *sub)
+    {
+        sub->add_flag("-f,--force", m_options.force,
+                      "Replace an existing file (default: take the next free name)");
     }
 
     static void addChoice(CLI::App *sub, const char *name, std::string &value,
-                          const std::vector<std::string> &choices, const char *description)
+                          const std::vector<std::string> &choices, const std::string &description)
     {
-        sub->add_option(name, value, description)
+        sub->add_option(name, value, description + " (default: " + choices.front() + ")")
             ->type_name(CLI::detail::join(choices, "|"))
-            ->check(hidden(CLI::IsMember(choices)))
-            ->capture_default_str();
+            ->check(hidden(CLI::IsMember(choices)));
     }
 
     void addDeviceCommands()
     {
-        addCommand(Command::List, "list", "Cameras present: index, vendor:product, name");
-        addDeviceOption(addCommand(Command::Modes, "modes",
-                                   "Resolutions of a camera: number, size, * for the one in use"));
+        addCommand(Command::List, "list", "List cameras: index, vendor:product, name");
+        addDeviceOption(
+            addCommand(Command::Modes, "modes",
+                       "List the resolutions of a camera: number, size, * for the one in use"));
 
-        CLI::App *const watch =
-            addCommand(Command::Watch, "watch", "Prints cameras as they come and go");
-        watch->add_option("--seconds", m_seconds, "End after that time")
+        CLI::App *const watch = addCommand(Command::Watch, "watch",
+                                           "Report cameras as they are plugged in and removed");
+        watch->add_option("--seconds", m_seconds, "Stop after S seconds (default: never)")
             ->type_name("S")
             ->check(hidden(CLI::Range(1, 86400)));
-        watch->add_option("-n,--count", m_options.maximumEvents, "End after that many events")
+        watch
+            ->add_option("-n,--count", m_options.maximumEvents,
+                         "Stop after N events (default: never)")
             ->type_name("N")
             ->check(hidden(CLI::Range(1, kMostEvents)));
 
-        CLI::App *const doctor = addCommand(Command::Doctor, "doctor",
-                                            "Says in plain words what is wrong with the cameras");
-        addDeviceOption(doctor);
+        CLI::App *const doctor = addCommand(Command::Doctor, "doctor", "Diagnose camera problems");
+        doctor->add_option("-d,--device", m_options.device, "Index of the camera (default: all)")
+            ->type_name("INDEX")
+            ->check(hidden(CLI::Range(0, kHighestIndex)));
         addTimeoutOption(doctor);
 
         addSnapCommand();
@@ -171,23 +256,27 @@ private:
 
     void addSnapCommand()
     {
-        CLI::App *const snap = addCommand(Command::Snap, "snap", "Takes photographs");
+        CLI::App *const snap = addCommand(Command::Snap, "snap", "Take photographs");
         addDeviceOption(snap);
         addQualityOption(snap);
-        snap->add_option("-r,--resolution", m_resolution, "Size, one of `modes`")
+        snap->add_option("-r,--resolution", m_resolution,
+                         "Size, one of `modes` (default: the one in use)")
             ->type_name("WxH")
             ->check(CLI::Validator(checkResolution, ""));
-        addChoice(snap, "--color", m_color, kColors, "Colour of the photographs");
+        addChoice(snap, "--color", m_color, kColors, "Colors of the photographs");
         snap->add_flag_callback(
-            "--crop", [this] { m_options.crop = 0; }, "Finds the sheet and cuts it out");
-        addChoice(snap, "--rotate", m_rotation, kRotations, "Turns the photographs");
-        snap->add_option("-n,--count", m_options.count, "Number of photographs")
+            "--crop", [this] { m_options.crop = 0; },
+            "Find the sheet and cut it out (default: off)");
+        addChoice(snap, "--rotate", m_rotation, kRotations, "Rotate the photographs");
+        snap->add_option("-n,--count", m_options.count, "Number of photographs (default: 1)")
             ->type_name("N")
             ->check(hidden(CLI::Range(1, 9999)));
-        snap->add_option("--interval", m_options.intervalMs, "Milliseconds between photographs")
+        snap->add_option("--interval", m_options.intervalMs,
+                         "Milliseconds between photographs (default: 0)")
             ->type_name("MS")
             ->check(hidden(CLI::Range(0, 3'600'000)));
         addTimeoutOption(snap);
+        addForceFlag(snap);
         snap->add_option("-o,--output", m_options.destination,
                          "JPEG file; with --count, numbered: page-0001.jpg")
             ->type_name("FILE")
@@ -195,28 +284,58 @@ private:
             ->check(CLI::Validator(checkPhotographName, ""));
     }
 
-    void addFileCommands()
+    void addConvertCommand()
     {
         CLI::App *const convert =
             addCommand(Command::Convert, "convert",
-                       "Converts a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
+                       "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
         addQualityOption(convert);
+        addForceFlag(convert);
         convert->add_option("source", m_source, "JPEG, PNG, BMP or TIFF file")->required();
-        convert->add_option("destination", m_options.destination, "New file")->required();
+        convert->add_option("destination", m_options.destination, "New file")
+            ->required()
+            ->check(CLI::Validator(checkPictureName, ""));
         convert->final_callback([this] { m_options.sources = {m_source}; });
+    }
 
+    void addCombineCommand()
+    {
         CLI::App *const combine = addCommand(Command::Combine, "combine",
-                                             "Makes one pdf, ofd or tiff of several pictures");
+                                             "Combine several pictures into one pdf, ofd or tiff");
         addQualityOption(combine);
-        combine->add_option("source", m_options.sources, "JPEG, PNG, BMP or TIFF files")
-            ->required();
-        combine->add_option("-o,--output", m_options.destination, "New file")->required();
+        addForceFlag(combine);
+        combine->add_flag("--strict", m_options.strict,
+                          "Write nothing when a page cannot be read (default: write the others)");
+        combine
+            ->add_option("--title", m_options.title,
+                         "Title of the document (default: the file's name)")
+            ->type_name("TEXT");
+        combine
+            ->add_option("--page-size", m_pageSize,
+                         "Size of every page; W and H in millimetres (default: by the picture)")
+            ->type_name("A3|A4|A5|letter|card|WxH")
+            ->check(CLI::Validator(checkPageSize, ""));
+        combine
+            ->add_option("--from-file", m_options.fromFile,
+                         "Read more sources from LIST, one a line; - is standard input "
+                         "(default: none)")
+            ->type_name("LIST");
+        combine->add_option("source", m_options.sources, "JPEG, PNG, BMP or TIFF files");
+        combine->add_option("-o,--output", m_options.destination, "New file")
+            ->type_name("FILE")
+            ->required()
+            ->check(CLI::Validator(checkDocumentName, ""));
+        combine->final_callback([this] {
+            if (m_options.sources.empty() && m_options.fromFile.empty())
+                throw CLI::ValidationError("a source or --from-file is required");
+        });
     }
 
     CLI::App m_app;
     Options m_options;
     std::string m_source;
     std::string m_resolution;
+    std::string m_pageSize;
     std::string m_color = kColors.front();
     std::string m_rotation = kRotations.front();
     int m_seconds = 0;

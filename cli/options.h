@@ -9,11 +9,15 @@ namespace cli {
 /// What the shell gets; the same list stands in `korvcam --help`.
 enum class ExitCode {
     Success = 0,
-    Failure = 1, ///< the camera library or the system refused something
+    Failure = 1, ///< the camera library or the system refused something, or a page was left out
     Usage = 2, ///< the command line makes no sense
-    NoDevice = 3, ///< no camera, or not the one asked for
+    NoDevice = 3, ///< there is no camera, or not the one asked for
     NoFrame = 4, ///< the camera sent no picture in time
     NoLibrary = 5, ///< the camera library cannot be loaded
+    // as shells count: 128 and the signal
+    HungUp = 129, ///< the terminal was closed
+    Interrupted = 130, ///< Ctrl-C
+    Terminated = 143,
 };
 
 enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch };
@@ -48,7 +52,13 @@ struct Options
     int durationMs = 0; ///< length of a watch, 0: no limit
 
     std::vector<std::string> sources;
+    std::string
+        fromFile; ///< a file with more sources, one a line; "-": standard input; empty: none
     std::string destination;
+    bool force = false; ///< replace an existing destination (snap, convert, combine)
+    bool strict = false; ///< write no document when a page cannot be read
+    std::optional<std::string> title; ///< of the document; nothing: its file's name
+    std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
 
 /// The options, or the code to end with: Success after --help, Usage after an error. Help goes to

@@ -1,9 +1,14 @@
 #include "cli/session.h"
 
 #include "cli/advice.h"
+#include "cli/deskadvice.h"
+#include "cli/errors.h"
 #include "cli/freetext.h"
+#include "cli/libraryadvice.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -19,14 +24,18 @@ std::string environment(const char *name)
     return value ? value : "";
 }
 
-/// The library's rule: a desk takes the place of the cameras, unless told otherwise.
+} // namespace
+
 bool usesRealCameras()
 {
     const std::string wanted = environment("KORV_CAMERA_REAL");
-    return wanted == "1" || (wanted != "0" && environment("KORV_CAMERA_DESK").empty());
+    return wanted == "1" || (wanted != "0" && simulatedDesk().empty());
 }
 
-} // namespace
+std::string simulatedDesk()
+{
+    return environment("KORV_CAMERA_DESK");
+}
 
 Session::Session(const Options &options)
     : m_options(options)
@@ -49,8 +58,9 @@ ExitCode Session::open()
     if (!m_options.desk.empty())
         setenv("KORV_CAMERA_DESK", m_options.desk.c_str(), 1);
     if (m_library.LoadLib() != 0) {
-        complain("cannot load the camera library " + m_options.library);
-        std::fputs(m_trace.kept().c_str(), stderr);
+        const std::string words = adviceOnLibrary(m_options.library);
+        complain("cannot load the camera library " + m_options.library
+                 + (words.empty() ? "" : ": " + words));
         return ExitCode::NoLibrary;
     }
     m_loaded = true;
@@ -86,29 +96,52 @@ bool Session::tellForbiddenCameras(const SystemFolders &folders) const
     return !nodes.empty();
 }
 
-std::optional<Device> Session::findDevice()
+ExitCode Session::complainOfNoCamera() const
+{
+    if (tellForbiddenCameras())
+        return ExitCode::NoDevice;
+    const std::string words = adviceOnDesk(simulatedDesk());
+    complain(words.empty() ? "there is no camera; run `korvcam doctor` to find out why"
+                           : "there is no camera; " + words);
+    return ExitCode::NoDevice;
+}
+
+std::optional<Device> Session::findDevice(ExitCode &code)
 {
     for (Device &device : devices(m_options.device)) {
         if (!m_options.device || device.index == *m_options.device)
             return std::move(device);
     }
-    const bool told = tellForbiddenCameras();
-    if (m_options.device)
-        complain("there is no camera " + std::to_string(*m_options.device));
-    else if (!told)
-        complain("there is no camera; `korvcam doctor` looks for the reason");
+    if (m_wakeup.stopSignal() != 0) {
+        code = interrupted();
+        return std::nullopt;
+    }
+    code = ExitCode::NoDevice;
+    if (!m_options.device) {
+        complainOfNoCamera();
+    } else {
+        tellForbiddenCameras();
+        complain("there is no camera " + std::to_string(*m_options.device)
+                 + "; `korvcam list` shows those that are there");
+    }
     return std::nullopt;
 }
 
 void Session::print(const std::string &line)
 {
-    std::fprintf(m_trace.output(), "%s\n", line.c_str());
-    std::fflush(m_trace.output());
+    std::FILE *const output = m_trace.output();
+    errno = EBADF;
+    const bool written =
+        output && std::fprintf(output, "%s\n", line.c_str()) >= 0 && std::fflush(output) == 0;
+    if (!written && m_outputWorks) {
+        m_outputWorks = false;
+        complain(std::string("cannot write to standard output: ") + std::strerror(errno));
+    }
 }
 
 void Session::complain(const std::string &line) const
 {
-    std::fprintf(stderr, "korvcam: %s\n", line.c_str());
+    printError(line);
 }
 
 ExitCode Session::check(int result, const std::string &doing) const
@@ -125,6 +158,21 @@ ExitCode Session::checkCamera(int result, const std::string &doing) const
     if (const std::string words = advice(result); result < 0 && !words.empty())
         complain(words);
     return code;
+}
+
+ExitCode Session::interrupted(const std::string &consequence) const
+{
+    switch (m_wakeup.stopSignal()) {
+    case SIGTERM:
+        complain("terminated" + consequence);
+        return ExitCode::Terminated;
+    case SIGHUP:
+        complain("terminal closed" + consequence);
+        return ExitCode::HungUp;
+    default:
+        complain("interrupted" + consequence);
+        return ExitCode::Interrupted;
+    }
 }
 
 } // namespace cli

@@ -12,6 +12,13 @@
 
 namespace cli {
 
+/// Whether the library looks for the machine's own cameras: a simulated desk takes their place,
+/// unless the environment says otherwise.
+bool usesRealCameras();
+
+/// The simulated desk that the environment names; empty without one.
+std::string simulatedDesk();
+
 /// The camera library, loaded and initialised for one command, and the two outputs of the program.
 /// Thread: the main thread.
 class Session
@@ -23,7 +30,7 @@ public:
     /// Un-initialises and unloads what open() got.
     ~Session();
 
-    /// Loads and initialises the library; says what went wrong.
+    /// Loads and initialises the library; says what went wrong and what helps.
     ExitCode open();
 
     CCameraSDK &library() { return m_library; }
@@ -33,21 +40,30 @@ public:
     /// `wanted`, the answer waits for it for half a second.
     std::vector<Device> devices(std::optional<int> wanted = std::nullopt);
 
+    /// Says that there is no camera and why that may be; the code to end with.
+    ExitCode complainOfNoCamera() const;
+
     /// Tells of cameras that are there and that this user may not open; whether there are any.
     /// Silent where the machine's cameras are not used.
     bool tellForbiddenCameras(const SystemFolders &folders = {}) const;
 
-    /// The camera asked for, or the first; nothing after saying that there is none.
-    std::optional<Device> findDevice();
+    /// The camera asked for, or the first. Nothing after saying that there is none, or that the user
+    /// stopped the work; `code` is the one to end with then.
+    std::optional<Device> findDevice(ExitCode &code);
 
-    /// A line on standard output, there at once.
+    /// A line on standard output, there at once. The first one that cannot be written is complained
+    /// about.
     void print(const std::string &line);
+    /// Whether every line so far went out.
+    bool outputWorks() const { return m_outputWorks; }
     /// "korvcam: " and a line on standard error.
     void complain(const std::string &line) const;
     /// Complains when `result` is negative; Failure then.
     ExitCode check(int result, const std::string &doing) const;
     /// The same for what was asked of a camera, with what may help.
     ExitCode checkCamera(int result, const std::string &doing) const;
+    /// Says that the user stopped the work, and `consequence`; the code to end with.
+    ExitCode interrupted(const std::string &consequence = {}) const;
 
 private:
     const Options &m_options;
@@ -56,6 +72,7 @@ private:
     CCameraSDK m_library;
     bool m_loaded = false;
     bool m_initialised = false;
+    bool m_outputWorks = true;
 };
 
 } // namespace cli

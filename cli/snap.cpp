@@ -1,7 +1,12 @@
 #include "cli/snap.h"
 
+#include "cli/errors.h"
+#include "cli/filenames.h"
 #include "cli/framereceiver.h"
+#include "cli/jpegsize.h"
+#include "cli/librarycall.h"
 #include "cli/opendevice.h"
+#include "cli/workspace.h"
 
 namespace cli {
 namespace {
@@ -49,7 +54,7 @@ ExitCode nextFrame(Session &session, const Options &options, FrameReceiver &rece
         while (wake == Wake::Notified)
             wake = session.wakeup().wait(notBefore);
         if (wake == Wake::Interrupted)
-            return ExitCode::Failure;
+            return session.interrupted();
         // what came during the wait is older than asked for
         receiver.take(frame);
     }
@@ -59,16 +64,49 @@ ExitCode nextFrame(Session &session, const Options &options, FrameReceiver &rece
         case Wake::Notified:
             break;
         case Wake::TimedOut:
-            session.complain("the camera sent no picture in time; `korvcam doctor` may know why");
+            session.complain("the camera sent no picture in "
+                             + std::to_string(options.timeoutMs / 1000)
+                             + " s; run `korvcam doctor` to find out why");
             return ExitCode::NoFrame;
         case Wake::Interrupted:
-            return ExitCode::Failure;
+            return session.interrupted();
         }
     }
     return ExitCode::Success;
 }
 
-ExitCode savePhotographs(Session &session, const Options &options, FrameReceiver &receiver)
+/// The crop leaves the picture whole when it finds no sheet, and nothing else says so.
+bool isWhole(const std::string &photograph, const ReceivedFrame &frame)
+{
+    const PictureSize size = jpegSize(photograph);
+    return (size.width == frame.width && size.height == frame.height)
+        || (size.width == frame.height && size.height == frame.width);
+}
+
+/// Takes one photograph and prints the path that it got.
+ExitCode savePhotograph(Session &session, const Options &options, const Workspace &workspace,
+                        ReceivedFrame &frame, const std::string &wanted)
+{
+    const std::string path = workspace.pathOf(fileNameOf(wanted));
+    // the library's own words would name a folder that nobody knows
+    const Answer answer = askLibrary(options.verbose, [&] {
+        return session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
+                                               path.c_str());
+    });
+    if (answer.result < 0)
+        return session.check(answer.result, "save " + wanted);
+    const bool foundNoSheet = options.crop >= 0 && isWhole(path, frame);
+    const Published published = workspace.publish(wanted, options.force);
+    if (published.error != 0)
+        return session.check(-published.error, "save " + wanted);
+    session.print(published.path);
+    if (foundNoSheet)
+        session.complain(published.path + ": no sheet was found; this is the whole picture");
+    return ExitCode::Success;
+}
+
+ExitCode savePhotographs(Session &session, const Options &options, const Workspace &workspace,
+                         FrameReceiver &receiver)
 {
     ReceivedFrame frame;
     Clock::time_point due = Clock::now();
@@ -77,13 +115,10 @@ ExitCode savePhotographs(Session &session, const Options &options, FrameReceiver
         if (code != ExitCode::Success)
             return code;
         due = Clock::now() + milliseconds(options.intervalMs);
-        const std::string path = numberedPath(options.destination, number, options.count);
-        code = session.check(session.library().SaveVideoData(frame.jpeg.data(), frame.width,
-                                                             frame.height, 0, path.c_str()),
-                             "save " + path);
+        code = savePhotograph(session, options, workspace, frame,
+                              numberedPath(options.destination, number, options.count));
         if (code != ExitCode::Success)
             return code;
-        session.print(path);
     }
     return ExitCode::Success;
 }
@@ -92,14 +127,21 @@ ExitCode savePhotographs(Session &session, const Options &options, FrameReceiver
 
 ExitCode snap(Session &session, const Options &options)
 {
-    const std::optional<Device> device = session.findDevice();
+    ExitCode code = ExitCode::Success;
+    const std::optional<Device> device = session.findDevice(code);
     if (!device)
-        return ExitCode::NoDevice;
+        return code;
+    const Workspace workspace(options.destination);
+    if (workspace.error() != 0) {
+        session.complain("cannot save " + options.destination + ": "
+                         + placeProblem(options.destination, workspace.error()));
+        return ExitCode::Failure;
+    }
     FrameReceiver receiver(session.wakeup());
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
         return session.checkCamera(camera.result(), "open " + device->name);
-    ExitCode code = selectResolution(session, options, camera, device->index);
+    code = selectResolution(session, options, camera, device->index);
     if (code == ExitCode::Success)
         code = setPhotographOptions(session, options);
     if (code == ExitCode::Success)
@@ -107,7 +149,7 @@ ExitCode snap(Session &session, const Options &options)
             session.library().StartCapture(device->index, &FrameReceiver::onFrame),
             "start " + device->name);
     if (code == ExitCode::Success)
-        code = savePhotographs(session, options, receiver);
+        code = savePhotographs(session, options, workspace, receiver);
     return code;
 }
 

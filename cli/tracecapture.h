@@ -22,7 +22,7 @@ public:
     TraceCapture &operator=(const TraceCapture &) = delete;
     ~TraceCapture();
 
-    /// The real standard output.
+    /// The real standard output; null when it cannot be written to.
     std::FILE *output() const { return m_output.get(); }
 
     /// What was kept so far.

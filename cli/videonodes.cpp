@@ -1,5 +1,7 @@
 #include "cli/videonodes.h"
 
+#include "cli/descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -19,31 +21,24 @@ namespace {
 namespace fs = std::filesystem;
 
 /// An open node for as long as it is looked at.
-class Descriptor
+class OpenNode
 {
 public:
-    explicit Descriptor(const std::string &path)
+    explicit OpenNode(const std::string &path)
         : m_descriptor(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC))
-        , m_error(m_descriptor < 0 ? errno : 0)
+        , m_error(m_descriptor ? 0 : errno)
     {
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0)
-            close(m_descriptor);
     }
 
     int error() const { return m_error; }
     /// 0, or errno.
     int ask(unsigned long request, void *argument) const
     {
-        return ioctl(m_descriptor, request, argument) < 0 ? errno : 0;
+        return ioctl(m_descriptor.get(), request, argument) < 0 ? errno : 0;
     }
 
 private:
-    int m_descriptor;
+    Descriptor m_descriptor;
     int m_error;
 };
 
@@ -84,7 +79,7 @@ bool isUsable(std::uint32_t format)
     return std::find(kUsable.begin(), kUsable.end(), format) != kUsable.end();
 }
 
-void listFormats(const Descriptor &descriptor, VideoNode &node)
+void listFormats(const OpenNode &descriptor, VideoNode &node)
 {
     constexpr std::uint32_t kMost = 64;
     for (std::uint32_t index = 0; index < kMost; ++index) {
@@ -100,7 +95,7 @@ void listFormats(const Descriptor &descriptor, VideoNode &node)
 
 void examine(VideoNode &node)
 {
-    const Descriptor descriptor(node.path);
+    const OpenNode descriptor(node.path);
     node.openError = descriptor.error();
     v4l2_capability answer = {};
     if (node.openError != 0 || descriptor.ask(VIDIOC_QUERYCAP, &answer) != 0)
@@ -122,21 +117,24 @@ void examine(VideoNode &node)
         node.busy = descriptor.ask(VIDIOC_S_FMT, &format) == EBUSY;
 }
 
+/// Whether a process has a file open, as far as this user may see.
+bool hasOpen(const fs::path &process, const std::string &path)
+{
+    const std::vector<fs::path> descriptors = entries((process / "fd").string());
+    return std::any_of(descriptors.begin(), descriptors.end(), [&](const fs::path &descriptor) {
+        std::error_code error;
+        return fs::read_symlink(descriptor, error) == path;
+    });
+}
+
 /// The programs that have a file open, as far as this user may see.
 std::vector<std::string> usersOf(const std::string &path, const std::string &proc)
 {
     std::vector<std::string> users;
     for (const fs::path &process : entries(proc)) {
         const std::string id = process.filename().string();
-        if (id.find_first_not_of("0123456789") != std::string::npos)
-            continue;
-        for (const fs::path &descriptor : entries((process / "fd").string())) {
-            std::error_code error;
-            if (fs::read_symlink(descriptor, error) != path)
-                continue;
+        if (id.find_first_not_of("0123456789") == std::string::npos && hasOpen(process, path))
             users.push_back(firstLine(process / "comm") + " (" + id + ")");
-            break;
-        }
     }
     return users;
 }
@@ -205,6 +203,21 @@ std::vector<std::string> forbiddenNodes(const SystemFolders &folders)
                                    [](const std::string &path) { return !isForbidden(path); }),
                     forbidden.end());
     return forbidden;
+}
+
+std::optional<double> rateOfOurStream(const SystemFolders &folders)
+{
+    for (const std::string &path : nodePaths(folders)) {
+        if (!hasOpen(fs::path(folders.proc) / "self", path))
+            continue;
+        v4l2_streamparm parameters = {};
+        parameters.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        const v4l2_fract &interval = parameters.parm.capture.timeperframe;
+        if (OpenNode(path).ask(VIDIOC_G_PARM, &parameters) == 0 && interval.numerator > 0
+            && interval.denominator > 0)
+            return static_cast<double>(interval.denominator) / interval.numerator;
+    }
+    return std::nullopt;
 }
 
 } // namespace cli

@@ -2,6 +2,7 @@
 
 #include "cli/noderights.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,10 @@ std::vector<UsbCamera> usbCameras(const SystemFolders &folders);
 
 /// The video nodes, in the order of their numbers. Opens each of them for a moment.
 std::vector<VideoNode> videoNodes(const SystemFolders &folders);
+
+/// Frames a second that the node which this process streams from was set to; nothing when there is
+/// no such node, or its driver does not say.
+std::optional<double> rateOfOurStream(const SystemFolders &folders);
 
 /// Those of them that this user may not open, in the same order. Opens none.
 std::vector<std::string> forbiddenNodes(const SystemFolders &folders);

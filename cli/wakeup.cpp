@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <poll.h>
@@ -12,12 +13,18 @@
 namespace cli {
 namespace {
 
+constexpr std::array<int, 3> kStopSignals{SIGINT, SIGTERM, SIGHUP};
+
 sigset_t stopSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    for (const int signal : kStopSignals) {
+        // nohup and background jobs ignore some; a blocked signal would arrive all the same
+        struct sigaction action = {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            sigaddset(&signals, signal);
+    }
     return signals;
 }
 
@@ -33,11 +40,11 @@ int millisecondsUntil(std::optional<Wakeup::Clock::time_point> deadline)
 } // namespace
 
 Wakeup::Wakeup()
-    : m_newsFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    : m_stopSignals(stopSignals())
+    , m_newsFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    const sigset_t signals = stopSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, &m_previousSignals);
-    m_signalFd = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    pthread_sigmask(SIG_BLOCK, &m_stopSignals, &m_previousSignals);
+    m_signalFd = signalfd(-1, &m_stopSignals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
 Wakeup::~Wakeup()
@@ -57,18 +64,44 @@ void Wakeup::notify()
     [[maybe_unused]] const ssize_t written = write(m_newsFd, &one, sizeof one);
 }
 
-Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
+Wake Wakeup::sleep(int descriptor, std::optional<Clock::time_point> deadline)
 {
-    std::array<pollfd, 2> sources{{{m_signalFd, POLLIN, 0}, {m_newsFd, POLLIN, 0}}};
-    const int ready = poll(sources.data(), sources.size(), millisecondsUntil(deadline));
+    std::array<pollfd, 2> sources{{{m_signalFd, POLLIN, 0}, {descriptor, POLLIN, 0}}};
+    int ready = 0;
+    do
+        ready = poll(sources.data(), sources.size(), millisecondsUntil(deadline));
+    while (ready < 0 && errno == EINTR);
     if (ready <= 0)
         return Wake::TimedOut;
     // the signal stays pending, so that every later wait ends as well
-    if (sources[0].revents != 0)
-        return Wake::Interrupted;
-    std::uint64_t news = 0;
-    [[maybe_unused]] const ssize_t got = read(m_newsFd, &news, sizeof news);
-    return Wake::Notified;
+    return sources[0].revents != 0 ? Wake::Interrupted : Wake::Notified;
+}
+
+Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
+{
+    const Wake wake = sleep(m_newsFd, deadline);
+    if (wake == Wake::Notified) {
+        std::uint64_t news = 0;
+        [[maybe_unused]] const ssize_t got = read(m_newsFd, &news, sizeof news);
+    }
+    return wake;
+}
+
+Wake Wakeup::waitFor(int descriptor)
+{
+    return sleep(descriptor, std::nullopt);
+}
+
+int Wakeup::stopSignal() const
+{
+    sigset_t pending;
+    sigemptyset(&pending);
+    sigpending(&pending);
+    for (const int signal : kStopSignals) {
+        if (sigismember(&m_stopSignals, signal) == 1 && sigismember(&pending, signal) == 1)
+            return signal;
+    }
+    return 0;
 }
 
 } // namespace cli

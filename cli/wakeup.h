@@ -10,7 +10,8 @@ namespace cli {
 enum class Wake { Notified, TimedOut, Interrupted };
 
 /// Lets one thread sleep until another one has news, a time has come, or the user wants to stop
-/// (SIGINT, SIGTERM). Make it before any thread starts: threads inherit the blocked signals.
+/// (SIGINT, SIGTERM, SIGHUP; one that the program was started to ignore stays ignored). Make it
+/// before any thread starts: threads inherit the blocked signals.
 class Wakeup
 {
 public:
@@ -27,7 +28,16 @@ public:
     /// Sleeps until `deadline`, without one for ever. An interruption wins over news.
     Wake wait(std::optional<Clock::time_point> deadline);
 
+    /// Sleeps until `descriptor` can be read without waiting, its end included: Notified.
+    Wake waitFor(int descriptor);
+
+    /// The signal that asks the program to stop; 0 when there is none.
+    int stopSignal() const;
+
 private:
+    Wake sleep(int descriptor, std::optional<Clock::time_point> deadline);
+
+    sigset_t m_stopSignals;
     int m_newsFd;
     int m_signalFd = -1;
     sigset_t m_previousSignals = {};

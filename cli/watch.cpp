@@ -1,6 +1,7 @@
 #include "cli/watch.h"
 
 #include "camera/deviceevent.h"
+#include "cli/deskadvice.h"
 #include "cli/freetext.h"
 
 #include <atomic>
@@ -88,11 +89,19 @@ ExitCode watch(Session &session, const Options &options)
     std::optional<Clock::time_point> deadline;
     if (options.durationMs > 0)
         deadline = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    if (holdsPicturesOnly(simulatedDesk()))
+        session.complain(adviceOnDesk(simulatedDesk()));
     int left = options.maximumEvents > 0 ? options.maximumEvents : -1;
-    while (left != 0 && session.wakeup().wait(deadline) == Wake::Notified)
-        printEvents(session, queue, left);
+    Wake wake = Wake::Notified;
+    while (left != 0 && session.outputWorks() && wake == Wake::Notified) {
+        wake = session.wakeup().wait(deadline);
+        if (wake == Wake::Notified)
+            printEvents(session, queue, left);
+    }
     session.library().RegCallBackCameraChange(nullptr);
-    return code;
+    // without a limit, being stopped is the way to end
+    const bool isLimited = deadline || options.maximumEvents > 0;
+    return wake == Wake::Interrupted && isLimited ? session.interrupted() : code;
 }
 
 } // namespace cli

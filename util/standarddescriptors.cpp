@@ -5,11 +5,12 @@
 
 void occupyStandardDescriptors()
 {
-    // the lowest free number is given out
-    int descriptor = 0;
-    do
-        descriptor = ::open("/dev/null", O_RDONLY);
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    if (descriptor > STDERR_FILENO)
-        ::close(descriptor);
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) >= 0)
+            continue;
+        // the wrong way round, so that reading or writing goes on to fail; open() takes the lowest
+        // free number, which is this one
+        [[maybe_unused]] const int opened =
+            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
 }

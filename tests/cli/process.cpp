@@ -42,6 +42,9 @@ Process::Process(const std::vector<std::string> &arguments,
         return;
     for (const auto &[name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
+    // a test that runs in the background of a shell was started to ignore some of these
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+        std::signal(signal, SIG_DFL);
     dup2(m_outputFd, STDOUT_FILENO);
     dup2(m_errorFd, STDERR_FILENO);
     execvp(argv[0], argv.data());

@@ -19,7 +19,8 @@ struct Finished
 class Process
 {
 public:
-    /// Starts arguments[0], looked up in PATH. `environment` is added to ours.
+    /// Starts arguments[0], looked up in PATH. `environment` is added to ours. Signals that ask a
+    /// program to stop do so, whatever ours are set to.
     explicit Process(const std::vector<std::string> &arguments,
                      const std::map<std::string, std::string> &environment = {});
     ~Process();

@@ -117,7 +117,7 @@ TEST_F(DoctorSystem, nodesAreListedByNumberWithWhoHasThemOpen)
     EXPECT_THAT(nodes[0].users, ElementsAre("cheese (4711)"));
     EXPECT_THAT(nodes[1].users, IsEmpty());
     EXPECT_FALSE(nodes[0].isV4l2); // it is a file
-    EXPECT_THAT(cli::describe(nodes[0]), HasSubstr("is no V4L2 node"));
+    EXPECT_THAT(cli::describe(nodes[0]), HasSubstr("is not a V4L2 device"));
 }
 
 TEST_F(DoctorSystem, nodesOfOthersAreFoundWithoutOpeningThem)
@@ -296,6 +296,6 @@ TEST_F(Doctor, workingCameraHasNoProblem)
     EXPECT_EQ(run(), ExitCode::Success) << m_output;
     EXPECT_THAT(m_output, HasSubstr("No problem found.\n"));
     EXPECT_THAT(m_output, HasSubstr("640x480"));
-    EXPECT_THAT(m_output, HasSubstr("a photograph of it can be made"));
+    EXPECT_THAT(m_output, HasSubstr("test photograph: OK"));
     EXPECT_THAT(m_output, Not(HasSubstr("Problems")));
 }

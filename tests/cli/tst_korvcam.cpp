@@ -129,7 +129,7 @@ TEST_F(Korvcam, unwritableFolderIsAFailure)
 {
     const Finished done = run({"snap", "-r", "640x480", "-o", file("missing/a.jpg")});
     EXPECT_EQ(done.status, 1);
-    EXPECT_THAT(done.errors, HasSubstr("No such file or directory"));
+    EXPECT_THAT(done.errors, HasSubstr("there is no folder"));
 }
 
 TEST_F(Korvcam, combinedPdfIsSoundAndHasEveryPage)
@@ -138,7 +138,7 @@ TEST_F(Korvcam, combinedPdfIsSoundAndHasEveryPage)
     const Finished done = run({"combine", file("a-0001.jpg"), file("a-0002.jpg"),
                                file("a-0003.jpg"), "-o", file("out.pdf")});
     EXPECT_EQ(done.status, 0) << done.errors;
-    EXPECT_EQ(done.output, file("out.pdf") + ": 3 pages\n");
+    EXPECT_EQ(done.output, file("out.pdf") + "\n");
     EXPECT_EQ(support::runProgram({"qpdf", "--check", file("out.pdf")}).status, 0);
     EXPECT_EQ(support::runProgram({"qpdf", "--show-npages", file("out.pdf")}).output, "3\n");
 }
@@ -159,14 +159,14 @@ TEST_F(Korvcam, convertsToEveryFormat)
     EXPECT_EQ(support::runProgram({"unzip", "-tq", file("b.ofd")}).status, 0);
 }
 
-TEST_F(Korvcam, takenNameStaysAndTheNewOneIsTold)
+TEST_F(Korvcam, takenNameStaysAndTheNewOneIsPrinted)
 {
     snap(file("a.jpg"));
     m_home.write("b.pdf", "something else");
     const Finished done = run({"convert", file("a.jpg"), file("b.pdf")});
     EXPECT_EQ(done.status, 0) << done.errors;
-    EXPECT_EQ(done.output, "");
-    EXPECT_THAT(done.errors, HasSubstr(file("b (1).pdf")));
+    EXPECT_EQ(done.output, file("b (1).pdf") + "\n");
+    EXPECT_EQ(done.errors, "");
     EXPECT_EQ(support::readFile(file("b.pdf")), "something else");
     EXPECT_EQ(support::runProgram({"qpdf", "--check", file("b (1).pdf")}).status, 0);
 }
@@ -174,7 +174,7 @@ TEST_F(Korvcam, takenNameStaysAndTheNewOneIsTold)
 TEST_F(Korvcam, unknownFormatAndBrokenPictureLeaveNoFile)
 {
     snap(file("a.jpg"));
-    EXPECT_EQ(run({"convert", file("a.jpg"), file("b.xyz")}).status, 1);
+    EXPECT_EQ(run({"convert", file("a.jpg"), file("b.xyz")}).status, 2);
     EXPECT_FALSE(std::filesystem::exists(file("b.xyz")));
 
     m_home.write("broken.jpg", "this is no picture");

@@ -3,6 +3,8 @@
 #include "tests/support/stdout_capture.h"
 
 #include <gtest/gtest.h>
+#include <iostream>
+#include <sstream>
 
 namespace {
 
@@ -61,6 +63,26 @@ TEST(Options, filesOfConvertAndCombine)
     EXPECT_EQ(combine->destination, "c.pdf");
 }
 
+TEST(Options, pagesOfCombine)
+{
+    const auto plain = parse({"combine", "a.jpg", "-o", "c.PDF"}).options;
+    ASSERT_TRUE(plain);
+    EXPECT_FALSE(plain->title || plain->force || plain->strict);
+    EXPECT_EQ(plain->pageSize, "");
+    const auto options = parse({"combine", "--from-file", "-", "-o", "c.tiff", "--title", "T",
+                                "--page-size", "LETTER", "--strict", "-f"})
+                             .options;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->fromFile, "-");
+    EXPECT_EQ(options->title, "T");
+    EXPECT_EQ(options->pageSize, "letter");
+    EXPECT_TRUE(options->strict && options->force);
+    const auto custom =
+        parse({"combine", "a.jpg", "-o", "c.ofd", "--page-size", "85.6X53.98"}).options;
+    ASSERT_TRUE(custom);
+    EXPECT_EQ(custom->pageSize, "85.6x53.98");
+}
+
 TEST(Options, globalOptionsMayFollowTheCommand)
 {
     const auto options = parse({"list", "--desk", "builtin", "--library", "/x.so"}).options;
@@ -91,6 +113,16 @@ TEST(Options, nonsenseIsWrongUsage)
         {"convert", "a.jpg"},
         {"combine", "a.jpg"},
         {"combine", "-o", "a.pdf"},
+        {"combine", "a.jpg", "-o", "a.png"},
+        {"combine", "a.jpg", "-o", "a"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "A6"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "210x"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "210x2e2"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "nanx297"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "1.9x297"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "210x5001"},
+        {"combine", "a.jpg", "-o", "a.pdf", "--page-size", "-210x297"},
+        {"convert", "a.jpg", "b.xyz"},
         {"watch", "--seconds", "0"},
     };
     for (const auto &commandLine : commandLines) {
@@ -110,6 +142,35 @@ TEST(Options, helpSucceedsAndTellsTheExitCodes)
     EXPECT_EQ(result.code, ExitCode::Success);
     for (const char *word : {"list", "modes", "snap", "convert", "combine", "watch", "Exit status"})
         EXPECT_NE(text.find(word), std::string::npos) << word;
+}
+
+TEST(Options, everyOptionOfACommandHasItsDefaultInTheHelp)
+{
+    for (const char *command : {"modes", "snap", "convert", "combine", "doctor", "watch"}) {
+        support::StdoutCapture output;
+        parse({command, "--help"});
+        std::istringstream help(output.take());
+        std::string option;
+        int options = 0;
+        const auto check = [&] {
+            const bool isHelp = option.find("--help") != std::string::npos;
+            const bool isComplete = option.find("(default: ") != std::string::npos
+                || option.find("REQUIRED") != std::string::npos;
+            EXPECT_TRUE(option.empty() || isHelp || isComplete) << command << ": " << option;
+        };
+        for (std::string line; std::getline(help, line);) {
+            const bool continues = line.compare(0, 4, "    ") == 0;
+            if (!continues) {
+                check();
+                option.clear();
+            }
+            if (line.compare(0, 3, "  -") == 0)
+                ++options;
+            if (continues || line.compare(0, 3, "  -") == 0)
+                option += line;
+        }
+        EXPECT_GE(options, 2) << command;
+    }
 }
 
 TEST(NumberedPath, onePhotographKeepsItsName)

@@ -36,7 +36,7 @@ source "$root/packaging/completions/korvcam"
 
 optionsIn()
 {
-    grep -oE -- '(^|[ ,])(--?[a-z]+)' | grep -oE -- '--?[a-z]+' | sort -u
+    grep -oE -- '(^|[ ,])(--?[a-z]+(-[a-z]+)*)' | grep -oE -- '--?[a-z]+(-[a-z]+)*' | sort -u
 }
 
 mapfile -t commands < <("$korvcam" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
@@ -44,6 +44,15 @@ mapfile -t commands < <("$korvcam" --help | sed -n '/^Subcommands:/,/^$/s/^  \([
 expect "commands" "$(printf '%s\n' "${commands[@]}" | sort)" \
     "$(completions "" | grep -v '^-' | sort)"
 expect "one command" snap "$(completions sn)"
+
+# entryOf OPTION: what the manual page's text on standard input says about it
+entryOf()
+{
+    awk -v option="$1" '
+        /^\.(TP|PP|SS|SH)/ { within = 0 }
+        index($0, option) && !within { within = 1 }
+        within'
+}
 
 # help of the whole, then of each command, which lists its own options only
 common=$("$korvcam" --help | sed -n '/^Options:/,/^$/p' | optionsIn)
@@ -61,11 +70,24 @@ for command in "${commands[@]}"; do
             grep -qE -- "(^|[^-a-z])$option([^-a-z]|\$)" <<<"$text" ||
                 complain "$page: $command has $option"
         done
+        # words differ between the languages, numbers do not
+        while read -r option default; do
+            entryOf "$option" <<<"$text" | grep -qE "(^|[^0-9])$default([^0-9]|\$)" ||
+                complain "$page: $command $option is $default without it"
+        done < <("$korvcam" "$command" --help |
+            sed -nE 's/^  (-[a-z],)?(--[a-z-]+) .*\(default: ([0-9]+)\)$/\2 \3/p')
+    done
+done
+
+for page in "$root"/packaging/man/korvcam{,.zh_CN}.1; do
+    for status in $("$korvcam" --help | sed -n '/^Exit status/,/`/p' | grep -oE '[0-9]+'); do
+        grep -qx "\.B $status" "$page" || complain "$page: no exit status $status"
     done
 done
 
 expect "choices" gray "$(completions snap --color g)"
 expect "camera of the desk" 0 "$(completions --library "$library" --desk builtin snap -d "")"
+expect "page sizes" letter "$(completions combine --page-size l)"
 expect "no value to offer" "" "$(completions snap --interval "")"
 touch "picture of a page.png"
 expect "files" "picture of a page.png" "$(completions convert pic)"

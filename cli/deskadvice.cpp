@@ -1,0 +1,84 @@
+#include "cli/deskadvice.h"
+
+#include "cli/filenames.h"
+
+#include <filesystem>
+
+namespace cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kExample[] = "1209:0001 My Camera";
+
+/// "VVVV:PPPP", hexadecimal, and perhaps a name after a blank.
+bool isCameraName(const std::string &name)
+{
+    constexpr char kDigits[] = "0123456789abcdefABCDEF";
+    constexpr std::size_t kIds = 9;
+    if (name.size() < kIds || name[4] != ':' || (name.size() > kIds && name[kIds] != ' '))
+        return false;
+    const std::string digits = name.substr(0, 4) + name.substr(5, 4);
+    return digits.find_first_not_of(kDigits) == std::string::npos;
+}
+
+bool isPicture(const std::string &name)
+{
+    const std::string extension = extensionOf(name);
+    return extension == "jpg" || extension == "jpeg";
+}
+
+struct Content
+{
+    bool cameras = false;
+    bool pictures = false;
+};
+
+Content contentOf(const std::string &desk)
+{
+    Content content;
+    std::error_code error;
+    for (fs::directory_iterator at(desk, error); !error && at != fs::directory_iterator();
+         at.increment(error)) {
+        std::error_code unknown;
+        const std::string name = at->path().filename().string();
+        if (at->is_directory(unknown))
+            content.cameras = content.cameras || isCameraName(name);
+        else
+            content.pictures = content.pictures || isPicture(name);
+    }
+    return content;
+}
+
+bool isFolderDesk(const std::string &desk)
+{
+    return !desk.empty() && desk != "builtin";
+}
+
+} // namespace
+
+bool holdsPicturesOnly(const std::string &desk)
+{
+    const Content content = isFolderDesk(desk) ? contentOf(desk) : Content{};
+    return content.pictures && !content.cameras;
+}
+
+std::string adviceOnDesk(const std::string &desk)
+{
+    if (!isFolderDesk(desk))
+        return {};
+    std::error_code error;
+    const fs::directory_iterator opened(desk, error);
+    if (error)
+        return "cannot open the simulated desk " + desk + ": " + error.message();
+    const Content content = contentOf(desk);
+    if (content.cameras)
+        return {};
+    if (content.pictures)
+        return desk
+            + " holds pictures, but no camera: a camera is a sub-folder, so put them into \"" + desk
+            + "/" + kExample + "\"";
+    return desk + " has no sub-folder named like \"" + kExample + "\", which would be a camera";
+}
+
+} // namespace cli

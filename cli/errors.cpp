@@ -1,0 +1,47 @@
+#include "cli/errors.h"
+
+#include "cli/filenames.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cli {
+
+void printError(const std::string &text)
+{
+    std::istringstream lines(text);
+    std::string whole;
+    for (std::string line; std::getline(lines, line);)
+        whole += "korvcam: " + line + "\n";
+    // in one piece, because other threads write there, too
+    std::fwrite(whole.data(), 1, whole.size(), stderr);
+}
+
+std::string pictureProblem(const std::string &source, const Answer &answer)
+{
+    struct stat state = {};
+    if (stat(source.c_str(), &state) != 0)
+        return source + ": " + std::strerror(errno);
+    if (S_ISDIR(state.st_mode))
+        return source + " is a folder, not a picture";
+    if (access(source.c_str(), R_OK) != 0)
+        return source + ": " + std::strerror(errno);
+    if (answer.result == -EBADMSG)
+        return source + " is not a picture that can be read: "
+            + (answer.reason.empty() ? "damaged, or no JPEG, PNG, BMP or TIFF file"
+                                     : answer.reason);
+    return {};
+}
+
+std::string placeProblem(const std::string &path, int code)
+{
+    if (code == ENOENT || code == ENOTDIR)
+        return "there is no folder " + folderOf(path);
+    return std::strerror(code) + (" in " + folderOf(path));
+}
+
+} // namespace cli

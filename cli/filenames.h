@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace cli {
+
+/// The folder of a path as one can write it: "." without a slash in it, "/" for "/a".
+std::string folderOf(const std::string &path);
+
+/// What follows the last slash; empty when nothing does.
+std::string fileNameOf(const std::string &path);
+
+/// The extension in lower case and without its dot: "JPEG" is "jpeg". Empty when there is none.
+std::string extensionOf(const std::string &path);
+
+/// A path with `insertion` before its extension: ("/a/b.pdf", " (1)") is "/a/b (1).pdf". A name that
+/// became longer than file systems take loses letters before the insertion.
+std::string withInsertion(const std::string &path, const std::string &insertion);
+
+} // namespace cli

@@ -1,0 +1,106 @@
+#include "cli/libraryadvice.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <dlfcn.h>
+#include <fstream>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace cli {
+namespace {
+
+constexpr char kWhatHelps[] = "install the package korv-camera-open, or name the right library "
+                              "with --library";
+
+constexpr std::array<const char *, 24> kNames{"KorvCamera_GetVersion",
+                                              "KorvCamera_Init",
+                                              "KorvCamera_UnInit",
+                                              "KorvCamera_GetDevCount",
+                                              "KorvCamera_GetOnLineDevList",
+                                              "KorvCamera_GetWorkDevList",
+                                              "KorvCamera_Open",
+                                              "KorvCamera_Close",
+                                              "KorvCamera_GetResolutionList",
+                                              "KorvCamera_GetCurResolutionNo",
+                                              "KorvCamera_SetCurResolutionNo",
+                                              "KorvCamera_StartCapture",
+                                              "KorvCamera_StopCapture",
+                                              "KorvCamera_RegCallBackCameraChange",
+                                              "KorvCamera_SetImageColorStyle",
+                                              "KorvCamera_SetImageJPGQuality",
+                                              "KorvCamera_SetAutoCrop",
+                                              "KorvCamera_SetImageRotateMode",
+                                              "KorvCamera_YuYv422toRGB24",
+                                              "KorvCamera_SaveVideoData",
+                                              "KorvCamera_SaveRGB888Image",
+                                              "KorvCamera_ConvertImagetoImage",
+                                              "KorvCamera_AddImageFiletoMultiFile",
+                                              "KorvCamera_CombineMultiFile"};
+
+struct Unloader
+{
+    void operator()(void *library) const { dlclose(library); }
+};
+
+/// About the file itself, before the loader sees it.
+std::string adviceOnFile(const std::string &path)
+{
+    struct stat state = {};
+    if (stat(path.c_str(), &state) != 0)
+        return errno == ENOENT ? "there is no such file; " + std::string(kWhatHelps)
+                               : std::strerror(errno);
+    if (!S_ISREG(state.st_mode))
+        return "it is not a file; " + std::string(kWhatHelps);
+    if (access(path.c_str(), R_OK) != 0)
+        return "this user may not read it; the administrator has to give the rights";
+    char magic[4] = {};
+    std::ifstream(path, std::ios::binary).read(magic, sizeof magic);
+    if (std::memcmp(magic, "\177ELF", sizeof magic) != 0)
+        return "it is not a shared library; " + std::string(kWhatHelps);
+    return {};
+}
+
+/// About what the loader says: "libx.so.1: cannot open shared object file: No such file ...".
+std::string adviceOnLoading(const std::string &path, const std::string &reason)
+{
+    const std::size_t end = reason.find(": cannot open shared object file");
+    const std::string needed = reason.substr(0, end);
+    if (end != std::string::npos && needed != path)
+        return "it needs " + needed + ", which is not installed; `ldd " + path
+            + "` lists all that it needs";
+    if (reason.find("wrong ELF class") != std::string::npos)
+        return "it is made for another kind of processor; " + std::string(kWhatHelps);
+    return reason + "; " + kWhatHelps;
+}
+
+} // namespace
+
+std::string adviceOnLibrary(const std::string &path)
+{
+    // a name without a slash is looked for by the loader
+    const bool isSearched = path.find('/') == std::string::npos;
+    if (const std::string words = isSearched ? std::string() : adviceOnFile(path); !words.empty())
+        return words;
+    const std::unique_ptr<void, Unloader> library(dlopen(path.c_str(), RTLD_NOW));
+    if (!library) {
+        const char *const reason = dlerror();
+        return adviceOnLoading(path, reason ? reason : "it cannot be loaded");
+    }
+    std::vector<std::string> missing;
+    for (const char *name : kNames) {
+        if (!dlsym(library.get(), name))
+            missing.emplace_back(name);
+    }
+    if (missing.empty())
+        return {};
+    const std::string rest =
+        missing.size() == 1 ? "" : " and " + std::to_string(missing.size() - 1) + " more";
+    return "it is another library, or another version of it: it lacks " + missing.front() + rest
+        + "; " + kWhatHelps;
+}
+
+} // namespace cli

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace cli {
+
+/// What a call into the camera library answered, and what the library wrote about it.
+struct Answer
+{
+    int result = 0; ///< as the contract has it
+    std::string reason; ///< in the library's words, without its prefix; empty: it wrote none
+};
+
+/// Carries out a call and takes what the library writes to standard error meanwhile: reports of its
+/// entry points become the reason, other lines go on to standard error. With `verbose`, everything
+/// goes on unchanged. One call at a time.
+Answer askLibrary(bool verbose, const std::function<int()> &call);
+
+} // namespace cli
