@@ -2,14 +2,14 @@
 
 #include "library/api/callback_scope.h"
 #include "library/base/log.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 
 #include <new>
 
 namespace korv {
 
 EventSender::EventSender()
-    : m_thread(&EventSender::run, this)
+    : m_thread(startThread("korv-events", [this] { run(); }))
 {
 }
 
@@ -62,7 +62,6 @@ void EventSender::stop()
 
 void EventSender::run()
 {
-    nameThisThread("korv-events");
     std::unique_lock<std::mutex> lock(m_mutex);
     while (true) {
         m_changed.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });

@@ -1,7 +1,7 @@
 #include "library/device/simulated_monitor.h"
 
 #include "library/base/log.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 #include "library/device/device_name.h"
 #include "library/device/folder_pages.h"
 #include "library/device/simulated_device.h"
@@ -93,7 +93,7 @@ Result<void> SimulatedMonitor::start(DeviceObserver &observer)
     }
     scan(); // after the watch: what comes now is seen by one of them, or by both, which does no
         // harm
-    m_thread = std::thread(&SimulatedMonitor::run, this);
+    m_thread = startThread("korv-desk", [this] { run(); });
     return {};
 }
 
@@ -113,7 +113,6 @@ Result<std::unique_ptr<CameraDevice>> SimulatedMonitor::open(const std::string &
 
 void SimulatedMonitor::run()
 {
-    nameThisThread("korv-desk");
     std::array<pollfd, 2> sources{{{m_inotify.get(), POLLIN, 0}, {m_stop->fd(), POLLIN, 0}}};
     while (true) {
         if (::poll(sources.data(), sources.size(), -1) < 0 && errno != EINTR)

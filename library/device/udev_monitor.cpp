@@ -3,7 +3,7 @@
 #include "library/base/call_gate.h"
 #include "library/base/log.h"
 #include "library/base/pin_library.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 #include "library/device/udev_nodes.h"
 #include "library/device/udev_source.h"
 
@@ -188,10 +188,7 @@ Result<void> UdevMonitor::start(DeviceObserver &observer)
     if (!wakeUp)
         return wakeUp.error();
     auto watch = std::make_shared<Watch>(m_calls, observer, std::move(wakeUp).value());
-    m_thread = std::thread([watch] {
-        nameThisThread("korv-udev");
-        watch->run();
-    });
+    m_thread = startThread("korv-udev", [watch] { watch->run(); });
     m_watch = std::move(watch);
     m_watch->waitForFirstLook();
     return {};

@@ -2,7 +2,7 @@
 
 #include "library/base/log.h"
 #include "library/base/pin_library.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,14 +10,6 @@
 
 namespace korv {
 namespace {
-
-std::thread startThread(const std::shared_ptr<V4l2Work> &work)
-{
-    return std::thread([work] {
-        nameThisThread("korv-camera");
-        work->run();
-    });
-}
 
 void endThread(V4l2Work &work, std::thread &thread, V4l2Work::Deadline deadline)
 {
@@ -40,7 +32,7 @@ Result<std::unique_ptr<CameraDevice>> V4l2Device::open(V4l2Access access, V4l2Pa
         return wakeUp.error();
     const std::string node = access.node;
     auto work = std::make_shared<V4l2Work>(std::move(access), std::move(wakeUp).value());
-    std::thread thread = startThread(work);
+    std::thread thread = startThread("korv-camera", [work] { work->run(); });
     auto opened = work->waitUntilOpen(patience.open);
     if (opened && *opened)
         return std::unique_ptr<CameraDevice>(std::make_unique<V4l2Device>(

@@ -23,6 +23,8 @@
  *    SetCurResolutionNo and RegCallBackCameraChange answer -EDEADLK and do nothing: they may have to
  *    wait for that very callback to return. From inside a change callback, Init and UnInit do.
  *    Everything else may be called from inside a callback.
+ *  - The library's threads, and callbacks with them, block all signals but those of faults; so does
+ *    a program that a callback starts, unless it is given another mask.
  *  - Diagnostics go to standard error; nothing is written to standard output.
  */
 #ifndef KORV_CAMERA_H

@@ -1,6 +1,6 @@
 #include "library/output/page_prefetcher.h"
 
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -32,7 +32,7 @@ PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const Pa
     m_threads.reserve(threads);
     try {
         for (std::size_t i = 0; i < threads; ++i)
-            m_threads.emplace_back([this] { work(); });
+            m_threads.push_back(startThread("korv-pages", [this] { work(); }));
     } catch (const std::exception &) {
         // no thread, or no memory for one: those that did start suffice, and so does none
     }
@@ -63,7 +63,6 @@ void PagePrefetcher::make(std::size_t index)
 
 void PagePrefetcher::work()
 {
-    nameThisThread("korv-pages");
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         // the page given last is in use until the next one is asked for
