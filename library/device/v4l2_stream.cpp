@@ -127,7 +127,8 @@ Result<bool> V4l2Stream::takeBuffers(CallGate<FrameSink> &sink)
 {
     std::optional<V4l2Buffers::Filled> newest;
     bool alive = false;
-    for (std::uint32_t count = 0; count < V4l2Buffers::kCount; ++count) {
+    // as many as there are: not without end where pictures come faster than they are taken
+    for (std::size_t count = 0; count < m_buffers.count(); ++count) {
         Result<V4l2Buffers::Filled> next = m_buffers.dequeue();
         if (!next && next.code() == -EAGAIN)
             break;
