@@ -1,7 +1,6 @@
 #include "library/device/v4l2_device.h"
 
 #include "library/base/log.h"
-#include "library/base/pin_library.h"
 #include "library/base/thread.h"
 
 #include <algorithm>
@@ -18,8 +17,7 @@ void endThread(V4l2Work &work, std::thread &thread, V4l2Work::Deadline deadline)
         thread.join();
         return;
     }
-    logLine("a camera does not answer; its thread is left to end by itself");
-    pinThisLibrary();
+    logLine(work.label() + ": thread blocked in the driver; detaching it");
     thread.detach();
 }
 
@@ -104,7 +102,7 @@ Result<void> V4l2Device::stop()
     m_sink->shut();
     m_sink.reset();
     if (!m_work->waitUntilIdle(*m_stopDeadline))
-        logLine("the camera does not answer; its stream is left to end by itself");
+        logLine(m_work->label() + ": no answer; the stream ends in the background");
     return {};
 }
 
