@@ -47,15 +47,18 @@ void EventSender::waitUntilPast(Mark mark)
     m_changed.wait(lock, [&] { return static_cast<int>(m_callsEnded - mark) >= 0; });
 }
 
+void EventSender::silence()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_stopping = true;
+    m_receiver = nullptr;
+    m_waiting.clear();
+    m_changed.notify_all();
+}
+
 void EventSender::stop()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stopping = true;
-        m_receiver = nullptr;
-        m_waiting.clear();
-        m_changed.notify_all();
-    }
+    silence();
     if (m_thread.joinable())
         m_thread.join();
 }
@@ -85,7 +88,7 @@ void EventSender::deliver(Receiver receiver, const DeviceEvent &event)
     try {
         text = messages::deviceEvent(event.action, event.device);
     } catch (const std::bad_alloc &) {
-        logLine("a device event is lost: out of memory");
+        logLine("dropped a device event: out of memory");
         return;
     }
     const CallbackScope scope(CallbackScope::Kind::DeviceEvent);

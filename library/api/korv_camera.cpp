@@ -1,10 +1,9 @@
 #define KORV_CAMERA_BUILD
 #include "library/include/korv_camera.h"
 
-#include "library/api/manager.h"
 #include "library/api/messages.h"
+#include "library/api/process_manager.h"
 #include "library/base/log.h"
-#include "library/device/monitors.h"
 #include "library/imaging/yuyv.h"
 #include "library_version.h"
 
@@ -16,23 +15,16 @@
 
 using korv::Error;
 using korv::Manager;
+using korv::processManager;
 using korv::Result;
 
 namespace {
 
-/// The contract is one library per process, so there is one manager. It ends its threads when the
-/// library is unloaded without UnInit.
-Manager &theManager()
-{
-    static Manager manager(korv::availableMonitors);
-    return manager;
-}
-
 /// Runs `work` and turns what it says, or throws, into a Result. No exception leaves the library.
-template <typename Work> auto shielded(Work work) noexcept -> decltype(work(theManager()))
+template <typename Work> auto shielded(Work work) noexcept -> decltype(work(processManager()))
 {
     try {
-        return work(theManager());
+        return work(processManager());
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "out of memory"};
     } catch (const std::system_error &error) {
