@@ -210,8 +210,7 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
     const PhotographOptions wanted = options();
     // OpenCV's own globals may be destroyed by now
-    if (m_processEnds
-        && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
+    if (m_processEnds && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
         return processEnds();
     Bytes storage;
     const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), wanted, storage);

@@ -42,8 +42,8 @@ std::string whyNotToOpen(const std::string &node)
     if ((status.st_mode & kGroupRights) != kGroupRights)
         return "no permission: the node is not accessible to any group";
     const std::string group = groupName(status.st_gid);
-    return "no permission: this user is not in the group \"" + group
-        + "\"; `sudo adduser $USER " + group + "`, then log in again";
+    return "no permission: this user is not in the group \"" + group + "\"; `sudo adduser $USER "
+        + group + "`, then log in again";
 }
 
 } // namespace korv

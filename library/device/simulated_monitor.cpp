@@ -236,12 +236,12 @@ void SimulatedMonitor::explainPictures() const
     const Result<std::vector<std::string>> names = list();
     if (!m_plugs.empty() || !names)
         return;
-    const bool holdsPictures =
-        std::any_of(names.value().begin(), names.value().end(), isPageName);
+    const bool holdsPictures = std::any_of(names.value().begin(), names.value().end(), isPageName);
     if (holdsPictures)
-        logLine("desk " + m_desk
-                + ": the pictures in it are not used; each sub-folder is a camera, with a name like "
-                  "\"1209:0001 Name\", and the pictures inside are its pages");
+        logLine(
+            "desk " + m_desk
+            + ": the pictures in it are not used; each sub-folder is a camera, with a name like "
+              "\"1209:0001 Name\", and the pictures inside are its pages");
 }
 
 void SimulatedMonitor::plugIn(const std::string &folderName)

@@ -3,8 +3,8 @@
 #include "library/base/call_gate.h"
 #include "library/base/log.h"
 #include "library/base/thread.h"
-#include "library/device/udev_nodes.h"
 #include "library/device/node_source.h"
+#include "library/device/udev_nodes.h"
 
 #include <array>
 #include <cerrno>
@@ -240,7 +240,8 @@ Result<void> UdevMonitor::start(DeviceObserver &observer)
     Result<EventFd> wakeUp = EventFd::create();
     if (!wakeUp)
         return wakeUp.error();
-    auto watch = std::make_shared<Watch>(m_calls, m_makeSource, observer, std::move(wakeUp).value());
+    auto watch =
+        std::make_shared<Watch>(m_calls, m_makeSource, observer, std::move(wakeUp).value());
     m_thread = startThread("korv-udev", [watch] { watch->run(); });
     m_watch = std::move(watch);
     m_watch->waitForFirstLook();

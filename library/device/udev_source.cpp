@@ -99,8 +99,8 @@ Result<VideoNode> nodeOf(udev_device *device)
     // without udev's word for it: the first node of a camera is the one with the pictures
     node.saidToCapture = capabilities ? std::strstr(capabilities, ":capture:") != nullptr
                                       : index && std::strcmp(index, "0") == 0;
-    udev_device *usb = watch.seen(
-        udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device"));
+    udev_device *usb =
+        watch.seen(udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device"));
     if (usb)
         describeUsb(device, usb, watch, node);
     if (watch.error() != 0)

@@ -1,11 +1,10 @@
 #include "library/output/page_prefetcher.h"
 
 #include "library/base/thread.h"
+#include "library/imaging/exception_error.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <exception>
-#include <new>
 
 namespace korv {
 
@@ -54,10 +53,8 @@ void PagePrefetcher::make(std::size_t index)
     Slot &slot = slotOf(index);
     try {
         slot.page = slot.maker.fromFile(m_sources[index]);
-    } catch (const std::bad_alloc &) {
-        slot.page = Error{-ENOMEM, "no memory for a page"};
-    } catch (const std::exception &failure) {
-        slot.page = Error{-EIO, failure.what()};
+    } catch (...) {
+        slot.page = errorInFlight();
     }
 }
 

@@ -151,12 +151,12 @@ TEST_F(UdevMonitorTest, endDoesNotWaitForAnotherAttempt)
 {
     m_system.makeErrors.assign(100, -EMFILE);
     testing::internal::CaptureStderr();
-    EXPECT_LT(testing_support::secondsOf([&] {
-                  UdevMonitor monitor(m_calls, m_patience,
-                                      [] { return Error{-EMFILE, "too many"}; });
-                  ASSERT_TRUE(monitor.start(*this));
-              }),
-              1.0);
+    EXPECT_LT(
+        testing_support::secondsOf([&] {
+            UdevMonitor monitor(m_calls, m_patience, [] { return Error{-EMFILE, "too many"}; });
+            ASSERT_TRUE(monitor.start(*this));
+        }),
+        1.0);
     testing::internal::GetCapturedStderr();
 }
 

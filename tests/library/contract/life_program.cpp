@@ -115,7 +115,7 @@ void expectOptionsAndFilesWork(const char *suffix, bool pictureLibraryIsThere = 
     EXPECT(std::fread(frame.data(), 1, frame.size(), file) > 0);
     std::fclose(file);
     EXPECT(CALL(KorvCamera_SaveVideoData)(frame.data(), 320, 240, 0,
-                (picture + suffix + "p.jpg").c_str())
+                                          (picture + suffix + "p.jpg").c_str())
            == (pictureLibraryIsThere ? 0 : -ENODEV));
     EXPECT(CALL(KorvCamera_SetAutoCrop)(-1) == 0);
     EXPECT(CALL(KorvCamera_SaveVideoData)(frame.data(), 320, 240, 0,
@@ -123,7 +123,7 @@ void expectOptionsAndFilesWork(const char *suffix, bool pictureLibraryIsThere = 
            == 0);
     for (const char *format : {".png", ".pdf"})
         EXPECT(CALL(KorvCamera_ConvertImagetoImage)(picture.c_str(),
-                    (picture + suffix + format).c_str())
+                                                    (picture + suffix + format).c_str())
                == 0);
     EXPECT(CALL(KorvCamera_AddImageFiletoMultiFile)(picture.c_str()) == 0);
     EXPECT(CALL(KorvCamera_CombineMultiFile)((picture + suffix + "m.pdf").c_str()) == 0);

@@ -25,8 +25,8 @@ protected:
     TemporaryFolder m_folder;
     const std::string m_picture = [this] {
         const std::string path = m_folder / "page.jpg";
-        testing_support::writeFile(
-            path, testing_support::jpegOf(testing_support::wavyImage(320, 240)));
+        testing_support::writeFile(path,
+                                   testing_support::jpegOf(testing_support::wavyImage(320, 240)));
         return path;
     }();
 };
