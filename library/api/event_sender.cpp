@@ -2,14 +2,14 @@
 
 #include "library/api/callback_scope.h"
 #include "library/base/log.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 
 #include <new>
 
 namespace korv {
 
 EventSender::EventSender()
-    : m_thread(&EventSender::run, this)
+    : m_thread(startThread("korv-events", [this] { run(); }))
 {
 }
 
@@ -47,22 +47,24 @@ void EventSender::waitUntilPast(Mark mark)
     m_changed.wait(lock, [&] { return static_cast<int>(m_callsEnded - mark) >= 0; });
 }
 
+void EventSender::silence()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_stopping = true;
+    m_receiver = nullptr;
+    m_waiting.clear();
+    m_changed.notify_all();
+}
+
 void EventSender::stop()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stopping = true;
-        m_receiver = nullptr;
-        m_waiting.clear();
-        m_changed.notify_all();
-    }
+    silence();
     if (m_thread.joinable())
         m_thread.join();
 }
 
 void EventSender::run()
 {
-    nameThisThread("korv-events");
     std::unique_lock<std::mutex> lock(m_mutex);
     while (true) {
         m_changed.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
@@ -86,7 +88,7 @@ void EventSender::deliver(Receiver receiver, const DeviceEvent &event)
     try {
         text = messages::deviceEvent(event.action, event.device);
     } catch (const std::bad_alloc &) {
-        logLine("a device event is lost: out of memory");
+        logLine("dropped a device event: out of memory");
         return;
     }
     const CallbackScope scope(CallbackScope::Kind::DeviceEvent);

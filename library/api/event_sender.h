@@ -43,7 +43,10 @@ public:
     /// want what the waiter holds, are not waited for. Returns at once on the event thread itself.
     void waitUntilPast(Mark mark);
 
-    /// Forgets what waits, ends the thread, joins it. Not from the event thread.
+    /// Forgets what waits and tells the thread to end. No call begins afterwards. Any thread.
+    void silence();
+
+    /// The same, and joins the thread. Not from the event thread.
     void stop();
 
 private:

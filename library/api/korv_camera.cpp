@@ -1,46 +1,32 @@
 #define KORV_CAMERA_BUILD
 #include "library/include/korv_camera.h"
 
-#include "library/api/manager.h"
 #include "library/api/messages.h"
+#include "library/api/process_manager.h"
 #include "library/base/log.h"
-#include "library/device/monitors.h"
+#include "library/imaging/exception_error.h"
+#include "library/imaging/opencv_threads.h"
 #include "library/imaging/yuyv.h"
 #include "library_version.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
-#include <system_error>
 
 using korv::Error;
 using korv::Manager;
+using korv::processManager;
 using korv::Result;
 
 namespace {
 
-/// The contract is one library per process, so there is one manager. It ends its threads when the
-/// library is unloaded without UnInit.
-Manager &theManager()
-{
-    static Manager manager(korv::availableMonitors);
-    return manager;
-}
-
 /// Runs `work` and turns what it says, or throws, into a Result. No exception leaves the library.
-template <typename Work> auto shielded(Work work) noexcept -> decltype(work(theManager()))
+template <typename Work> auto shielded(Work work) noexcept -> decltype(work(processManager()))
 {
     try {
-        return work(theManager());
-    } catch (const std::bad_alloc &) {
-        return Error{-ENOMEM, "out of memory"};
-    } catch (const std::system_error &error) {
-        // a thread or a mutex; a code of zero would read as success
-        const int code = error.code().value();
-        return Error{code > 0 ? -code : -EIO, "the system refused"};
+        return work(processManager());
     } catch (...) {
-        return Error{-EIO, "unexpected failure"};
+        return korv::errorInFlight();
     }
 }
 
@@ -49,7 +35,8 @@ void report(const char *function, const Error &error) noexcept
     try {
         korv::logLine(std::string(function) + ": " + error.text + " (" + std::to_string(error.code)
                       + ")");
-    } catch (...) { // nothing is left to say it with
+    } catch (...) { // no memory for the whole line
+        korv::logLine(error.text);
     }
 }
 
@@ -115,7 +102,11 @@ int KorvCamera_GetVersion(char *buf, int size)
 
 int KorvCamera_Init(void)
 {
-    return guarded(__func__, [](Manager &manager) { return manager.initialise(); });
+    return guarded(__func__, [](Manager &manager) {
+        // OpenCV's threading library crashes when it is first used while memory is short
+        korv::keepOpenCvInThisThread();
+        return manager.initialise();
+    });
 }
 
 int KorvCamera_UnInit(void)

@@ -17,6 +17,16 @@ Error outOfRange(const char *what, int value)
     return Error{-EINVAL, std::string(what) + " " + std::to_string(value) + " is out of range"};
 }
 
+Error processEnds()
+{
+    return Error{-ENODEV, "the process is ending"};
+}
+
+Error notInitialised()
+{
+    return Error{-ENODEV, "the library is not initialised"};
+}
+
 Error insideCallback()
 {
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
@@ -56,10 +66,12 @@ void Manager::endChange(std::shared_ptr<Session> session)
 
 Result<void> Manager::initialise()
 {
-    if (isInsideAnyCallback())
-        return insideCallback();
     {
         std::unique_lock<std::mutex> lock(m_stateMutex);
+        if (m_processEnds)
+            return processEnds();
+        if (isInsideAnyCallback())
+            return insideCallback();
         beginChange(lock);
         if (m_state == State::Ready)
             return {};
@@ -80,14 +92,14 @@ Result<void> Manager::initialise()
 
 Result<void> Manager::uninitialise()
 {
-    if (isInsideAnyCallback())
-        return insideCallback();
     std::shared_ptr<Session> session;
     {
         std::unique_lock<std::mutex> lock(m_stateMutex);
+        if (isInsideAnyCallback())
+            return m_state == State::Down ? notInitialised() : insideCallback();
         beginChange(lock);
         if (m_state == State::Down)
-            return Error{-ENODEV, "the library is not initialised"};
+            return notInitialised();
         m_state = State::Changing;
         session = std::move(m_session);
     }
@@ -104,19 +116,41 @@ Result<void> Manager::uninitialise()
     return {};
 }
 
+void Manager::endWithProcess() noexcept
+{
+    try {
+        std::unique_lock<std::mutex> lock(m_stateMutex);
+        m_processEnds = true;
+        if (!isInsideAnyCallback()) {
+            lock.unlock();
+            static_cast<void>(uninitialise());
+            return;
+        }
+        // what waits for this callback waits for ever, so nothing of the session can be destroyed
+        m_abandoned = std::move(m_session);
+        if (m_state == State::Ready)
+            m_state = State::Down;
+        lock.unlock();
+        if (m_abandoned)
+            m_abandoned->silence();
+    } catch (...) { // the process ends anyway
+    }
+}
+
 Result<std::shared_ptr<Session>> Manager::session() const
 {
     const std::lock_guard<std::mutex> lock(m_stateMutex);
     if (!m_session)
-        return Error{-ENODEV, "the library is not initialised"};
+        return notInitialised();
     return m_session;
 }
 
 Result<std::shared_ptr<Session>> Manager::sessionForChange() const
 {
-    if (CallbackScope::ofThisThread() == CallbackScope::Kind::Frame)
+    auto found = session();
+    if (found && CallbackScope::ofThisThread() == CallbackScope::Kind::Frame)
         return insideCallback();
-    return session();
+    return found;
 }
 
 // ---- options ----
@@ -175,8 +209,12 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (!isReasonableSize(width, height))
         return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
+    const PhotographOptions wanted = options();
+    // OpenCV's own globals may be destroyed by now
+    if (m_processEnds && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
+        return processEnds();
     Bytes storage;
-    const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), options(), storage);
+    const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), wanted, storage);
     if (!photograph)
         return photograph.error();
     m_leftOvers.clearOnce(folderOf(path));

@@ -5,6 +5,7 @@
 #include "library/output/left_overs.h"
 #include "library/output/pending_document.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -32,6 +33,11 @@ public:
     Result<void> initialise();
     Result<void> uninitialise();
 
+    /// The process ends: ends the session, or, from inside a callback, leaves its threads to the
+    /// kernel and keeps them from calling back. Waits for nothing inside a callback. Nothing can be
+    /// initialised afterwards, and no photograph cropped or made lineart.
+    void endWithProcess() noexcept;
+
     /// -ENODEV before initialise().
     Result<std::shared_ptr<Session>> session() const;
     /// The session for a call that waits for frame callbacks to end: -EDEADLK inside of one.
@@ -57,10 +63,13 @@ private:
 
     const MonitorFactory m_monitors;
 
+    std::atomic<bool> m_processEnds{false};
+
     mutable std::mutex m_stateMutex; // guards m_state and m_session; never held while threads end
     std::condition_variable m_stateChanged;
     State m_state = State::Down;
     std::shared_ptr<Session> m_session; // calls under way keep theirs
+    std::shared_ptr<Session> m_abandoned; // its threads still run as the process ends
 
     mutable std::mutex m_optionsMutex;
     PhotographOptions m_options;

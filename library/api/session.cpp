@@ -144,6 +144,12 @@ void Session::shutDown()
     m_events.stop();
 }
 
+void Session::silence()
+{
+    m_silent = true;
+    m_events.silence();
+}
+
 // ---- what the monitors say ----
 
 void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
@@ -322,7 +328,7 @@ Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
         return notOpen(index);
     if (turn->streaming)
         return Error{-EBUSY, "device " + std::to_string(index) + " is already streaming"};
-    auto receiver = std::make_unique<StreamReceiver>(callback);
+    auto receiver = std::make_unique<StreamReceiver>(callback, m_silent);
     if (Result<void> started = turn->device->start(*receiver); !started)
         return started;
     turn->receiver = std::move(receiver);

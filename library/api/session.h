@@ -5,6 +5,7 @@
 #include "library/base/result.h"
 #include "library/device/device_monitor.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -42,6 +43,10 @@ public:
     /// device. Not from a callback.
     void shutDown();
 
+    /// No callback begins afterwards; nobody is waited for. For a process that ends from inside a
+    /// callback.
+    void silence();
+
     std::vector<IndexedDevice> presentDevices() const;
     std::vector<IndexedDevice> openDevices() const;
 
@@ -72,6 +77,7 @@ private:
     std::condition_variable m_turnEnded;
     std::vector<std::unique_ptr<Slot>> m_slots; // by index; null where the index is free
     bool m_ending = false;
+    std::atomic<bool> m_silent{false}; // no frame goes to the application any more
 
     EventSender m_events;
     std::vector<std::unique_ptr<MonitorLink>> m_links; // changed by start() and shutDown() only

@@ -21,6 +21,8 @@ void StreamReceiver::onFrame(const Frame &frame)
         m_reported = true;
         return;
     }
+    if (m_silent)
+        return;
     const CallbackScope scope(CallbackScope::Kind::Frame);
     // the contract's pointer is not const; the receiver only reads
     m_callback(const_cast<std::uint8_t *>(frame.jpeg.data), static_cast<int>(frame.jpeg.size),

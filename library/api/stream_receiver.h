@@ -2,6 +2,8 @@
 
 #include "library/device/camera_device.h"
 
+#include <atomic>
+
 namespace korv {
 
 /// Hands a device's frames to the application's callback, on the device's stream thread.
@@ -10,8 +12,10 @@ class StreamReceiver : public FrameSink
 public:
     using Callback = int (*)(void *data, int size, int width, int height);
 
-    explicit StreamReceiver(Callback callback)
+    /// No call begins once `silent` is set. It is borrowed.
+    StreamReceiver(Callback callback, const std::atomic<bool> &silent)
         : m_callback(callback)
+        , m_silent(silent)
     {
     }
 
@@ -21,6 +25,7 @@ public:
 
 private:
     Callback m_callback;
+    const std::atomic<bool> &m_silent;
     bool m_reported = false; // of the stream thread
 };
 

@@ -4,10 +4,10 @@
 
 namespace korv {
 
-void logLine(const std::string &text)
+void logLine(std::string_view text) noexcept
 {
-    const std::string line = "korvcamera: " + text + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    // one call, so that the stream stays locked for the whole line
+    std::fprintf(stderr, "korvcamera: %.*s\n", static_cast<int>(text.size()), text.data());
 }
 
 } // namespace korv

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <string>
+#include <string_view>
 
 namespace korv {
 
 /// One line on standard error, "korvcamera: " in front. Safe from any thread; lines are not split.
-void logLine(const std::string &text);
+/// Takes no memory.
+void logLine(std::string_view text) noexcept;
 
 } // namespace korv

@@ -7,11 +7,49 @@
 
 namespace korv {
 
-/// Why something did not happen: a negative errno for the caller, one sentence for the log.
+/// Why something did not happen: a negative errno for the caller, one sentence for the log. Making
+/// and copying one never throws, so that errors can be handed on where memory has run out: the text
+/// is then replaced by one that needs no memory.
 struct Error
 {
+    Error() = default;
+    Error(int negativeErrno, std::string reason) noexcept
+        : code(negativeErrno)
+        , text(std::move(reason))
+    {
+    }
+    Error(int negativeErrno, const char *reason) noexcept
+        : code(negativeErrno)
+    {
+        set(reason);
+    }
+    Error(const Error &other) noexcept
+        : code(other.code)
+    {
+        set(other.text);
+    }
+    Error(Error &&) noexcept = default;
+    Error &operator=(const Error &other) noexcept
+    {
+        code = other.code;
+        set(other.text);
+        return *this;
+    }
+    Error &operator=(Error &&) noexcept = default;
+    ~Error() = default;
+
     int code = 0; ///< negative errno
     std::string text;
+
+private:
+    template <typename Text> void set(const Text &reason) noexcept
+    {
+        try {
+            text = reason;
+        } catch (...) {
+            text = "out of memory"; // short enough to need none
+        }
+    }
 };
 
 /// A value or the reason there is none. Nothing in the library throws on bad input; this is the one
@@ -63,9 +101,13 @@ private:
 };
 
 /// An Error from `errno`-style positive codes: `systemError(errno, "open " + path)`.
-inline Error systemError(int positiveErrno, std::string doing)
+inline Error systemError(int positiveErrno, std::string doing) noexcept
 {
-    return Error{-positiveErrno, std::move(doing)};
+    return {-positiveErrno, std::move(doing)};
+}
+inline Error systemError(int positiveErrno, const char *doing) noexcept
+{
+    return {-positiveErrno, doing};
 }
 
 } // namespace korv

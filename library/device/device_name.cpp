@@ -73,4 +73,9 @@ std::string usableDeviceName(const std::string &raw)
     return name.empty() ? "USB Camera" : name;
 }
 
+std::string nodeLabel(const std::string &node, const std::string &model)
+{
+    return model.empty() ? node : node + " (" + usableDeviceName(model) + ")";
+}
+
 } // namespace korv

@@ -9,4 +9,8 @@ namespace korv {
 /// empty name becomes "USB Camera".
 std::string usableDeviceName(const std::string &raw);
 
+/// How lines of the log name a camera: "/dev/video0 (Model)", or the node alone when the model is not
+/// known.
+std::string nodeLabel(const std::string &node, const std::string &model);
+
 } // namespace korv

@@ -24,15 +24,6 @@ constexpr std::size_t kLargestFile = 256 * 1024 * 1024;
 constexpr std::size_t kHeaderBytes = 1024 * 1024; ///< metadata in front of the size included
 constexpr std::size_t kPagesMeasured = 200;
 
-bool hasJpegName(const fs::path &path)
-{
-    std::string extension = path.extension().native();
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) {
-        return c < 0x80 ? static_cast<char>(std::tolower(c)) : '?';
-    });
-    return extension == ".jpg" || extension == ".jpeg";
-}
-
 /// An id is the path and, behind a byte that no path holds, what tells its content from an earlier
 /// one.
 std::string idOf(const std::string &path, const struct stat &status)
@@ -81,6 +72,15 @@ PageSource::Size fitted(const Image &page, int width, int height)
 
 } // namespace
 
+bool isPageName(const std::string &fileName)
+{
+    std::string extension = fs::path(fileName).extension().native();
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) {
+        return c < 0x80 ? static_cast<char>(std::tolower(c)) : '?';
+    });
+    return extension == ".jpg" || extension == ".jpeg";
+}
+
 std::vector<std::string> FolderPages::pages() const
 {
     std::vector<std::string> ids;
@@ -93,7 +93,7 @@ std::vector<std::string> FolderPages::pages() const
         struct stat status
         {
         };
-        if (hasJpegName(at->path()) && ::stat(at->path().c_str(), &status) == 0
+        if (isPageName(at->path().native()) && ::stat(at->path().c_str(), &status) == 0
             && S_ISREG(status.st_mode) && ids.size() < kMostPages)
             ids.push_back(idOf(at->path().native(), status));
     }

@@ -4,6 +4,9 @@
 
 namespace korv {
 
+/// Whether a file of that name is a page: by its extension.
+bool isPageName(const std::string &fileName);
+
 /// The JPEG files in a folder and the folders below it, in the order of their paths. Files may
 /// come, go and change at any time.
 class FolderPages : public PageSource

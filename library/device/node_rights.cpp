@@ -30,20 +30,20 @@ std::string whyNotToOpen(const std::string &node)
     const int accessible = ::access(node.c_str(), R_OK | W_OK);
     const int error = errno;
     if (accessible == 0)
-        return node + " cannot be opened for now; another program may be using it";
+        return "is busy; another program may be using it";
     if (error != EACCES)
-        return node + " cannot be opened: " + std::strerror(error);
+        return std::strerror(error);
     struct stat status
     {
     };
     if (::stat(node.c_str(), &status) != 0)
-        return node + " cannot be opened: " + std::strerror(errno);
+        return std::strerror(errno);
     constexpr mode_t kGroupRights = S_IRGRP | S_IWGRP;
     if ((status.st_mode & kGroupRights) != kGroupRights)
-        return "no permission for " + node + ": it is open to no group";
+        return "no permission: the node is not accessible to any group";
     const std::string group = groupName(status.st_gid);
-    return "no permission for " + node + ": this user is not in the group \"" + group
-        + "\"; `sudo adduser $USER " + group + "`, then log in again";
+    return "no permission: this user is not in the group \"" + group + "\"; `sudo adduser $USER "
+        + group + "`, then log in again";
 }
 
 } // namespace korv

@@ -1,7 +1,7 @@
 #include "library/device/page_turner.h"
 
 #include "library/base/log.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 #include "library/device/desk_scene.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ PageTurner::PageTurner(const PageSource &source, int width, int height, Timing t
     , m_width(width)
     , m_height(height)
     , m_timing(timing)
-    , m_thread(&PageTurner::run, this)
+    , m_thread(startThread("korv-pages", [this] { run(); }))
 {
 }
 
@@ -52,7 +52,6 @@ std::shared_ptr<const PreparedPage> PageTurner::waitForPage()
 
 void PageTurner::run()
 {
-    nameThisThread("korv-pages");
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping) {
         lock.unlock();

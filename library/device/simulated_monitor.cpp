@@ -1,7 +1,8 @@
 #include "library/device/simulated_monitor.h"
 
 #include "library/base/log.h"
-#include "library/base/thread_name.h"
+#include "library/base/shortage.h"
+#include "library/base/thread.h"
 #include "library/device/device_name.h"
 #include "library/device/folder_pages.h"
 #include "library/device/simulated_device.h"
@@ -20,6 +21,8 @@
 
 namespace korv {
 namespace {
+
+constexpr int kTryEvery = 1000; ///< milliseconds
 
 constexpr std::uint32_t kCame = IN_CREATE | IN_MOVED_TO;
 constexpr std::uint32_t kWent = IN_DELETE | IN_MOVED_FROM;
@@ -84,16 +87,28 @@ Result<void> SimulatedMonitor::start(DeviceObserver &observer)
     if (!stop)
         return stop.error();
     m_stop = std::move(stop).value();
-    m_inotify.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!m_inotify)
-        return systemError(errno, "inotify_init1");
-    if (::inotify_add_watch(m_inotify.get(), m_desk.c_str(), kWatched) < 0) {
-        logLine("the simulated desk " + m_desk + " cannot be watched: " + std::strerror(errno));
+    Result<void> looked = watch();
+    if (!looked && !isShortage(looked.code())) {
+        logLine("desk " + m_desk + " cannot be watched: " + looked.error().text);
         return {};
     }
-    scan(); // after the watch: what comes now is seen by one of them, or by both, which does no
-        // harm
-    m_thread = std::thread(&SimulatedMonitor::run, this);
+    // after the watch: what comes now is seen by one of them, or by both, which does no harm
+    if (Result<void> scanned = scan(); !scanned)
+        looked = scanned;
+    else
+        explainPictures();
+    if (!looked)
+        fallBehind(looked.error());
+    m_thread = startThread("korv-desk", [this] { run(); });
+    return {};
+}
+
+Result<void> SimulatedMonitor::watch()
+{
+    UniqueFd inotify(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!inotify || ::inotify_add_watch(inotify.get(), m_desk.c_str(), kWatched) < 0)
+        return systemError(errno, std::strerror(errno));
+    m_inotify = std::move(inotify);
     return {};
 }
 
@@ -113,20 +128,55 @@ Result<std::unique_ptr<CameraDevice>> SimulatedMonitor::open(const std::string &
 
 void SimulatedMonitor::run()
 {
-    nameThisThread("korv-desk");
-    std::array<pollfd, 2> sources{{{m_inotify.get(), POLLIN, 0}, {m_stop->fd(), POLLIN, 0}}};
     while (true) {
-        if (::poll(sources.data(), sources.size(), -1) < 0 && errno != EINTR)
+        std::array<pollfd, 2> sources{{{m_inotify.get(), POLLIN, 0}, {m_stop->fd(), POLLIN, 0}}};
+        if (::poll(sources.data(), sources.size(), m_behind ? kTryEvery : -1) < 0 && errno != EINTR)
             return;
         if (sources[1].revents != 0)
             return;
         try {
             if (sources[0].revents != 0 && !readEvents())
                 return;
+            if (m_behind && !catchUp())
+                return;
         } catch (const std::exception &error) {
-            logLine(std::string("a change of the desk is lost: ") + error.what());
+            m_behind = true;
+            logLine(error.what());
         }
     }
+}
+
+void SimulatedMonitor::fallBehind(const Error &reason)
+{
+    if (!m_behind)
+        logLine("desk " + m_desk + " cannot be watched for now, trying again: " + reason.text);
+    m_behind = true;
+}
+
+/// Sees what was missed, and watches from then on, if that is possible now. False when there is
+/// nothing left to watch.
+bool SimulatedMonitor::catchUp()
+{
+    const Result<void> watched = m_inotify ? Result<void>() : watch();
+    pullMissing();
+    const Result<void> scanned = scan();
+    if (!scanned && !isShortage(scanned.code())) {
+        vanish();
+        return false;
+    }
+    m_behind = !watched || !scanned;
+    if (!m_behind)
+        logLine("desk " + m_desk + " is watched again");
+    return true;
+}
+
+/// The desk is gone, and its cameras with it.
+void SimulatedMonitor::vanish()
+{
+    logLine("desk " + m_desk + " is gone");
+    const auto all = m_plugs; // no lock: only this thread changes it
+    for (const auto &entry : all)
+        pull(entry.first);
 }
 
 /// False when there is nothing left to watch.
@@ -140,15 +190,13 @@ bool SimulatedMonitor::readEvents()
         const char *name = &buffer[static_cast<std::size_t>(at)] + sizeof(event);
         at += static_cast<ssize_t>(sizeof(event)) + event.len;
         if ((event.mask & kDeskWent) != 0) {
-            logLine("the simulated desk " + m_desk + " is gone");
-            const auto all = m_plugs; // no lock: only this thread changes it
-            for (const auto &entry : all)
-                pull(entry.first);
+            vanish();
             return false;
         }
         if ((event.mask & IN_Q_OVERFLOW) != 0) {
             pullMissing();
-            scan();
+            if (const Result<void> scanned = scan(); !scanned)
+                fallBehind(scanned.error());
         } else if ((event.mask & kWent) != 0) {
             pull(name);
         } else if ((event.mask & kCame) != 0) {
@@ -158,16 +206,42 @@ bool SimulatedMonitor::readEvents()
     return true;
 }
 
-void SimulatedMonitor::scan()
+/// What lies in the desk's folder, sorted, so that indices do not depend on the file system.
+Result<std::vector<std::string>> SimulatedMonitor::list() const
 {
     std::vector<std::string> names;
     std::error_code error;
     std::filesystem::directory_iterator at(m_desk, error);
     for (; !error && at != std::filesystem::directory_iterator(); at.increment(error))
         names.push_back(at->path().filename().native());
-    std::sort(names.begin(), names.end()); // so that indices do not depend on the file system
-    for (const std::string &name : names)
+    if (error)
+        return systemError(error.value(), error.message());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Result<void> SimulatedMonitor::scan()
+{
+    const Result<std::vector<std::string>> names = list();
+    if (!names)
+        return names.error();
+    for (const std::string &name : names.value())
         plugIn(name);
+    return {};
+}
+
+/// For whoever puts pictures where camera folders belong.
+void SimulatedMonitor::explainPictures() const
+{
+    const Result<std::vector<std::string>> names = list();
+    if (!m_plugs.empty() || !names)
+        return;
+    const bool holdsPictures = std::any_of(names.value().begin(), names.value().end(), isPageName);
+    if (holdsPictures)
+        logLine(
+            "desk " + m_desk
+            + ": the pictures in it are not used; each sub-folder is a camera, with a name like "
+              "\"1209:0001 Name\", and the pictures inside are its pages");
 }
 
 void SimulatedMonitor::plugIn(const std::string &folderName)
@@ -177,7 +251,7 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
     const std::optional<CameraFolderName> read = readCameraFolderName(folderName);
     if (!read) {
         logLine("folder \"" + folderName
-                + "\" is no camera: its name is not like \"1209:0001 Name\"");
+                + "\" is not a camera: its name is not like \"1209:0001 Name\"");
         return;
     }
     {

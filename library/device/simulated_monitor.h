@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace korv {
 
@@ -31,21 +32,29 @@ std::optional<CameraFolderName> readCameraFolderName(const std::string &folderNa
 /// under a hidden name and plugged in by renaming it.
 ///
 /// A desk that does not exist has no cameras and never gets any; the log says so. When the desk
-/// itself goes, so do its cameras.
+/// itself goes, so do its cameras. A desk that cannot be watched for now, or not be read, because
+/// descriptors, watches or memory are short, is looked at every second until it can.
 class SimulatedMonitor : public DeviceMonitor
 {
 public:
     explicit SimulatedMonitor(std::string deskFolder);
     ~SimulatedMonitor() override;
 
-    /// Cameras present are reported before this returns. -EMFILE, -ENOMEM.
+    /// Cameras present are reported before this returns, where there is no shortage. -EMFILE,
+    /// -ENOMEM.
     Result<void> start(DeviceObserver &observer) override;
     Result<std::unique_ptr<CameraDevice>> open(const std::string &key) override;
 
 private:
     void run();
     bool readEvents();
-    void scan();
+    void fallBehind(const Error &reason);
+    bool catchUp();
+    Result<void> watch();
+    Result<std::vector<std::string>> list() const;
+    Result<void> scan();
+    void vanish();
+    void explainPictures() const;
     void plugIn(const std::string &folderName);
     void pull(const std::string &folderName);
     void pullMissing();
@@ -55,11 +64,12 @@ private:
     DeviceObserver *m_observer = nullptr; // set once, by start()
     UniqueFd m_inotify;
     std::optional<EventFd> m_stop;
+    bool m_behind = false; ///< not everything can be seen for now; of the thread, once it runs
 
     std::mutex m_mutex; // guards m_plugs
     std::map<std::string, std::shared_ptr<Plug>> m_plugs; // by folder name, which is the key
 
-    std::thread m_thread; // touches m_observer, m_inotify, m_plugs
+    std::thread m_thread; // touches m_observer, m_inotify, m_behind, m_plugs
 };
 
 } // namespace korv

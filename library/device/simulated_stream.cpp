@@ -1,7 +1,7 @@
 #include "library/device/simulated_stream.h"
 
 #include "library/base/log.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 #include "library/device/frame_composer.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const 
     , m_mode(mode)
     , m_sink(sink)
     , m_turner(pages, mode.width, mode.height, {})
-    , m_thread(&SimulatedStream::run, this)
+    , m_thread(startThread("korv-stream", [this] { run(); }))
 {
 }
 
@@ -39,7 +39,6 @@ bool SimulatedStream::waitUntil(Clock::time_point due)
 
 void SimulatedStream::run()
 {
-    nameThisThread("korv-stream");
     try {
         sendFrames();
     } catch (const std::exception &error) {

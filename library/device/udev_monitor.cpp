@@ -2,15 +2,16 @@
 
 #include "library/base/call_gate.h"
 #include "library/base/log.h"
-#include "library/base/pin_library.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
+#include "library/device/node_source.h"
 #include "library/device/udev_nodes.h"
-#include "library/device/udev_source.h"
 
 #include <array>
 #include <cerrno>
 #include <exception>
+#include <optional>
 #include <poll.h>
+#include <utility>
 
 namespace korv {
 namespace {
@@ -19,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kFirstLook{500};
 constexpr std::chrono::milliseconds kEndTime{300};
+constexpr std::chrono::milliseconds kTryEvery{1000};
 
 } // namespace
 
@@ -26,8 +28,10 @@ constexpr std::chrono::milliseconds kEndTime{300};
 class UdevMonitor::Watch
 {
 public:
-    Watch(std::shared_ptr<V4l2Calls> calls, DeviceObserver &observer, EventFd wakeUp)
-        : m_observer(observer)
+    Watch(std::shared_ptr<V4l2Calls> calls, NodeSourceMaker makeSource, DeviceObserver &observer,
+          EventFd wakeUp)
+        : m_makeSource(std::move(makeSource))
+        , m_observer(observer)
         , m_wakeUp(std::move(wakeUp))
         , m_nodes(
               std::move(calls), [this](const DeviceIdentity &device) { arrived(device); },
@@ -67,7 +71,9 @@ public:
 private:
     void watch();
     bool handleReports();
-    void handleEvents(UdevSource &source);
+    void handleEvents();
+    void list();
+    Result<void> tryToList();
     int millisecondsToSleep() const;
     void tell(bool Watch::*flag);
     void arrived(const DeviceIdentity &device)
@@ -79,9 +85,16 @@ private:
         m_observer.call([&](DeviceObserver &observer) { observer.onDeparture(key); });
     }
 
+    const NodeSourceMaker m_makeSource;
     CallGate<DeviceObserver> m_observer;
     const EventFd m_wakeUp;
     UdevNodes m_nodes;
+
+    // of the thread
+    std::unique_ptr<NodeSource> m_source; ///< null: not yet
+    std::optional<Clock::time_point> m_listDue = Clock::now();
+    bool m_firstList = true;
+    bool m_short = false; ///< of descriptors or memory: logged, and tried again
 
     std::mutex m_mutex; // guards the following
     std::condition_variable m_changed;
@@ -103,30 +116,69 @@ void UdevMonitor::Watch::run() noexcept
     try {
         watch();
     } catch (const std::exception &error) {
-        logLine(std::string("cameras are not watched any longer: ") + error.what());
+        logLine("device monitoring stopped");
+        logLine(error.what());
     }
     tell(&Watch::m_ended);
 }
 
 void UdevMonitor::Watch::watch()
 {
-    UdevSource source;
-    for (const VideoNode &node : source.list())
-        m_nodes.wasThere(node, Clock::now());
-    tell(&Watch::m_looked);
-    std::array<pollfd, 2> sources{{{source.descriptor(), POLLIN, 0}, {m_wakeUp.fd(), POLLIN, 0}}};
     while (handleReports()) {
+        if (m_listDue && *m_listDue <= Clock::now())
+            list();
+        std::array<pollfd, 2> sources{
+            {{m_source ? m_source->descriptor() : -1, POLLIN, 0}, {m_wakeUp.fd(), POLLIN, 0}}};
         const int ready = ::poll(sources.data(), sources.size(), millisecondsToSleep());
         if (ready < 0 && errno != EINTR)
             return;
-        handleEvents(source);
+        if (m_source)
+            handleEvents();
         m_nodes.lookAgain(Clock::now());
     }
 }
 
+/// Finds out which nodes there are, now or, when descriptors or memory are short, later.
+void UdevMonitor::Watch::list()
+{
+    const Result<void> listed = tryToList();
+    m_listDue.reset();
+    if (!listed) {
+        m_listDue = Clock::now() + kTryEvery;
+        if (!std::exchange(m_short, true))
+            logLine("cannot look for cameras, trying again: " + listed.error().text);
+        return;
+    }
+    if (std::exchange(m_short, false))
+        logLine("looking for cameras again");
+    tell(&Watch::m_looked);
+}
+
+Result<void> UdevMonitor::Watch::tryToList()
+{
+    if (!m_source) {
+        Result<std::unique_ptr<NodeSource>> made = m_makeSource();
+        if (!made)
+            return made.error();
+        m_source = std::move(made).value();
+    }
+    const Result<std::vector<VideoNode>> nodes = m_source->list();
+    if (!nodes)
+        return nodes.error();
+    if (std::exchange(m_firstList, false)) {
+        for (const VideoNode &node : nodes.value())
+            m_nodes.wasThere(node, Clock::now());
+    } else {
+        m_nodes.reconcile(nodes.value(), Clock::now());
+    }
+    return {};
+}
+
 int UdevMonitor::Watch::millisecondsToSleep() const
 {
-    const std::optional<Clock::time_point> next = m_nodes.nextLook();
+    std::optional<Clock::time_point> next = m_nodes.nextLook();
+    if (m_listDue && (!next || *m_listDue < *next))
+        next = m_listDue;
     if (!next)
         return -1;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
@@ -149,21 +201,23 @@ bool UdevMonitor::Watch::handleReports()
     return true;
 }
 
-void UdevMonitor::Watch::handleEvents(UdevSource &source)
+void UdevMonitor::Watch::handleEvents()
 {
-    while (const std::optional<VideoEvent> event = source.next()) {
+    while (const std::optional<VideoEvent> event = m_source->next()) {
         if (event->added)
             m_nodes.appeared(event->node, Clock::now());
         else
             m_nodes.vanished(event->node.path);
     }
-    if (source.lostEvents())
-        m_nodes.reconcile(source.list(), Clock::now());
+    if (m_source->lostEvents())
+        m_listDue = Clock::now();
 }
 
-UdevMonitor::UdevMonitor(std::shared_ptr<V4l2Calls> calls, V4l2Patience patience)
+UdevMonitor::UdevMonitor(std::shared_ptr<V4l2Calls> calls, V4l2Patience patience,
+                         NodeSourceMaker makeSource)
     : m_calls(std::move(calls))
     , m_patience(patience)
+    , m_makeSource(std::move(makeSource))
 {
 }
 
@@ -177,8 +231,7 @@ UdevMonitor::~UdevMonitor()
         m_thread.join();
         return;
     }
-    logLine("a camera does not answer; the watching thread is left to end by itself");
-    pinThisLibrary();
+    logLine("monitor thread blocked in the driver; detaching it");
     m_thread.detach();
 }
 
@@ -187,11 +240,9 @@ Result<void> UdevMonitor::start(DeviceObserver &observer)
     Result<EventFd> wakeUp = EventFd::create();
     if (!wakeUp)
         return wakeUp.error();
-    auto watch = std::make_shared<Watch>(m_calls, observer, std::move(wakeUp).value());
-    m_thread = std::thread([watch] {
-        nameThisThread("korv-udev");
-        watch->run();
-    });
+    auto watch =
+        std::make_shared<Watch>(m_calls, m_makeSource, observer, std::move(wakeUp).value());
+    m_thread = startThread("korv-udev", [watch] { watch->run(); });
     m_watch = std::move(watch);
     m_watch->waitForFirstLook();
     return {};
@@ -207,7 +258,7 @@ Result<std::unique_ptr<CameraDevice>> UdevMonitor::open(const std::string &key)
         if (const std::shared_ptr<Watch> there = watch.lock())
             there->report(key, fate);
     };
-    return V4l2Device::open({m_calls, place->node, place->turn, report}, m_patience);
+    return V4l2Device::open({m_calls, place->node, place->turn, report, place->model}, m_patience);
 }
 
 } // namespace korv

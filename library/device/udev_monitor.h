@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/device/device_monitor.h"
+#include "library/device/udev_source.h"
 #include "library/device/v4l2_calls.h"
 #include "library/device/v4l2_device.h"
 
@@ -17,11 +18,13 @@ class UdevMonitor : public DeviceMonitor
 {
 public:
     explicit UdevMonitor(std::shared_ptr<V4l2Calls> calls = systemV4l2Calls(),
-                         V4l2Patience patience = {});
+                         V4l2Patience patience = {},
+                         NodeSourceMaker makeSource = UdevSource::create);
     ~UdevMonitor() override;
 
     /// Success also where nothing can be watched: there are no cameras then, or those of now only,
-    /// and the log says so. -EMFILE, -ENOMEM.
+    /// and the log says so. Where descriptors or memory are short for it, that is tried again every
+    /// second. -EMFILE, -ENOMEM.
     Result<void> start(DeviceObserver &observer) override;
     Result<std::unique_ptr<CameraDevice>> open(const std::string &key) override;
 
@@ -30,6 +33,7 @@ private:
 
     const std::shared_ptr<V4l2Calls> m_calls;
     const V4l2Patience m_patience;
+    const NodeSourceMaker m_makeSource;
     std::shared_ptr<Watch> m_watch; ///< null before start(); the thread has it too
     std::thread m_thread;
 };

@@ -1,6 +1,7 @@
 #include "library/device/udev_nodes.h"
 
 #include "library/base/log.h"
+#include "library/base/shortage.h"
 #include "library/device/device_name.h"
 #include "library/device/node_rights.h"
 #include "library/device/v4l2_modes.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace korv {
 
@@ -34,9 +36,15 @@ void UdevNodes::add(const VideoNode &node, TimePoint firstSeen, TimePoint now)
 {
     const auto known = m_entries.find(node.path);
     if (known != m_entries.end() && known->second.node.usbAddress == node.usbAddress) {
-        // seen by the enumeration and by an event, or its rights changed
-        if (known->second.state == State::Waiting)
-            lookAt(known->second, now);
+        // seen by the enumeration and by an event, or it changed
+        Entry &entry = known->second;
+        if (entry.state == State::NoCamera)
+            entry.firstSeen = firstSeen;
+        if (entry.state == State::NoCamera || entry.state == State::Waiting) {
+            entry.node = node;
+            entry.state = State::Waiting;
+            lookAt(entry, now);
+        }
         return;
     }
     // another camera on the same port: the earlier one's departure may still be on its way
@@ -117,36 +125,40 @@ void UdevNodes::lookAgain(TimePoint now)
     }
 }
 
-UdevNodes::Finding UdevNodes::look(const VideoNode &node, std::string &card) const
+UdevNodes::Look UdevNodes::look(const VideoNode &node) const
 {
     const int descriptor = m_calls->open(node.node);
     if (descriptor == -EACCES || descriptor == -EPERM)
-        return Finding::NoRights;
+        return {Finding::NoRights, {}, 0};
     if (descriptor == -ENOENT || descriptor == -ENODEV || descriptor == -ENXIO)
-        return Finding::Gone;
+        return {Finding::Gone, {}, 0};
     if (descriptor < 0)
-        return Finding::Unusable;
+        return {isShortage(descriptor) ? Finding::Shortage : Finding::Unusable, {}, descriptor};
     const V4l2Node opened(m_calls, descriptor);
+    const auto meaningOf = [](int error, Finding otherwise) {
+        return error == -ENODEV ? Finding::Gone
+                                : (isShortage(error) ? Finding::Shortage : otherwise);
+    };
     const Result<V4l2Identity> identity = queryIdentity(opened);
     if (!identity)
-        return identity.code() == -ENODEV ? Finding::Gone : Finding::NoCamera;
-    card = identity.value().card;
+        return {meaningOf(identity.code(), Finding::NoCamera), {}, identity.code()};
+    const std::string &card = identity.value().card;
     if (!identity.value().capturesVideo())
-        return Finding::NoCamera;
+        return {Finding::NoCamera, card, 0};
     const Result<std::vector<V4l2Mode>> modes = listModes(opened);
     if (!modes)
-        return Finding::Gone;
-    return modes.value().empty() ? Finding::NoCamera : Finding::Camera;
+        return {meaningOf(modes.code(), Finding::Gone), card, modes.code()};
+    return {modes.value().empty() ? Finding::NoCamera : Finding::Camera, card, 0};
 }
 
 void UdevNodes::lookAt(Entry &entry, TimePoint now)
 {
-    std::string card;
     const bool departed = entry.state == State::Departed;
     entry.nextLook.reset();
-    switch (look(entry.node, card)) {
+    const Look seen = look(entry.node);
+    switch (seen.finding) {
     case Finding::Camera:
-        return arrive(entry, card);
+        return arrive(entry, seen.card);
     case Finding::NoCamera:
         entry.state = State::NoCamera;
         return;
@@ -154,6 +166,12 @@ void UdevNodes::lookAt(Entry &entry, TimePoint now)
         // the event that says so is on its way; a camera that was here may also come back
         if (departed)
             entry.nextLook = now + kLookForReturn;
+        return;
+    case Finding::Shortage:
+        entry.nextLook = now + kShortageTime;
+        if (!std::exchange(entry.shortageLogged, true))
+            logLine(nodeLabel(entry.node.node, entry.node.product) + ": "
+                    + std::strerror(-seen.error) + "; trying again");
         return;
     case Finding::NoRights:
     case Finding::Unusable:
@@ -164,8 +182,9 @@ void UdevNodes::lookAt(Entry &entry, TimePoint now)
     } else if (now - entry.firstSeen < kRightsTime) {
         entry.nextLook = now + kLookAgain;
     } else {
-        logLine(whyNotToOpen(entry.node.node));
-        arrive(entry, card);
+        logLine(nodeLabel(entry.node.node, entry.node.product) + ": "
+                + whyNotToOpen(entry.node.node));
+        arrive(entry, seen.card);
     }
 }
 
@@ -173,11 +192,12 @@ void UdevNodes::arrive(Entry &entry, const std::string &card)
 {
     entry.key = entry.node.path + "#" + std::to_string(++m_arrivals);
     entry.state = State::Arrived;
+    const std::string &name = entry.node.product.empty() ? card : entry.node.product;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_places[entry.key] = {entry.node.node, std::make_shared<V4l2Turn>()};
+        m_places[entry.key] = {entry.node.node, std::make_shared<V4l2Turn>(), name};
     }
-    const std::string &name = entry.node.product.empty() ? card : entry.node.product;
+    entry.shortageLogged = false;
     m_arrival({entry.key, usableDeviceName(name), entry.node.vid, entry.node.pid});
 }
 

@@ -29,7 +29,8 @@ struct VideoNode
 
 /// Which of the nodes that come and go are cameras, and what has been said about them: exactly one
 /// arrival and one departure each, in order. A camera without rights is given a moment to get them:
-/// they are set after the node appears.
+/// they are set after the node appears. One that cannot be looked at because descriptors or memory
+/// are short is looked at again until it can.
 ///
 /// Thread: the monitor's, except for find().
 class UdevNodes
@@ -41,10 +42,12 @@ public:
 
     static constexpr std::chrono::milliseconds kRightsTime{3000};
     static constexpr std::chrono::milliseconds kLookAgain{200};
+    static constexpr std::chrono::milliseconds kShortageTime{1000};
     static constexpr std::chrono::milliseconds kLookForReturn{2000};
 
     UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure);
 
+    /// Also of a node that changed: it may have become a camera, or its rights may be others.
     void appeared(const VideoNode &node, TimePoint now);
     /// A node that was there before anybody looked: its rights are what they are.
     void wasThere(const VideoNode &node, TimePoint now);
@@ -63,6 +66,7 @@ public:
     {
         std::string node;
         std::shared_ptr<V4l2Turn> turn;
+        std::string model;
     };
     std::optional<Place> find(const std::string &key) const;
 
@@ -80,11 +84,19 @@ private:
         std::string key; ///< of the arrival
         TimePoint firstSeen;
         std::optional<TimePoint> nextLook;
+        bool shortageLogged = false;
     };
-    enum class Finding { Camera, NoCamera, NoRights, Unusable, Gone };
+    enum class Finding { Camera, NoCamera, NoRights, Unusable, Shortage, Gone };
+    /// What a look at a node brought.
+    struct Look
+    {
+        Finding finding = Finding::Unusable;
+        std::string card; ///< what the driver calls the camera
+        int error = 0; ///< negative errno of a shortage
+    };
 
     void add(const VideoNode &node, TimePoint firstSeen, TimePoint now);
-    Finding look(const VideoNode &node, std::string &card) const;
+    Look look(const VideoNode &node) const;
     void lookAt(Entry &entry, TimePoint now);
     void arrive(Entry &entry, const std::string &card);
     void depart(Entry &entry);

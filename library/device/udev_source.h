@@ -1,47 +1,39 @@
 #pragma once
 
 #include "library/base/handle.h"
-#include "library/device/udev_nodes.h"
-
-#include <optional>
-#include <string>
-#include <vector>
+#include "library/device/node_source.h"
 
 #include <libudev.h>
 
 namespace korv {
 
-/// What happened to a video node.
-struct VideoEvent
-{
-    bool added = false; ///< or changed; otherwise removed
-    VideoNode node;
-};
-
-/// libudev's view of the video nodes. One thread at a time.
-class UdevSource
+/// libudev's view of the video nodes.
+class UdevSource : public NodeSource
 {
 public:
-    /// Begins to listen, so that nothing that happens before list() is missed. What does not work
-    /// is logged.
-    UdevSource();
+    /// What does not work, and never will, is logged. -EMFILE, -ENFILE, -ENOMEM: try again.
+    static Result<std::unique_ptr<NodeSource>> create();
 
-    /// To poll for input; -1: there is nothing to listen to.
-    int descriptor() const;
-
-    /// The nodes that are there and ready, in the order of their numbers.
-    std::vector<VideoNode> list() const;
-
-    /// The next event that waits. Nothing: none does.
-    std::optional<VideoEvent> next();
-
-    /// Whether events were lost since it was asked last: list() tells what is true.
-    bool lostEvents() { return std::exchange(m_lostEvents, false); }
+    int descriptor() const override;
+    Result<std::vector<VideoNode>> list() override;
+    std::optional<VideoEvent> next() override;
+    bool lostEvents() override { return std::exchange(m_lostEvents, false); }
 
 private:
+    using Context = Handle<udev, udev_unref>;
+    using Monitor = Handle<udev_monitor, udev_monitor_unref>;
+
+    UdevSource(bool daemonRuns, Context context, Monitor monitor)
+        : m_daemonRuns(daemonRuns)
+        , m_context(std::move(context))
+        , m_monitor(std::move(monitor))
+    {
+    }
+    static Monitor listen(udev *context, bool daemonRuns);
+
     const bool m_daemonRuns;
-    Handle<udev, udev_unref> m_context;
-    Handle<udev_monitor, udev_monitor_unref> m_monitor;
+    const Context m_context;
+    const Monitor m_monitor; ///< null: the system does not say what comes and goes
     bool m_lostEvents = false;
 };
 

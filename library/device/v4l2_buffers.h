@@ -14,6 +14,7 @@ namespace korv {
 class V4l2Buffers
 {
 public:
+    /// What a driver is asked for; it may give more or fewer.
     static constexpr std::uint32_t kCount = 4;
 
     /// A buffer the driver has filled, or given back empty.
@@ -34,6 +35,7 @@ public:
 
     /// Gets and maps the buffers. -EBUSY another program has some, -ENOMEM, -ENODEV.
     Result<void> allocate();
+    std::size_t count() const { return m_mappings.size(); }
     /// Hands all buffers to the driver and starts the stream.
     Result<void> streamOn();
     /// Stops the stream; the driver gives up every buffer. What it answers does not matter.

@@ -1,8 +1,7 @@
 #include "library/device/v4l2_device.h"
 
 #include "library/base/log.h"
-#include "library/base/pin_library.h"
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,14 +10,6 @@
 namespace korv {
 namespace {
 
-std::thread startThread(const std::shared_ptr<V4l2Work> &work)
-{
-    return std::thread([work] {
-        nameThisThread("korv-camera");
-        work->run();
-    });
-}
-
 void endThread(V4l2Work &work, std::thread &thread, V4l2Work::Deadline deadline)
 {
     work.quit();
@@ -26,8 +17,7 @@ void endThread(V4l2Work &work, std::thread &thread, V4l2Work::Deadline deadline)
         thread.join();
         return;
     }
-    logLine("a camera does not answer; its thread is left to end by itself");
-    pinThisLibrary();
+    logLine(work.label() + ": thread blocked in the driver; detaching it");
     thread.detach();
 }
 
@@ -40,7 +30,7 @@ Result<std::unique_ptr<CameraDevice>> V4l2Device::open(V4l2Access access, V4l2Pa
         return wakeUp.error();
     const std::string node = access.node;
     auto work = std::make_shared<V4l2Work>(std::move(access), std::move(wakeUp).value());
-    std::thread thread = startThread(work);
+    std::thread thread = startThread("korv-camera", [work] { work->run(); });
     auto opened = work->waitUntilOpen(patience.open);
     if (opened && *opened)
         return std::unique_ptr<CameraDevice>(std::make_unique<V4l2Device>(
@@ -112,7 +102,7 @@ Result<void> V4l2Device::stop()
     m_sink->shut();
     m_sink.reset();
     if (!m_work->waitUntilIdle(*m_stopDeadline))
-        logLine("the camera does not answer; its stream is left to end by itself");
+        logLine(m_work->label() + ": no answer; the stream ends in the background");
     return {};
 }
 

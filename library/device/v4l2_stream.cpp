@@ -21,6 +21,17 @@ std::string sizeText(int width, int height)
     return std::to_string(width) + "x" + std::to_string(height);
 }
 
+/// The four characters of a pixel format's code.
+std::string formatName(std::uint32_t pixelFormat)
+{
+    std::string name;
+    for (int shift = 0; shift < 32; shift += 8) {
+        const char letter = static_cast<char>(pixelFormat >> shift & 0x7F);
+        name += letter >= ' ' ? letter : '?';
+    }
+    return name;
+}
+
 /// The kernel's rule for what a driver leaves open (V4L2_MAP_QUANTIZATION_DEFAULT), except that
 /// gray sensors use the whole range.
 bool isFullRange(const v4l2_pix_format &format)
@@ -52,9 +63,11 @@ Result<void> V4l2Stream::setFormat(const V4l2Mode &mode)
     agreed.stride = picture.bytesperline;
     agreed.fullRange = isFullRange(picture);
     if (!isJpegFormat(agreed.pixelFormat) && !layoutOf(agreed.pixelFormat))
-        return Error{-EINVAL, "the driver insists on a pixel format that is of no use"};
+        return Error{-EINVAL,
+                     "the driver selected the unsupported pixel format "
+                         + formatName(agreed.pixelFormat)};
     if (agreed.width != mode.mode.width || agreed.height != mode.mode.height)
-        logLine("the camera gives " + sizeText(agreed.width, agreed.height) + " instead of "
+        logLine(m_label + ": frames of " + sizeText(agreed.width, agreed.height) + " instead of "
                 + sizeText(mode.mode.width, mode.mode.height));
     m_frames.emplace(agreed);
     return {};
@@ -127,7 +140,8 @@ Result<bool> V4l2Stream::takeBuffers(CallGate<FrameSink> &sink)
 {
     std::optional<V4l2Buffers::Filled> newest;
     bool alive = false;
-    for (std::uint32_t count = 0; count < V4l2Buffers::kCount; ++count) {
+    // as many as there are: not without end where pictures come faster than they are taken
+    for (std::size_t count = 0; count < m_buffers.count(); ++count) {
         Result<V4l2Buffers::Filled> next = m_buffers.dequeue();
         if (!next && next.code() == -EAGAIN)
             break;
@@ -163,7 +177,7 @@ void V4l2Stream::deliver(CallGate<FrameSink> &sink, ByteView bytes)
         return;
     }
     if (!m_reportedIncomplete)
-        logLine("incomplete pictures come from the camera and are left out: " + frame.error().text);
+        logLine(m_label + ": dropping incomplete frames: " + frame.error().text);
     m_reportedIncomplete = true;
 }
 

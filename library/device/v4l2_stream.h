@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 
 namespace korv {
 
@@ -24,8 +25,10 @@ public:
         Failed, ///< the driver refused something
     };
 
-    explicit V4l2Stream(const V4l2Node &node)
+    /// `label` names the camera in the log.
+    V4l2Stream(const V4l2Node &node, std::string label)
         : m_node(node)
+        , m_label(std::move(label))
         , m_buffers(node)
     {
     }
@@ -55,6 +58,7 @@ private:
     End meaningOf(const Error &error) const;
 
     const V4l2Node &m_node;
+    const std::string m_label;
     V4l2Buffers m_buffers;
     std::optional<V4l2Frames> m_frames;
     FrameInterval m_interval;

@@ -1,6 +1,7 @@
 #include "library/device/v4l2_work.h"
 
 #include "library/base/log.h"
+#include "library/device/device_name.h"
 
 #include <cerrno>
 #include <exception>
@@ -44,8 +45,14 @@ void V4l2Turn::giveBack()
 
 V4l2Work::V4l2Work(V4l2Access access, EventFd wakeUp)
     : m_access(std::move(access))
+    , m_label(nodeLabel(m_access.node, m_access.model))
     , m_wakeUp(std::move(wakeUp))
 {
+}
+
+void V4l2Work::log(const char *text) const
+{
+    logLine(m_label + ": " + text);
 }
 
 // ---- the thread's life ----
@@ -72,7 +79,7 @@ void V4l2Work::run() noexcept
 void V4l2Work::giveUp(const char *reason) noexcept
 {
     try {
-        logLine(std::string("a camera's thread ends: ") + reason);
+        logLine(m_label + ": camera thread terminated: " + reason);
         bool usable = false;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
@@ -137,7 +144,7 @@ Result<std::vector<V4l2Mode>> V4l2Work::openNode()
     m_identity = std::move(identity).value();
     Result<std::vector<V4l2Mode>> modes = listModes(m_node);
     if (modes && modes.value().empty())
-        return Error{-ENODEV, m_access.node + " offers no pictures that are of use"};
+        return Error{-ENODEV, m_access.node + " offers no supported format"};
     return modes;
 }
 
@@ -192,7 +199,7 @@ Result<void> V4l2Work::beginStream(const V4l2Mode &mode)
 {
     if (!m_node.isOpen())
         return Error{-ENODEV, "the camera is gone"};
-    m_stream.emplace(m_node);
+    m_stream.emplace(m_node, m_label);
     return m_stream->begin(mode);
 }
 
@@ -210,7 +217,7 @@ void V4l2Work::carryOut(Order &order)
         m_changed.notify_all();
     }
     if (!begun && answered)
-        logLine("the camera does not stream: " + begun.error().text);
+        logLine(m_label + ": does not stream: " + begun.error().text);
     if (begun.code() == -ENODEV) {
         if (wasThere)
             leave(V4l2Fate::Gone);
@@ -245,13 +252,12 @@ void V4l2Work::keepStreaming(Order &order, bool begun)
 bool V4l2Work::recover(Order &order, int attempt)
 {
     if (attempt > kRestarts + 1) {
-        logLine("the camera stays silent; it is given up and looked for anew");
+        log("no frames; closing and rediscovering the camera");
         leave(V4l2Fate::Lost);
         return false;
     }
     const bool again = attempt > kRestarts;
-    logLine(again ? "the camera is still silent: it is opened anew"
-                  : "no picture from the camera: its stream is started again");
+    log(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
     const Result<void> recovered = again ? reopen(order.mode) : m_stream->restart();
     if (recovered.code() == -ENODEV || !m_node.isOpen()) {
         leave(recovered.code() == -ENODEV ? V4l2Fate::Gone : V4l2Fate::Lost);
@@ -320,7 +326,7 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
     if (order->started)
         return *order->started;
     order->answered = true;
-    logLine("the camera takes its time to start");
+    log("slow to start; continuing in the background");
     return {};
 }
 

@@ -45,6 +45,7 @@ struct V4l2Access
     std::string node; ///< /dev/video0
     std::shared_ptr<V4l2Turn> turn;
     std::function<void(V4l2Fate)> report; ///< called once at most, on the camera's thread
+    std::string model = {}; ///< for the log; may be empty
 };
 
 /// An open camera's work, all on one thread: opening, streaming, bringing a stalled stream back,
@@ -65,6 +66,8 @@ public:
     void run() noexcept;
 
     // the device's side; any thread
+
+    const std::string &label() const { return m_label; }
 
     /// The modes of the opened camera, or why it could not be opened. Nothing when it takes longer.
     std::optional<Result<std::vector<V4l2Mode>>> waitUntilOpen(Milliseconds longest);
@@ -90,6 +93,7 @@ private:
         bool cancelled = false;
     };
 
+    void log(const char *text) const;
     void work();
     void giveUp(const char *reason) noexcept;
     Result<std::vector<V4l2Mode>> openNode();
@@ -105,6 +109,7 @@ private:
     bool isCancelled(const Order &order);
 
     const V4l2Access m_access;
+    const std::string m_label; ///< of the camera, in the log
     const EventFd m_wakeUp; // set when something below changed
 
     std::mutex m_mutex; // guards the following, orders included

@@ -2,6 +2,7 @@
 
 #include "library/imaging/colour.h"
 #include "library/imaging/crop.h"
+#include "library/imaging/exception_error.h"
 #include "library/imaging/jpeg.h"
 #include "library/imaging/jpeg_mend.h"
 #include "library/imaging/jpeg_transform.h"
@@ -9,8 +10,6 @@
 #include "library/imaging/resolution.h"
 
 #include <cerrno>
-#include <exception>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -111,10 +110,8 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return stored(jpeg::transformed(picture, structure.value(), *work,
                                             effectiveDpi(info.width, info.height, 0)));
         return stored(remake(picture, info, options));
-    } catch (const std::bad_alloc &) {
-        return Error{-ENOMEM, "no memory for the photograph"};
-    } catch (const std::exception &failure) {
-        return Error{-EBADMSG, std::string("photograph: ") + failure.what()};
+    } catch (...) {
+        return errorInFlight(-EBADMSG);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "library/imaging/second_core.h"
 
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 
 #include <chrono>
 #include <system_error>
@@ -53,7 +53,7 @@ bool SecondCore::hasThread()
     if (m_thread.joinable())
         return true;
     try {
-        m_thread = std::thread([this] { serve(); });
+        m_thread = startThread("korv-half", [this] { serve(); });
     } catch (const std::system_error &) {
         return false; // no thread to be had
     }
@@ -62,7 +62,6 @@ bool SecondCore::hasThread()
 
 void SecondCore::serve()
 {
-    nameThisThread("korv-half");
     const auto hasWork = [this] { return m_work != nullptr || m_ends; };
     for (;;) {
         waitBriefly(hasWork);

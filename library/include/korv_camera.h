@@ -32,6 +32,18 @@
  *    SetCurResolutionNo and RegCallBackCameraChange answer -EDEADLK and do nothing: they may have to
  *    wait for that very callback to return. From inside a change callback, Init and UnInit do.
  *    Everything else may be called from inside a callback.
+ *  - Once loaded, the library stays in memory until the process ends: dlclose(3) is safe at any time,
+ *    also while a driver hangs, but ends nothing. Call UnInit before it: until then callbacks go on.
+ *  - exit(3), or the return from main, ends what UnInit would have ended. Inside a callback, exit(3)
+ *    waits for nothing: no callback begins afterwards, but one in another thread may still be
+ *    running. Whoever calls later, a destructor of a global object for one, is answered as after
+ *    UnInit; Init answers -ENODEV then, and so does SaveVideoData with crop or lineart.
+ *  - In a child made by fork(2) the library is as if just loaded, without devices, threads, options
+ *    and pages; the child may call Init. Its parent's library goes on undisturbed, but a camera that
+ *    was open at the fork may stay busy until the child, too, has ended or called exec. A child that
+ *    is forked inside a callback must not return from it; Init answers -EDEADLK there.
+ *  - The library's threads, and callbacks with them, block all signals but those of faults; so does
+ *    a program that a callback starts, unless it is given another mask.
  *  - Diagnostics go to standard error; nothing is written to standard output.
  */
 #ifndef KORV_CAMERA_H

@@ -1,10 +1,6 @@
 #pragma once
 
-#include "library/base/result.h"
-
-#include <cerrno>
-#include <exception>
-#include <new>
+#include "library/imaging/exception_error.h"
 
 namespace korv {
 
@@ -14,10 +10,8 @@ template <typename Work> Result<void> withoutExceptions(Work &&work)
 {
     try {
         return work();
-    } catch (const std::bad_alloc &) {
-        return Error{-ENOMEM, "out of memory"};
-    } catch (const std::exception &failure) {
-        return Error{-EIO, failure.what()};
+    } catch (...) {
+        return errorInFlight();
     }
 }
 

@@ -1,6 +1,6 @@
 #include "library/output/convert.h"
 
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/atomic_file.h"
@@ -95,7 +95,7 @@ public:
                   info.components == 1 ? PixelFormat::Gray8 : PixelFormat::Rgb24)
     {
         m_image.setDpi(info.dpi);
-        m_thread = std::thread([this, content] { decode(content); });
+        m_thread = startThread("korv-decoder", [this, content] { decode(content); });
     }
     ~BackgroundDecoder() { static_cast<void>(finish()); }
     BackgroundDecoder(const BackgroundDecoder &) = delete;
@@ -114,7 +114,6 @@ public:
 private:
     void decode(ByteView content)
     {
-        nameThisThread("korv-decoder");
         m_result = withoutExceptions([&] {
             return jpeg::decodeInto(content, m_image, [&](int rows) { m_rows.publish(rows); });
         });

@@ -1,11 +1,10 @@
 #include "library/output/page_prefetcher.h"
 
-#include "library/base/thread_name.h"
+#include "library/base/thread.h"
+#include "library/imaging/exception_error.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <exception>
-#include <new>
 
 namespace korv {
 
@@ -32,7 +31,7 @@ PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const Pa
     m_threads.reserve(threads);
     try {
         for (std::size_t i = 0; i < threads; ++i)
-            m_threads.emplace_back([this] { work(); });
+            m_threads.push_back(startThread("korv-pages", [this] { work(); }));
     } catch (const std::exception &) {
         // no thread, or no memory for one: those that did start suffice, and so does none
     }
@@ -54,16 +53,13 @@ void PagePrefetcher::make(std::size_t index)
     Slot &slot = slotOf(index);
     try {
         slot.page = slot.maker.fromFile(m_sources[index]);
-    } catch (const std::bad_alloc &) {
-        slot.page = Error{-ENOMEM, "no memory for a page"};
-    } catch (const std::exception &failure) {
-        slot.page = Error{-EIO, failure.what()};
+    } catch (...) {
+        slot.page = errorInFlight();
     }
 }
 
 void PagePrefetcher::work()
 {
-    nameThisThread("korv-pages");
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         // the page given last is in use until the next one is asked for

@@ -1,5 +1,7 @@
 #include "library/output/png_reader.h"
 
+#include "library/base/memory_verdict.h"
+
 #include <cerrno>
 #include <cmath>
 #include <csetjmp>
@@ -51,7 +53,11 @@ public:
     PngDecoder &operator=(const PngDecoder &) = delete;
 
     bool ready() const { return m_info != nullptr; }
-    const char *problem() const { return m_problem; }
+    Error error() const
+    {
+        const int code = m_memory.codeOr(-EBADMSG);
+        return {code, std::string("PNG: ") + m_problem};
+    }
     bool readHeader();
     bool readRows(png_bytepp rows);
     PixelFormat format() const { return m_gray ? PixelFormat::Gray8 : PixelFormat::Rgb24; }
@@ -90,6 +96,7 @@ private:
     void chooseTransforms();
     void readDpi();
 
+    const MemoryVerdict m_memory; ///< before libpng begins
     ByteView m_left;
     png_structp m_png = nullptr;
     png_infop m_info = nullptr;
@@ -148,11 +155,6 @@ bool PngDecoder::readRows(png_bytepp rows)
     });
 }
 
-Error bad(const PngDecoder &decoder)
-{
-    return Error{-EBADMSG, std::string("PNG: ") + decoder.problem()};
-}
-
 } // namespace
 
 Result<PictureSize> pngSize(ByteView content)
@@ -180,7 +182,7 @@ Result<Image> readPng(ByteView content)
     if (!decoder.ready())
         return Error{-ENOMEM, "PNG: no memory"};
     if (!decoder.readHeader())
-        return bad(decoder);
+        return decoder.error();
     Image image(static_cast<int>(width), static_cast<int>(height), decoder.format());
     if (decoder.rowBytes() != image.stride())
         return Error{-EBADMSG, "PNG: unusual kind of pixels"};
@@ -188,7 +190,7 @@ Result<Image> readPng(ByteView content)
     for (int y = 0; y < image.height(); ++y)
         rows[static_cast<std::size_t>(y)] = image.row(y);
     if (!decoder.readRows(rows.data()))
-        return bad(decoder);
+        return decoder.error();
     image.setBilevel(decoder.isBilevel());
     image.setDpi(decoder.dpi());
     return image;

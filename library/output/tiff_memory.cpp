@@ -1,8 +1,10 @@
 #include "library/output/tiff_memory.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace korv {
 
@@ -32,6 +34,12 @@ TiffMemory::TiffMemory(ByteView content)
     // "m": no mapping, the content is in memory already
     m_tiff.reset(TIFFClientOpenExt("memory", "rm", this, onRead, onWrite, onSeek, onClose, onSize,
                                    nullptr, nullptr, options.get()));
+}
+
+Error TiffMemory::error(const char *problem) const
+{
+    const int code = m_memory.codeOr(-EBADMSG);
+    return {code, std::string("TIFF: ") + problem};
 }
 
 tmsize_t TiffMemory::onRead(thandle_t self, void *to, tmsize_t size)
@@ -76,9 +84,8 @@ toff_t TiffMemory::onSize(thandle_t self)
 
 int TiffMemory::onError(TIFF *, void *self, const char *, const char *format, va_list arguments)
 {
-    char text[200];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    memoryOf(self)->m_problem = text;
+    TiffMemory *memory = memoryOf(self);
+    std::vsnprintf(memory->m_problem, sizeof memory->m_problem, format, arguments);
     return 1; // handled: nothing goes to standard error
 }
 

@@ -2,9 +2,10 @@
 
 #include "library/base/bytes.h"
 #include "library/base/handle.h"
+#include "library/base/memory_verdict.h"
+#include "library/base/result.h"
 
 #include <memory>
-#include <string>
 
 #include <tiffio.h>
 
@@ -22,7 +23,12 @@ public:
 
     /// Null when libtiff refused the content.
     TIFF *handle() const { return m_tiff.get(); }
-    const std::string &problem() const { return m_problem; }
+    /// Why libtiff refused something: -ENOMEM when memory was short since this was made, else
+    /// -EBADMSG.
+    Error error() const { return error(m_problem); }
+    Error error(const char *problem) const;
+    /// Whether memory was short. libtiff passes over tags that it has none for.
+    bool wasShort() const { return m_memory.codeOr(0) != 0; }
 
 private:
     static tmsize_t onRead(thandle_t self, void *to, tmsize_t size);
@@ -37,7 +43,8 @@ private:
 
     ByteView m_content;
     std::uint64_t m_at = 0;
-    std::string m_problem;
+    MemoryVerdict m_memory; ///< before libtiff begins
+    char m_problem[200] = "not readable";
     TiffHandle m_tiff; ///< last member: closing it still calls back
 };
 

@@ -22,12 +22,6 @@ struct Page
     std::int64_t bitsOfPixel = 1;
 };
 
-Error bad(const TiffMemory &memory)
-{
-    return Error{-EBADMSG,
-                 "TIFF: " + (memory.problem().empty() ? "not readable" : memory.problem())};
-}
-
 double dpiOf(TIFF *tiff)
 {
     float resolution = 0;
@@ -44,12 +38,12 @@ Result<Page> describe(const TiffMemory &memory)
 {
     TIFF *tiff = memory.handle();
     if (tiff == nullptr)
-        return bad(memory);
+        return memory.error();
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     if (!TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width)
         || !TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height) || width == 0 || height == 0)
-        return Error{-EBADMSG, "TIFF: no size"};
+        return memory.error("no size");
     std::uint16_t samples = 1;
     std::uint16_t bits = 1;
     std::uint16_t photometric = PHOTOMETRIC_MINISWHITE;
@@ -218,13 +212,13 @@ Result<Image> readTiff(ByteView content)
         return Error{-EBADMSG, "TIFF: too few data for the size it states"};
     char reason[1024] = "";
     if (!TIFFRGBAImageOK(memory.handle(), reason))
-        return Error{-EBADMSG, std::string("TIFF: ") + reason};
+        return memory.error(reason);
     // the reader would turn each piece by itself; here the whole picture is turned, at the end
     TIFFSetField(memory.handle(), TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     Image image(static_cast<int>(page.width), static_cast<int>(page.height),
                 page.gray ? PixelFormat::Gray8 : PixelFormat::Rgb24);
-    if (!PieceReader(memory.handle(), image).read())
-        return bad(memory);
+    if (!PieceReader(memory.handle(), image).read() || memory.wasShort())
+        return memory.error();
     image.setBilevel(page.bilevel);
     image.setDpi(page.dpi);
     // the numbers of TIFF 6.0's Orientation are those of EXIF, which took them over

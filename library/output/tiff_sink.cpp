@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 
 namespace korv {
 
@@ -30,6 +31,14 @@ TiffSink::TiffSink(ByteSink &sink)
         m_error = reserved.error();
         m_tiff.reset();
     }
+}
+
+TiffSink::~TiffSink()
+{
+    // a file that is given up: libtiff would write its last directory, and crash on one that it had
+    // no memory for
+    if (m_tiff)
+        TIFFSetMode(m_tiff.get(), O_RDONLY);
 }
 
 void TiffSink::open(const char *mode)
@@ -71,7 +80,8 @@ Error TiffSink::error() const
 {
     if (m_error.code != 0)
         return m_error;
-    return Error{-EIO, "TIFF: " + (m_problem.empty() ? "not written" : m_problem)};
+    const int code = m_memory.codeOr(-EIO);
+    return Error{code, std::string("TIFF: ") + m_problem};
 }
 
 tmsize_t TiffSink::onRead(thandle_t self, void *to, tmsize_t size)
@@ -122,9 +132,8 @@ toff_t TiffSink::onSize(thandle_t self)
 
 int TiffSink::onError(TIFF *, void *self, const char *, const char *format, va_list arguments)
 {
-    char text[200];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    sinkOf(self)->m_problem = text;
+    TiffSink *sink = sinkOf(self);
+    std::vsnprintf(sink->m_problem, sizeof sink->m_problem, format, arguments);
     return 1; // handled: nothing goes to standard error
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/base/handle.h"
+#include "library/base/memory_verdict.h"
 #include "library/output/byte_sink.h"
 
 #include <string>
@@ -15,6 +16,7 @@ class TiffSink
 public:
     /// Begins a TIFF 6.0.
     explicit TiffSink(ByteSink &sink);
+    ~TiffSink();
     TiffSink(const TiffSink &) = delete;
     TiffSink &operator=(const TiffSink &) = delete;
 
@@ -47,7 +49,8 @@ private:
     ByteSink &m_sink;
     std::uint64_t m_at = 0;
     Error m_error; ///< code 0: none yet
-    std::string m_problem;
+    MemoryVerdict m_memory; ///< before libtiff begins
+    char m_problem[200] = "not written";
     Handle<TIFF, TIFFClose> m_tiff; ///< last member: closing it still calls back
 };
 

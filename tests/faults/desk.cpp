@@ -56,6 +56,9 @@ CameraLibrary::CameraLibrary()
     bind(convert, "KorvCamera_ConvertImagetoImage");
     bind(add, "KorvCamera_AddImageFiletoMultiFile");
     bind(combine, "KorvCamera_CombineMultiFile");
+    bind(setCrop, "KorvCamera_SetAutoCrop");
+    bind(setColour, "KorvCamera_SetImageColorStyle");
+    bind(setRotation, "KorvCamera_SetImageRotateMode");
 }
 
 Desk::Desk(fs::path saveFolder)

@@ -18,6 +18,9 @@ struct CameraLibrary
     decltype(&KorvCamera_ConvertImagetoImage) convert = nullptr;
     decltype(&KorvCamera_AddImageFiletoMultiFile) add = nullptr;
     decltype(&KorvCamera_CombineMultiFile) combine = nullptr;
+    decltype(&KorvCamera_SetAutoCrop) setCrop = nullptr;
+    decltype(&KorvCamera_SetImageColorStyle) setColour = nullptr;
+    decltype(&KorvCamera_SetImageRotateMode) setRotation = nullptr;
 };
 
 /// A save folder with the working files of some photographs that all differ.

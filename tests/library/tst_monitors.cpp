@@ -112,5 +112,5 @@ TEST(NodeRights, missingGroupIsNamed)
         std::exit(whyNotToOpen(node).find(wanted) == std::string::npos ? 1 : 0);
     };
     EXPECT_EXIT(says(0060, "adduser"), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(says(0, "no group"), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(says(0, "not accessible to any group"), testing::ExitedWithCode(0), "");
 }

@@ -1,5 +1,6 @@
 #include "library/device/simulated_monitor.h"
 
+#include "tests/library/support/shortage.h"
 #include "tests/library/support/temporary_folder.h"
 #include "tests/library/support/wait.h"
 
@@ -9,12 +10,15 @@
 #include <cerrno>
 #include <filesystem>
 #include <mutex>
+#include <sys/syscall.h>
+#include <thread>
 
 namespace fs = std::filesystem;
 
 using korv::readCameraFolderName;
 using korv::SimulatedMonitor;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing_support::becomesTrue;
 using testing_support::makeFolder;
@@ -169,6 +173,75 @@ TEST_F(SimulatedMonitorTest, missingDeskHasNoCameras)
     SimulatedMonitor monitor(m_desk / "nowhere");
     EXPECT_TRUE(monitor.start(m_observer));
     EXPECT_THAT(m_observer.soFar(), IsEmpty());
+}
+
+TEST_F(SimulatedMonitorTest, picturesWithoutACameraFolderAreExplained)
+{
+    testing_support::writeFile(m_desk / "page.JPG", std::string("x"));
+    SimulatedMonitor monitor(m_desk.path());
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(monitor.start(m_observer));
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(log, HasSubstr(m_desk.path() + ": the pictures in it are not used"));
+    EXPECT_THAT(log, HasSubstr("each sub-folder is a camera"));
+    EXPECT_THAT(log, HasSubstr("1209:0001"));
+}
+
+TEST_F(SimulatedMonitorTest, picturesBesideACameraNeedNoExplanation)
+{
+    testing_support::writeFile(m_desk / "page.jpg", std::string("x"));
+    makeFolder(m_desk / "0001:0002 Cam");
+    SimulatedMonitor monitor(m_desk.path());
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(monitor.start(m_observer));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), IsEmpty());
+}
+
+TEST_F(SimulatedMonitorTest, shortageOfDescriptorsDelaysTheCameras)
+{
+    makeFolder(m_desk / "0001:0001 Cam");
+    SimulatedMonitor monitor(m_desk.path());
+    testing::internal::CaptureStderr();
+    {
+        const testing_support::DescriptorShortage shortage(2); // eventfd, inotify; no scan
+        ASSERT_TRUE(monitor.start(m_observer));
+        EXPECT_THAT(m_observer.soFar(), IsEmpty());
+    }
+    EXPECT_TRUE(m_observer.hears({"+Cam 1 1"}));
+    makeFolder(m_desk / "0002:0001 Cam");
+    EXPECT_TRUE(m_observer.hears({"+Cam 1 1", "+Cam 2 1"}));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Too many open files"));
+}
+
+TEST_F(SimulatedMonitorTest, limitOfWatchesStopsNoCamera)
+{
+    makeFolder(m_desk / "0001:0001 Cam");
+    testing::internal::CaptureStderr();
+    // the refusal holds for this thread and those that it starts
+    std::thread([&] {
+        testing_support::refuseCall(SYS_inotify_init1, EMFILE);
+        SimulatedMonitor monitor(m_desk.path());
+        ASSERT_TRUE(monitor.start(m_observer));
+        EXPECT_THAT(m_observer.soFar(), ElementsAre("+Cam 1 1"));
+        makeFolder(m_desk / "0002:0001 Cam"); // seen without a watch, a little later
+        EXPECT_TRUE(m_observer.hears({"+Cam 1 1", "+Cam 2 1"}));
+        fs::remove(m_desk / "0001:0001 Cam");
+        EXPECT_TRUE(m_observer.hears({"+Cam 1 1", "+Cam 2 1", "-0001:0001 Cam"}));
+    }).join();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Too many open files"));
+}
+
+TEST_F(SimulatedMonitorTest, watchThatIsRefusedForNowComesLater)
+{
+    makeFolder(m_desk / "0001:0001 Cam");
+    SimulatedMonitor monitor(m_desk.path());
+    testing::internal::CaptureStderr();
+    {
+        const testing_support::DescriptorShortage shortage(1); // eventfd only
+        ASSERT_TRUE(monitor.start(m_observer));
+    }
+    EXPECT_TRUE(m_observer.hears({"+Cam 1 1"}));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is watched again"));
 }
 
 TEST_F(SimulatedMonitorTest, camerasLeaveWithTheirDesk)

@@ -2,6 +2,7 @@
 
 #include "tests/library/support/fake_v4l2.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -181,6 +182,65 @@ TEST_F(UdevNodesTest, changedRightsAreNoticed)
     m_calls->answer(FakeV4l2::kOpen, {-EACCES});
     m_nodes.appeared(node(0), m_now);
     m_nodes.appeared(node(0), m_now); // udev's "change"
+    EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
+}
+
+TEST_F(UdevNodesTest, nodeThatBecomesACameraLaterArrives)
+{
+    m_calls->deviceCaps = V4L2_CAP_VIDEO_OUTPUT | V4L2_CAP_STREAMING;
+    m_nodes.appeared(node(0), m_now);
+    EXPECT_THAT(heard(), IsEmpty());
+    m_calls->deviceCaps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    m_nodes.appeared(node(0), m_now); // udev's "change"
+    EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
+    m_nodes.appeared(node(0), m_now);
+    EXPECT_THAT(heard(), IsEmpty());
+}
+
+TEST_F(UdevNodesTest, nodeThatIsSaidToCaptureLaterIsGivenTimeForItsRights)
+{
+    m_calls->answer(FakeV4l2::kOpen, {-EACCES, -EACCES});
+    VideoNode camera = node(0);
+    camera.saidToCapture = false;
+    m_nodes.appeared(camera, m_now);
+    m_now += UdevNodes::kRightsTime * 2;
+    camera.saidToCapture = true;
+    m_nodes.appeared(camera, m_now);
+    EXPECT_THAT(heard(), IsEmpty());
+    ASSERT_TRUE(m_nodes.nextLook());
+    m_nodes.lookAgain(*m_nodes.nextLook());
+    EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
+}
+
+// ---- a shortage of descriptors or memory ----
+
+TEST_F(UdevNodesTest, shortageDelaysACameraHoweverLongItLasts)
+{
+    m_calls->answer(FakeV4l2::kOpen, std::vector<int>(40, -EMFILE));
+    VideoNode camera = node(0);
+    camera.saidToCapture = false; // no reason to pass it over
+    testing::internal::CaptureStderr();
+    m_nodes.wasThere(camera, m_now);
+    for (int look = 0; look < 39; ++look) {
+        ASSERT_TRUE(m_nodes.nextLook());
+        m_nodes.lookAgain(*m_nodes.nextLook());
+    }
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(log, HasSubstr("/dev/video0 (Cam 1-1): Too many open files"));
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+    EXPECT_THAT(heard(), IsEmpty());
+    m_nodes.lookAgain(*m_nodes.nextLook());
+    EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
+    EXPECT_FALSE(m_nodes.nextLook());
+}
+
+TEST_F(UdevNodesTest, cameraThatMayBeBusyForMemoryIsLookedAtAgain)
+{
+    m_calls->answer(VIDIOC_QUERYCAP, {-ENOMEM});
+    m_nodes.appeared(node(0), m_now);
+    EXPECT_THAT(heard(), IsEmpty());
+    ASSERT_TRUE(m_nodes.nextLook());
+    m_nodes.lookAgain(*m_nodes.nextLook());
     EXPECT_THAT(heard(), ElementsAre("+Cam 1-1"));
 }
 

@@ -121,6 +121,20 @@ TEST_F(V4l2DeviceTest, damagedEmptyAndIncompletePicturesAreLeftOut)
     EXPECT_TRUE(becomesTrue([&] { return m_frames.count() == 1; }));
 }
 
+TEST_F(V4l2DeviceTest, newestFrameIsFoundInHoweverManyBuffersTheDriverGives)
+{
+    m_calls->leastBuffers = 12;
+    std::vector<Bytes> all(10, picture({10, 10, 10}));
+    all.push_back(picture({200, 200, 200}));
+    m_calls->script({});
+    m_calls->letTimeStand();
+    const auto device = streaming();
+    m_calls->deliverNow(all);
+    ASSERT_TRUE(becomesTrue([&] { return m_frames.count() > 0; }));
+    EXPECT_EQ(m_frames.count(), 1);
+    EXPECT_TRUE(m_frames.shows({200, 200, 200}));
+}
+
 TEST_F(V4l2DeviceTest, slowReceiverGetsTheNewestFrame)
 {
     const std::vector<Bytes> all{picture({10, 10, 10}), picture({90, 90, 90}),

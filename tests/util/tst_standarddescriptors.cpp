@@ -22,9 +22,10 @@ int lookWithout(int first, int last)
         if (next <= STDERR_FILENO)
             ::_exit(1);
         for (int descriptor = first; descriptor <= last; ++descriptor) {
-            if (::read(descriptor, &byte, 1) != 0)
+            const bool input = descriptor == STDIN_FILENO;
+            if (input && (::read(descriptor, &byte, 1) != -1 || errno != EBADF))
                 ::_exit(2);
-            if (::write(descriptor, &byte, 1) != -1 || errno != EBADF)
+            if (!input && (::write(descriptor, &byte, 1) != -1 || errno != EBADF))
                 ::_exit(3);
         }
         ::_exit(0);
@@ -36,7 +37,7 @@ int lookWithout(int first, int last)
 
 } // namespace
 
-TEST(StandardDescriptors, missingOnesAreOccupiedAndStillCannotBeWritten)
+TEST(StandardDescriptors, missingOnesAreOccupiedAndStillFail)
 {
     EXPECT_EQ(lookWithout(STDIN_FILENO, STDERR_FILENO), 0);
     EXPECT_EQ(lookWithout(STDOUT_FILENO, STDERR_FILENO), 0);

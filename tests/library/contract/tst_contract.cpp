@@ -3,6 +3,7 @@
 #include "tests/library/support/temporary_folder.h"
 #include "tests/library/support/wait.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
@@ -10,12 +11,14 @@
 #include <atomic>
 #include <cctype>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -57,6 +60,32 @@ protected:
         const std::string copy = text ? text : "(null)";
         std::free(text);
         return copy;
+    }
+
+    /// A camera that streams small frames.
+    void stream()
+    {
+        makeFolder(m_desk / "1234:5678 Cam");
+        ASSERT_EQ(call(&KorvCamera_Init, "Init"), 0);
+        ASSERT_EQ(call(&KorvCamera_Open, "Open", 0), 0);
+        ASSERT_EQ(call(&KorvCamera_SetCurResolutionNo, "SetCurResolutionNo", 0, 5), 0);
+        ASSERT_EQ(call(&KorvCamera_StartCapture, "StartCapture", 0, onFrame), 0);
+        ASSERT_TRUE(becomesTrue([] { return s_frames > 0; }));
+    }
+
+    /// What the kernel says under `key` of each of the library's threads (proc(5), "status").
+    static std::vector<std::string> statesOfOurThreads(const std::string &key)
+    {
+        std::vector<std::string> states;
+        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
+            std::ifstream file(task.path() / "status");
+            std::map<std::string, std::string> entries;
+            for (std::string line; std::getline(file, line);)
+                entries[line.substr(0, line.find(':'))] = line.substr(line.find(':') + 2);
+            if (entries["Name"].rfind("korv-", 0) == 0)
+                states.push_back(entries[key]);
+        }
+        return states;
     }
 
     static void onEvent(char *json)
@@ -199,27 +228,26 @@ TEST_F(Contract, deviceLivesFromPlugToUnplugWhileItStreams)
 
 TEST_F(Contract, unInitEndsEveryThreadOfTheLibrary)
 {
-    makeFolder(m_desk / "1234:5678 Cam");
-    ASSERT_EQ(call(&KorvCamera_Init, "Init"), 0);
-    ASSERT_EQ(call(&KorvCamera_Open, "Open", 0), 0);
-    ASSERT_EQ(call(&KorvCamera_SetCurResolutionNo, "SetCurResolutionNo", 0, 5), 0);
-    ASSERT_EQ(call(&KorvCamera_StartCapture, "StartCapture", 0, onFrame), 0);
-    ASSERT_TRUE(becomesTrue([] { return s_frames > 0; }));
-    const auto ours = [] {
-        int count = 0;
-        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
-            std::ifstream file(task.path() / "comm");
-            std::string name;
-            std::getline(file, name);
-            count += name.rfind("korv-", 0) == 0 ? 1 : 0;
-        }
-        return count;
-    };
-    EXPECT_EQ(ours(), 4) << "events, desk, stream, pages";
+    stream();
+    EXPECT_EQ(statesOfOurThreads("Name").size(), 4U) << "events, desk, stream, pages";
     ASSERT_EQ(call(&KorvCamera_UnInit, "UnInit"), 0);
     const int frames = s_frames;
-    EXPECT_EQ(ours(), 0);
+    EXPECT_THAT(statesOfOurThreads("Name"), testing::IsEmpty());
     EXPECT_EQ(s_frames, frames);
+}
+
+TEST_F(Contract, signalsAreLeftToTheThreadsOfTheProgram)
+{
+    stream();
+    const std::vector<std::string> blocked = statesOfOurThreads("SigBlk");
+    ASSERT_EQ(blocked.size(), 4U);
+    for (const std::string &mask : blocked) {
+        const unsigned long long signals = std::stoull(mask, nullptr, 16);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGCHLD, SIGUSR1, SIGPROF})
+            EXPECT_NE(signals >> (signal - 1) & 1U, 0U) << signal;
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL})
+            EXPECT_EQ(signals >> (fault - 1) & 1U, 0U) << fault;
+    }
 }
 
 TEST_F(Contract, yuyvBecomesRgb)

@@ -56,6 +56,7 @@ public:
     std::vector<FakeFormat> formats;
     std::set<std::string> nodes{"/dev/video0"}; ///< all with the same camera behind
     std::uint32_t bytesPerLine = 0; ///< of raw formats; 0: without padding
+    std::uint32_t leastBuffers = 0; ///< the driver gives as many, however few it is asked for
 
     /// Pictures after each STREAMON, in turn; after the last script `otherwise` comes.
     void script(std::vector<Delivery> deliveries);

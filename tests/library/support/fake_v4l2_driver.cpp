@@ -211,6 +211,8 @@ int FakeV4l2::requestBuffers(int descriptor, v4l2_requestbuffers &request)
     if (request.count == 0)
         streamOff();
     m_bufferOwner = request.count == 0 ? -1 : descriptor;
+    if (request.count != 0)
+        request.count = std::max(request.count, leastBuffers);
     m_bufferCount = request.count;
     return 0;
 }
