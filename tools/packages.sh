@@ -192,8 +192,8 @@ lockBuilds()
 {
     # the command that started this one has the lock
     [[ -z ${KORV_BUILDS_LOCKED:-} ]] || return 0
-    if [[ -z $(blockedFolder build) ]]; then
-        mkdir -p build
+    [[ -n $(blockedFolder build) ]] || mkdir -p build
+    if [[ -w build/.lock || (! -e build/.lock && -w build) ]]; then
         exec 9>>build/.lock
     elif [[ -r build/.lock ]]; then
         exec 9<build/.lock

@@ -220,6 +220,17 @@ windowKeepsNoLock()
     endChildren
 }
 
+lockOfSomebodyElse()
+{
+    fresh
+    mkdir clone/build
+    touch clone/build/.lock
+    chmod a-w clone/build/.lock
+    attempt clone/run
+    expect "a lock that cannot be written to" 0 "$status"
+    expect "a lock that cannot be written to" "" "$(<err)"
+}
+
 wrongRelease()
 {
     local command
@@ -389,6 +400,7 @@ startsAsTheMenuEntryDoes
 secondWaits clone/run
 secondWaits clone/test
 windowKeepsNoLock
+lockOfSomebodyElse
 wrongRelease
 missingTools
 brokenBuild
