@@ -77,6 +77,14 @@ readonly kKernelPackages=(
     "kmod|orders the kernel's modules"
     "udev|the device daemon in that machine"
 )
+# only for tools/check.sh
+readonly kCheckPackages=(
+    "python3|checks includes and names"
+    "clang-format|checks the layout of the sources"
+    "shellcheck|checks the scripts"
+    "clang|checks the use of locks"
+    "clang-tidy|checks the sources for usual mistakes"
+)
 # only for tools/fuzz.sh
 readonly kFuzzPackages=(
     "clang|the compiler that knows libFuzzer"
