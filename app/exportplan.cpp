@@ -7,7 +7,7 @@ Kind kindOf(const QString &format, bool multiPage)
     struct Row
     {
         QLatin1String format;
-        bool canCombine;
+        bool canCombine = false;
     };
     static constexpr Row kRows[] = {
         {QLatin1String("jpg", 3), false}, {QLatin1String("bmp", 3), false},

@@ -1,8 +1,31 @@
 #!/bin/bash
-# What a change must pass before it is shared: source checks first, then ./test.
-# With --quick only the source checks, which take seconds.
+# What a change must pass before it is shared; usage() says how.
 set -euo pipefail
+
+usage()
+{
+    cat <<'TEXT'
+Usage: tools/check.sh [--quick | --checks]
+Checks the sources, then runs ./test. The exit status is 0 only when everything passed.
+  --quick    only the checks that take seconds; those whose tool is not installed are skipped
+  --checks   all checks, without ./test: also clang's lock analysis and clang-tidy, which take some
+             minutes; installs what they need
+  --help     this text
+TEXT
+}
+
+mode=all
+case ${1:-} in
+    '') ;;
+    --quick | --checks) mode=${1#--} ;;
+    -h | --help) usage && exit ;;
+    *) echo "check.sh: unknown argument '$1'; tools/check.sh --help explains" >&2 && exit 2 ;;
+esac
+
 cd -P -- "$(dirname -- "${BASH_SOURCE[0]}")/.."
+# shellcheck source=tools/packages.sh
+source tools/packages.sh
+[[ $mode == quick ]] || installPackages "${kRunPackages[@]}" "${kCheckPackages[@]}"
 
 failed=0
 report()
@@ -46,22 +69,44 @@ cleanWhitespace()
     ! sources | xargs -0 grep -nE $'[ \t]+$|\r|^ *\t' | grep .
 }
 
+# checkWith TOOL TITLE COMMAND ...: a check with a tool that may be missing in a quick check only
+checkWith()
+{
+    local tool=$1 title=$2
+    shift
+    if [[ $mode == quick ]] && ! command -v "$tool" >/dev/null; then
+        report "$title" "skipped: $tool is not installed"
+    else
+        check "$@"
+    fi
+}
+
+# Compiles everything but the tests with clang. Members that name their lock (GUARDED_BY) are then
+# used with that lock only.
+lockAnalysis()
+{
+    local log=build/clang-thread-safety/check.log
+    dropForeignBuild build/clang-thread-safety
+    mkdir -p "${log%/*}"
+    { cmake --preset clang-thread-safety && cmake --build --preset clang-thread-safety; } \
+        >"$log" 2>&1 || { cat "$log" >&2 && return 1; }
+}
+
 check "file length" shortFiles
 check "leftovers" noLeftovers
 check "white space" cleanWhitespace
 check "layers" python3 tools/check_layers.py
-if command -v clang-format >/dev/null; then
-    check "format" tools/format.sh --check
-else
-    report "format" "skipped: clang-format is not installed"
-fi
-if command -v shellcheck >/dev/null; then
-    check "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/package packaging/postrm \
-        tools/check.sh tools/format.sh tools/fuzz.sh tests/kernel/*.sh \
-        tests/packages/check_packages.sh tests/tools/test_korvcam_documents.sh
-else
-    report "scripts" "skipped: shellcheck is not installed"
+checkWith clang-format "format" tools/format.sh --check
+checkWith shellcheck "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/package \
+    packaging/postrm tools/check.sh tools/format.sh tools/fuzz.sh tools/tidy.sh tests/kernel/*.sh \
+    tests/packages/check_packages.sh tests/tools/test_korvcam_documents.sh \
+    tests/tools/test_check.sh tests/tools/test_run.sh tests/tools/test_thread_safety.sh
+if [[ $mode != quick ]]; then
+    lockBuilds
+    check "locks" lockAnalysis
+    check "clang-tidy" tools/tidy.sh build/clang-thread-safety
+    unlockBuilds
 fi
 
 ((failed == 0)) || exit 1
-[[ ${1:-} == --quick ]] || exec ./test
+[[ $mode != all ]] || exec ./test

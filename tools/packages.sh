@@ -1,6 +1,7 @@
 # shellcheck shell=bash disable=SC2034
-# Debian packages of the project, each with its reason, and their installation.
-# Sourced by ./run, ./test and tools/fuzz.sh; needs nothing that a minimal Debian 12 lacks.
+# Debian packages of the project, each with its reason, and their installation; the release they
+# come from; the folder that is built in.
+# Sourced by ./run, ./test and other scripts; needs nothing that a minimal Debian 12 lacks.
 
 # name|why
 readonly kRunPackages=(
@@ -24,6 +25,7 @@ readonly kRunPackages=(
     "libudev-dev|finds cameras as they are plugged in"
     "fonts-wqy-microhei|Chinese glyphs"
     "procps|ps, which looks for a copy that runs already"
+    "xdg-utils|opens a photograph in the desktop's viewer"
 )
 readonly kWaylandPackages=(
     "qtwayland5|Qt 5 on a Wayland desktop without X11"
@@ -78,6 +80,14 @@ readonly kKernelPackages=(
     "kmod|orders the kernel's modules"
     "udev|the device daemon in that machine"
 )
+# only for tools/check.sh
+readonly kCheckPackages=(
+    "python3|checks includes and names"
+    "clang-format|checks the layout of the sources"
+    "shellcheck|checks the scripts"
+    "clang|checks the use of locks"
+    "clang-tidy|checks the sources for usual mistakes"
+)
 # only for tools/fuzz.sh
 readonly kFuzzPackages=(
     "clang|the compiler that knows libFuzzer"
@@ -95,16 +105,42 @@ missingPackages()
     done
 }
 
-# Runs a command as root: as it stands for root, through sudo for anybody else.
+# One line on standard error that begins with the script's name.
+complain()
+{
+    echo "${0##*/}: $*" >&2
+}
+
+# Refuses a system that is not the supported release, in one line. With "yes" it says so and goes on.
+requireRelease()
+{
+    local goOn=$1 release name
+    # shellcheck disable=SC1091
+    release=$(. /etc/os-release 2>/dev/null && echo "${ID:-} ${VERSION_ID:-}") || true
+    [[ $release != "debian 12" ]] || return 0
+    # shellcheck disable=SC1091
+    name=$(. /etc/os-release 2>/dev/null && echo "${PRETTY_NAME:-}") || true
+    name="this is ${name:-an unknown system}; only Debian 12 is supported"
+    if [[ $goOn == yes ]]; then
+        complain "$name"
+    else
+        complain "$name; --anyway tries all the same"
+        return 1
+    fi
+}
+
+canBecomeRoot()
+{
+    ((EUID == 0)) || command -v sudo >/dev/null
+}
+
+# Runs a command as root: unchanged for root, through sudo for anybody else.
 asRoot()
 {
     if ((EUID == 0)); then
         "$@"
-    elif command -v sudo >/dev/null; then
-        sudo "$@"
     else
-        echo "This needs root and there is no sudo. As root, run: $*" >&2
-        return 1
+        sudo "$@"
     fi
 }
 
@@ -118,18 +154,78 @@ installPackages()
     mapfile -t missing <<<"$list"
     names=("${missing[@]%%|*}")
 
+    if ! command -v apt-get >/dev/null; then
+        complain "apt-get is missing; it is needed to install: ${names[*]}"
+        return 1
+    fi
+    if ! canBecomeRoot; then
+        complain "installing packages needs root, and sudo is missing;" \
+            "as root, run: apt-get install --no-install-recommends ${names[*]}"
+        return 1
+    fi
+    if ((EUID != 0)) && ! sudo -v; then
+        complain "installing packages needs root, and sudo refuses"
+        return 1
+    fi
     echo "Installing ${#missing[@]} Debian packages with apt-get:"
     printf '%s\n' "${missing[@]}" | while IFS='|' read -r name why; do
         printf '  %-22s %s\n' "$name" "$why"
     done
     # a stale package index is the usual cause of a failing install, an unreachable mirror is
-    # reported by the install itself when it matters
-    asRoot apt-get update -qq || true
+    # reported by the install itself when it matters; services that packages start must not keep
+    # the lock on the builds
+    asRoot apt-get update -qq 9>&- || true
     asRoot env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${names[@]}" </dev/null || {
-        echo "apt-get could not install: ${names[*]}" >&2
+        apt-get install -y -qq -o DPkg::Lock::Timeout=600 --no-install-recommends "${names[@]}" \
+        </dev/null 9>&- || {
+        complain "apt-get could not install: ${names[*]}"
         return 1
     }
+}
+
+# Prints the first of the folders needed for building that cannot be written to: blockedFolder BUILD
+# Nothing when BUILD (build/release) can be made or written to.
+blockedFolder()
+{
+    local folder
+    for folder in "$1" "${1%/*}"; do
+        [[ -e $folder ]] || continue
+        [[ -d $folder && -w $folder ]] || echo "$PWD/$folder"
+        return 0
+    done
+    [[ -w . ]] || echo "$PWD"
+}
+
+# One command at a time builds in this folder: two would take each other's files away, and a program
+# under test does not start while a compiler names it. Waits for another command that has the lock.
+# The lock is descriptor 9, which whatever outlives the script must not inherit.
+lockBuilds()
+{
+    # the command that started this one has the lock
+    [[ -z ${KORV_BUILDS_LOCKED:-} ]] || return 0
+    [[ -n $(blockedFolder build) ]] || mkdir -p build
+    if [[ -w build/.lock || (! -e build/.lock && -w build) ]]; then
+        exec 9>>build/.lock
+    elif [[ -r build/.lock ]]; then
+        exec 9<build/.lock
+    else
+        return 0
+    fi
+    local status=0
+    flock --nonblock --conflict-exit-code 1 9 2>/dev/null || status=$?
+    # any other status: a file system without locks
+    if ((status == 1)); then
+        echo "Waiting for another ./run or ./test in this folder to finish ..."
+        flock 9
+    fi
+    export KORV_BUILDS_LOCKED=1
+}
+
+# Before a program takes the script's place.
+unlockBuilds()
+{
+    exec 9>&-
+    unset KORV_BUILDS_LOCKED
 }
 
 # A locale whose character set is not UTF-8 garbles Chinese texts and file names.

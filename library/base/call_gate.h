@@ -1,7 +1,6 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include "library/base/mutex.h"
 
 namespace korv {
 
@@ -21,21 +20,24 @@ public:
     /// Runs `work(target)` unless the gate is shut. One thread at a time.
     template <typename Work> void call(Work work)
     {
+        Target *target;
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             if (!m_target)
                 return;
+            target = m_target;
             m_inside = true;
         }
         const Leave leave{*this};
-        work(*m_target);
+        work(*target);
     }
 
     /// Waits for a call that is under way; none begins afterwards. Not from inside a call.
     void shut()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return !m_inside; });
+        MutexLock lock(m_mutex);
+        while (m_inside)
+            m_changed.wait(lock);
         m_target = nullptr;
     }
 
@@ -44,17 +46,17 @@ private:
     {
         ~Leave()
         {
-            const std::lock_guard<std::mutex> lock(gate.m_mutex);
+            const MutexLock lock(gate.m_mutex);
             gate.m_inside = false;
-            gate.m_changed.notify_all();
+            gate.m_changed.notifyAll();
         }
         CallGate &gate;
     };
 
-    std::mutex m_mutex; // guards m_inside, and m_target against a change during a call
-    std::condition_variable m_changed;
-    Target *m_target;
-    bool m_inside = false;
+    Mutex m_mutex;
+    Condition m_changed;
+    Target *m_target GUARDED_BY(m_mutex);
+    bool m_inside GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace korv

@@ -118,7 +118,7 @@ void makeBilevel(Image &image)
 
 bool isPlausible(const Info &info, std::size_t size)
 {
-    constexpr std::int64_t kMostPixelsPerByte = 8 * 64;
+    constexpr std::int64_t kMostPixelsPerByte = std::int64_t{8} * 64;
     // with arithmetic coding a blank picture of any size takes two hundred bytes
     constexpr std::int64_t kBelievedPixels = 32'000'000;
     constexpr std::int64_t kMostArithmeticPixelsPerByte = 4096;

@@ -5,19 +5,19 @@ namespace korv {
 void RowGate::publish(int rows)
 {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_rows.store(rows, std::memory_order_release);
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void RowGate::end()
 {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_ended = true;
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 bool RowGate::waitFor(int rows)
@@ -25,8 +25,9 @@ bool RowGate::waitFor(int rows)
     // once the filling thread is ahead, no lock is needed
     if (m_rows.load(std::memory_order_acquire) >= rows)
         return true;
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [&] { return m_ended || m_rows.load() >= rows; });
+    MutexLock lock(m_mutex);
+    while (!m_ended && m_rows.load() < rows)
+        m_changed.wait(lock);
     return m_rows.load() >= rows;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "library/base/mutex.h"
+
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 
 namespace korv {
 
@@ -21,9 +21,9 @@ public:
 
 private:
     std::atomic<int> m_rows = 0;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_ended = false; ///< guarded by m_mutex
+    Mutex m_mutex;
+    Condition m_changed;
+    bool m_ended GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace korv
