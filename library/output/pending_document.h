@@ -17,7 +17,7 @@ public:
     Result<void> add(const std::string &source);
 
     /// Writes all pages to `destination` (pdf, ofd, tif, tiff by extension; an existing file stays)
-    /// and becomes empty, whatever the result. Pages that reach no finished file, and sources that
+    /// with the settings of the environment and becomes empty, whatever the result. Pages that reach no finished file, and sources that
     /// add() refused, are kept, see rescuePages(). Errors: those of writeDocument(); -EINVAL
     /// unknown extension: nothing is made and nothing kept.
     Result<void> combine(const std::string &destination, int quality);
