@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 
 namespace korv {
 namespace {
@@ -164,6 +165,16 @@ PhotographOptions Manager::options() const
 
 // ---- pictures and files ----
 
+/// A frame does not say where it comes from. While one device streams it can only be that one's.
+PhotographDetails Manager::details() const
+{
+    PhotographDetails details;
+    details.taken = std::time(nullptr);
+    if (const auto present = session())
+        details.camera = present.value()->streamingName();
+    return details;
+}
+
 Result<void> Manager::savePhotograph(const void *frame, int width, int height,
                                      const std::string &path)
 {
@@ -175,7 +186,9 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
         return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
     Bytes storage;
-    const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), options(), storage);
+    PhotographOptions making = options();
+    making.details = details();
+    const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), making, storage);
     if (!photograph)
         return photograph.error();
     return writeFileAtomically(path, photograph.value(), Existing::Replace);

@@ -39,6 +39,7 @@ struct EncodeOptions
 {
     int quality = 95; ///< 1..100
     Subsampling subsampling = Subsampling::S420; ///< colour pictures only
+    ByteView exif = {}; ///< APP1 payload; empty for none
 };
 
 struct DecodeOptions
