@@ -8,7 +8,7 @@
 namespace korv {
 
 /// Converts image file `source` (format by content) into the new file `destination` (format by
-/// extension); an existing file stays, see Existing::KeepBoth. When it fails for any reason but the
+/// extension), of a TIFF all pages, or the first one where there is room for one only; an existing file stays, see Existing::KeepBoth. When it fails for any reason but the
 /// extension, the source is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
 /// unreadable source, -EFBIG, or errno.
 Result<void> convertImage(const std::string &source, const std::string &destination, int quality);

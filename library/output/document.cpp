@@ -41,24 +41,37 @@ public:
     {
     }
 
-    void add(std::size_t number, const PreparedPage &page, const Error &problem)
+    void add(std::size_t number, const SourcePage &page, const Error &problem)
     {
         const std::string &source = m_sources[page.source];
-        std::string text = "page " + std::to_string(number) + " is missing: " + source;
-        if (page.pages > 1)
-            text += ", its page " + std::to_string(page.page + 1);
-        logLine(text + ": " + problem.text);
         if (m_first)
             m_first = problem;
         if (m_left.empty() || m_left.back() != source)
             m_left.push_back(source);
+        if (++m_count > kMostTold)
+            return;
+        std::string text = "page " + std::to_string(number) + " is missing: " + source;
+        if (page.pages > 1)
+            text += ", its page " + std::to_string(page.page + 1);
+        logLine(text + ": " + problem.text);
+    }
+
+    /// Call it when all pages are through.
+    void tellTheRest() const
+    {
+        if (m_count > kMostTold)
+            logLine(std::to_string(m_count - kMostTold) + " more pages are missing");
     }
 
     const Result<void> &firstProblem() const { return m_first; }
     std::vector<std::string> takeSources() { return std::move(m_left); }
 
 private:
+    /// A small file can list a million pages that are none.
+    static constexpr std::size_t kMostTold = 100;
+
     const std::vector<std::string> &m_sources;
+    std::size_t m_count = 0;
     std::vector<std::string> m_left;
     Result<void> m_first;
 };
@@ -86,7 +99,7 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     MissingPages missing(sources);
     std::size_t number = 0;
     bool hasPages = false;
-    while (const PreparedPage *page = pages.next()) {
+    while (const SourcePage *page = pages.next()) {
         ++number;
         if (!page->content) {
             missing.add(number, *page, page->content.error());
@@ -100,6 +113,7 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
         else
             missing.add(number, *page, added.error());
     }
+    missing.tellTheRest();
     if (!hasPages)
         return missing.firstProblem();
     if (Result<void> finished = writer->finish(); !finished)

@@ -109,7 +109,7 @@ void PagePrefetcher::work()
     }
 }
 
-const PreparedPage *PagePrefetcher::next()
+const SourcePage *PagePrefetcher::next()
 {
     const std::size_t index = m_toGive;
     if (m_threads.empty()) {

@@ -12,7 +12,7 @@
 namespace korv {
 
 /// A page with where it comes from.
-struct PreparedPage
+struct SourcePage
 {
     std::size_t source = 0; ///< which of the sources
     std::size_t page = 0; ///< of the source's pages
@@ -35,7 +35,7 @@ public:
 
     /// The next page, valid until the call after this one; null behind the last. A source has one
     /// page, a TIFF as many as it has. Errors: as PageMaker; they spoil this page only.
-    const PreparedPage *next();
+    const SourcePage *next();
 
 private:
     /// Room for one page, from its making to the moment when the next one is asked for.
@@ -47,7 +47,7 @@ private:
         }
 
         PageMaker maker;
-        PreparedPage page;
+        SourcePage page;
         bool ready = false;
     };
 

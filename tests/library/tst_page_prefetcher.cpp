@@ -34,7 +34,7 @@ TEST_F(PageSourceTest, pagesComeInOrder)
     makeFiles(40);
     PagePrefetcher source(m_files, {});
     for (int i = 0; i < 40; ++i) {
-        const PreparedPage *next = source.next();
+        const SourcePage *next = source.next();
         ASSERT_NE(next, nullptr);
         const Result<Page> &page = next->content;
         ASSERT_TRUE(page) << page.error().text;

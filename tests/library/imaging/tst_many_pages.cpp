@@ -13,6 +13,7 @@
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -250,6 +251,19 @@ TEST_F(ManyPagesTest, pagesThatShareTheirDataDoNotMultiplyTheWork)
     EXPECT_NE(pages.problem, "");
 }
 
+TEST_F(ManyPagesTest, thousandsOfMissingPagesAreNotToldOneByOne)
+{
+    HandMadeTiff tiff;
+    tiff.add({});
+    for (int i = 0; i < 500; ++i)
+        tiff.add({0, 2, 8, 99});
+    pictures::writeBytes(path("many.tif"), tiff.bytes());
+    const std::string told = combine({"many.tif"}, "a.pdf", -EBADMSG);
+    EXPECT_LT(std::count(told.begin(), told.end(), '\n'), 110);
+    EXPECT_THAT(told, HasSubstr("400 more pages are missing"));
+    EXPECT_EQ(widthsIn("a.pdf"), std::vector<int>{8});
+}
+
 TEST_F(ManyPagesTest, listsOfPagesAreNotReadPastTheirEnd)
 {
     HandMadeTiff tiff;
@@ -328,77 +342,6 @@ TEST_F(ManyPagesTest, everyKindOfBadPageIsToldAndTheOtherNineAreWritten)
             EXPECT_EQ(widthsIn(name), (std::vector<int>{80, 81, 82, 83, 85, 86, 87, 88, 89}))
                 << name;
         }
-    }
-}
-
-TEST_F(ManyPagesTest, anySamplingBecomesAPageOfATiff)
-{
-    const Image page = pictures::page(96, 64);
-    MemorySink png;
-    for (const std::string sampling : {"3x1", "1x3", "3x2", "4x1", "1x4", "4x2", "2x4", "1x2",
-                                       "2x1", "2x2,1x2", "2x2,2x1", "2x1,1x1,2x1"}) {
-        const std::string sampled = path("sampled.jpg");
-        const std::string ppm = path("page.ppm");
-        std::string pnm = "P6 96 64 255\n";
-        pnm.append(reinterpret_cast<const char *>(page.pixels()), page.stride() * 64);
-        pictures::writeBytes(ppm, ByteView(pnm.data(), pnm.size()));
-        const ProgramResult coded =
-            runProgram({"cjpeg", "-quality", "90", "-sample", sampling, "-outfile", sampled, ppm});
-        ASSERT_EQ(coded.status, 0) << sampling << coded.errors;
-        makeJpeg("plain.jpg", 70);
-        for (const std::string name : {"a.tif", "a.pdf", "a.ofd"}) {
-            combine({"plain.jpg", "sampled.jpg", "plain.jpg"}, name, 0);
-            EXPECT_EQ(widthsIn(name), (std::vector<int>{70, 96, 70})) << sampling << name;
-        }
-        const ProgramResult read =
-            runProgram({"convert", path("a.tif") + "[1]", "-depth", "8", "ppm:-"});
-        ASSERT_EQ(read.status, 0) << sampling << read.errors;
-        EXPECT_TRUE(read.errors.empty()) << sampling << read.errors;
-        const ProgramResult expected = runProgram({"djpeg", "-ppm", sampled});
-        EXPECT_LT(pictures::difference(pictures::fromPnm(read.output),
-                                       pictures::fromPnm(expected.output)),
-                  3)
-            << sampling;
-        for (const std::string name : {"a.tif", "a.pdf", "a.ofd"})
-            fs::remove(path(name));
-    }
-}
-
-TEST_F(ManyPagesTest, everyCodingOfAJpegBecomesAPageOfEveryDocument)
-{
-    pictures::writeBytes(path("plain.jpg"), pictures::jpegOf(pictures::page(96, 64)));
-    const std::vector<std::vector<std::string>> commands = {
-        {"jpegtran", "-progressive", path("plain.jpg")},
-        {"jpegtran", "-arithmetic", path("plain.jpg")},
-        {"jpegtran", "-restart", "1", path("plain.jpg")},
-        {"jpegtran", "-grayscale", path("plain.jpg")},
-        {"cjpeg", "-rgb", path("page.ppm")},
-        {"convert", path("plain.jpg"), "-colorspace", "CMYK", "jpeg:-"},
-        {"convert", path("plain.jpg"), "-colorspace", "Gray", "-sampling-factor", "2x2", "jpeg:-"}};
-    ASSERT_EQ(runProgram({"djpeg", "-ppm", "-outfile", path("page.ppm"), path("plain.jpg")}).status,
-              0);
-    for (const std::vector<std::string> &command : commands) {
-        const ProgramResult made = runProgram(command);
-        ASSERT_EQ(made.status, 0) << made.errors;
-        pictures::writeBytes(path("kind.jpg"), {made.output.data(), made.output.size()});
-        for (const std::string name : {"a.tif", "a.pdf", "a.ofd"}) {
-            combine({"plain.jpg", "kind.jpg"}, name, 0);
-            EXPECT_EQ(widthsIn(name), (std::vector<int>{96, 96})) << command[1] << name;
-        }
-        const ProgramResult info = runProgram({"tiffinfo", path("a.tif")});
-        EXPECT_EQ(info.errors, "") << command[1];
-        const ProgramResult read = runProgram(
-            {"convert", path("a.tif") + "[1]", "-depth", "8", "-type", "TrueColor", "ppm:-"});
-        const ProgramResult expected =
-            runProgram({"convert", path("kind.jpg"), "-colorspace", "sRGB", "-depth", "8", "-type",
-                        "TrueColor", "ppm:-"});
-        ASSERT_EQ(read.status, 0) << read.errors;
-        EXPECT_LT(pictures::difference(pictures::fromPnm(read.output),
-                                       pictures::fromPnm(expected.output)),
-                  4)
-            << command[1];
-        for (const std::string name : {"a.tif", "a.pdf", "a.ofd"})
-            fs::remove(path(name));
     }
 }
 
