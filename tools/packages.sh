@@ -18,6 +18,7 @@ readonly kRunPackages=(
     "libjpeg-dev|JPEG pictures"
     "libpng-dev|PNG files"
     "libtiff-dev|TIFF files"
+    "liblcms2-dev|colour profiles of pictures"
     "libpugixml-dev|the XML in OFD files"
     "libdeflate-dev|compression in OFD files"
     "libopencv-core-dev|finds the sheet in a photograph"

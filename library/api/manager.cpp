@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 
 namespace korv {
 namespace {
@@ -199,6 +200,16 @@ PhotographOptions Manager::options() const
 
 // ---- pictures and files ----
 
+/// A frame does not say where it comes from. While one device streams it can only be that one's.
+PhotographDetails Manager::details() const
+{
+    PhotographDetails details;
+    details.taken = std::time(nullptr);
+    if (const auto present = session())
+        details.camera = present.value()->streamingName();
+    return details;
+}
+
 Result<void> Manager::savePhotograph(const void *frame, int width, int height,
                                      const std::string &path)
 {
@@ -209,11 +220,12 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (!isReasonableSize(width, height))
         return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
-    const PhotographOptions wanted = options();
+    PhotographOptions wanted = options();
     // OpenCV's own globals may be destroyed by now
     if (m_processEnds && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
         return processEnds();
     Bytes storage;
+    wanted.details = details();
     const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), wanted, storage);
     if (!photograph)
         return photograph.error();

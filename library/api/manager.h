@@ -56,6 +56,7 @@ public:
     Result<void> combine(const std::string &destination);
 
 private:
+    PhotographDetails details() const;
     enum class State { Down, Changing, Ready };
 
     void beginChange(std::unique_lock<std::mutex> &lock);

@@ -252,6 +252,20 @@ Result<std::vector<CaptureMode>> Session::modes(int index) const
     return slot->modes;
 }
 
+std::string Session::streamingName() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::string name;
+    for (const std::unique_ptr<Slot> &slot : m_slots) {
+        if (!slot || !slot->streaming)
+            continue;
+        if (!name.empty())
+            return {};
+        name = slot->identity.name;
+    }
+    return name;
+}
+
 Result<int> Session::currentMode(int index) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace korv {
@@ -54,6 +55,8 @@ public:
     Result<void> close(int index);
     Result<std::vector<CaptureMode>> modes(int index) const;
     Result<int> currentMode(int index) const;
+    /// The name of the one device that streams; empty when none does, or several.
+    std::string streamingName() const;
     Result<void> selectMode(int index, int number);
     Result<void> startCapture(int index, StreamReceiver::Callback callback);
     Result<void> stopCapture(int index);

@@ -8,7 +8,9 @@ namespace {
 
 constexpr unsigned kOrientationTag = 0x0112;
 constexpr std::size_t kSignature = 6; ///< "Exif" and two zero bytes
+constexpr std::size_t kBlockHead = 8; ///< byte order, 42, where the directory is
 constexpr std::size_t kEntry = 12;
+constexpr unsigned kLong = 4;
 
 /// TIFF numbers in the byte order that the block announces.
 class TiffBlock
@@ -43,9 +45,16 @@ private:
 
 int exifOrientation(ByteView payload, int otherwise)
 {
-    if (payload.size < kSignature + 8 || std::memcmp(payload.data, "Exif\0\0", kSignature) != 0)
+    if (payload.size < kSignature || std::memcmp(payload.data, "Exif\0\0", kSignature) != 0)
         return otherwise;
-    const TiffBlock block({payload.data + kSignature, payload.size - kSignature});
+    return exifBlockOrientation({payload.data + kSignature, payload.size - kSignature}, otherwise);
+}
+
+int exifBlockOrientation(ByteView data, int otherwise)
+{
+    if (data.size < kBlockHead)
+        return otherwise;
+    const TiffBlock block(data);
     const std::size_t directory = block.u32(4);
     if (directory > block.size() - 2)
         return otherwise;
@@ -56,7 +65,9 @@ int exifOrientation(ByteView payload, int otherwise)
             return otherwise;
         if (block.u16(at) != kOrientationTag)
             continue;
-        const unsigned value = block.u16(at + 8);
+        // a SHORT by the book; some programs write a LONG
+        const std::size_t value =
+            block.u16(at + 2) == kLong ? block.u32(at + 8) : block.u16(at + 8);
         return value >= 1 && value <= 8 ? static_cast<int>(value) : otherwise;
     }
     return otherwise;

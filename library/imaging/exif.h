@@ -8,4 +8,7 @@ namespace korv {
 /// is damaged, or does not say. Source: EXIF 2.3, 4.5 and 4.6.4 (tag 0x0112).
 int exifOrientation(ByteView payload, int otherwise);
 
+/// The same of the block alone, without the signature in front of it: what PNG's eXIf holds.
+int exifBlockOrientation(ByteView block, int otherwise);
+
 } // namespace korv

@@ -39,6 +39,7 @@ struct EncodeOptions
 {
     int quality = 95; ///< 1..100
     Subsampling subsampling = Subsampling::S420; ///< colour pictures only
+    ByteView exif = {}; ///< APP1 payload; empty for none
 };
 
 struct DecodeOptions
@@ -62,14 +63,15 @@ bool isPlausible(const Info &info, std::size_t size);
 Subsampling subsamplingOf(const Info &info);
 
 /// Decodes to Gray8 (one component) or Rgb24; a picture marked as bilevel becomes bilevel again.
-/// EXIF orientation is not applied. Data that ends early counts as broken.
+/// The colours are sRGB: an ICC profile is applied, but for luma alone. EXIF orientation is not
+/// applied. Data that ends early counts as broken.
 /// -EBADMSG not decodable, -EFBIG over the size limits, -ENOMEM.
 Result<Image> decode(ByteView data, const DecodeOptions &options = {});
 
 /// Decodes into a picture of the size and the format (see DecodeOptions::gray) that the headers
 /// state, for those who use its upper rows while the lower ones are still to come. `rowsDone`
-/// hears, on the caller's thread, how many are there. Errors as above; then the picture is not
-/// complete.
+/// hears, on the caller's thread, how many are there. A profile is not applied. Errors as above;
+/// then the picture is not complete.
 Result<void> decodeInto(ByteView data, Image &image, const std::function<void(int)> &rowsDone);
 
 /// Encodes; the picture's dpi, when known, goes into the JFIF header. -ENOMEM.

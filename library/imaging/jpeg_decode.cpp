@@ -1,5 +1,7 @@
 #include "library/imaging/jpeg.h"
 
+#include "library/imaging/colour_profile.h"
+#include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_structure.h"
 #include "library/imaging/jpeg_trap.h"
 
@@ -28,6 +30,7 @@ public:
     bool open(ByteView data, bool gray);
     bool readRows(Image &image, const std::function<void(int)> *rowsDone = nullptr);
     bool readCmykRows(Image &image, Bytes &row);
+    bool readCmykRows(Image &image, Bytes &row, const ColourProfile &inks);
     bool isCmyk() const { return m_state.out_color_space == JCS_CMYK; }
     int width() const { return static_cast<int>(m_state.output_width); }
     int height() const { return static_cast<int>(m_state.output_height); }
@@ -105,6 +108,24 @@ bool Decompressor::readCmykRows(Image &image, Bytes &row)
     });
 }
 
+bool Decompressor::readCmykRows(Image &image, Bytes &row, const ColourProfile &inks)
+{
+    return m_trap.run([&] {
+        while (m_state.output_scanline < m_state.output_height) {
+            std::uint8_t *out = image.row(static_cast<int>(m_state.output_scanline));
+            JSAMPROW in = row.data();
+            jpeg_read_scanlines(&m_state, &in, 1);
+            // a profile counts inks: 255 is most
+            if (m_state.saw_Adobe_marker) {
+                for (std::uint8_t &ink : row)
+                    ink = static_cast<std::uint8_t>(255 - ink);
+            }
+            inks.toSrgb(row.data(), out, static_cast<std::size_t>(image.width()));
+        }
+        jpeg_finish_decompress(&m_state);
+    });
+}
+
 void makeBilevel(Image &image)
 {
     const std::size_t count = image.stride() * static_cast<std::size_t>(image.height());
@@ -132,27 +153,41 @@ bool isPlausible(const Info &info, std::size_t size)
 namespace {
 
 /// Whether it is worth taking memory for such a picture.
-Result<Info> readPlausibleInfo(ByteView data)
+Result<Structure> readPlausibleHeaders(ByteView data)
 {
-    Result<Info> info = readInfo(data);
-    if (!info)
-        return info;
-    if (!isReasonableSize(info.value().width, info.value().height))
+    Result<Structure> structure = readHeaders(data);
+    if (!structure)
+        return structure;
+    const Info &info = structure.value().info;
+    if (!isReasonableSize(info.width, info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
-    if (!isPlausible(info.value(), data.size))
+    if (!isPlausible(info, data.size))
         return Error{-EBADMSG, "JPEG: too few data for the size it states"};
-    return info;
+    return structure;
+}
+
+/// Four inks as red, green and blue: by the profile, or else simply by what they leave of the light.
+bool readInks(Decompressor &decompressor, ByteView profile, Image &image)
+{
+    Bytes row(static_cast<std::size_t>(image.width()) * 4);
+    if (image.format() == PixelFormat::Rgb24 && !profile.empty()) {
+        if (const auto inks = ColourProfile::read(profile, ProfilePixels::Cmyk))
+            return decompressor.readCmykRows(image, row, *inks);
+    }
+    return decompressor.readCmykRows(image, row);
 }
 
 } // namespace
 
 Result<Image> decode(ByteView data, const DecodeOptions &options)
 {
-    const Result<Info> info = readPlausibleInfo(data);
-    if (!info)
-        return info.error();
-    const bool gray = options.gray || info.value().components == 1;
+    const Result<Structure> structure = readPlausibleHeaders(data);
+    if (!structure)
+        return structure.error();
+    const Info &info = structure.value().info;
+    const bool gray = options.gray || info.components == 1;
     try {
+        const Bytes profile = profileOf(data, structure.value());
         Decompressor decompressor;
         if (!decompressor.open(data, gray))
             return decompressor.error();
@@ -161,17 +196,19 @@ Result<Image> decode(ByteView data, const DecodeOptions &options)
         Image image(decompressor.width(), decompressor.height(),
                     gray ? PixelFormat::Gray8 : PixelFormat::Rgb24);
         if (decompressor.isCmyk()) {
-            Bytes row(static_cast<std::size_t>(image.width()) * 4);
-            if (!decompressor.readCmykRows(image, row))
+            if (!readInks(decompressor, profile, image))
                 return decompressor.error();
         } else if (decompressor.channels() != image.channels()) {
             return Error{-EBADMSG, "JPEG: headers contradict each other"};
         } else if (!decompressor.readRows(image)) {
             return decompressor.error();
         }
-        image.setDpi(info.value().dpi);
-        if (info.value().bilevel && info.value().components == 1)
+        image.setDpi(info.dpi);
+        if (info.bilevel && info.components == 1)
             makeBilevel(image);
+        // luma alone has no colours that the profile could describe
+        if (!decompressor.isCmyk() && gray == (info.components == 1))
+            convertToSrgb(image, profile);
         return image;
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "JPEG: no memory for the picture"};
@@ -180,9 +217,9 @@ Result<Image> decode(ByteView data, const DecodeOptions &options)
 
 Result<void> decodeInto(ByteView data, Image &image, const std::function<void(int)> &rowsDone)
 {
-    const Result<Info> info = readPlausibleInfo(data);
-    if (!info)
-        return info.error();
+    const Result<Structure> structure = readPlausibleHeaders(data);
+    if (!structure)
+        return structure.error();
     Decompressor decompressor;
     if (!decompressor.open(data, image.format() == PixelFormat::Gray8))
         return decompressor.error();

@@ -97,6 +97,9 @@ bool Compressor::encode(const Image &image, const EncodeOptions &options,
         m_state.dest = destination.manager();
         configure(image, options);
         jpeg_start_compress(&m_state, TRUE);
+        if (!options.exif.empty())
+            jpeg_write_marker(&m_state, JPEG_APP0 + 1, options.exif.data,
+                              static_cast<unsigned>(options.exif.size));
         if (image.isBilevel()) {
             jpeg_write_marker(&m_state, JPEG_COM, reinterpret_cast<const JOCTET *>(kBilevelComment),
                               sizeof kBilevelComment - 1);

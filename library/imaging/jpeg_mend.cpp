@@ -1,15 +1,19 @@
 #include "library/imaging/jpeg_mend.h"
 
+#include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_tables.h"
 #include "library/imaging/resolution.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <vector>
 
 namespace korv::jpeg {
 
 namespace {
+
+constexpr std::uint8_t kApp2 = 0xE2;
 
 bool wantsJfif(const Structure &structure)
 {
@@ -43,6 +47,38 @@ ByteView between(ByteView data, std::size_t begin, std::size_t end)
     return {data.data + begin, end - begin};
 }
 
+/// Bytes of the file that others take the place of.
+struct Edit
+{
+    std::size_t begin;
+    std::size_t end;
+    Bytes instead;
+};
+
+/// What mending changes in front of the scan, from front to back.
+std::vector<Edit> editsOf(ByteView data, const Structure &structure, double dpi)
+{
+    std::vector<Edit> edits;
+    if (wantsJfif(structure)) {
+        const Info &info = structure.info;
+        edits.push_back(
+            {2, 2, jfifSegment(effectiveDpi(info.width, info.height, dpi > 0 ? dpi : info.dpi))});
+    }
+    if (!wantsJfif(structure) && !structure.hasPictureIndex && !hasOddGraySampling(structure))
+        return edits;
+    for (const Segment &segment : headerSegments(data, structure)) {
+        const bool videoHead = wantsJfif(structure) && segment.begin == structure.aviHead;
+        const bool index = segment.marker == kApp2 && isPictureIndex(segment.payload);
+        if (videoHead || index)
+            edits.push_back({segment.begin, segment.end, {}});
+        const std::size_t factors = structure.samplingByte;
+        // for a single component the factors have no effect (T.81, A.2.2), so the data stay valid
+        if (hasOddGraySampling(structure) && segment.begin < factors && factors < segment.end)
+            edits.push_back({factors, factors + 1, {0x11}});
+    }
+    return edits;
+}
+
 void appendMissingTables(Bytes &to, HuffmanClass tableClass, unsigned missing)
 {
     for (int table = 0; table < 2; ++table) {
@@ -68,7 +104,7 @@ Result<void> appendRest(Bytes &to, ByteView data, const Structure &structure, st
 bool needsMending(const Structure &structure)
 {
     return structure.missingDcTables != 0 || structure.missingAcTables != 0 || wantsJfif(structure)
-        || hasOddGraySampling(structure);
+        || hasOddGraySampling(structure) || structure.hasPictureIndex;
 }
 
 Result<Bytes> mend(ByteView data, const Structure &structure, double dpi)
@@ -77,21 +113,10 @@ Result<Bytes> mend(ByteView data, const Structure &structure, double dpi)
     file.reserve(structure.end + 1024);
     append(file, data.first(2));
     std::size_t copied = 2;
-    if (wantsJfif(structure)) {
-        const Info &info = structure.info;
-        append(file, jfifSegment(effectiveDpi(info.width, info.height, dpi > 0 ? dpi : info.dpi)));
-        if (structure.aviHead != 0) {
-            append(file, between(data, copied, structure.aviHead));
-            const std::size_t length =
-                std::size_t{data[structure.aviHead + 2]} << 8 | data[structure.aviHead + 3];
-            copied = structure.aviHead + 2 + length;
-        }
-    }
-    if (hasOddGraySampling(structure)) {
-        // for a single component the factors have no effect (T.81, A.2.2), so the data stay valid
-        append(file, between(data, copied, structure.samplingByte));
-        file.push_back(0x11);
-        copied = structure.samplingByte + 1;
+    for (const Edit &edit : editsOf(data, structure, dpi)) {
+        append(file, between(data, copied, edit.begin));
+        append(file, edit.instead);
+        copied = edit.end;
     }
     if (Result<void> rest = appendRest(file, data, structure, copied); !rest)
         return rest.error();

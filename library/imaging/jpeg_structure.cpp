@@ -1,6 +1,7 @@
 #include "library/imaging/jpeg_structure.h"
 
 #include "library/imaging/exif.h"
+#include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_tables.h"
 
 #include <cerrno>
@@ -17,6 +18,7 @@ constexpr std::uint8_t kDqt = 0xDB;
 constexpr std::uint8_t kDht = 0xC4;
 constexpr std::uint8_t kApp0 = 0xE0;
 constexpr std::uint8_t kApp1 = 0xE1;
+constexpr std::uint8_t kApp2 = 0xE2;
 constexpr std::uint8_t kApp14 = 0xEE;
 constexpr std::uint8_t kComment = 0xFE;
 
@@ -221,6 +223,10 @@ Result<void> Walker::readHeaderSegment(std::uint8_t marker, ByteView payload)
         break;
     case kApp1:
         m_result.info.orientation = exifOrientation(payload, m_result.info.orientation);
+        break;
+    case kApp2:
+        m_result.hasProfile = m_result.hasProfile || isProfilePiece(payload);
+        m_result.hasPictureIndex = m_result.hasPictureIndex || isPictureIndex(payload);
         break;
     case kApp14:
         readAdobe(payload);

@@ -19,6 +19,8 @@ struct Structure
     bool hasAdobe = false;
     std::size_t jfif = 0; ///< offset of the JFIF APP0 marker; 0 when there is none
     std::size_t aviHead = 0; ///< offset of an "AVI1" APP0 marker; 0 when there is none
+    bool hasProfile = false; ///< pieces of an ICC profile, see jpeg_segments.h
+    bool hasPictureIndex = false; ///< of further pictures behind this one (CIPA DC-007)
     std::size_t heightBytes = 0; ///< offset of the picture's height in SOF, two bytes
     std::size_t samplingByte = 0; ///< offset of the first component's sampling factors in SOF
 

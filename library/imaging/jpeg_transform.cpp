@@ -94,7 +94,7 @@ public:
     Transcoder &operator=(const Transcoder &) = delete;
 
     Error error() const { return m_trap.error(); }
-    bool run(ByteView data, double dpi, ByteDestination &destination);
+    bool run(ByteView data, double dpi, ByteView exif, ByteDestination &destination);
 
 private:
     /// Of one component, as many rows of blocks as an MCU has.
@@ -309,7 +309,7 @@ void Transcoder::copyMarkers()
     }
 }
 
-bool Transcoder::run(ByteView data, double dpi, ByteDestination &destination)
+bool Transcoder::run(ByteView data, double dpi, ByteView exif, ByteDestination &destination)
 {
     return m_trap.run([&] {
         readCoefficients(data);
@@ -322,6 +322,8 @@ bool Transcoder::run(ByteView data, double dpi, ByteDestination &destination)
         }
         m_out.dest = destination.manager();
         jpeg_write_coefficients(&m_out, result);
+        if (!exif.empty())
+            jpeg_write_marker(&m_out, JPEG_APP0 + 1, exif.data, static_cast<unsigned>(exif.size));
         copyMarkers();
         jpeg_finish_compress(&m_out);
         jpeg_finish_decompress(&m_in);
@@ -365,7 +367,7 @@ Subsampling keptSubsampling(const Info &info, const Turn &turn)
 }
 
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,
-                          double dpi)
+                          double dpi, ByteView exif)
 {
     if (!isReasonableSize(structure.info.width, structure.info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
@@ -374,7 +376,7 @@ Result<Bytes> transformed(ByteView data, const Structure &structure, const Trans
     try {
         ByteDestination destination(data.size + data.size / 8);
         Transcoder transcoder(transform);
-        if (!transcoder.run(data, dpi, destination))
+        if (!transcoder.run(data, dpi, exif, destination))
             return transcoder.error();
         return destination.take();
     } catch (const std::bad_alloc &) {

@@ -61,6 +61,27 @@ Image inColour(Image image, ColourStyle style)
     return image;
 }
 
+/// Nothing when the details are not known.
+Bytes exifOf(const PhotographOptions &options, int width, int height, double dpi,
+             bool otherColours = false)
+{
+    if (options.details.taken == 0)
+        return {};
+    return exifPayload(options.details, width, height, dpi, otherColours);
+}
+
+/// On the coefficients.
+Result<Bytes> change(ByteView picture, const jpeg::Structure &structure,
+                     const jpeg::Transform &work, const PhotographOptions &options)
+{
+    const jpeg::Info &info = structure.info;
+    const double dpi = effectiveDpi(info.width, info.height, 0);
+    const bool across = work.turn.transpose;
+    const Bytes exif = exifOf(options, across ? info.height : info.width,
+                              across ? info.width : info.height, dpi, structure.hasProfile);
+    return jpeg::transformed(picture, structure, work, dpi, exif);
+}
+
 Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options)
 {
     // colour helps to find the sheet, so it goes last; without a search chroma is never decoded
@@ -79,6 +100,8 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
     encoding.quality = options.quality;
     encoding.subsampling = jpeg::keptSubsampling(
         info, Turn::ofOrientation(info.orientation).then(Turn::of(options.rotation)));
+    const Bytes exif = exifOf(options, image.width(), image.height(), image.dpi());
+    encoding.exif = exif;
     return jpeg::encode(image, encoding);
 }
 
@@ -107,8 +130,7 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return picture;
         }
         if (work && jpeg::canTransform(structure.value(), *work))
-            return stored(jpeg::transformed(picture, structure.value(), *work,
-                                            effectiveDpi(info.width, info.height, 0)));
+            return stored(change(picture, structure.value(), *work, options));
         return stored(remake(picture, info, options));
     } catch (...) {
         return errorInFlight(-EBADMSG);

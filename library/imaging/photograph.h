@@ -2,6 +2,7 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
+#include "library/imaging/exif_writer.h"
 #include "library/imaging/rotate.h"
 
 namespace korv {
@@ -16,13 +17,15 @@ struct PhotographOptions
     CropMode crop = CropMode::Off;
     Rotation rotation = Rotation::None;
     ColourStyle colour = ColourStyle::Colour;
+    PhotographDetails details = {}; ///< for photographs whose bytes are not the frame's
 };
 
 /// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG
 /// bytes. What can be done on the coefficients is: a turn whose edge blocks are whole, leaving out
 /// chroma, coarser steps. With nothing to do, and at 95 or more, or when the frame's own steps are
 /// as coarse as those of the quality, the frame's bytes are the photograph, mended if strict
-/// readers need it. All others state the resolution at which the long side is that of an A4 sheet.
+/// readers need it. All others state the resolution at which the long side is that of an A4 sheet,
+/// and the details in EXIF.
 /// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
 Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);
 

@@ -173,8 +173,9 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
  * JPEG; -ENOMEM; or what the file system answered.
  * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse as
  * the quality's, the file is the frame byte for byte, but for tables and a head that strict readers
- * miss. A rotation alone loses nothing where the frame's edges allow it. Every other photograph
- * states the resolution at which its long side is that of an A4 sheet. The structure is checked, the
+ * miss, and less a list of further pictures behind it. A rotation alone loses nothing where the
+ * frame's edges allow it. Every other photograph states the resolution at which its long side is that
+ * of an A4 sheet, and in EXIF the date and, while exactly one device streams, its name. The structure is checked, the
  * coded data between the markers are not: where bytes pass through, here or into a document, damage
  * inside them is not noticed, and whoever decodes them sees it. */
 KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
@@ -188,7 +189,11 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
 
 /* Converts the image file `src` to the new file `dst`. The extension of dst, in any case, chooses
  * the format: jpg, jpeg, png, bmp, tif, tiff, pdf, ofd. The format of src (JPEG, PNG, BMP, TIFF) is
- * recognised by its content. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
+ * recognised by its content. Pictures come out upright, transparent ones on white. Colours that an
+ * ICC profile describes become sRGB; where a JPEG's bytes pass through, its profile comes along. At a
+ * quality of 100, pixels that come from no JPEG enter pdf, ofd and tiff without loss. A TIFF of many
+ * pages gives them all to pdf, ofd and tiff; a jpg, png or bmp is its first page, and standard error
+ * tells that there are more. Reduced pictures and masks in a TIFF are no pages. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
  * 96 dpi, which programs write that do not know, has the long side of an A4 sheet.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
@@ -213,9 +218,19 @@ KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
 
 /* Writes the pending pages, in the order they were added, to the new file `dst`: pdf, ofd, tif, tiff
  * by extension. An existing file is never touched, as in ConvertImagetoImage. The pending document
- * is empty afterwards, whatever the result. A page that cannot be read does not spoil the document:
- * the others are written, that one is kept as in ConvertImagetoImage if it is a working file, and the
- * result is its error. When the document cannot be written, every page is kept so. A tiff past 4 GiB is a BigTIFF.
+ * is empty afterwards, whatever the result. A page that cannot be had does not spoil the document:
+ * the others are written, standard error tells its number in the document that was asked for, its
+ * file and why, the file is kept as in ConvertImagetoImage if it is a working file, and the result is
+ * the first such error.
+ * A TIFF's list of pages that breaks off, or runs in a circle, counts as one such page behind those
+ * that it lists. When the document cannot be written, every working file is kept so. A tiff past
+ * 4 GiB is a BigTIFF.
+ * Two environment variables are read at each call. KORV_CAMERA_TITLE is the title, UTF-8; not set or
+ * empty: the new file's name. KORV_CAMERA_PAGE_SIZE makes all pages one size: A3, A4, A5, letter, card
+ * or WIDTHxHEIGHT in millimetres, 2 to 5000 each; upright or across as suits the picture, which fills
+ * it as far as its shape allows and lies in the middle. In a tiff, which has no paper, the resolution
+ * is the one at which the picture just fits. Any other size is told on standard error and ignored; not
+ * set or empty: each page is as large as its picture.
  * Errors: -ENODATA no page pending; -EINVAL unknown extension (nothing is written or kept, as
  * there; the sources are where they were); -EFBIG a pdf past 10 GB; otherwise as there. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);

@@ -1,5 +1,8 @@
 #include "library/output/bmp_reader.h"
 
+#include "library/imaging/colour_profile.h"
+#include "library/output/bmp_runs.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -14,6 +17,8 @@ constexpr std::uint32_t kCoreHeader = 12; ///< OS/2's, with sizes of 16 bit
 constexpr std::uint32_t kInfoHeader = 40;
 constexpr std::uint32_t kLargestHeader = 124;
 constexpr std::uint32_t kUncompressed = 0;
+constexpr std::uint32_t kRuns8 = 1;
+constexpr std::uint32_t kRuns4 = 2;
 constexpr std::uint32_t kBitFields = 3;
 
 struct Colour
@@ -33,6 +38,7 @@ struct Header
     std::int64_t height = 0;
     bool topDown = false;
     unsigned bits = 0;
+    bool runs = false; ///< run-length coded
     std::array<std::uint32_t, 3> masks{}; ///< red, green, blue; 16 and 32 bits only
     std::int32_t pixelsPerMetre = 0;
 };
@@ -104,7 +110,10 @@ Result<Header> readHeader(ByteView data)
     const bool known = header.bits == 1 || header.bits == 4 || header.bits == 8 || header.bits == 16
         || header.bits == 24 || header.bits == 32;
     const bool masked = header.bits == 16 || header.bits == 32;
-    if (!known || (compression != kUncompressed && !(compression == kBitFields && masked)))
+    header.runs =
+        (compression == kRuns8 && header.bits == 8) || (compression == kRuns4 && header.bits == 4);
+    if (!known
+        || (compression != kUncompressed && !header.runs && !(compression == kBitFields && masked)))
         return bad("a kind that is not read here");
     if (header.width <= 0 || header.height == 0)
         return bad("no size");
@@ -154,6 +163,15 @@ std::uint8_t scaled(std::uint32_t pixel, std::uint32_t mask)
     return static_cast<std::uint8_t>((pixel & mask) / lowest * std::uint64_t{255} / most);
 }
 
+void putColour(const Colour &colour, PixelFormat format, std::uint8_t *&out)
+{
+    *out++ = colour.red;
+    if (format == PixelFormat::Gray8)
+        return;
+    *out++ = colour.green;
+    *out++ = colour.blue;
+}
+
 void readPaletteRow(const std::uint8_t *in, const Header &header, const Palette &palette,
                     Image &image, std::uint8_t *out)
 {
@@ -161,14 +179,7 @@ void readPaletteRow(const std::uint8_t *in, const Header &header, const Palette 
     const unsigned mask = (1U << header.bits) - 1;
     for (unsigned x = 0; x < static_cast<unsigned>(image.width()); ++x) {
         const unsigned shift = 8 - header.bits * (x % perByte + 1);
-        const Colour &colour = palette[in[x / perByte] >> shift & mask];
-        if (image.format() == PixelFormat::Gray8) {
-            *out++ = colour.red;
-        } else {
-            *out++ = colour.red;
-            *out++ = colour.green;
-            *out++ = colour.blue;
-        }
+        putColour(palette[in[x / perByte] >> shift & mask], image.format(), out);
     }
 }
 
@@ -188,6 +199,46 @@ void readDirectRow(ByteView data, std::size_t at, const Header &header, int widt
     }
 }
 
+/// Runs can leave pixels out, so a few bytes may stand for a picture of any size. A huge one is
+/// believed from one byte for 4096 pixels on.
+bool isPlausible(const Header &header, std::size_t runBytes)
+{
+    constexpr std::int64_t kBelievedPixels = 32'000'000;
+    constexpr std::int64_t kMostPixelsPerByte = 4096;
+    const std::int64_t pixels = header.width * header.height;
+    return pixels <= kBelievedPixels
+        || pixels / kMostPixelsPerByte <= static_cast<std::int64_t>(runBytes);
+}
+
+Result<void> readRuns(ByteView runs, const Header &header, const Palette &palette, Image &image)
+{
+    const auto width = static_cast<std::size_t>(header.width);
+    const auto rows = static_cast<std::size_t>(header.height);
+    Bytes indices(width * rows);
+    if (Result<void> decoded = decodeBmpRuns(runs, header.bits, width, indices); !decoded)
+        return decoded;
+    for (std::size_t y = 0; y < rows; ++y) {
+        const std::uint8_t *in = indices.data() + width * (header.topDown ? y : rows - 1 - y);
+        std::uint8_t *out = image.row(static_cast<int>(y));
+        for (std::size_t x = 0; x < width; ++x)
+            putColour(palette[in[x]], image.format(), out);
+    }
+    return {};
+}
+
+/// An ICC profile that the longest head names (Microsoft's BITMAPV5HEADER); empty without one.
+ByteView profileOf(ByteView data)
+{
+    constexpr std::uint32_t kEmbedded = 0x4D424544; // 'MBED'
+    if (u32(data, kFileHeader) != kLargestHeader || u32(data, kFileHeader + 56) != kEmbedded)
+        return {};
+    const std::size_t at = std::size_t{u32(data, kFileHeader + 112)} + kFileHeader;
+    const std::size_t size = u32(data, kFileHeader + 116);
+    if (at > data.size || size > data.size - at)
+        return {};
+    return {data.data + at, size};
+}
+
 bool isBlackAndWhite(const Palette &palette)
 {
     return (palette[0].red == 0 && palette[1].red == 255)
@@ -204,9 +255,12 @@ Result<Image> readBmp(ByteView content)
     const Header &header = parsed.value();
     if (!isReasonableSize(header.width, header.height))
         return Error{-EFBIG, "BMP: picture too large"};
+    if (header.pixelsAt > content.size)
+        return bad("pixels cut off");
+    const ByteView coded(content.data + header.pixelsAt, content.size - header.pixelsAt);
     const std::size_t stride = rowBytes(header);
     const auto rows = static_cast<std::size_t>(header.height);
-    if (header.pixelsAt > content.size || stride * rows > content.size - header.pixelsAt)
+    if (header.runs ? !isPlausible(header, coded.size) : stride * rows > coded.size)
         return bad("pixels cut off");
 
     Palette palette{};
@@ -217,16 +271,21 @@ Result<Image> readBmp(ByteView content)
             format = PixelFormat::Gray8;
     }
     Image image(static_cast<int>(header.width), static_cast<int>(header.height), format);
-    for (std::size_t y = 0; y < rows; ++y) {
-        const std::size_t at = header.pixelsAt + stride * (header.topDown ? y : rows - 1 - y);
+    if (header.runs) {
+        if (Result<void> read = readRuns(coded, header, palette, image); !read)
+            return read.error();
+    }
+    for (std::size_t y = 0; y < rows && !header.runs; ++y) {
+        const std::size_t at = stride * (header.topDown ? y : rows - 1 - y);
         std::uint8_t *out = image.row(static_cast<int>(y));
         if (header.bits <= 8)
-            readPaletteRow(content.data + at, header, palette, image, out);
+            readPaletteRow(coded.data + at, header, palette, image, out);
         else
-            readDirectRow(content, at, header, image.width(), out);
+            readDirectRow(coded, at, header, image.width(), out);
     }
     if (header.bits == 1 && format == PixelFormat::Gray8 && isBlackAndWhite(palette))
         image.setBilevel(true);
+    convertToSrgb(image, profileOf(content));
     if (header.pixelsPerMetre > 0)
         image.setDpi(std::round(header.pixelsPerMetre * 0.0254 * 100) / 100);
     return image;

@@ -7,9 +7,10 @@
 
 namespace korv {
 
-/// Reads an uncompressed Windows bitmap: 1, 4, 8, 16, 24 or 32 bits a pixel, rows either way up.
-/// Pictures whose palette is gray become Gray8, 1-bit ones of black and white bilevel. Run-length
-/// coded ones are refused. -EBADMSG, -EFBIG. Source: Microsoft's BITMAPINFOHEADER.
+/// Reads a Windows bitmap: 1, 4, 8, 16, 24 or 32 bits a pixel, rows either way up; those of 4 and 8
+/// also run-length coded, where pixels that are left out have the palette's first colour. Pictures
+/// whose palette is gray become Gray8, 1-bit ones of black and white bilevel. -EBADMSG, -EFBIG.
+/// Source: Microsoft's BITMAPINFOHEADER.
 Result<Image> readBmp(ByteView content);
 
 /// From the header only. -EBADMSG.

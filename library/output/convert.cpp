@@ -1,5 +1,6 @@
 #include "library/output/convert.h"
 
+#include "library/base/log.h"
 #include "library/base/thread.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
@@ -11,6 +12,7 @@
 #include "library/output/jpeg_reuse.h"
 #include "library/output/rescue.h"
 #include "library/output/source_file.h"
+#include "library/output/tiff_pages.h"
 
 #include <cerrno>
 #include <memory>
@@ -126,10 +128,12 @@ private:
     std::thread m_thread;
 };
 
-/// Whether the picture's rows come out of the decoder as they stand in the new file.
-bool comesInOrder(const jpeg::Info &info)
+/// Whether the picture's rows come out of the decoder as they stand in the new file, colours too.
+bool comesInOrder(const jpeg::Structure &structure)
 {
-    return info.orientation == 1 && !info.bilevel && (info.components == 1 || info.components == 3)
+    const jpeg::Info &info = structure.info;
+    return !structure.hasProfile && info.orientation == 1 && !info.bilevel
+        && (info.components == 1 || info.components == 3)
         && isReasonableSize(info.width, info.height);
 }
 
@@ -153,6 +157,17 @@ std::optional<Result<void>> convertAsRowsCome(ByteView content, const jpeg::Info
     });
 }
 
+/// A single picture has room for one page.
+void tellOfOtherPages(const std::string &source, ByteView content)
+{
+    if (recogniseFormat(content) != SourceFormat::Tiff)
+        return;
+    const std::size_t pages = tiffPages(content).directories.size();
+    if (pages > 1)
+        logLine(source + " has " + std::to_string(pages)
+                + " pages, of which a single picture holds the first; pdf, ofd and tiff hold all");
+}
+
 Result<void> convertPicture(const std::string &source, const Format &format, Output &output,
                             int quality)
 {
@@ -166,11 +181,12 @@ Result<void> convertPicture(const std::string &source, const Format &format, Out
         if (!structure)
             return structure.error();
         const jpeg::Info &info = structure.value().info;
-        if (comesInOrder(info) && jpeg::isPlausible(info, content.size())) {
+        if (comesInOrder(structure.value()) && jpeg::isPlausible(info, content.size())) {
             if (const auto result = convertAsRowsCome(content, info, format, output, quality))
                 return *result;
         }
     }
+    tellOfOtherPages(source, content);
     Result<Image> image = loadImage(content);
     if (!image)
         return image.error();
@@ -192,7 +208,7 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     std::vector<std::string> left = {source};
     Result<void> converted = withoutExceptions([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
-            return writeDocument({source}, *format, destination, quality, left);
+            return writeDocument({source}, *format, destination, quality, {}, left);
         Output output(destination);
         Result<void> result = convertPicture(source, *format, output, quality);
         if (output.isFinished())

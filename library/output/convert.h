@@ -8,8 +8,9 @@
 namespace korv {
 
 /// Converts image file `source` (format by content) into the new file `destination` (format by
-/// extension); an existing file stays, see Existing::KeepBoth. When it fails for any reason but the
-/// extension, a source that is a working file is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
+/// extension), of a TIFF all pages, or the first one where there is room for one only; an existing file
+/// stays, see Existing::KeepBoth. When it fails for any reason but the extension, a source that is a
+/// working file is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
 /// unreadable source, -EFBIG, or errno.
 Result<void> convertImage(const std::string &source, const std::string &destination, int quality);
 

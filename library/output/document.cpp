@@ -1,5 +1,6 @@
 #include "library/output/document.h"
 
+#include "library/base/log.h"
 #include "library/output/atomic_file.h"
 #include "library/output/file_names.h"
 #include "library/output/page_prefetcher.h"
@@ -7,6 +8,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <utility>
 
 namespace korv {
 
@@ -26,15 +28,59 @@ PageOptions pageOptions(const Format &format, int quality)
     PageOptions options;
     options.quality = quality;
     options.plainJpegOnly = format.plainJpegOnly;
-    options.codeLineart = format.codeLineart;
+    options.codePixels = format.codePixels;
     return options;
 }
+
+/// Pages that are missing, and from which sources.
+class MissingPages
+{
+public:
+    explicit MissingPages(const std::vector<std::string> &sources)
+        : m_sources(sources)
+    {
+    }
+
+    void add(std::size_t number, const SourcePage &page, const Error &problem)
+    {
+        const std::string &source = m_sources[page.source];
+        if (m_first)
+            m_first = problem;
+        if (m_left.empty() || m_left.back() != source)
+            m_left.push_back(source);
+        if (++m_count > kMostTold)
+            return;
+        std::string text = "page " + std::to_string(number) + " is missing: " + source;
+        if (page.pages > 1)
+            text += ", its page " + std::to_string(page.page + 1);
+        logLine(text + ": " + problem.text);
+    }
+
+    /// Call it when all pages are through.
+    void tellTheRest() const
+    {
+        if (m_count > kMostTold)
+            logLine(std::to_string(m_count - kMostTold) + " more pages are missing");
+    }
+
+    const Result<void> &firstProblem() const { return m_first; }
+    std::vector<std::string> takeSources() { return std::move(m_left); }
+
+private:
+    /// A small file can list a million pages that are none.
+    static constexpr std::size_t kMostTold = 100;
+
+    const std::vector<std::string> &m_sources;
+    std::size_t m_count = 0;
+    std::vector<std::string> m_left;
+    Result<void> m_first;
+};
 
 } // namespace
 
 Result<void> writeDocument(const std::vector<std::string> &sources, const Format &format,
                            const std::string &destination, int quality,
-                           std::vector<std::string> &left)
+                           const DocumentSettings &settings, std::vector<std::string> &left)
 {
     left = sources;
     if (sources.empty())
@@ -43,30 +89,39 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     if (!file)
         return file.error();
     DocumentOptions options = optionsFor(file.value()->path());
+    if (!settings.title.empty())
+        options.title = settings.title;
     options.pageCount = static_cast<int>(sources.size());
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PagePrefetcher pages(sources, pageOptions(format, quality));
-    std::vector<std::string> unreadable;
-    Result<void> firstProblem;
-    for (const std::string &source : sources) {
-        const Result<Page> &page = pages.next();
-        if (!page) {
-            unreadable.push_back(source);
-            if (firstProblem)
-                firstProblem = page.error();
+    PageOptions making = pageOptions(format, quality);
+    making.sheet = settings.sheet;
+    PagePrefetcher pages(sources, making);
+    MissingPages missing(sources);
+    std::size_t number = 0;
+    bool hasPages = false;
+    while (const SourcePage *page = pages.next()) {
+        ++number;
+        if (!page->content) {
+            missing.add(number, *page, page->content.error());
             continue;
         }
-        if (Result<void> added = writer->addPage(page.value()); !added)
+        Result<void> added = writer->addPage(page->content.value());
+        if (!added && added.code() != kUnfitPage)
             return added;
+        if (added)
+            hasPages = true;
+        else
+            missing.add(number, *page, added.error());
     }
-    if (unreadable.size() == sources.size())
-        return firstProblem;
+    missing.tellTheRest();
+    if (!hasPages)
+        return missing.firstProblem();
     if (Result<void> finished = writer->finish(); !finished)
         return finished;
     Result<void> committed = file.value()->commit();
     if (file.value()->isNamed())
-        left = std::move(unreadable);
-    return committed ? firstProblem : committed;
+        left = missing.takeSources();
+    return committed ? missing.firstProblem() : committed;
 }
 
 Result<void> writeDocument(const Image &image, const Format &format, const std::string &destination,

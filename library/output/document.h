@@ -2,6 +2,7 @@
 
 #include "library/base/result.h"
 #include "library/imaging/image.h"
+#include "library/output/document_settings.h"
 #include "library/output/format.h"
 
 #include <string>
@@ -9,15 +10,16 @@
 
 namespace korv {
 
-/// Writes picture files as the pages of one document; the file appears whole or not at all, and an
-/// existing one stays (Existing::KeepBoth). `format` must be a document's. A page that cannot be
-/// read does not spoil the document: the others are written, and the result is its error; without
-/// any readable page no file is made. `left` becomes the sources that are in no finished file; it
-/// is right also when an exception ends the call. -ENODATA no pages. Throws what the standard
-/// library throws.
+/// Writes picture files as the pages of one document, a TIFF as all of its pages; the file appears
+/// whole or not at all, and an existing one stays (Existing::KeepBoth). `format` must be a
+/// document's. A page that cannot be had does not spoil the document: the others are written,
+/// standard error tells which one is missing and why, and the result is the first one's error;
+/// without any page no file is made. `left` becomes the sources that are not, or not with all
+/// pages, in a finished file; it is right also when an exception ends the call. -ENODATA no pages.
+/// Throws what the standard library throws.
 Result<void> writeDocument(const std::vector<std::string> &sources, const Format &format,
                            const std::string &destination, int quality,
-                           std::vector<std::string> &left);
+                           const DocumentSettings &settings, std::vector<std::string> &left);
 
 /// The same with pixels as the only page.
 Result<void> writeDocument(const Image &image, const Format &format, const std::string &destination,

@@ -4,6 +4,7 @@
 #include "library/output/byte_sink.h"
 #include "library/output/page.h"
 
+#include <cerrno>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -17,13 +18,17 @@ struct DocumentOptions
     int pageCount = 0; ///< 0 when not known beforehand
 };
 
+/// What a writer answers for a page that its format does not take.
+inline constexpr int kUnfitPage = -EBADMSG;
+
 /// Writes pages as they come; memory does not grow with their number but for a few bytes each.
 class DocumentWriter
 {
 public:
     virtual ~DocumentWriter() = default;
 
-    /// Errors: what the sink answered, -ENOMEM.
+    /// Errors: kUnfitPage: this page cannot stand in such a document, the others can go on;
+    /// otherwise what the sink answered, which ends the document.
     virtual Result<void> addPage(const Page &page) = 0;
 
     /// Ends the document; call it once, after at least one page.

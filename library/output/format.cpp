@@ -3,11 +3,10 @@
 #include "library/imaging/jpeg.h"
 #include "library/imaging/resolution.h"
 #include "library/output/bmp_writer.h"
-#include "library/output/ccitt_encoder.h"
 #include "library/output/file_names.h"
-#include "library/output/memory_sink.h"
 #include "library/output/ofd_writer.h"
 #include "library/output/pdf_writer.h"
+#include "library/output/pixel_coders.h"
 #include "library/output/png_writer.h"
 #include "library/output/tiff_writer.h"
 
@@ -43,19 +42,6 @@ Result<void> writeBmpPicture(const Image &image, const PictureOptions &, ByteSin
     return writeBmp(image, {dpiOf(image)}, sink);
 }
 
-Result<Bytes> lineartAsCcitt(const Page &page)
-{
-    return encodeCcittG4(*page.lineart);
-}
-
-Result<Bytes> lineartAsPng(const Page &page)
-{
-    MemorySink png;
-    if (Result<void> written = writePng(*page.lineart, {page.dpi, nullptr}, png); !written)
-        return written.error();
-    return png.take();
-}
-
 template <typename Writer>
 std::unique_ptr<DocumentWriter> make(ByteSink &sink, const DocumentOptions &options)
 {
@@ -67,10 +53,10 @@ constexpr std::array<Format, 8> kFormats = {{
     {"jpeg", FormatKind::Jpeg, false, nullptr, false, writeJpegPicture, nullptr},
     {"png", FormatKind::Picture, false, nullptr, true, writePngPicture, nullptr},
     {"bmp", FormatKind::Picture, false, nullptr, false, writeBmpPicture, nullptr},
-    {"tif", FormatKind::Document, true, lineartAsCcitt, false, nullptr, make<TiffWriter>},
-    {"tiff", FormatKind::Document, true, lineartAsCcitt, false, nullptr, make<TiffWriter>},
-    {"pdf", FormatKind::Document, false, lineartAsCcitt, false, nullptr, make<PdfWriter>},
-    {"ofd", FormatKind::Document, false, lineartAsPng, false, nullptr, make<OfdWriter>},
+    {"tif", FormatKind::Document, true, codePixelsForTiff, false, nullptr, make<TiffWriter>},
+    {"tiff", FormatKind::Document, true, codePixelsForTiff, false, nullptr, make<TiffWriter>},
+    {"pdf", FormatKind::Document, false, codePixelsForPdf, false, nullptr, make<PdfWriter>},
+    {"ofd", FormatKind::Document, false, codePixelsAsPng, false, nullptr, make<OfdWriter>},
 }};
 
 } // namespace

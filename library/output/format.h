@@ -30,7 +30,7 @@ struct Format
     const char *extension; ///< lower case, without the dot
     FormatKind kind;
     bool plainJpegOnly; ///< documents: see PageOptions
-    LineartCoder codeLineart; ///< documents: see PageOptions
+    PixelCoder codePixels; ///< documents: see PageOptions
     bool takesRowsAsTheyCome; ///< pictures: see PictureOptions
     /// Writes one picture; null for documents.
     Result<void> (*writePicture)(const Image &, const PictureOptions &, ByteSink &);

@@ -5,8 +5,10 @@
 #include "library/output/bmp_reader.h"
 #include "library/output/png_reader.h"
 #include "library/output/source_file.h"
+#include "library/output/tiff_pages.h"
 #include "library/output/tiff_reader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -20,6 +22,14 @@ constexpr std::size_t kCheckedPart = 64 * 1024;
 bool startsWith(ByteView content, const char *magic, std::size_t length)
 {
     return content.size >= length && std::memcmp(content.data, magic, length) == 0;
+}
+
+std::uint64_t tiffPage(ByteView content, std::uint64_t directory)
+{
+    if (directory != kFirstPage)
+        return directory;
+    const TiffPages pages = tiffPages(content);
+    return pages.directories.empty() ? kFirstPage : pages.directories.front();
 }
 
 Error unknownFormat()
@@ -46,6 +56,16 @@ Result<PictureSize> jpegSize(ByteView content)
     return PictureSize{structure.value().info.width, structure.value().info.height};
 }
 
+Result<void> checkPage(ByteView content, std::uint64_t directory)
+{
+    const Result<PictureSize> size = pictureSize(content, directory);
+    if (!size)
+        return size.error();
+    if (!isReasonableSize(size.value().width, size.value().height))
+        return Error{-EFBIG, "picture too large"};
+    return {};
+}
+
 } // namespace
 
 SourceFormat recogniseFormat(ByteView content)
@@ -63,7 +83,7 @@ SourceFormat recogniseFormat(ByteView content)
     return SourceFormat::Unknown;
 }
 
-Result<Image> loadImage(ByteView content)
+Result<Image> loadImage(ByteView content, std::uint64_t directory)
 {
     try {
         switch (recogniseFormat(content)) {
@@ -74,7 +94,7 @@ Result<Image> loadImage(ByteView content)
         case SourceFormat::Bmp:
             return readBmp(content);
         case SourceFormat::Tiff:
-            return readTiff(content);
+            return readTiff(content, tiffPage(content, directory));
         case SourceFormat::Unknown:
             break;
         }
@@ -84,7 +104,7 @@ Result<Image> loadImage(ByteView content)
     }
 }
 
-Result<PictureSize> pictureSize(ByteView content)
+Result<PictureSize> pictureSize(ByteView content, std::uint64_t directory)
 {
     switch (recogniseFormat(content)) {
     case SourceFormat::Jpeg:
@@ -94,7 +114,7 @@ Result<PictureSize> pictureSize(ByteView content)
     case SourceFormat::Bmp:
         return bmpSize(content);
     case SourceFormat::Tiff:
-        return tiffSize(content);
+        return tiffSize(content, tiffPage(content, directory));
     case SourceFormat::Unknown:
         break;
     }
@@ -103,12 +123,20 @@ Result<PictureSize> pictureSize(ByteView content)
 
 Result<void> checkImage(ByteView content)
 {
-    const Result<PictureSize> size = pictureSize(content);
-    if (!size)
-        return size.error();
-    if (!isReasonableSize(size.value().width, size.value().height))
-        return Error{-EFBIG, "picture too large"};
-    return {};
+    if (recogniseFormat(content) != SourceFormat::Tiff)
+        return checkPage(content, kFirstPage);
+    // one broken page does not spoil the others
+    constexpr std::size_t kMostChecked = 64;
+    const std::vector<std::uint64_t> pages = tiffPages(content).directories;
+    Result<void> firstProblem = Error{-EBADMSG, "TIFF: no page"};
+    for (std::size_t i = 0; i < std::min(pages.size(), kMostChecked); ++i) {
+        Result<void> checked = checkPage(content, pages[i]);
+        if (checked)
+            return checked;
+        if (i == 0)
+            firstProblem = checked;
+    }
+    return firstProblem;
 }
 
 Result<void> checkImageFile(const std::string &path)

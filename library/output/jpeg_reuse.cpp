@@ -36,7 +36,27 @@ bool hasTooManyScans(ByteView jpeg)
     return true;
 }
 
+/// What TIFF's YCbCrSubsampling can say (TIFF 6.0, section 21).
+bool isOrdinaryFactor(int factor)
+{
+    return factor == 1 || factor == 2 || factor == 4;
+}
+
+bool hasOrdinarySampling(const jpeg::Info &info)
+{
+    // a single component's factors have no effect, and mending makes them plain
+    return info.components == 1
+        || (info.plainChroma && isOrdinaryFactor(info.lumaHorizontal)
+            && isOrdinaryFactor(info.lumaVertical));
+}
+
 } // namespace
+
+bool fitsTiff(const jpeg::Info &info)
+{
+    return info.components != 4 && info.precision == 8 && info.huffman && !info.progressive
+        && hasOrdinarySampling(info);
+}
 
 Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure,
                               const ReuseOptions &options, Bytes &storage)
@@ -48,7 +68,7 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
         return Error{-EBADMSG, "JPEG: too few data for the size it states"};
     if (info.progressive && hasTooManyScans(content.first(structure.end)))
         return Error{-EBADMSG, "JPEG: too many scans"};
-    if (options.plainOnly && !info.plainChroma)
+    if (options.plainOnly && !hasOrdinarySampling(info))
         return ByteView();
     const bool tooFine =
         options.quality < kUnchangedQuality && !jpeg::isAsCoarseAs(structure, options.quality);

@@ -12,6 +12,9 @@ struct ReuseOptions
     bool plainOnly = false; ///< the file wants baseline JPEG with ordinary sampling
 };
 
+/// Whether a TIFF can hold such a JPEG as it is (TIFF 6.0, section 21, and Technical Note 2).
+bool fitsTiff(const jpeg::Info &info);
+
 /// The JPEG at the start of `content` as bytes that a new file can take without decoding and coding
 /// again: as they are, mended, or changed on the coefficients (turned upright, coarser, baseline).
 /// An empty view when that is not possible. `structure` is that of the content; `storage` holds the

@@ -1,10 +1,11 @@
 #include "library/output/ofd_writer.h"
 
 #include "library/output/decimal.h"
-#include "library/output/memory_sink.h"
 #include "library/output/ofd_xml.h"
-#include "library/output/png_writer.h"
 #include "library/output/random_hex.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace korv {
 
@@ -17,11 +18,17 @@ std::string millimetres(int pixels, double dpi)
     return decimal(pixels * 25.4 / dpi, 3);
 }
 
+/// In millimetres, on each side of a picture in the middle of a sheet's side.
+std::string marginOf(double side, int pixels, double dpi)
+{
+    return decimal(std::max(0.0, (side - pixels * 25.4 / dpi) / 2), 3);
+}
+
 /// Some readers put the folder in front of a name only when the name does not hold the folder's
 /// name already, so pictures must not be called "Res...".
-std::string pictureName(std::size_t index, bool lineart)
+std::string pictureName(std::size_t index, bool png)
 {
-    return "image_" + std::to_string(index) + (lineart ? ".png" : ".jpg");
+    return "image_" + std::to_string(index) + (png ? ".png" : ".jpg");
 }
 
 std::string pageLocation(std::size_t index)
@@ -48,32 +55,24 @@ OfdWriter::OfdWriter(ByteSink &sink, const DocumentOptions &options)
 
 Result<void> OfdWriter::writePicture(const Page &page, std::size_t index)
 {
-    const bool lineart = page.lineart != nullptr;
-    const std::string name =
-        std::string("Doc_0/") + kPictureFolder + "/" + pictureName(index, lineart);
-    if (!lineart)
-        return m_zip.add(name, page.jpeg, ZipMethod::Stored);
-    if (!page.codedLineart.empty())
-        return m_zip.add(name, page.codedLineart, ZipMethod::Stored);
-    MemorySink png;
-    if (Result<void> written = writePng(*page.lineart, {page.dpi}, png); !written)
-        return written;
-    return m_zip.add(name, png.bytes(), ZipMethod::Stored);
+    const bool png = page.pixels != nullptr;
+    const std::string name = std::string("Doc_0/") + kPictureFolder + "/" + pictureName(index, png);
+    return m_zip.add(name, png ? page.coded : page.jpeg, ZipMethod::Stored);
 }
 
 Result<void> OfdWriter::writePage(std::size_t index, unsigned layerId, unsigned objectId,
-                                  const Entry &entry, const std::string &box)
+                                  const PlacedEntry &entry, const std::string &box)
 {
     OfdXml xml("Page");
     xml.root().child("Area").text("PhysicalBox", "0 0 " + box);
     OfdElement layer = xml.root().child("Content").child("Layer");
     layer.attribute("ID", layerId).attribute("Type", "Body");
-    const std::size_t space = box.find(' ');
     // the picture is the unit square; without CTM it would be one millimetre wide
-    const std::string transform = box.substr(0, space) + " 0 0 " + box.substr(space + 1) + " 0 0";
+    const std::string transform = entry.width + " 0 0 " + entry.height + " 0 0";
     layer.child("ImageObject")
         .attribute("ID", objectId)
-        .attribute("Boundary", "0 0 " + box)
+        .attribute("Boundary",
+                   entry.left + " " + entry.top + " " + entry.width + " " + entry.height)
         .attribute("CTM", transform)
         .attribute("ResourceID", entry.pictureId);
     const std::string text = xml.text();
@@ -84,22 +83,27 @@ Result<void> OfdWriter::writePage(std::size_t index, unsigned layerId, unsigned 
 Result<void> OfdWriter::addPage(const Page &page)
 {
     const std::size_t index = m_entries.size();
-    Entry entry;
+    PlacedEntry entry;
     entry.pageId = nextId();
     const unsigned layerId = nextId();
     const unsigned objectId = nextId();
     entry.pictureId = nextId();
-    entry.lineart = page.lineart != nullptr;
-    const std::string width = millimetres(page.width, page.dpi);
-    const std::string height = millimetres(page.height, page.dpi);
-    if (index == 0) {
-        m_width = width;
-        m_height = height;
+    entry.png = page.pixels != nullptr;
+    entry.width = millimetres(page.width, page.dpi);
+    entry.height = millimetres(page.height, page.dpi);
+    std::string box = entry.width + " " + entry.height;
+    if (page.sheet) {
+        box = decimal(page.sheet->width, 3) + " " + decimal(page.sheet->height, 3);
+        entry.left = marginOf(page.sheet->width, page.width, page.dpi);
+        entry.top = marginOf(page.sheet->height, page.height, page.dpi);
     }
+    if (index == 0)
+        m_box = box;
     if (Result<void> written = writePicture(page, index); !written)
         return written;
-    m_entries.push_back(entry);
-    return writePage(index, layerId, objectId, entry, width + " " + height);
+    Result<void> written = writePage(index, layerId, objectId, entry, box);
+    m_entries.push_back({entry.pageId, entry.pictureId, entry.png});
+    return written;
 }
 
 Result<void> OfdWriter::writePictureList()
@@ -112,8 +116,8 @@ Result<void> OfdWriter::writePictureList()
         list.child("MultiMedia")
             .attribute("ID", entry.pictureId)
             .attribute("Type", "Image")
-            .attribute("Format", entry.lineart ? "PNG" : "JPEG")
-            .text("MediaFile", pictureName(i, entry.lineart));
+            .attribute("Format", entry.png ? "PNG" : "JPEG")
+            .text("MediaFile", pictureName(i, entry.png));
     }
     const std::string text = xml.text();
     return m_zip.add("Doc_0/DocumentRes.xml", ByteView(text.data(), text.size()),
@@ -140,7 +144,7 @@ Result<void> OfdWriter::writeDocument()
     OfdXml xml("Document");
     OfdElement common = xml.root().child("CommonData");
     common.text("MaxUnitID", std::to_string(m_lastId));
-    common.child("PageArea").text("PhysicalBox", "0 0 " + m_width + " " + m_height);
+    common.child("PageArea").text("PhysicalBox", "0 0 " + m_box);
     common.text("PublicRes", "PublicRes.xml");
     common.text("DocumentRes", "DocumentRes.xml");
     OfdElement pages = xml.root().child("Pages");

@@ -1,22 +1,51 @@
 #pragma once
 
 #include "library/base/bytes.h"
+#include "library/base/result.h"
 #include "library/imaging/image.h"
 #include "library/imaging/jpeg.h"
 
+#include <optional>
+
 namespace korv {
 
-/// One page as the document writers take it: a JPEG to be stored byte for byte, or a picture of two
-/// levels. Both belong to whoever made the page.
+/// How pixels are coded that are no JPEG.
+enum class PixelCoding {
+    CcittG4, ///< two levels, see encodeCcittG4()
+    Deflate, ///< see encodeDeflate()
+    Png, ///< a PNG file
+};
+
+struct CodedPixels
+{
+    Bytes data;
+    PixelCoding coding = PixelCoding::Png;
+};
+
+/// Codes a picture, without loss, the way its container stores it. Errors: -ENOMEM.
+using PixelCoder = Result<CodedPixels> (*)(const Image &image, double dpi);
+
+/// A sheet of paper, in millimetres.
+struct SheetSize
+{
+    double width = 0;
+    double height = 0;
+};
+
+/// One page as the document writers take it: a JPEG to be stored byte for byte, or coded pixels.
+/// Both belong to whoever made the page.
 struct Page
 {
-    ByteView jpeg; ///< complete file; empty for lineart
+    ByteView jpeg; ///< complete file; empty for coded pixels
     jpeg::Info info; ///< of the JPEG
-    const Image *lineart = nullptr; ///< bilevel; null for a JPEG page
-    ByteView codedLineart; ///< in the container's coding; empty: the writer codes it
+    ByteView profile; ///< ICC profile of the JPEG's colours, fit to be stored; empty: sRGB
+    const Image *pixels = nullptr; ///< what is coded; null for a JPEG page
+    ByteView coded;
+    PixelCoding coding = PixelCoding::Png;
     int width = 0; ///< pixels
     int height = 0;
     double dpi = 0; ///< above 0
+    std::optional<SheetSize> sheet; ///< the picture lies in its middle; none: it is the page
 };
 
 } // namespace korv

@@ -1,47 +1,75 @@
 #include "library/output/page_maker.h"
 
+#include "library/imaging/colour_profile.h"
+#include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/resolution.h"
 #include "library/output/image_loader.h"
 #include "library/output/jpeg_reuse.h"
 #include "library/output/source_file.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace korv {
 
 namespace {
 
 constexpr std::int64_t kLargePicture = 40'000'000; ///< pixels
+constexpr int kLossless = 100; ///< quality at which pixels stay what they are
+
+/// Chooses the resolution at which the picture just fits on its sheet, which is turned to suit it.
+void fitToSheet(Page &page)
+{
+    constexpr double kInch = 25.4;
+    if ((page.width > page.height) != (page.sheet->width > page.sheet->height))
+        std::swap(page.sheet->width, page.sheet->height);
+    page.dpi =
+        std::max(page.width * kInch / page.sheet->width, page.height * kInch / page.sheet->height);
+}
 
 } // namespace
 
-Result<Page> PageMaker::lineartPage(const Image &image)
+void PageMaker::place(Page &page, double statedDpi) const
+{
+    page.sheet = m_options.sheet;
+    page.dpi = effectiveDpi(page.width, page.height, statedDpi);
+    if (page.sheet)
+        fitToSheet(page);
+}
+
+Result<Page> PageMaker::pixelPage(const Image &image)
 {
     Page page;
-    page.lineart = &image;
+    page.pixels = &image;
     page.width = image.width();
     page.height = image.height();
-    page.dpi = effectiveDpi(image.width(), image.height(), image.dpi());
-    if (m_options.codeLineart == nullptr)
-        return page;
-    Result<Bytes> coded = m_options.codeLineart(page);
+    place(page, image.dpi());
+    Result<CodedPixels> coded = m_options.codePixels(image, page.dpi);
     if (!coded)
         return coded.error();
-    m_coded = std::move(coded).value();
-    page.codedLineart = m_coded;
+    m_coded = std::move(coded.value().data);
+    page.coded = m_coded;
+    page.coding = coded.value().coding;
     return page;
 }
 
 Result<Page> PageMaker::jpegPage(ByteView jpeg)
 {
-    const Result<jpeg::Info> info = jpeg::readInfo(jpeg);
-    if (!info)
-        return info.error();
+    const Result<jpeg::Structure> structure = jpeg::readHeaders(jpeg);
+    if (!structure)
+        return structure.error();
     Page page;
     page.jpeg = jpeg;
-    page.info = info.value();
+    page.info = structure.value().info;
     page.width = page.info.width;
     page.height = page.info.height;
-    page.dpi = effectiveDpi(page.width, page.height, page.info.dpi);
+    if (structure.value().hasProfile) {
+        m_profile = jpeg::profileOf(jpeg, structure.value());
+        page.profile = usableProfile(
+            m_profile, page.info.components == 1 ? ProfilePixels::Gray : ProfilePixels::Rgb);
+    }
+    place(page, page.info.dpi);
     return page;
 }
 
@@ -69,20 +97,28 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
         return image.error();
     m_image = std::move(image).value();
     if (m_image.isBilevel())
-        return lineartPage(m_image);
+        return pixelPage(m_image);
     const jpeg::Info &info = structure.info;
     return encoded(m_image, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation)));
 }
 
-Result<Page> PageMaker::fromContent()
+Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
 {
-    if (recogniseFormat(m_content) == SourceFormat::Jpeg) {
-        const Result<jpeg::Structure> structure = jpeg::readStructure(m_content);
+    std::unique_lock<std::mutex> alone;
+    if (m_options.largePictures != nullptr) {
+        const Result<PictureSize> size = pictureSize(content, directory);
+        // nothing larger than reasonable is decoded; the product of such sides may not even exist
+        if (size && isReasonableSize(size.value().width, size.value().height)
+            && size.value().width * size.value().height > kLargePicture)
+            alone = std::unique_lock<std::mutex>(*m_options.largePictures);
+    }
+    if (recogniseFormat(content) == SourceFormat::Jpeg) {
+        const Result<jpeg::Structure> structure = jpeg::readStructure(content);
         if (!structure)
             return structure.error();
         return fromJpeg(structure.value());
     }
-    Result<Image> image = loadImage(m_content);
+    Result<Image> image = loadImage(content, directory);
     if (!image)
         return image.error();
     m_image = std::move(image).value();
@@ -91,17 +127,19 @@ Result<Page> PageMaker::fromContent()
 
 Result<Page> PageMaker::fromFile(const std::string &path)
 {
+    m_shared.reset();
     if (Result<void> read = readSourceFile(path, m_content); !read)
         return read.error();
-    std::unique_lock<std::mutex> alone;
-    if (m_options.largePictures != nullptr) {
-        const Result<PictureSize> size = pictureSize(m_content);
-        // nothing larger than reasonable is decoded; the product of such sides may not even exist
-        if (size && isReasonableSize(size.value().width, size.value().height)
-            && size.value().width * size.value().height > kLargePicture)
-            alone = std::unique_lock<std::mutex>(*m_options.largePictures);
-    }
-    Result<Page> page = fromContent();
+    Result<Page> page = fromContent(m_content, kFirstPage);
+    if (!page)
+        m_image = Image();
+    return page;
+}
+
+Result<Page> PageMaker::fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory)
+{
+    m_shared = std::move(content);
+    Result<Page> page = fromContent(*m_shared, directory);
     if (!page)
         m_image = Image();
     return page;
@@ -109,8 +147,9 @@ Result<Page> PageMaker::fromFile(const std::string &path)
 
 Result<Page> PageMaker::fromImage(const Image &image)
 {
-    if (image.isBilevel() && image.format() == PixelFormat::Gray8)
-        return lineartPage(image);
+    const bool bits = image.isBilevel() && image.format() == PixelFormat::Gray8;
+    if (bits || m_options.quality == kLossless)
+        return pixelPage(image);
     return encoded(image, jpeg::EncodeOptions().subsampling);
 }
 

@@ -22,6 +22,7 @@ std::size_t usefulThreads(std::size_t pages)
 
 PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const PageOptions &options)
     : m_sources(sources)
+    , m_feed(sources)
 {
     PageOptions shared = options;
     shared.largePictures = &m_largePictures;
@@ -48,51 +49,80 @@ PagePrefetcher::~PagePrefetcher()
         thread.join();
 }
 
-void PagePrefetcher::make(std::size_t index)
+void PagePrefetcher::make(const PageTask &task, Slot &slot)
 {
-    Slot &slot = slotOf(index);
+    slot.page.source = task.source;
+    slot.page.page = task.page;
+    slot.page.pages = task.pages;
     try {
-        slot.page = slot.maker.fromFile(m_sources[index]);
+        if (!task.problem)
+            slot.page.content = task.problem.error();
+        else if (task.tiff)
+            slot.page.content = slot.maker.fromTiff(task.tiff, task.directory);
+        else
+            slot.page.content = slot.maker.fromFile(m_sources[task.source]);
     } catch (...) {
-        slot.page = errorInFlight();
+        slot.page.content = errorInFlight();
     }
+}
+
+/// False when nobody needs more pages.
+bool PagePrefetcher::waitForRoom()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    // the page given last is in use until the next one is asked for
+    m_changed.wait(lock, [this] {
+        const std::size_t oldest = m_toGive == 0 ? 0 : m_toGive - 1;
+        return m_stopped || m_complete || m_taken < oldest + m_slots.size();
+    });
+    return !m_stopped && !m_complete;
+}
+
+std::optional<PageTask> PagePrefetcher::take(std::size_t &index)
+{
+    // files are opened here, so only those wait who would take a page as well
+    const std::lock_guard<std::mutex> feeding(m_feedMutex);
+    if (!waitForRoom())
+        return std::nullopt;
+    std::optional<PageTask> task = m_feed.next();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (task)
+        index = m_taken++;
+    else
+        m_complete = true;
+    m_changed.notify_all();
+    return task;
 }
 
 void PagePrefetcher::work()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    for (;;) {
-        // the page given last is in use until the next one is asked for
-        m_changed.wait(lock, [this] {
-            const std::size_t oldest = m_toGive == 0 ? 0 : m_toGive - 1;
-            return m_stopped || m_toMake == m_sources.size() || m_toMake < oldest + m_slots.size();
-        });
-        if (m_stopped || m_toMake == m_sources.size())
-            return;
-        const std::size_t index = m_toMake++;
-        lock.unlock();
-        make(index);
-        lock.lock();
+    std::size_t index = 0;
+    while (const std::optional<PageTask> task = take(index)) {
+        make(*task, slotOf(index));
+        const std::lock_guard<std::mutex> lock(m_mutex);
         slotOf(index).ready = true;
         m_changed.notify_all();
     }
 }
 
-const Result<Page> &PagePrefetcher::next()
+const SourcePage *PagePrefetcher::next()
 {
     const std::size_t index = m_toGive;
     if (m_threads.empty()) {
+        const std::optional<PageTask> task = m_feed.next();
+        if (!task)
+            return nullptr;
         ++m_toGive;
-        make(index);
-        return slotOf(index).page;
+        make(*task, slotOf(index));
+        return &slotOf(index).page;
     }
     std::unique_lock<std::mutex> lock(m_mutex);
     if (index > 0)
         slotOf(index - 1).ready = false;
     ++m_toGive;
     m_changed.notify_all();
-    m_changed.wait(lock, [&] { return slotOf(index).ready; });
-    return slotOf(index).page;
+    m_changed.wait(lock, [&] { return slotOf(index).ready || (m_complete && index >= m_taken); });
+    return slotOf(index).ready ? &slotOf(index).page : nullptr;
 }
 
 } // namespace korv

@@ -1,8 +1,8 @@
 #include "library/output/pdf_writer.h"
 
-#include "library/output/ccitt_encoder.h"
 #include "library/output/decimal.h"
 #include "library/output/pdf_text.h"
+#include "library/output/png_data.h"
 #include "library/output/random_hex.h"
 #include "library/output/srgb_profile.h"
 #include "library/output/xmp.h"
@@ -25,6 +25,17 @@ std::string reference(int number)
 std::string pointsOf(int pixels, double dpi)
 {
     return decimal(std::max(3.0, pixels * 72.0 / dpi), 4);
+}
+
+std::string pointsOf(double millimetres)
+{
+    return decimal(millimetres * 72 / 25.4, 4);
+}
+
+/// In points, on each side of a picture in the middle of a sheet's side.
+std::string marginOf(double millimetres, int pixels, double dpi)
+{
+    return decimal(std::max(0.0, (millimetres / 25.4 - pixels / dpi) * 72 / 2), 4);
 }
 
 /// The cross-reference table holds ten digits (7.5.4).
@@ -87,26 +98,61 @@ Result<void> PdfWriter::writeStream(int number, const std::string &entries, Byte
     return m_sink.write("\nendstream\nendobj\n");
 }
 
-Result<void> PdfWriter::writePicture(int number, const Page &page)
+Result<void> PdfWriter::writePixels(int number, const Page &page)
 {
-    if (page.lineart != nullptr) {
-        Bytes own;
-        const Result<ByteView> coded = ccittG4Of(page, own);
-        if (!coded)
-            return coded.error();
+    const std::string columns = " /Columns " + std::to_string(page.width);
+    if (page.coding == PixelCoding::CcittG4)
         return writeStream(number,
                            sizeEntries(page)
                                + " /ColorSpace /DeviceGray /BitsPerComponent 1"
-                                 " /Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns "
-                               + std::to_string(page.width) + " /Rows "
-                               + std::to_string(page.height) + " >>",
-                           coded.value());
+                                 " /Filter /CCITTFaxDecode /DecodeParms << /K -1"
+                               + columns + " /Rows " + std::to_string(page.height) + " >>",
+                           page.coded);
+    // PDF took over PNG's way to store pixels (7.4.4.4): predictors 10 to 15
+    const bool gray = page.pixels->format() == PixelFormat::Gray8;
+    const std::string bits = gray && page.pixels->isBilevel() ? "1" : "8";
+    return writeStream(number,
+                       sizeEntries(page) + " /ColorSpace " + (gray ? "/DeviceGray" : "/DeviceRGB")
+                           + " /BitsPerComponent " + bits
+                           + " /Filter /FlateDecode /DecodeParms << /Predictor 15 /Colors "
+                           + (gray ? "1" : "3") + " /BitsPerComponent " + bits + columns + " >>",
+                       pngData(page.coded));
+}
+
+Result<void> PdfWriter::writePicture(int number, const Page &page)
+{
+    if (page.pixels != nullptr)
+        return writePixels(number, page);
+    std::string space = page.info.components == 1 ? "/DeviceGray" : "/DeviceRGB";
+    if (!page.profile.empty()) {
+        Result<int> profile = profileObject(page);
+        if (!profile)
+            return profile.error();
+        space = "[/ICCBased " + reference(profile.value()) + "]";
     }
-    const char *space = page.info.components == 1 ? "/DeviceGray" : "/DeviceRGB";
     return writeStream(number,
                        sizeEntries(page) + " /ColorSpace " + space
                            + " /BitsPerComponent 8 /Filter /DCTDecode",
                        page.jpeg);
+}
+
+/// The pages of one camera or program share its profile.
+Result<int> PdfWriter::profileObject(const Page &page)
+{
+    constexpr std::size_t kMostRemembered = 8;
+    const Bytes profile(page.profile.begin(), page.profile.end());
+    const auto known = m_profiles.find(profile);
+    if (known != m_profiles.end())
+        return known->second;
+    const int number = reserveObject();
+    const bool gray = page.info.components == 1;
+    const std::string entries = gray ? "/N 1 /Alternate /DeviceGray" : "/N 3 /Alternate /DeviceRGB";
+    if (Result<void> written = writeStream(number, entries, profile); !written)
+        return written.error();
+    if (m_profiles.size() == kMostRemembered)
+        m_profiles.clear();
+    m_profiles.emplace(profile, number);
+    return number;
 }
 
 Result<void> PdfWriter::addPage(const Page &page)
@@ -123,7 +169,11 @@ Result<void> PdfWriter::addPage(const Page &page)
 
     const std::string width = pointsOf(page.width, page.dpi);
     const std::string height = pointsOf(page.height, page.dpi);
-    const std::string drawing = "q " + width + " 0 0 " + height + " 0 0 cm /Im0 Do Q";
+    const std::string left = page.sheet ? marginOf(page.sheet->width, page.width, page.dpi) : "0";
+    const std::string under =
+        page.sheet ? marginOf(page.sheet->height, page.height, page.dpi) : "0";
+    const std::string drawing =
+        "q " + width + " 0 0 " + height + " " + left + " " + under + " cm /Im0 Do Q";
     if (Result<void> written = writeStream(content, {}, ByteView(drawing.data(), drawing.size()));
         !written)
         return written;
@@ -131,8 +181,10 @@ Result<void> PdfWriter::addPage(const Page &page)
     m_pages.push_back(sheet);
     return writeObject(sheet,
                        "<< /Type /Page /Parent " + reference(m_pageTree) + " /MediaBox [0 0 "
-                           + width + " " + height + "] /Resources << /XObject << /Im0 "
-                           + reference(picture) + " >> >> /Contents " + reference(content) + " >>");
+                           + (page.sheet ? pointsOf(page.sheet->width) : width) + " "
+                           + (page.sheet ? pointsOf(page.sheet->height) : height)
+                           + "] /Resources << /XObject << /Im0 " + reference(picture)
+                           + " >> >> /Contents " + reference(content) + " >>");
 }
 
 Result<void> PdfWriter::writePageTree(int number)

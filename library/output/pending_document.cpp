@@ -33,8 +33,9 @@ Result<void> PendingDocument::combine(const std::string &destination, int qualit
         return Error{-EINVAL, "no known document format for " + destination};
 
     std::vector<std::string> left = pages;
-    Result<void> written = withoutExceptions(
-        [&] { return writeDocument(pages, *format, destination, quality, left); });
+    Result<void> written = withoutExceptions([&] {
+        return writeDocument(pages, *format, destination, quality, settingsFromEnvironment(), left);
+    });
     // a source that was refused at first may have been added later
     std::copy_if(refused.begin(), refused.end(), std::back_inserter(left),
                  [&](const std::string &source) {

@@ -17,8 +17,9 @@ public:
     Result<void> add(const std::string &source);
 
     /// Writes all pages to `destination` (pdf, ofd, tif, tiff by extension; an existing file stays)
-    /// and becomes empty, whatever the result. Working files that reach no finished file, refused
-    /// ones too, are kept, see rescuePages(). Errors: those of writeDocument(); -EINVAL
+    /// with the settings of the environment and becomes empty, whatever the result. Working files that
+    /// reach no finished file, refused ones too, are kept, see rescuePages(). Errors: those of
+    /// writeDocument(); -EINVAL
     /// unknown extension: nothing is made and nothing kept.
     Result<void> combine(const std::string &destination, int quality);
 

@@ -1,6 +1,9 @@
 #include "library/output/png_reader.h"
 
 #include "library/base/memory_verdict.h"
+#include "library/imaging/colour_profile.h"
+#include "library/imaging/exif.h"
+#include "library/imaging/rotate.h"
 
 #include <cerrno>
 #include <cmath>
@@ -9,6 +12,7 @@
 #include <iterator>
 #include <vector>
 
+#include <libdeflate.h>
 #include <png.h>
 
 namespace korv {
@@ -17,7 +21,7 @@ namespace {
 
 constexpr std::size_t kHeaderEnd = 33; ///< signature and IHDR chunk
 constexpr png_alloc_size_t kLargestChunk = 8'000'000; // profiles
-// Nobody here asks for them. libpng takes as much memory as they say they are long before it reads
+// Nobody here asks libpng for them. libpng takes as much memory as they say they are long before it reads
 // on, up to 2 GB for a file of a hundred bytes, and keeps what they hold.
 constexpr png_byte kIgnoredChunks[] = "eXIf\0iTXt\0pCAL\0sCAL\0sPLT\0tEXt\0tIME\0zTXt";
 
@@ -26,6 +30,24 @@ std::uint32_t big32(ByteView data, std::size_t at)
     return static_cast<std::uint32_t>(data[at]) << 24
         | static_cast<std::uint32_t>(data[at + 1]) << 16
         | static_cast<std::uint32_t>(data[at + 2]) << 8 | data[at + 3];
+}
+
+/// What the eXIf chunk says, if there is one, undamaged.
+int orientationOf(ByteView content)
+{
+    constexpr std::size_t kAround = 12; // length, type, checksum
+    std::size_t at = 8;
+    while (content.size - at >= kAround) {
+        const std::size_t length = big32(content, at);
+        if (length > content.size - at - kAround)
+            break;
+        const std::uint8_t *type = content.data + at + 4;
+        if (std::memcmp(type, "eXIf", 4) == 0
+            && libdeflate_crc32(0, type, 4 + length) == big32(content, at + 8 + length))
+            return exifBlockOrientation({type + 4, length}, 1);
+        at += kAround + length;
+    }
+    return 1;
 }
 
 /// Bits of a pixel with this header (PNG, 11.2.2); 0 when there is no such kind.
@@ -64,6 +86,8 @@ public:
     bool isBilevel() const { return m_bilevel; }
     double dpi() const { return m_dpi; }
     std::size_t rowBytes() const { return m_rowBytes; }
+    /// libpng's, as long as the decoder.
+    ByteView profile() const { return m_profile; }
 
 private:
     template <typename Work> bool run(Work &&work)
@@ -95,6 +119,7 @@ private:
     }
     void chooseTransforms();
     void readDpi();
+    void readProfile();
 
     const MemoryVerdict m_memory; ///< before libpng begins
     ByteView m_left;
@@ -106,6 +131,7 @@ private:
     bool m_bilevel = false;
     double m_dpi = 0;
     std::size_t m_rowBytes = 0;
+    ByteView m_profile;
 };
 
 void PngDecoder::chooseTransforms()
@@ -130,6 +156,16 @@ void PngDecoder::readDpi()
     m_dpi = std::round(perMetre * 0.0254 * 100) / 100;
 }
 
+void PngDecoder::readProfile()
+{
+    png_charp name = nullptr;
+    int method = 0;
+    png_bytep profile = nullptr;
+    png_uint_32 size = 0;
+    if (png_get_iCCP(m_png, m_info, &name, &method, &profile, &size) != 0)
+        m_profile = {profile, size};
+}
+
 bool PngDecoder::readHeader()
 {
     return run([&] {
@@ -141,6 +177,7 @@ bool PngDecoder::readHeader()
         png_set_crc_action(m_png, PNG_CRC_ERROR_QUIT, PNG_CRC_WARN_DISCARD);
         png_read_info(m_png, m_info);
         readDpi();
+        readProfile();
         chooseTransforms();
         png_read_update_info(m_png, m_info);
         m_rowBytes = png_get_rowbytes(m_png, m_info);
@@ -193,7 +230,8 @@ Result<Image> readPng(ByteView content)
         return decoder.error();
     image.setBilevel(decoder.isBilevel());
     image.setDpi(decoder.dpi());
-    return image;
+    convertToSrgb(image, decoder.profile());
+    return applyOrientation(std::move(image), orientationOf(content));
 }
 
 } // namespace korv

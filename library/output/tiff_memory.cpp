@@ -22,7 +22,7 @@ TiffMemory *memoryOf(thandle_t self)
 
 } // namespace
 
-TiffMemory::TiffMemory(ByteView content)
+TiffMemory::TiffMemory(ByteView content, std::uint64_t directory)
     : m_content(content)
 {
     const TiffOptions options(TIFFOpenOptionsAlloc());
@@ -31,9 +31,11 @@ TiffMemory::TiffMemory(ByteView content)
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kLargestAllocation);
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, this);
-    // "m": no mapping, the content is in memory already
-    m_tiff.reset(TIFFClientOpenExt("memory", "rm", this, onRead, onWrite, onSeek, onClose, onSize,
-                                   nullptr, nullptr, options.get()));
+    // "m": no mapping, the content is in memory already; "h": not the first directory
+    m_tiff.reset(TIFFClientOpenExt("memory", directory == 0 ? "rm" : "rmh", this, onRead, onWrite,
+                                   onSeek, onClose, onSize, nullptr, nullptr, options.get()));
+    if (m_tiff && directory != 0 && TIFFSetSubDirectory(m_tiff.get(), directory) == 0)
+        m_tiff.reset();
 }
 
 Error TiffMemory::error(const char *problem) const

@@ -17,11 +17,12 @@ using TiffHandle = Handle<TIFF, TIFFClose>;
 class TiffMemory
 {
 public:
-    explicit TiffMemory(ByteView content);
+    /// At the directory with this offset; 0: the first one.
+    TiffMemory(ByteView content, std::uint64_t directory);
     TiffMemory(const TiffMemory &) = delete;
     TiffMemory &operator=(const TiffMemory &) = delete;
 
-    /// Null when libtiff refused the content.
+    /// Null when libtiff refused the content, or the directory.
     TIFF *handle() const { return m_tiff.get(); }
     /// Why libtiff refused something: -ENOMEM when memory was short since this was made, else
     /// -EBADMSG.

@@ -1,5 +1,6 @@
 #include "library/output/tiff_reader.h"
 
+#include "library/imaging/colour_profile.h"
 #include "library/imaging/rotate.h"
 #include "library/output/tiff_memory.h"
 
@@ -17,6 +18,8 @@ struct Page
     std::int64_t height = 0;
     bool gray = false;
     bool bilevel = false;
+    bool transparent = false; ///< beside the colours stands how much of them is seen
+    bool unscaledGray = false; ///< libtiff's reader has not multiplied gray with that yet
     int orientation = ORIENTATION_TOPLEFT;
     double dpi = 0;
     std::int64_t bitsOfPixel = 1;
@@ -32,6 +35,19 @@ double dpiOf(TIFF *tiff)
     if (!(resolution > 0) || resolution > 100'000 || unit == RESUNIT_NONE)
         return 0;
     return unit == RESUNIT_CENTIMETER ? resolution * 2.54 : resolution;
+}
+
+void describeTransparency(TIFF *tiff, std::uint16_t samples, std::uint16_t photometric, Page &page)
+{
+    std::uint16_t count = 0;
+    const std::uint16_t *kinds = nullptr;
+    if (!TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds) || count == 0)
+        return;
+    page.transparent = kinds[0] == EXTRASAMPLE_ASSOCALPHA || kinds[0] == EXTRASAMPLE_UNASSALPHA;
+    const bool gray =
+        photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_MINISBLACK;
+    page.gray = page.gray || (gray && samples == 2);
+    page.unscaledGray = gray && kinds[0] == EXTRASAMPLE_UNASSALPHA;
 }
 
 Result<Page> describe(const TiffMemory &memory)
@@ -58,10 +74,21 @@ Result<Page> describe(const TiffMemory &memory)
     page.gray = samples == 1
         && (photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_MINISBLACK);
     page.bilevel = page.gray && bits == 1;
+    describeTransparency(tiff, samples, photometric, page);
     page.orientation = orientation;
     page.dpi = dpiOf(tiff);
     page.bitsOfPixel = std::int64_t{samples} * bits;
     return page;
+}
+
+/// libtiff's, until the next page is read; empty when there is none.
+ByteView profileOf(TIFF *tiff)
+{
+    std::uint32_t size = 0;
+    const void *profile = nullptr;
+    if (!TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &size, &profile) || profile == nullptr)
+        return {};
+    return {profile, size};
 }
 
 /// Whether that many pixels can come out of a file of this size. Group 3 and 4 take at least one
@@ -97,8 +124,9 @@ bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
 class PieceReader
 {
 public:
-    PieceReader(TIFF *tiff, Image &image)
+    PieceReader(TIFF *tiff, const Page &page, Image &image)
         : m_tiff(tiff)
+        , m_page(page)
         , m_image(image)
     {
     }
@@ -108,6 +136,7 @@ public:
 private:
     bool readStrips();
     bool readTiles();
+    std::uint8_t onWhite(std::uint32_t colour, std::uint32_t opacity) const;
     void copyRow(const std::uint32_t *from, int x, int y, int count);
     bool makeRoom(std::uint64_t width, std::uint64_t height)
     {
@@ -124,19 +153,30 @@ private:
     }
 
     TIFF *m_tiff;
+    const Page &m_page;
     Image &m_image;
     std::vector<std::uint32_t> m_raster;
 };
+
+std::uint8_t PieceReader::onWhite(std::uint32_t colour, std::uint32_t opacity) const
+{
+    if (!m_page.transparent)
+        return static_cast<std::uint8_t>(colour);
+    if (m_page.unscaledGray)
+        colour = (colour * opacity + 127) / 255;
+    return static_cast<std::uint8_t>(std::min(colour + 255 - opacity, 255U));
+}
 
 void PieceReader::copyRow(const std::uint32_t *from, int x, int y, int count)
 {
     std::uint8_t *out = m_image.row(y) + x * m_image.channels();
     for (int i = 0; i < count; ++i) {
-        *out++ = static_cast<std::uint8_t>(TIFFGetR(from[i]));
+        const std::uint32_t pixel = from[i];
+        *out++ = onWhite(TIFFGetR(pixel), TIFFGetA(pixel));
         if (m_image.format() == PixelFormat::Gray8)
             continue;
-        *out++ = static_cast<std::uint8_t>(TIFFGetG(from[i]));
-        *out++ = static_cast<std::uint8_t>(TIFFGetB(from[i]));
+        *out++ = onWhite(TIFFGetG(pixel), TIFFGetA(pixel));
+        *out++ = onWhite(TIFFGetB(pixel), TIFFGetA(pixel));
     }
 }
 
@@ -190,18 +230,18 @@ bool PieceReader::readTiles()
 
 } // namespace
 
-Result<PictureSize> tiffSize(ByteView content)
+Result<PictureSize> tiffSize(ByteView content, std::uint64_t directory)
 {
-    const TiffMemory memory(content);
+    const TiffMemory memory(content, directory);
     const Result<Page> page = describe(memory);
     if (!page)
         return page.error();
     return PictureSize{page.value().width, page.value().height};
 }
 
-Result<Image> readTiff(ByteView content)
+Result<Image> readTiff(ByteView content, std::uint64_t directory)
 {
-    const TiffMemory memory(content);
+    const TiffMemory memory(content, directory);
     const Result<Page> described = describe(memory);
     if (!described)
         return described.error();
@@ -217,10 +257,11 @@ Result<Image> readTiff(ByteView content)
     TIFFSetField(memory.handle(), TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     Image image(static_cast<int>(page.width), static_cast<int>(page.height),
                 page.gray ? PixelFormat::Gray8 : PixelFormat::Rgb24);
-    if (!PieceReader(memory.handle(), image).read() || memory.wasShort())
+    if (!PieceReader(memory.handle(), page, image).read() || memory.wasShort())
         return memory.error();
     image.setBilevel(page.bilevel);
     image.setDpi(page.dpi);
+    convertToSrgb(image, profileOf(memory.handle()));
     // the numbers of TIFF 6.0's Orientation are those of EXIF, which took them over
     return applyOrientation(std::move(image), page.orientation);
 }

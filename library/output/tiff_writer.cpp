@@ -1,6 +1,6 @@
 #include "library/output/tiff_writer.h"
 
-#include "library/output/ccitt_encoder.h"
+#include "library/output/jpeg_reuse.h"
 #include "library/output/tiff_directories.h"
 
 #include <algorithm>
@@ -36,11 +36,11 @@ TiffWriter::TiffWriter(ByteSink &sink, const DocumentOptions &options, std::uint
 {
 }
 
-Result<void> TiffWriter::makeRoomFor(ByteView strip)
+Result<void> TiffWriter::makeRoomFor(std::size_t needed)
 {
     if (m_sink.handle() == nullptr)
         return m_sink.error();
-    if (m_big || m_output.size() + strip.size <= m_largestClassic)
+    if (m_big || m_output.size() + needed <= m_largestClassic)
         return {};
     m_big = true;
     return m_sink.widen(m_pages);
@@ -84,33 +84,41 @@ void TiffWriter::describeJpeg(const Page &page)
                      page.info.lumaVertical);
         TIFFSetField(tiff, TIFFTAG_REFERENCEBLACKWHITE, kFullRange);
     }
+    if (!page.profile.empty())
+        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(page.profile.size),
+                     page.profile.data);
 }
 
-void TiffWriter::describeLineart()
+void TiffWriter::describePixels(const Page &page)
 {
     TIFF *tiff = m_sink.handle();
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    const bool colour = page.pixels->format() == PixelFormat::Rgb24;
+    const bool bits = page.pixels->isBilevel() && !colour;
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits ? 1 : 8);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, colour ? 3 : 1);
     TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
-    TIFFSetField(tiff, TIFFTAG_GROUP4OPTIONS, 0);
+    if (page.coding == PixelCoding::CcittG4) {
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+        TIFFSetField(tiff, TIFFTAG_GROUP4OPTIONS, 0);
+        return;
+    }
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, colour ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    if (!bits)
+        TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
 }
 
 Result<void> TiffWriter::addPage(const Page &page)
 {
-    Bytes own;
-    ByteView strip = page.jpeg;
-    if (page.lineart != nullptr) {
-        const Result<ByteView> coded = ccittG4Of(page, own);
-        if (!coded)
-            return coded.error();
-        strip = coded.value();
-    }
-    if (Result<void> room = makeRoomFor(strip); !room)
+    const ByteView strip = page.pixels != nullptr ? page.coded : page.jpeg;
+    // libtiff would find out when half of the page is written
+    if (page.pixels == nullptr && !fitsTiff(page.info))
+        return Error{kUnfitPage, "TIFF: a kind of JPEG that it cannot hold"};
+    if (Result<void> room = makeRoomFor(strip.size + page.profile.size); !room)
         return room;
-    if (page.lineart != nullptr)
-        describeLineart();
+    if (page.pixels != nullptr)
+        describePixels(page);
     else
         describeJpeg(page);
     describePage(page);

@@ -6,8 +6,9 @@
 namespace korv {
 
 /// A multi-page TIFF (TIFF 6.0, with the JPEG of Technical Note 2): a JPEG page is one strip that
-/// holds the whole JPEG file, lineart is CCITT G4. BigTIFF from the page on that would take the file
-/// past 4 GiB. JPEG pages must be baseline with plain chroma factors.
+/// holds the whole JPEG file, other pixels are CCITT G4 or deflated, as they must be coded. BigTIFF
+/// from the page on that would take the file past 4 GiB. JPEG pages must be baseline, with chroma
+/// factors of 1 and luma factors of 1, 2 or 4.
 class TiffWriter : public DocumentWriter
 {
 public:
@@ -22,10 +23,10 @@ private:
     // what stands behind the last page's picture must have its place below 4 GiB as well
     static constexpr std::uint64_t kLargestClassic = (std::uint64_t{4} << 30) - (1U << 16);
 
-    Result<void> makeRoomFor(ByteView strip);
+    Result<void> makeRoomFor(std::size_t needed);
     void describePage(const Page &page);
     void describeJpeg(const Page &page);
-    void describeLineart();
+    void describePixels(const Page &page);
 
     ByteSink &m_output;
     TiffSink m_sink;

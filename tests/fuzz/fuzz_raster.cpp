@@ -10,6 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     if (format == korv::SourceFormat::Jpeg)
         return 0;
     fuzz::checkLoader(content);
+    if (format == korv::SourceFormat::Tiff)
+        fuzz::checkPages(content);
     if (format == korv::SourceFormat::Png)
         fuzz::checkLoader(fuzz::withRightChecksums(content));
     return 0;

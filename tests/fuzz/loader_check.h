@@ -2,6 +2,7 @@
 
 #include "library/imaging/jpeg.h"
 #include "library/output/image_loader.h"
+#include "library/output/tiff_pages.h"
 #include "tests/fuzz/check.h"
 #include "tests/fuzz/feedback.h"
 
@@ -62,7 +63,8 @@ inline void checkLoader(korv::ByteView content)
     const korv::Result<void> checked = korv::checkImage(content);
     FUZZ_CHECK(size || size.code() == -EBADMSG);
     FUZZ_CHECK(checked || isLoaderError(checked.code()));
-    FUZZ_CHECK(!checked || size);
+    // of a TIFF any page will do
+    FUZZ_CHECK(!checked || size || format == korv::SourceFormat::Tiff);
     FUZZ_CHECK(format != korv::SourceFormat::Unknown || (!size && !checked));
     if (statedPixels(content) > kMostPixels)
         return;
@@ -76,6 +78,28 @@ inline void checkLoader(korv::ByteView content)
     FUZZ_CHECK(checked || format == korv::SourceFormat::Jpeg);
     if (size)
         checkLoaded(loaded.value(), size.value());
+}
+
+/// The list of a TIFF's pages, and each of the first few.
+inline void checkPages(korv::ByteView content)
+{
+    constexpr std::size_t kMostLoaded = 8;
+    const korv::TiffPages pages = korv::tiffPages(content);
+    // none is listed twice
+    FUZZ_CHECK(pages.directories.size() <= content.size);
+    for (std::size_t i = 0; i < std::min(pages.directories.size(), kMostLoaded); ++i) {
+        const std::uint64_t directory = pages.directories[i];
+        FUZZ_CHECK(directory > 0 && directory < content.size);
+        const korv::Result<korv::PictureSize> size = korv::pictureSize(content, directory);
+        FUZZ_CHECK(size || size.code() == -EBADMSG);
+        if (!size || !korv::isReasonableSize(size.value().width, size.value().height)
+            || size.value().width * size.value().height > kMostPixels)
+            continue;
+        const korv::Result<korv::Image> loaded = korv::loadImage(content, directory);
+        FUZZ_CHECK(loaded || isLoaderError(loaded.code()));
+        if (loaded)
+            checkLoaded(loaded.value(), size.value());
+    }
 }
 
 } // namespace fuzz

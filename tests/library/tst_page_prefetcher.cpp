@@ -34,11 +34,15 @@ TEST_F(PageSourceTest, pagesComeInOrder)
     makeFiles(40);
     PagePrefetcher source(m_files, {});
     for (int i = 0; i < 40; ++i) {
-        const Result<Page> &page = source.next();
+        const SourcePage *next = source.next();
+        ASSERT_NE(next, nullptr);
+        const Result<Page> &page = next->content;
         ASSERT_TRUE(page) << page.error().text;
+        EXPECT_EQ(next->source, static_cast<std::size_t>(i));
         EXPECT_EQ(page.value().width, 8 + i);
         EXPECT_EQ(jpeg::readInfo(page.value().jpeg).value().width, 8 + i);
     }
+    EXPECT_EQ(source.next(), nullptr);
 }
 
 TEST_F(PageSourceTest, brokenPageSpoilsNoOther)
@@ -48,7 +52,8 @@ TEST_F(PageSourceTest, brokenPageSpoilsNoOther)
     m_files[9] += ".none";
     PagePrefetcher source(m_files, {});
     for (int i = 0; i < 10; ++i)
-        EXPECT_EQ(source.next().code(), i == 3 || i == 9 ? -ENOENT : 0) << i;
+        EXPECT_EQ(source.next()->content.code(), i == 3 || i == 9 ? -ENOENT : 0) << i;
+    EXPECT_EQ(source.next(), nullptr);
 }
 
 TEST_F(PageSourceTest, mayEndBeforeAllPagesAreTaken)
@@ -57,7 +62,7 @@ TEST_F(PageSourceTest, mayEndBeforeAllPagesAreTaken)
     for (int taken = 0; taken < 5; ++taken) {
         PagePrefetcher source(m_files, {});
         for (int i = 0; i < taken; ++i)
-            EXPECT_TRUE(source.next());
+            EXPECT_NE(source.next(), nullptr);
     }
 }
 
@@ -65,5 +70,6 @@ TEST_F(PageSourceTest, singlePageNeedsNoThread)
 {
     makeFiles(1);
     PagePrefetcher source(m_files, {});
-    EXPECT_EQ(source.next().value().width, 8);
+    EXPECT_EQ(source.next()->content.value().width, 8);
+    EXPECT_EQ(source.next(), nullptr);
 }

@@ -46,6 +46,22 @@ TEST_F(SessionDevices, openDeviceThatLeftKeepsItsIndexUntilClosed)
     EXPECT_EQ(session.presentDevices().at(0).identity.key, "b");
 }
 
+TEST_F(SessionDevices, theOneDeviceThatStreamsIsNamed)
+{
+    Session &session = started();
+    m_backend.plug("a", "A");
+    m_backend.plug("b", "B");
+    ASSERT_TRUE(session.open(0));
+    ASSERT_TRUE(session.open(1));
+    EXPECT_EQ(session.streamingName(), "");
+    ASSERT_TRUE(session.startCapture(1, take));
+    EXPECT_EQ(session.streamingName(), "B");
+    ASSERT_TRUE(session.startCapture(0, take));
+    EXPECT_EQ(session.streamingName(), "");
+    ASSERT_TRUE(session.close(1));
+    EXPECT_EQ(session.streamingName(), "A");
+}
+
 TEST_F(SessionDevices, streamingDeviceThatLeftIsReportedAndCloses)
 {
     Session &session = started();

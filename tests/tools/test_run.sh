@@ -28,7 +28,7 @@ fi
 work=$KORV_RUN_TEST_FOLDER
 cd "$work"
 unset KORV_BUILDS_LOCKED KORV_CAMERA_DESK WAYLAND_DISPLAY
-unset QT_AUTO_SCREEN_SCALE_FACTOR QT_SCALE_FACTOR_ROUNDING_POLICY
+unset KORV_WINDOW_GROWS
 export DISPLAY=:77 HOME=$work/home TMPDIR=$work/tmp LC_ALL=C.UTF-8 work
 mkdir home tmp bin
 
@@ -181,10 +181,9 @@ startsAsTheMenuEntryDoes()
     fresh
     attempt clone/run
     expect "a run" 0 "$status"
-    contains "environment" "QT_AUTO_SCREEN_SCALE_FACTOR=1" environment
-    contains "environment" "QT_SCALE_FACTOR_ROUNDING_POLICY=PassThrough" environment
-    attempt env QT_SCALE_FACTOR_ROUNDING_POLICY=Round clone/run
-    contains "the user's choice" "QT_SCALE_FACTOR_ROUNDING_POLICY=Round" environment
+    contains "environment" "KORV_WINDOW_GROWS=1" environment
+    attempt env KORV_WINDOW_GROWS=0 clone/run
+    contains "the user's choice" "KORV_WINDOW_GROWS=0" environment
 }
 
 secondWaits()

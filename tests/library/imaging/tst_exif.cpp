@@ -48,6 +48,22 @@ TEST(Exif, orientationIsReadInBothByteOrders)
     }
 }
 
+TEST(Exif, orientationAsAWideNumberIsReadInBothByteOrders)
+{
+    for (unsigned orientation = 1; orientation <= 8; ++orientation) {
+        for (const bool little : {true, false}) {
+            Bytes wide = block(little, orientation);
+            const std::size_t entry = wide.size() - 4 - 12;
+            wide[entry + 2 + (little ? 0 : 1)] = 4; // LONG
+            const auto value = static_cast<std::uint8_t>(orientation);
+            const Bytes number = little ? Bytes{value, 0, 0, 0} : Bytes{0, 0, 0, value};
+            std::copy(number.begin(), number.end(),
+                      wide.begin() + static_cast<std::ptrdiff_t>(entry) + 8);
+            EXPECT_EQ(exifOrientation(wide, 0), static_cast<int>(orientation)) << little;
+        }
+    }
+}
+
 TEST(Exif, nonsenseLeavesTheOtherAnswer)
 {
     EXPECT_EQ(exifOrientation(block(true, 0), 1), 1);

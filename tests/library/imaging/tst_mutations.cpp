@@ -4,6 +4,7 @@
 #include "library/output/image_loader.h"
 #include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
+#include "library/output/pixel_coders.h"
 #include "library/output/png_writer.h"
 #include "library/output/tiff_writer.h"
 #include "tests/library/imaging/guarded_buffer.h"
@@ -103,7 +104,7 @@ Bytes tiffOf(const Image &image)
 {
     MemorySink sink;
     TiffWriter writer(sink, {});
-    PageMaker maker({90, true});
+    PageMaker maker({90, true, codePixelsForTiff, {}, nullptr});
     EXPECT_TRUE(writer.addPage(maker.fromImage(image).value()));
     EXPECT_TRUE(writer.finish());
     return sink.take();

@@ -2,6 +2,7 @@
 
 #include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
+#include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
@@ -26,7 +27,7 @@ protected:
         options.title = title;
         options.created = 1'700'000'000;
         OfdWriter writer(sink, options);
-        PageMaker maker({95, false});
+        PageMaker maker({95, false, codePixelsAsPng, {}, nullptr});
         for (const Image &picture : pictures) {
             const Result<Page> page = maker.fromImage(picture);
             ASSERT_TRUE(page);

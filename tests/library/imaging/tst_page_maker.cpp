@@ -1,6 +1,7 @@
 #include "library/output/page_maker.h"
 
 #include "library/imaging/jpeg_structure.h"
+#include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
@@ -35,7 +36,7 @@ Bytes bytesOf(const Page &page)
 TEST_F(PageMakerTest, jpegEntersAsItIs)
 {
     const Bytes jpeg = pictures::jpegOf(pictures::page(160, 120), 99);
-    PageMaker maker({95, true});
+    PageMaker maker({95, true, codePixelsForPdf, {}, nullptr});
     const Result<Page> page = maker.fromFile(file(jpeg));
     ASSERT_TRUE(page);
     EXPECT_EQ(bytesOf(page.value()), jpeg);
@@ -45,7 +46,7 @@ TEST_F(PageMakerTest, jpegFinerThanTheQualityAskedForIsCodedAgain)
 {
     const Bytes fine = pictures::jpegOf(pictures::page(160, 120), 95);
     const Bytes coarse = pictures::jpegOf(pictures::page(160, 120), 40);
-    PageMaker maker({50, false});
+    PageMaker maker({50, false, codePixelsForPdf, {}, nullptr});
     const Result<Page> smaller = maker.fromFile(file(fine));
     ASSERT_TRUE(smaller);
     EXPECT_LT(smaller.value().jpeg.size, fine.size());
@@ -57,7 +58,7 @@ TEST_F(PageMakerTest, jpegFinerThanTheQualityAskedForIsCodedAgain)
 TEST_F(PageMakerTest, videoFrameIsMended)
 {
     const Bytes frame = pictures::videoFrame(pictures::page(160, 120));
-    PageMaker maker({95, true});
+    PageMaker maker({95, true, codePixelsForPdf, {}, nullptr});
     const Result<Page> page = maker.fromFile(file(frame));
     ASSERT_TRUE(page);
     EXPECT_TRUE(
@@ -71,26 +72,27 @@ TEST_F(PageMakerTest, progressiveJpegIsKeptOnlyWhereTheContainerTakesIt)
     const ProgramResult made = runProgram({"jpegtran", "-progressive", path});
     ASSERT_EQ(made.status, 0);
     const std::string progressive = file(Bytes(made.output.begin(), made.output.end()));
-    PageMaker any({95, false});
+    PageMaker any({95, false, codePixelsForPdf, {}, nullptr});
     EXPECT_TRUE(any.fromFile(progressive).value().info.progressive);
-    PageMaker plain({95, true});
+    PageMaker plain({95, true, codePixelsForPdf, {}, nullptr});
     EXPECT_FALSE(plain.fromFile(progressive).value().info.progressive);
 }
 
 TEST_F(PageMakerTest, photographOfTwoLevelsBecomesOneBit)
 {
     const Image lineart = pictures::lineart(160, 120);
-    PageMaker maker({95, false});
+    PageMaker maker({95, false, codePixelsForPdf, {}, nullptr});
     const Result<Page> page = maker.fromFile(file(pictures::jpegOf(lineart)));
     ASSERT_TRUE(page);
-    ASSERT_NE(page.value().lineart, nullptr);
-    EXPECT_TRUE(pictures::same(*page.value().lineart, lineart));
+    ASSERT_NE(page.value().pixels, nullptr);
+    EXPECT_TRUE(pictures::same(*page.value().pixels, lineart));
+    EXPECT_EQ(page.value().coding, PixelCoding::CcittG4);
     EXPECT_TRUE(page.value().jpeg.empty());
 }
 
 TEST_F(PageMakerTest, unreadableFilesAreErrors)
 {
-    PageMaker maker({95, false});
+    PageMaker maker({95, false, codePixelsForPdf, {}, nullptr});
     EXPECT_EQ(maker.fromFile((m_home.scratch() / "none").string()).code(), -ENOENT);
     EXPECT_EQ(maker.fromFile(file(Bytes(100, 1))).code(), -EBADMSG);
     const Bytes jpeg = pictures::jpegOf(pictures::page(160, 120));

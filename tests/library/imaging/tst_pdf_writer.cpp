@@ -4,12 +4,14 @@
 #include "library/imaging/resolution.h"
 #include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
+#include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>
+#include <memory>
 
 using namespace korv;
 using testing::HasSubstr;
@@ -27,10 +29,15 @@ Page pageOf(const Bytes &jpeg)
     return page;
 }
 
+/// The coded picture lives as long as the test program.
 Page pageOf(const Image &lineart, double dpi)
 {
+    static std::vector<std::unique_ptr<CodedPixels>> coded;
+    coded.push_back(std::make_unique<CodedPixels>(codePixelsForPdf(lineart, dpi).value()));
     Page page;
-    page.lineart = &lineart;
+    page.pixels = &lineart;
+    page.coded = coded.back()->data;
+    page.coding = coded.back()->coding;
     page.width = lineart.width();
     page.height = lineart.height();
     page.dpi = dpi;

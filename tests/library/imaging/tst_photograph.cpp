@@ -2,8 +2,11 @@
 
 #include "library/imaging/jpeg_structure.h"
 #include "tests/library/imaging/pictures.h"
+#include "tests/library/imaging/program.h"
+#include "tests/support/temp_home.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 using namespace korv;
@@ -166,6 +169,47 @@ TEST(Photograph, remadePhotographStatesTheA4Density)
         makePhotograph(pictures::jpegOf(pictures::page(1169, 600)), options);
     ASSERT_TRUE(photograph);
     EXPECT_EQ(jpeg::readInfo(photograph.value()).value().dpi, 100);
+}
+
+TEST(Photograph, madeAnewItTellsItsDateCameraAndResolution)
+{
+    const support::TempHome home;
+    const std::string path = (home.scratch() / "a.jpg").string();
+    PhotographOptions crop;
+    crop.crop = CropMode::Auto;
+    PhotographOptions turn;
+    turn.rotation = Rotation::Left90;
+    PhotographOptions lineart;
+    lineart.colour = ColourStyle::Lineart;
+    const Bytes whole = pictures::jpegOf(pictures::page(1168, 592), 90);
+    ::setenv("TZ", "CST-8", 1);
+    ::tzset();
+    for (PhotographOptions options : {crop, turn, lineart}) {
+        options.details = {1'700'000'000, "Desk 1"};
+        const Bytes photograph = makePhotograph(whole, options).value();
+        EXPECT_EQ(jpeg::readInfo(photograph).value().orientation, 1);
+        pictures::writeBytes(path, photograph);
+        const ProgramResult told = runProgram({"identify", "-format", "%[EXIF:*]", path});
+        EXPECT_EQ(told.status, 0) << told.errors;
+        EXPECT_EQ(told.errors, "");
+        const int width = jpeg::readInfo(photograph).value().width;
+        for (const std::string &line :
+             {std::string("exif:DateTime=2023:11:15 06:13:20\n"),
+              std::string("exif:DateTimeOriginal=2023:11:15 06:13:20\n"),
+              std::string("exif:OffsetTimeOriginal=+08:00\n"), std::string("exif:Model=Desk 1\n"),
+              std::string("exif:XResolution=10000/100\n"),
+              "exif:PixelXDimension=" + std::to_string(width) + "\n"})
+            EXPECT_NE((told.output + "\n").find(line), std::string::npos) << line << told.output;
+    }
+    ::unsetenv("TZ");
+    ::tzset();
+}
+
+TEST(Photograph, framesBytesStayAsTheyAreWhateverIsKnown)
+{
+    PhotographOptions options;
+    options.details = {1'700'000'000, "Desk"};
+    EXPECT_EQ(makePhotograph(frame(), options).value(), frame());
 }
 
 TEST(Photograph, brokenFramesAreErrors)

@@ -3,6 +3,7 @@
 #include "library/output/image_loader.h"
 #include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
+#include "library/output/pixel_coders.h"
 #include "library/output/tiff_directories.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
@@ -41,7 +42,7 @@ protected:
         options.created = 1'700'000'000;
         options.pageCount = statedPages > 0 ? statedPages : static_cast<int>(pictures.size());
         TiffWriter writer(sink, options, largest);
-        PageMaker maker({95, true});
+        PageMaker maker({95, true, codePixelsForTiff, {}, nullptr});
         for (const Image &picture : pictures) {
             const Result<Page> page = maker.fromImage(picture);
             ASSERT_TRUE(page);

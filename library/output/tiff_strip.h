@@ -3,7 +3,6 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/imaging/image.h"
-#include "library/output/page.h"
 
 namespace korv {
 
@@ -11,7 +10,8 @@ namespace korv {
 /// strip for TIFF's compression 4 and PDF's CCITTFaxDecode alike. -ENOMEM.
 Result<Bytes> encodeCcittG4(const Image &image);
 
-/// The page's coded lineart, or its picture coded now and kept in `own`. Errors as above.
-Result<ByteView> ccittG4Of(const Page &page, Bytes &own);
+/// A picture as one strip for TIFF's compression 8: rows of gray or RGB bytes behind the horizontal
+/// predictor, or of bits, white as 1, without it. -ENOMEM.
+Result<Bytes> encodeDeflate(const Image &image);
 
 } // namespace korv

@@ -1,0 +1,81 @@
+#include "library/imaging/jpeg_segments.h"
+
+#include "library/imaging/colour_profile.h"
+
+#include <array>
+#include <cstring>
+
+namespace korv::jpeg {
+
+namespace {
+
+constexpr std::uint8_t kApp2 = 0xE2;
+constexpr char kProfileName[] = "ICC_PROFILE"; ///< with its zero byte
+constexpr std::size_t kPieceHead = sizeof kProfileName + 2; ///< then number and count, from 1
+
+bool startsWith(ByteView payload, const char *text, std::size_t length)
+{
+    return payload.size >= length && std::memcmp(payload.data, text, length) == 0;
+}
+
+} // namespace
+
+std::vector<Segment> headerSegments(ByteView data, const Structure &structure)
+{
+    std::vector<Segment> segments;
+    std::size_t at = 2;
+    // the structure was read from these bytes, so every marker and length is good
+    while (at < structure.scanStart) {
+        while (data[at + 1] == 0xFF)
+            ++at;
+        if (at >= structure.scanStart)
+            break;
+        const std::size_t length = std::size_t{data[at + 2]} << 8 | data[at + 3];
+        segments.push_back({at, at + 2 + length, data[at + 1], {data.data + at + 4, length - 2}});
+        at += 2 + length;
+    }
+    return segments;
+}
+
+bool isProfilePiece(ByteView payload)
+{
+    return payload.size >= kPieceHead && startsWith(payload, kProfileName, sizeof kProfileName);
+}
+
+bool isPictureIndex(ByteView payload)
+{
+    return startsWith(payload, "MPF\0", 4);
+}
+
+Bytes profileOf(ByteView data, const Structure &structure)
+{
+    if (!structure.hasProfile)
+        return {};
+    std::array<ByteView, 256> pieces;
+    std::size_t count = 0;
+    std::size_t size = 0;
+    for (const Segment &segment : headerSegments(data, structure)) {
+        if (segment.marker != kApp2 || !isProfilePiece(segment.payload))
+            continue;
+        const std::size_t number = segment.payload[kPieceHead - 2];
+        const std::size_t stated = segment.payload[kPieceHead - 1];
+        if (number == 0 || number > stated || (count != 0 && stated != count)
+            || !pieces[number].empty())
+            return {};
+        count = stated;
+        pieces[number] = {segment.payload.data + kPieceHead, segment.payload.size - kPieceHead};
+        size += pieces[number].size;
+    }
+    if (size > kLargestProfile)
+        return {};
+    Bytes profile;
+    profile.reserve(size);
+    for (std::size_t number = 1; number <= count; ++number) {
+        if (pieces[number].empty())
+            return {};
+        profile.insert(profile.end(), pieces[number].begin(), pieces[number].end());
+    }
+    return profile;
+}
+
+} // namespace korv::jpeg
