@@ -1,5 +1,7 @@
 #include "library/imaging/jpeg.h"
 
+#include "library/imaging/bilevel_jpeg.h"
+#include "library/imaging/jpeg_density.h"
 #include "library/imaging/jpeg_destination.h"
 #include "library/imaging/jpeg_tables.h"
 #include "library/imaging/jpeg_trap.h"
@@ -79,12 +81,7 @@ void Compressor::configure(const Image &image, const EncodeOptions &options)
         m_state.comp_info[0].h_samp_factor = 1;
         m_state.comp_info[0].v_samp_factor = 1;
     }
-    if (image.dpi() > 0) {
-        const long density = std::clamp(std::lround(image.dpi()), 1L, 65535L);
-        m_state.density_unit = 1;
-        m_state.X_density = static_cast<UINT16>(density);
-        m_state.Y_density = static_cast<UINT16>(density);
-    }
+    stateDensity(m_state, image.dpi());
 }
 
 bool Compressor::encode(const Image &image, const EncodeOptions &options,
@@ -100,10 +97,6 @@ bool Compressor::encode(const Image &image, const EncodeOptions &options,
         if (!options.exif.empty())
             jpeg_write_marker(&m_state, JPEG_APP0 + 1, options.exif.data,
                               static_cast<unsigned>(options.exif.size));
-        if (image.isBilevel()) {
-            jpeg_write_marker(&m_state, JPEG_COM, reinterpret_cast<const JOCTET *>(kBilevelComment),
-                              sizeof kBilevelComment - 1);
-        }
         JSAMPROW rows[kRowsAtOnce];
         while (m_state.next_scanline < m_state.image_height) {
             const int first = static_cast<int>(m_state.next_scanline);
@@ -122,6 +115,8 @@ bool Compressor::encode(const Image &image, const EncodeOptions &options,
 
 Result<Bytes> encode(const Image &image, const EncodeOptions &options)
 {
+    if (image.isBilevel() && image.format() == PixelFormat::Gray8)
+        return encodeBilevel(image, options.exif);
     try {
         const std::size_t pixelBytes = image.stride() * static_cast<std::size_t>(image.height());
         ByteDestination destination(pixelBytes / 8);
