@@ -33,4 +33,15 @@ Result<Bytes> encodeCcittG4(const Image &image)
     return Bytes(all.begin() + at, all.begin() + at + size);
 }
 
+Result<ByteView> ccittG4Of(const Page &page, Bytes &own)
+{
+    if (!page.codedLineart.empty())
+        return page.codedLineart;
+    Result<Bytes> coded = encodeCcittG4(*page.lineart);
+    if (!coded)
+        return coded.error();
+    own = std::move(coded).value();
+    return ByteView(own);
+}
+
 } // namespace korv

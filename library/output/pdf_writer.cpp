@@ -1,6 +1,6 @@
 #include "library/output/pdf_writer.h"
 
-#include "library/output/coded_lineart.h"
+#include "library/output/ccitt_encoder.h"
 #include "library/output/decimal.h"
 #include "library/output/pdf_text.h"
 #include "library/output/random_hex.h"

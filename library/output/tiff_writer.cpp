@@ -1,6 +1,6 @@
 #include "library/output/tiff_writer.h"
 
-#include "library/output/coded_lineart.h"
+#include "library/output/ccitt_encoder.h"
 #include "library/output/tiff_directories.h"
 
 #include <algorithm>
