@@ -1,16 +1,19 @@
 #!/usr/bin/env python3
-"""Refuses an #include that points the wrong way between the folders of the tree, and two types of
-one name in the library, which the linker would silently mix up.
+"""Refuses an #include that points the wrong way between the folders of the tree, files or folders
+that include one another in a circle, and two types of one name in the library, which the linker
+would silently mix up.
 
 Usage: check_layers.py [ROOT]
 Prints one line per offence and ends with status 1 when there is any.
 """
 
+import graphlib
 import pathlib
 import re
 import sys
 
-# folder -> folders (or single headers) of ours that it may include, besides itself
+# folder -> folders (or single headers) of ours that it may include, besides itself. A folder is
+# meant without the folders in it.
 MAY_INCLUDE = {
     "util": [],
     "ui": [],
@@ -23,21 +26,25 @@ MAY_INCLUDE = {
     "library/imaging": ["library/base"],
     "library/device": ["library/imaging", "library/base"],
     "library/output": ["library/imaging", "library/base"],
-    "library/api": ["library"],
 }
+MAY_INCLUDE["library/api"] = [folder for folder in MAY_INCLUDE if folder.startswith("library/")]
+TREES = {folder.split("/")[0] for folder in MAY_INCLUDE}
 WITHOUT_QT = ("util", "library")
 GENERATED = re.compile(r"(installpaths\.h|library_version\.h|ui_\w+\.h|moc_\w+\.cpp|\w+\.moc)$")
-# the generated layouts need widgets: only these files may show them
 # forward declarations end with a semicolon; types inside others are indented
 TYPE = re.compile(r"(?:class|struct)\s+(\w+)[^;]*$")
+# the generated layouts need widgets: only these files may show them
 LAYOUT_USERS = re.compile(r"(settings/csettingdlg|app/|ui/)")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
 def folder_of(path):
-    """The longest rule that the path falls under."""
-    rules = [rule for rule in MAY_INCLUDE if path.startswith(rule + "/")]
-    return max(rules, key=len, default=None)
+    return path.rpartition("/")[0]
+
+
+def component_of(path):
+    """A header and the source file of its name are one thing."""
+    return path.rpartition(".")[0]
 
 
 def offence(path, quote, header):
@@ -51,23 +58,53 @@ def offence(path, quote, header):
         return None
     if "/" not in header:
         return "includes of ours start at the root of the tree"
-    allowed = [folder] + MAY_INCLUDE[folder]
-    if any(header == target or header.startswith(target + "/") for target in allowed):
+    if folder not in MAY_INCLUDE:
+        return f"{folder} has no row in MAY_INCLUDE"
+    if {header, folder_of(header)} & {folder, *MAY_INCLUDE[folder]}:
         return None
     return f"{folder} may not include it"
 
 
-def check(root):
-    offences = []
+def includes(root):
+    """Every include of our sources: file, line number, quote, header."""
     for path in sorted(root.rglob("*")):
         name = path.relative_to(root).as_posix()
-        if path.suffix not in (".h", ".cpp", ".c") or folder_of(name) is None:
+        if path.suffix not in (".h", ".cpp", ".c") or name.split("/")[0] not in TREES:
             continue
         for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
             match = INCLUDE.match(line)
-            reason = match and offence(name, *match.groups())
-            if reason:
-                offences.append(f"{name}:{number}: {match.group(2)}: {reason}")
+            if match:
+                yield name, number, *match.groups()
+
+
+def check(root):
+    offences = []
+    for name, number, quote, header in includes(root):
+        reason = offence(name, quote, header)
+        if reason:
+            offences.append(f"{name}:{number}: {header}: {reason}")
+    return offences
+
+
+def circle_in(graph):
+    try:
+        graphlib.TopologicalSorter(graph).prepare()
+    except graphlib.CycleError as error:
+        return error.args[1][::-1]
+    return None
+
+
+def check_circles(root):
+    """One circle of files and one of folders, when there are any."""
+    offences = []
+    for part_of in component_of, folder_of:
+        graph = {}
+        for name, _, quote, header in includes(root):
+            if quote == '"' and "/" in header and part_of(name) != part_of(header):
+                graph.setdefault(part_of(name), set()).add(part_of(header))
+        circle = circle_in(graph)
+        if circle:
+            offences.append(" includes ".join(circle))
     return offences
 
 
@@ -86,7 +123,7 @@ def check_names(root):
 
 def main(arguments):
     root = pathlib.Path(arguments[0] if arguments else pathlib.Path(__file__).parents[1])
-    offences = check(root) + check_names(root)
+    offences = check(root) + check_circles(root) + check_names(root)
     print("\n".join(offences) if offences else "all includes and names are in order")
     return 1 if offences else 0
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/imaging/crop.h"
+#include "library/imaging/quadrilateral.h"
 
 namespace korv {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/imaging/crop_geometry.h"
+#include "library/imaging/image.h"
 #include "library/imaging/second_core.h"
 
 namespace korv::crop {

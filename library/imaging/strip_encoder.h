@@ -3,7 +3,7 @@
 #include "library/base/result.h"
 #include "library/imaging/jpeg_destination.h"
 #include "library/imaging/jpeg_trap.h"
-#include "library/imaging/planar_jpeg.h"
+#include "library/imaging/video_picture.h"
 #include "library/imaging/video_rows.h"
 
 namespace korv {

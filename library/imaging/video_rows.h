@@ -1,7 +1,8 @@
 #pragma once
 
-#include "library/imaging/planar_jpeg.h"
+#include "library/base/bytes.h"
 #include "library/imaging/video_levels.h"
+#include "library/imaging/video_picture.h"
 
 #include <array>
 #include <cstdint>

@@ -30,6 +30,9 @@ class CheckLayers(unittest.TestCase):
                 ("camera/a.cpp", '"library/base/result.h"'),
                 ("cli/a.cpp", '"settings/backupsetting.h"'),
                 ("cli/a.cpp", '"ui_mainwindow.h"'),
+                ("library/device/part/a.cpp", '"library/base/result.h"'),
+                ("library/output/a.cpp", '"library/imaging/part/a.h"'),
+                ("library/api/a.cpp", '"library/device/part/a.h"'),
                 ("app/a.cpp", '"mainwindow.h"')]:
             with self.subTest(path=path, include=include):
                 self.assertEqual(1, len(self.offences(path, include)))
@@ -47,6 +50,42 @@ class CheckLayers(unittest.TestCase):
                 ("library/base/a.cpp", "<vector>")]:
             with self.subTest(path=path, include=include):
                 self.assertEqual([], self.offences(path, include))
+
+    def circles(self, files):
+        with tempfile.TemporaryDirectory() as folder:
+            for path, headers in files.items():
+                source = pathlib.Path(folder) / path
+                source.parent.mkdir(parents=True, exist_ok=True)
+                source.write_text("".join(f'#include "{header}"\n' for header in headers),
+                                  encoding="utf-8")
+            return check_layers.check_circles(pathlib.Path(folder))
+
+    def test_files_that_include_one_another_are_refused(self):
+        # through a header and a source file of one name, as well
+        found = self.circles({"library/base/a.h": ["library/base/b.h"],
+                              "library/base/b.cpp": ["library/base/b.h", "library/base/c.h"],
+                              "library/base/c.h": ["library/base/a.h"]})
+        self.assertEqual(1, len(found))
+        self.assertEqual({"library/base/a", "library/base/b", "library/base/c"},
+                         set(found[0].split(" includes ")))
+
+    def test_folders_that_include_one_another_are_refused(self):
+        found = self.circles({"library/base/a.h": ["library/output/b.h"],
+                              "library/output/c.h": ["library/base/d.h"]})
+        self.assertEqual(1, len(found))
+        self.assertEqual({"library/base", "library/output"}, set(found[0].split(" includes ")))
+
+    def test_a_chain_is_no_circle(self):
+        self.assertEqual([], self.circles({"library/base/a.cpp": ["library/base/a.h"],
+                                           "library/base/b.h": ["library/base/a.h"],
+                                           "library/output/c.h": ["library/base/a.h",
+                                                                  "library/base/b.h"]}))
+
+    def test_the_table_itself_has_no_circle(self):
+        folders = {folder: [target for target in targets if not target.endswith(".h")]
+                   for folder, targets in check_layers.MAY_INCLUDE.items()}
+        self.assertIsNone(check_layers.circle_in(folders))
+        self.assertIsNotNone(check_layers.circle_in({"a": ["b"], "b": ["a"]}))
 
     def test_a_type_name_stands_once_in_the_library(self):
         with tempfile.TemporaryDirectory() as folder:
