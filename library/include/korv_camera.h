@@ -204,7 +204,8 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * name "0001-rescued-0001.jpg" (next free number, the extension of its content) beside dst, by a hard
  * link, or by a copy where links are not possible; beside src when nothing can be made there. With no
  * room for a copy either, src itself gets such a name, and is no longer where it was. Standard error
- * tells the name. Any other src is left alone. A null pointer and an unknown extension are wrong
+ * tells the name. Any other src is left alone, and every src in a process whose environment has a
+ * value for KORV_CAMERA_NO_RESCUE, which says that it deletes none. A null pointer and an unknown extension are wrong
  * calls, which a caller can know beforehand, before it deletes anything: those do nothing at all.
  * Errors: -EINVAL null pointer or unknown extension (nothing is written); -EBADMSG src is no readable
  * picture; -EFBIG picture too large; -ENOENT, -ENOSPC ... what the file system answered. When only

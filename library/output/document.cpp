@@ -48,7 +48,9 @@ public:
             m_first = problem;
         if (m_left.empty() || m_left.back() != source)
             m_left.push_back(source);
-        if (++m_count > kMostTold)
+        // of a document of one page, the result says it all
+        const bool onlyPage = m_sources.size() == 1 && page.pages <= 1;
+        if (++m_count > kMostTold || onlyPage)
             return;
         std::string text = "page " + std::to_string(number) + " is missing: " + source;
         if (page.pages > 1)

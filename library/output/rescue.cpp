@@ -8,6 +8,7 @@
 #include "library/output/moves.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <exception>
 #include <set>
 
@@ -224,10 +225,18 @@ private:
     std::set<std::string> m_touched; ///< folders
 };
 
+bool callerDeletesNothing()
+{
+    const char *value = std::getenv("KORV_CAMERA_NO_RESCUE");
+    return value != nullptr && *value != '\0';
+}
+
 } // namespace
 
 void rescuePages(const std::vector<std::string> &sources, const std::string &destination)
 {
+    if (callerDeletesNothing())
+        return;
     Rescuer rescuer(destination);
     std::set<std::string> done;
     for (const std::string &source : sources) {

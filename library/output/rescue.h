@@ -13,7 +13,8 @@ namespace korv {
 /// destination, the file is kept beside its source. When there is no room for a copy either, the
 /// working file itself takes such a name, which needs none. Each new name is told on standard error.
 /// Sources that do not exist, are empty, or are no regular files have nothing to keep; one that is
-/// listed twice is kept once.
+/// listed twice is kept once. Nothing is done where the environment says, with a value of
+/// KORV_CAMERA_NO_RESCUE, that this process deletes no sources.
 void rescuePages(const std::vector<std::string> &sources, const std::string &destination);
 
 } // namespace korv

@@ -6,6 +6,7 @@
 #include "tests/library/imaging/pictures.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -74,6 +75,20 @@ TEST_F(KeptPhotographs, fullFolderWithoutLinksRenamesThem)
         for (const fs::directory_entry &left : fs::directory_iterator(desk.folder()))
             fs::remove(left);
     }
+}
+
+TEST_F(KeptPhotographs, nothingIsTouchedForAProgramThatDeletesNothing)
+{
+    const Desk desk(m_home.scratch());
+    setMissingFeatures(kBareFileSystem);
+    setenv("KORV_CAMERA_NO_RESCUE", "1", 1);
+    armFault("full", 1, ENOSPC);
+    EXPECT_EQ(combineAll(desk, desk.path("0001.pdf")), -ENOSPC);
+    disarmFault();
+    unsetenv("KORV_CAMERA_NO_RESCUE");
+    for (int i = 0; i < Desk::kPhotographs; ++i)
+        EXPECT_EQ(pictures::readBytes(desk.workingFile(i)), Desk::photograph(i));
+    EXPECT_EQ(entries(desk.folder()), Desk::kPhotographs);
 }
 
 TEST_F(KeptPhotographs, fullFolderWithoutLinksRenamesAConvertedOne)

@@ -58,6 +58,11 @@ Outcome outcomeOf(const Work &work, const Desk &desk, long nth, Shortage shortag
     return outcome;
 }
 
+std::string nameOf(const std::string &path)
+{
+    return fs::path(path).filename();
+}
+
 /// Does the work again and again, each time with memory running out one allocation later, until
 /// there is enough of it.
 void sweep(const Work &work, const std::string &output, Shortage shortage, bool isWhole)
@@ -80,10 +85,10 @@ void sweep(const Work &work, const std::string &output, Shortage shortage, bool 
         if (isWhole) {
             ASSERT_EQ(fs::exists(desk.path(output)), outcome.result == 0) << messages;
         }
-        ASSERT_THAT(
-            desk.strangers({output, ".working-0001.jpg", ".working-0002.jpg", ".working-0003.jpg",
-                            "source.tif", "source.png", "source.bmp", "source.jpg"}),
-            testing::IsEmpty());
+        ASSERT_THAT(desk.strangers({output, nameOf(desk.workingFile(0)),
+                                    nameOf(desk.workingFile(1)), nameOf(desk.workingFile(2)),
+                                    "source.tif", "source.png", "source.bmp", "source.jpg"}),
+                    testing::IsEmpty());
     }
     EXPECT_FALSE(exhausted);
     EXPECT_GT(nth, 1);

@@ -75,7 +75,7 @@ TEST(Preloaded, kernelWithoutLinksAndNamelessFilesIsEnough)
     EXPECT_THAT(desk.strangers({"0001.pdf", "0001 (1).pdf"}), testing::IsEmpty());
 }
 
-TEST(Preloaded, fullDiskOfSuchAKernelLosesNothing)
+TEST(Preloaded, fullDiskOfSuchAKernelLeavesTheSourcesAlone)
 {
     constexpr int kBareKernel = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks | NoLocks;
     const support::TempHome home;
@@ -85,8 +85,7 @@ TEST(Preloaded, fullDiskOfSuchAKernelLosesNothing)
                                         desk.workingFile(2), "-o", desk.path("0001.pdf")},
                                        kBareKernel);
     EXPECT_EQ(done.status, 1) << done.errors;
-    desk.deleteWorkingFiles();
     for (int i = 0; i < Desk::kPhotographs; ++i)
-        EXPECT_EQ(desk.countRescued(i), 1);
-    EXPECT_THAT(desk.strangers({}), testing::IsEmpty());
+        EXPECT_EQ(pictures::readBytes(desk.workingFile(i)), Desk::photograph(i));
+    EXPECT_EQ(std::distance(fs::directory_iterator(desk.folder()), {}), Desk::kPhotographs);
 }
