@@ -3,20 +3,12 @@
 #include "library/imaging/colour_profile.h"
 
 #include <array>
-#include <cstring>
 
 namespace korv::jpeg {
 
 namespace {
 
 constexpr std::uint8_t kApp2 = 0xE2;
-constexpr char kProfileName[] = "ICC_PROFILE"; ///< with its zero byte
-constexpr std::size_t kPieceHead = sizeof kProfileName + 2; ///< then number and count, from 1
-
-bool startsWith(ByteView payload, const char *text, std::size_t length)
-{
-    return payload.size >= length && std::memcmp(payload.data, text, length) == 0;
-}
 
 } // namespace
 
@@ -37,16 +29,6 @@ std::vector<Segment> headerSegments(ByteView data, const Structure &structure)
     return segments;
 }
 
-bool isProfilePiece(ByteView payload)
-{
-    return payload.size >= kPieceHead && startsWith(payload, kProfileName, sizeof kProfileName);
-}
-
-bool isPictureIndex(ByteView payload)
-{
-    return startsWith(payload, "MPF\0", 4);
-}
-
 Bytes profileOf(ByteView data, const Structure &structure)
 {
     if (!structure.hasProfile)
@@ -57,13 +39,14 @@ Bytes profileOf(ByteView data, const Structure &structure)
     for (const Segment &segment : headerSegments(data, structure)) {
         if (segment.marker != kApp2 || !isProfilePiece(segment.payload))
             continue;
-        const std::size_t number = segment.payload[kPieceHead - 2];
-        const std::size_t stated = segment.payload[kPieceHead - 1];
+        const std::size_t number = segment.payload[kProfilePieceHead - 2];
+        const std::size_t stated = segment.payload[kProfilePieceHead - 1];
         if (number == 0 || number > stated || (count != 0 && stated != count)
             || !pieces[number].empty())
             return {};
         count = stated;
-        pieces[number] = {segment.payload.data + kPieceHead, segment.payload.size - kPieceHead};
+        pieces[number] = {segment.payload.data + kProfilePieceHead,
+                          segment.payload.size - kProfilePieceHead};
         size += pieces[number].size;
     }
     if (size > kLargestProfile)

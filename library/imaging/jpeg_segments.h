@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/imaging/app2_payloads.h"
 #include "library/imaging/jpeg_structure.h"
 
 #include <vector>
@@ -17,11 +18,6 @@ struct Segment
 
 /// Those in front of the first scan, in their order. `structure` is that of the data.
 std::vector<Segment> headerSegments(ByteView data, const Structure &structure);
-
-/// Of an APP2 payload: a piece of an ICC profile (ICC.1:2010, B.4).
-bool isProfilePiece(ByteView payload);
-/// Of an APP2 payload: the index of further pictures behind the first (CIPA DC-007).
-bool isPictureIndex(ByteView payload);
 
 /// The profile put together; empty when there is none, a piece is missing, or it is larger than any
 /// profile of use. Throws std::bad_alloc only.

@@ -1,7 +1,7 @@
 #include "library/imaging/jpeg_structure.h"
 
+#include "library/imaging/app2_payloads.h"
 #include "library/imaging/exif.h"
-#include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_tables.h"
 
 #include <cerrno>
