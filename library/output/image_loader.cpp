@@ -19,11 +19,6 @@ namespace {
 
 constexpr std::size_t kCheckedPart = 64 * 1024;
 
-bool startsWith(ByteView content, const char *magic, std::size_t length)
-{
-    return content.size >= length && std::memcmp(content.data, magic, length) == 0;
-}
-
 std::uint64_t tiffPage(ByteView content, std::uint64_t directory)
 {
     if (directory != kFirstPage)
@@ -67,21 +62,6 @@ Result<void> checkPage(ByteView content, std::uint64_t directory)
 }
 
 } // namespace
-
-SourceFormat recogniseFormat(ByteView content)
-{
-    if (startsWith(content, "\xFF\xD8\xFF", 3))
-        return SourceFormat::Jpeg;
-    if (startsWith(content, "\x89PNG\r\n\x1A\n", 8))
-        return SourceFormat::Png;
-    if (startsWith(content, "BM", 2))
-        return SourceFormat::Bmp;
-    // little- and big-endian, classic and BigTIFF
-    if (startsWith(content, "II*\0", 4) || startsWith(content, "MM\0*", 4)
-        || startsWith(content, "II+\0", 4) || startsWith(content, "MM\0+", 4))
-        return SourceFormat::Tiff;
-    return SourceFormat::Unknown;
-}
 
 Result<Image> loadImage(ByteView content, std::uint64_t directory)
 {

@@ -4,15 +4,11 @@
 #include "library/base/result.h"
 #include "library/imaging/image.h"
 #include "library/output/picture_size.h"
+#include "library/output/source_format.h"
 
 #include <string>
 
 namespace korv {
-
-enum class SourceFormat { Unknown, Jpeg, Png, Bmp, Tiff };
-
-/// By the first bytes; file names do not count.
-SourceFormat recogniseFormat(ByteView content);
 
 /// In place of a directory's offset: that of a TIFF's first page. Other formats have one page only.
 inline constexpr std::uint64_t kFirstPage = 0;

@@ -2,7 +2,7 @@
 
 #include "library/base/unique_fd.h"
 #include "library/output/file_names.h"
-#include "library/output/image_loader.h"
+#include "library/output/source_format.h"
 
 #include <cstdio>
 #include <fcntl.h>
