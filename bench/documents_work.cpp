@@ -1,5 +1,6 @@
 // One piece of work per process, for documents.py: ours through the built camera library, and what
 // it is compared with.
+#include "library/files/source_file.h"
 #include "library/imaging/jpeg.h"
 #include "library/imaging/photograph.h"
 #include "library/imaging/planar_jpeg.h"
@@ -7,7 +8,6 @@
 #include "library/include/korv_camera.h"
 #include "library/output/image_loader.h"
 #include "library/output/packed_bits.h"
-#include "library/output/source_file.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 // decode that it takes the place of. Both are measured in turns on the same frames.
 
 #include "library/device/v4l2_frames.h"
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 #include "library/imaging/jpeg.h"
 
 #include <benchmark/benchmark.h>

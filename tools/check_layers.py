@@ -22,10 +22,14 @@ MAY_INCLUDE = {
     "app": ["settings", "camera", "util", "ui"],
     "cli": ["camera", "util"],
     "library/include": [],
-    "library/base": [],
-    "library/imaging": ["library/base"],
-    "library/device": ["library/imaging", "library/base"],
-    "library/output": ["library/imaging", "library/base"],
+    "library/threads": [],
+    "library/base": ["library/threads"],
+    "library/files": ["library/base", "library/threads"],
+    "library/image": ["library/base", "library/threads"],
+    "library/imaging": ["library/image", "library/base", "library/threads"],
+    "library/output": ["library/imaging", "library/image", "library/files", "library/base",
+                       "library/threads"],
+    "library/device": ["library/imaging", "library/image", "library/base", "library/threads"],
 }
 MAY_INCLUDE["library/api"] = [folder for folder in MAY_INCLUDE if folder.startswith("library/")]
 TREES = {folder.split("/")[0] for folder in MAY_INCLUDE}

@@ -2,7 +2,7 @@
 
 #include "library/api/callback_scope.h"
 #include "library/base/log.h"
-#include "library/base/thread.h"
+#include "library/threads/thread.h"
 
 #include <new>
 

@@ -3,9 +3,9 @@
 
 #include "library/api/messages.h"
 #include "library/api/process_manager.h"
+#include "library/base/exception_error.h"
 #include "library/base/log.h"
-#include "library/imaging/exception_error.h"
-#include "library/imaging/opencv_threads.h"
+#include "library/image/opencv_threads.h"
 #include "library/imaging/yuyv.h"
 #include "library_version.h"
 

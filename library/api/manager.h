@@ -1,8 +1,8 @@
 #pragma once
 
 #include "library/api/session.h"
+#include "library/files/left_overs.h"
 #include "library/imaging/photograph.h"
-#include "library/output/left_overs.h"
 #include "library/output/pending_document.h"
 
 #include <atomic>

@@ -3,7 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/device/row_jpeg.h"
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/base/result.h"
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
 #include "library/device/page_turner.h"
 
 #include "library/base/log.h"
-#include "library/base/thread.h"
 #include "library/device/desk_scene.h"
+#include "library/threads/thread.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 #include <array>
 #include <cstdint>

@@ -2,10 +2,10 @@
 
 #include "library/base/log.h"
 #include "library/base/shortage.h"
-#include "library/base/thread.h"
 #include "library/device/device_name.h"
 #include "library/device/folder_pages.h"
 #include "library/device/simulated_device.h"
+#include "library/threads/thread.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #include "library/device/simulated_stream.h"
 
 #include "library/base/log.h"
-#include "library/base/thread.h"
 #include "library/device/frame_composer.h"
+#include "library/threads/thread.h"
 
 #include <algorithm>
 #include <exception>

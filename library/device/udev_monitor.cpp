@@ -1,10 +1,10 @@
 #include "library/device/udev_monitor.h"
 
-#include "library/base/call_gate.h"
 #include "library/base/log.h"
-#include "library/base/thread.h"
 #include "library/device/node_source.h"
 #include "library/device/udev_nodes.h"
+#include "library/threads/call_gate.h"
+#include "library/threads/thread.h"
 
 #include <array>
 #include <cerrno>

@@ -1,7 +1,7 @@
 #include "library/device/v4l2_device.h"
 
 #include "library/base/log.h"
-#include "library/base/thread.h"
+#include "library/threads/thread.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "library/device/v4l2_modes.h"
 
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 #include <algorithm>
 #include <array>

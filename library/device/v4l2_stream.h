@@ -1,10 +1,10 @@
 #pragma once
 
-#include "library/base/call_gate.h"
 #include "library/base/event_fd.h"
 #include "library/device/v4l2_buffers.h"
 #include "library/device/v4l2_frames.h"
 #include "library/device/v4l2_modes.h"
+#include "library/threads/call_gate.h"
 
 #include <chrono>
 #include <optional>

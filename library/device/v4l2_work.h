@@ -1,10 +1,10 @@
 #pragma once
 
-#include "library/base/call_gate.h"
 #include "library/base/event_fd.h"
 #include "library/device/v4l2_calls.h"
 #include "library/device/v4l2_modes.h"
 #include "library/device/v4l2_stream.h"
+#include "library/threads/call_gate.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,7 +1,7 @@
 #include "library/imaging/crop.h"
 
+#include "library/image/opencv_threads.h"
 #include "library/imaging/crop_geometry.h"
-#include "library/imaging/opencv_threads.h"
 #include "library/imaging/sheet_judge.h"
 #include "library/imaging/sheet_search.h"
 

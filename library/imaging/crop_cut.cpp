@@ -1,6 +1,6 @@
+#include "library/image/opencv_threads.h"
 #include "library/imaging/crop.h"
 #include "library/imaging/crop_geometry.h"
-#include "library/imaging/opencv_threads.h"
 #include "library/imaging/perspective_warp.h"
 #include "library/imaging/sheet_aspect.h"
 

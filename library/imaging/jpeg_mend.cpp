@@ -1,8 +1,8 @@
 #include "library/imaging/jpeg_mend.h"
 
+#include "library/image/resolution.h"
 #include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_tables.h"
-#include "library/imaging/resolution.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "library/imaging/jpeg_segments.h"
 
-#include "library/imaging/colour_profile.h"
+#include "library/image/colour_profile.h"
 
 #include <array>
 

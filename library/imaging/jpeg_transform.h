@@ -1,7 +1,7 @@
 #pragma once
 
+#include "library/image/turn.h"
 #include "library/imaging/jpeg_structure.h"
-#include "library/imaging/turn.h"
 
 namespace korv::jpeg {
 

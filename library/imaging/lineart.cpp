@@ -1,8 +1,8 @@
 #include "library/imaging/lineart.h"
 
-#include "library/imaging/colour.h"
-#include "library/imaging/mat_view.h"
-#include "library/imaging/opencv_threads.h"
+#include "library/image/colour.h"
+#include "library/image/mat_view.h"
+#include "library/image/opencv_threads.h"
 #include "library/imaging/specks.h"
 
 #include <algorithm>

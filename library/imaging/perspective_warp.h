@@ -1,7 +1,7 @@
 #pragma once
 
-#include "library/imaging/image.h"
-#include "library/imaging/second_core.h"
+#include "library/image/image.h"
+#include "library/threads/second_core.h"
 
 #include <array>
 

@@ -1,13 +1,13 @@
 #include "library/imaging/photograph.h"
 
-#include "library/imaging/colour.h"
+#include "library/base/exception_error.h"
+#include "library/image/colour.h"
+#include "library/image/resolution.h"
 #include "library/imaging/crop.h"
-#include "library/imaging/exception_error.h"
 #include "library/imaging/jpeg.h"
 #include "library/imaging/jpeg_mend.h"
 #include "library/imaging/jpeg_transform.h"
 #include "library/imaging/lineart.h"
-#include "library/imaging/resolution.h"
 
 #include <cerrno>
 #include <optional>

@@ -2,8 +2,8 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
+#include "library/image/rotate.h"
 #include "library/imaging/exif_writer.h"
-#include "library/imaging/rotate.h"
 
 namespace korv {
 

@@ -1,9 +1,9 @@
 #include "library/imaging/planar_jpeg.h"
 
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 #include "library/imaging/jpeg_halves.h"
-#include "library/imaging/second_core.h"
 #include "library/imaging/strip_encoder.h"
+#include "library/threads/second_core.h"
 
 #include <cerrno>
 #include <new>

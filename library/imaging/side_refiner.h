@@ -1,8 +1,8 @@
 #pragma once
 
+#include "library/image/image.h"
 #include "library/imaging/crop_geometry.h"
-#include "library/imaging/image.h"
-#include "library/imaging/second_core.h"
+#include "library/threads/second_core.h"
 
 namespace korv::crop {
 

@@ -1,6 +1,6 @@
 #include "library/imaging/yuyv.h"
 
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 #include <cerrno>
 #include <cstddef>

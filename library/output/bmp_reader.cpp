@@ -1,6 +1,6 @@
 #include "library/output/bmp_reader.h"
 
-#include "library/imaging/colour_profile.h"
+#include "library/image/colour_profile.h"
 #include "library/output/bmp_runs.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "library/base/result.h"
-#include "library/imaging/image.h"
-#include "library/output/byte_sink.h"
+#include "library/files/byte_sink.h"
+#include "library/image/image.h"
 
 namespace korv {
 

@@ -1,18 +1,18 @@
 #include "library/output/convert.h"
 
+#include "library/base/boundary.h"
 #include "library/base/log.h"
-#include "library/base/thread.h"
+#include "library/files/atomic_file.h"
+#include "library/files/source_file.h"
+#include "library/image/resolution.h"
 #include "library/imaging/jpeg_transform.h"
-#include "library/imaging/resolution.h"
-#include "library/output/atomic_file.h"
-#include "library/output/boundary.h"
 #include "library/output/document.h"
 #include "library/output/format.h"
 #include "library/output/image_loader.h"
 #include "library/output/jpeg_reuse.h"
 #include "library/output/rescue.h"
-#include "library/output/source_file.h"
 #include "library/output/tiff_pages.h"
+#include "library/threads/thread.h"
 
 #include <cerrno>
 #include <memory>

@@ -1,8 +1,8 @@
 #include "library/output/document.h"
 
 #include "library/base/log.h"
-#include "library/output/atomic_file.h"
-#include "library/output/file_names.h"
+#include "library/files/atomic_file.h"
+#include "library/files/file_names.h"
 #include "library/output/page_prefetcher.h"
 #include "library/output/utf8.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/base/result.h"
-#include "library/output/byte_sink.h"
+#include "library/files/byte_sink.h"
 #include "library/output/page.h"
 
 #include <cerrno>

@@ -1,9 +1,9 @@
 #include "library/output/format.h"
 
+#include "library/files/file_names.h"
+#include "library/image/resolution.h"
 #include "library/imaging/jpeg.h"
-#include "library/imaging/resolution.h"
 #include "library/output/bmp_writer.h"
-#include "library/output/file_names.h"
 #include "library/output/ofd_writer.h"
 #include "library/output/pdf_writer.h"
 #include "library/output/pixel_coders.h"

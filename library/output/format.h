@@ -1,11 +1,11 @@
 #pragma once
 
 #include "library/base/result.h"
-#include "library/imaging/image.h"
-#include "library/output/byte_sink.h"
+#include "library/files/byte_sink.h"
+#include "library/image/image.h"
 #include "library/output/document_writer.h"
 #include "library/output/page_maker.h"
-#include "library/output/row_gate.h"
+#include "library/threads/row_gate.h"
 
 #include <memory>
 #include <string>

@@ -1,10 +1,10 @@
 #include "library/output/image_loader.h"
 
+#include "library/files/source_file.h"
+#include "library/image/rotate.h"
 #include "library/imaging/jpeg_structure.h"
-#include "library/imaging/rotate.h"
 #include "library/output/bmp_reader.h"
 #include "library/output/png_reader.h"
-#include "library/output/source_file.h"
 #include "library/output/tiff_pages.h"
 #include "library/output/tiff_reader.h"
 

@@ -2,9 +2,9 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
-#include "library/imaging/image.h"
+#include "library/files/source_format.h"
+#include "library/image/image.h"
 #include "library/output/picture_size.h"
-#include "library/output/source_format.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 #include "library/output/jpeg_reuse.h"
 
+#include "library/image/resolution.h"
 #include "library/imaging/jpeg_mend.h"
 #include "library/imaging/jpeg_transform.h"
-#include "library/imaging/resolution.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,8 +1,8 @@
 #include "library/output/page_feed.h"
 
-#include "library/output/boundary.h"
+#include "library/base/boundary.h"
+#include "library/files/source_file.h"
 #include "library/output/image_loader.h"
-#include "library/output/source_file.h"
 
 #include <cerrno>
 #include <utility>

@@ -1,12 +1,12 @@
 #include "library/output/page_maker.h"
 
-#include "library/imaging/colour_profile.h"
+#include "library/files/source_file.h"
+#include "library/image/colour_profile.h"
+#include "library/image/resolution.h"
 #include "library/imaging/jpeg_segments.h"
 #include "library/imaging/jpeg_transform.h"
-#include "library/imaging/resolution.h"
 #include "library/output/image_loader.h"
 #include "library/output/jpeg_reuse.h"
-#include "library/output/source_file.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "library/output/page_prefetcher.h"
 
-#include "library/base/thread.h"
-#include "library/imaging/exception_error.h"
+#include "library/base/exception_error.h"
+#include "library/threads/thread.h"
 
 #include <algorithm>
 #include <exception>

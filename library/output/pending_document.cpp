@@ -1,6 +1,6 @@
 #include "library/output/pending_document.h"
 
-#include "library/output/boundary.h"
+#include "library/base/boundary.h"
 #include "library/output/document.h"
 #include "library/output/format.h"
 #include "library/output/image_loader.h"

@@ -1,6 +1,6 @@
 #include "library/output/pixel_coders.h"
 
-#include "library/output/memory_sink.h"
+#include "library/files/memory_sink.h"
 #include "library/output/packed_bits.h"
 #include "library/output/png_writer.h"
 #include "library/output/tiff_strip.h"

@@ -1,9 +1,9 @@
 #include "library/output/png_reader.h"
 
 #include "library/base/memory_verdict.h"
-#include "library/imaging/colour_profile.h"
+#include "library/image/colour_profile.h"
+#include "library/image/rotate.h"
 #include "library/imaging/exif.h"
-#include "library/imaging/rotate.h"
 
 #include <cerrno>
 #include <cmath>

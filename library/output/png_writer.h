@@ -1,9 +1,9 @@
 #pragma once
 
 #include "library/base/result.h"
-#include "library/imaging/image.h"
-#include "library/output/byte_sink.h"
-#include "library/output/row_gate.h"
+#include "library/files/byte_sink.h"
+#include "library/image/image.h"
+#include "library/threads/row_gate.h"
 
 namespace korv {
 

@@ -1,11 +1,11 @@
 #include "library/output/rescue.h"
 
 #include "library/base/log.h"
-#include "library/output/atomic_file.h"
-#include "library/output/file_names.h"
-#include "library/output/folder.h"
-#include "library/output/kept_names.h"
-#include "library/output/moves.h"
+#include "library/files/atomic_file.h"
+#include "library/files/file_names.h"
+#include "library/files/folder.h"
+#include "library/files/kept_names.h"
+#include "library/files/moves.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "library/output/tiff_reader.h"
 
-#include "library/imaging/colour_profile.h"
-#include "library/imaging/rotate.h"
+#include "library/image/colour_profile.h"
+#include "library/image/rotate.h"
 #include "library/output/tiff_memory.h"
 
 #include <algorithm>

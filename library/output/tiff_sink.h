@@ -2,7 +2,7 @@
 
 #include "library/base/handle.h"
 #include "library/base/memory_verdict.h"
-#include "library/output/byte_sink.h"
+#include "library/files/byte_sink.h"
 
 #include <string>
 

@@ -2,7 +2,7 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 namespace korv {
 

@@ -2,7 +2,7 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
-#include "library/output/byte_sink.h"
+#include "library/files/byte_sink.h"
 
 #include <cstdint>
 #include <ctime>

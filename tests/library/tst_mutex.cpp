@@ -1,4 +1,4 @@
-#include "library/base/mutex.h"
+#include "library/threads/mutex.h"
 
 #include <chrono>
 #include <gtest/gtest.h>

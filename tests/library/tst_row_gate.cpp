@@ -1,8 +1,8 @@
-#include "library/output/row_gate.h"
+#include "library/threads/row_gate.h"
 
+#include "library/files/source_file.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
-#include "library/output/source_file.h"
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/temporary_folder.h"
 

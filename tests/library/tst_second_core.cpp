@@ -1,4 +1,4 @@
-#include "library/imaging/second_core.h"
+#include "library/threads/second_core.h"
 
 #include "tests/library/support/folder_entries.h"
 #include "tests/library/support/wait.h"

@@ -23,7 +23,7 @@ class CheckLayers(unittest.TestCase):
                 ("app/a.cpp", '"library/include/korv_camera.h"'),
                 ("util/a.cpp", '"camera/cameralist.h"'),
                 ("util/a.cpp", "<QString>"),
-                ("library/base/a.cpp", '"library/imaging/image.h"'),
+                ("library/base/a.cpp", '"library/image/image.h"'),
                 ("library/imaging/a.cpp", '"library/device/device_monitor.h"'),
                 ("library/device/a.cpp", '"library/output/convert.h"'),
                 ("library/api/a.cpp", "<QtCore/QString>"),
@@ -46,7 +46,7 @@ class CheckLayers(unittest.TestCase):
                 ("camera/a.cpp", "<QString>"),
                 ("cli/a.cpp", '"installpaths.h"'),
                 ("library/api/a.cpp", '"library/output/convert.h"'),
-                ("library/device/a.cpp", '"library/imaging/image.h"'),
+                ("library/device/a.cpp", '"library/image/image.h"'),
                 ("library/base/a.cpp", "<vector>")]:
             with self.subTest(path=path, include=include):
                 self.assertEqual([], self.offences(path, include))

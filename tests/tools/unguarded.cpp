@@ -1,5 +1,5 @@
 // clang's lock analysis must refuse this file: see test_thread_safety.sh.
-#include "library/base/mutex.h"
+#include "library/threads/mutex.h"
 #include "util/spinlock.h"
 
 using namespace korv;

@@ -7,7 +7,7 @@
 
 #include "library/imaging/crop_geometry.h"
 #include "library/imaging/jpeg.h"
-#include "library/imaging/opencv_threads.h"
+#include "library/image/opencv_threads.h"
 #include "library/imaging/sheet_search.h"
 
 #include <cstdio>

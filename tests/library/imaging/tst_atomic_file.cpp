@@ -1,4 +1,4 @@
-#include "library/output/atomic_file.h"
+#include "library/files/atomic_file.h"
 
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/support/folder_entries.h"

@@ -1,4 +1,4 @@
-#include "library/imaging/colour.h"
+#include "library/image/colour.h"
 
 #include "tests/library/imaging/pictures.h"
 

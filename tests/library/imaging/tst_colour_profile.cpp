@@ -1,9 +1,9 @@
-#include "library/imaging/colour_profile.h"
+#include "library/image/colour_profile.h"
 
+#include "library/files/memory_sink.h"
 #include "library/imaging/jpeg_segments.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
-#include "library/output/memory_sink.h"
 #include "library/output/pending_document.h"
 #include "library/output/png_writer.h"
 #include "library/output/srgb_profile.h"

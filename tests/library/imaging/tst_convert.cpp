@@ -1,6 +1,6 @@
 #include "library/output/convert.h"
 
-#include "library/imaging/colour.h"
+#include "library/image/colour.h"
 #include "library/imaging/jpeg_structure.h"
 #include "library/output/image_loader.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,4 +1,4 @@
-#include "library/output/file_names.h"
+#include "library/files/file_names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Files that somebody made to do harm, through the same door as all others.
+#include "library/files/memory_sink.h"
 #include "library/imaging/jpeg_structure.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
-#include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
 #include "library/output/pending_document.h"
 #include "library/output/png_writer.h"

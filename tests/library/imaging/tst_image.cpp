@@ -1,4 +1,4 @@
-#include "library/imaging/image.h"
+#include "library/image/image.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "library/output/image_loader.h"
 
+#include "library/files/memory_sink.h"
 #include "library/output/bmp_writer.h"
-#include "library/output/memory_sink.h"
 #include "library/output/png_writer.h"
 #include "tests/library/imaging/guarded_buffer.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,6 +1,6 @@
 #include "library/imaging/jpeg_transform.h"
 
-#include "library/imaging/colour.h"
+#include "library/image/colour.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

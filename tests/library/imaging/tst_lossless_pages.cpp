@@ -1,7 +1,7 @@
 // Pages that keep every pixel, and pages of dots that fax coding would blow up.
-#include "library/imaging/colour.h"
+#include "library/files/memory_sink.h"
+#include "library/image/colour.h"
 #include "library/output/convert.h"
-#include "library/output/memory_sink.h"
 #include "library/output/packed_bits.h"
 #include "library/output/png_writer.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,8 +1,8 @@
 // Files of many pages as sources, and pages that cannot be had between others.
+#include "library/files/memory_sink.h"
 #include "library/imaging/jpeg_structure.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
-#include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
 #include "library/output/pending_document.h"
 #include "library/output/pixel_coders.h"

@@ -1,6 +1,6 @@
 #include "library/output/ofd_writer.h"
 
-#include "library/output/memory_sink.h"
+#include "library/files/memory_sink.h"
 #include "library/output/page_maker.h"
 #include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"

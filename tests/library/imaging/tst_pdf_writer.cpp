@@ -1,8 +1,8 @@
 #include "library/output/pdf_writer.h"
 
-#include "library/imaging/colour.h"
-#include "library/imaging/resolution.h"
-#include "library/output/memory_sink.h"
+#include "library/files/memory_sink.h"
+#include "library/image/colour.h"
+#include "library/image/resolution.h"
 #include "library/output/page_maker.h"
 #include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"

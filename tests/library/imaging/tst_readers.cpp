@@ -1,5 +1,5 @@
 // Every format that is written, read by two programs that are not ours, compared by pixels.
-#include "library/imaging/colour.h"
+#include "library/image/colour.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
 #include "tests/library/imaging/pictures.h"

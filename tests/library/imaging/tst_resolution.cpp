@@ -1,4 +1,4 @@
-#include "library/imaging/resolution.h"
+#include "library/image/resolution.h"
 
 #include <gtest/gtest.h>
 

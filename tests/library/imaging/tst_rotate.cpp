@@ -1,4 +1,4 @@
-#include "library/imaging/rotate.h"
+#include "library/image/rotate.h"
 
 #include "tests/library/imaging/pictures.h"
 

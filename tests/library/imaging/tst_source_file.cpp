@@ -1,4 +1,4 @@
-#include "library/output/source_file.h"
+#include "library/files/source_file.h"
 
 #include "tests/library/imaging/pictures.h"
 #include "tests/support/temp_home.h"

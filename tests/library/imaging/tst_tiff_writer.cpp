@@ -1,7 +1,7 @@
 #include "library/output/tiff_writer.h"
 
+#include "library/files/memory_sink.h"
 #include "library/output/image_loader.h"
-#include "library/output/memory_sink.h"
 #include "library/output/page_maker.h"
 #include "library/output/pixel_coders.h"
 #include "library/output/tiff_directories.h"

@@ -1,10 +1,10 @@
 // Pictures as other programs and cameras make them: transparent, run-length coded, turned by a tag.
+#include "library/files/memory_sink.h"
+#include "library/image/rotate.h"
 #include "library/imaging/jpeg_mend.h"
-#include "library/imaging/rotate.h"
 #include "library/output/bmp_writer.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
-#include "library/output/memory_sink.h"
 #include "library/output/png_writer.h"
 #include "tests/fuzz/png_checksums.h"
 #include "tests/library/imaging/guarded_buffer.h"

@@ -1,6 +1,6 @@
 #include "library/output/zip_writer.h"
 
-#include "library/output/memory_sink.h"
+#include "library/files/memory_sink.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

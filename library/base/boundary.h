@@ -1,0 +1,18 @@
+#pragma once
+
+#include "library/base/exception_error.h"
+
+namespace korv {
+
+/// Runs `work`, a function that returns Result<void>, and turns exceptions of the standard library
+/// and of the libraries behind us into errors.
+template <typename Work> Result<void> withoutExceptions(Work &&work)
+{
+    try {
+        return work();
+    } catch (...) {
+        return errorInFlight();
+    }
+}
+
+} // namespace korv
