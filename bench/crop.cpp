@@ -4,7 +4,7 @@
 
 #include "library/imaging/crop.h"
 #include "library/device/builtin_pages.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,13 +1,13 @@
 // One piece of work per process, for documents.py: ours through the built camera library, and what
 // it is compared with.
 #include "library/files/source_file.h"
-#include "library/imaging/jpeg.h"
 #include "library/imaging/photograph.h"
-#include "library/imaging/planar_jpeg.h"
-#include "library/imaging/yuyv.h"
 #include "library/include/korv_camera.h"
+#include "library/jpeg/jpeg.h"
 #include "library/output/image_loader.h"
 #include "library/output/packed_bits.h"
+#include "library/video/planar_jpeg.h"
+#include "library/video/yuyv.h"
 
 #include <algorithm>
 #include <cmath>

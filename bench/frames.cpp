@@ -3,7 +3,7 @@
 
 #include "library/device/v4l2_frames.h"
 #include "library/image/image.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 
 #include <benchmark/benchmark.h>
 

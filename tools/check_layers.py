@@ -26,10 +26,15 @@ MAY_INCLUDE = {
     "library/base": ["library/threads"],
     "library/files": ["library/base", "library/threads"],
     "library/image": ["library/base", "library/threads"],
-    "library/imaging": ["library/image", "library/base", "library/threads"],
-    "library/output": ["library/imaging", "library/image", "library/files", "library/base",
-                       "library/threads"],
-    "library/device": ["library/imaging", "library/image", "library/base", "library/threads"],
+    "library/jpeg": ["library/image", "library/base", "library/threads"],
+    "library/jpeg/rework": ["library/jpeg", "library/image", "library/base", "library/threads"],
+    "library/video": ["library/jpeg", "library/image", "library/base", "library/threads"],
+    "library/imaging": ["library/jpeg/rework", "library/jpeg", "library/image", "library/base",
+                        "library/threads"],
+    "library/output": ["library/jpeg/rework", "library/jpeg", "library/image", "library/files",
+                       "library/base", "library/threads"],
+    "library/device": ["library/video", "library/jpeg/rework", "library/jpeg", "library/image",
+                       "library/base", "library/threads"],
 }
 MAY_INCLUDE["library/api"] = [folder for folder in MAY_INCLUDE if folder.startswith("library/")]
 TREES = {folder.split("/")[0] for folder in MAY_INCLUDE}

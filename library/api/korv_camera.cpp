@@ -6,7 +6,7 @@
 #include "library/base/exception_error.h"
 #include "library/base/log.h"
 #include "library/image/opencv_threads.h"
-#include "library/imaging/yuyv.h"
+#include "library/video/yuyv.h"
 #include "library_version.h"
 
 #include <algorithm>

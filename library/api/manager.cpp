@@ -3,7 +3,7 @@
 #include "library/api/callback_scope.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "library/output/convert.h"
 
 #include <cerrno>

@@ -2,7 +2,7 @@
 
 #include "library/device/desk_scene.h"
 #include "library/device/scaled_image.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 
 #include <algorithm>
 #include <cerrno>

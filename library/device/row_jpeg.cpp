@@ -1,7 +1,7 @@
 #include "library/device/row_jpeg.h"
 
-#include "library/imaging/jpeg_structure.h"
-#include "library/imaging/strip_encoder.h"
+#include "library/jpeg/jpeg_structure.h"
+#include "library/video/strip_encoder.h"
 
 #include <cassert>
 #include <cstring>

@@ -3,7 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/device/camera_device.h"
-#include "library/imaging/planar_jpeg.h"
+#include "library/video/planar_jpeg.h"
 
 #include <cstdint>
 #include <optional>

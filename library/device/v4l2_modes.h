@@ -3,7 +3,7 @@
 #include "library/base/result.h"
 #include "library/device/camera_device.h"
 #include "library/device/v4l2_calls.h"
-#include "library/imaging/video_picture.h"
+#include "library/video/video_picture.h"
 
 #include <cstdint>
 #include <optional>

@@ -4,10 +4,10 @@
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
 #include "library/imaging/crop.h"
-#include "library/imaging/jpeg.h"
-#include "library/imaging/jpeg_mend.h"
-#include "library/imaging/jpeg_transform.h"
 #include "library/imaging/lineart.h"
+#include "library/jpeg/jpeg.h"
+#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_transform.h"
 
 #include <cerrno>
 #include <optional>

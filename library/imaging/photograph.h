@@ -3,7 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/image/rotate.h"
-#include "library/imaging/exif_writer.h"
+#include "library/jpeg/rework/exif_writer.h"
 
 namespace korv {
 

@@ -2,7 +2,7 @@
 
 #include "library/files/file_names.h"
 #include "library/image/resolution.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "library/output/bmp_writer.h"
 #include "library/output/ofd_writer.h"
 #include "library/output/pdf_writer.h"

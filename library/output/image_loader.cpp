@@ -2,7 +2,7 @@
 
 #include "library/files/source_file.h"
 #include "library/image/rotate.h"
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg_structure.h"
 #include "library/output/bmp_reader.h"
 #include "library/output/png_reader.h"
 #include "library/output/tiff_pages.h"

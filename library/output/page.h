@@ -3,7 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/image/image.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 
 #include <optional>
 

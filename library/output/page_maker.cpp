@@ -3,10 +3,10 @@
 #include "library/files/source_file.h"
 #include "library/image/colour_profile.h"
 #include "library/image/resolution.h"
-#include "library/imaging/jpeg_segments.h"
-#include "library/imaging/jpeg_transform.h"
+#include "library/jpeg/jpeg_segments.h"
+#include "library/jpeg/rework/jpeg_reuse.h"
+#include "library/jpeg/rework/jpeg_transform.h"
 #include "library/output/image_loader.h"
-#include "library/output/jpeg_reuse.h"
 
 #include <algorithm>
 #include <utility>

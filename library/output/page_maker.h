@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/base/result.h"
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg_structure.h"
 #include "library/output/page.h"
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "library/base/memory_verdict.h"
 #include "library/image/colour_profile.h"
 #include "library/image/rotate.h"
-#include "library/imaging/exif.h"
+#include "library/jpeg/exif.h"
 
 #include <cerrno>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "library/output/tiff_writer.h"
 
-#include "library/output/jpeg_reuse.h"
+#include "library/jpeg/rework/jpeg_reuse.h"
 #include "library/output/tiff_directories.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "library/output/image_loader.h"
 #include "library/output/tiff_pages.h"
 #include "tests/fuzz/check.h"

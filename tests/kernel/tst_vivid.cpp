@@ -1,6 +1,6 @@
 #include "library/api/session.h"
 #include "library/device/udev_monitor.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "tests/kernel/vivid.h"
 #include "tests/library/support/wait.h"
 

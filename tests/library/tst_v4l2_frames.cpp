@@ -1,7 +1,7 @@
 #include "library/device/v4l2_frames.h"
 
-#include "library/imaging/jpeg.h"
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg.h"
+#include "library/jpeg/jpeg_structure.h"
 #include "tests/library/support/pictures.h"
 
 #include <cerrno>

@@ -6,7 +6,7 @@
 // columns are those of names().
 
 #include "library/imaging/crop_geometry.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "library/image/opencv_threads.h"
 #include "library/imaging/sheet_search.h"
 

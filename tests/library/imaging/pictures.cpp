@@ -1,7 +1,7 @@
 #include "tests/library/imaging/pictures.h"
 
-#include "library/imaging/jpeg.h"
-#include "library/imaging/planar_jpeg.h"
+#include "library/jpeg/jpeg.h"
+#include "library/video/planar_jpeg.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
-#include "library/imaging/bilevel_jpeg.h"
+#include "library/jpeg/bilevel_jpeg.h"
 
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/library/support/temporary_folder.h"

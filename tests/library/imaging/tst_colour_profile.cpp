@@ -1,7 +1,7 @@
 #include "library/image/colour_profile.h"
 
 #include "library/files/memory_sink.h"
-#include "library/imaging/jpeg_segments.h"
+#include "library/jpeg/jpeg_segments.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
 #include "library/output/pending_document.h"

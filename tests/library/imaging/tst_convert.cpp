@@ -1,7 +1,7 @@
 #include "library/output/convert.h"
 
 #include "library/image/colour.h"
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg_structure.h"
 #include "library/output/image_loader.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"

@@ -1,4 +1,4 @@
-#include "library/imaging/exif.h"
+#include "library/jpeg/exif.h"
 
 #include "tests/library/imaging/guarded_buffer.h"
 

@@ -1,5 +1,5 @@
-#include "library/imaging/jpeg.h"
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg.h"
+#include "library/jpeg/jpeg_structure.h"
 
 #include "tests/library/imaging/guarded_buffer.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,4 +1,4 @@
-#include "library/imaging/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_mend.h"
 
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"

@@ -1,4 +1,4 @@
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg_structure.h"
 
 #include "tests/library/imaging/guarded_buffer.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,4 +1,4 @@
-#include "library/imaging/jpeg_transform.h"
+#include "library/jpeg/rework/jpeg_transform.h"
 
 #include "library/image/colour.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,6 +1,6 @@
 // Files of many pages as sources, and pages that cannot be had between others.
 #include "library/files/memory_sink.h"
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg_structure.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"
 #include "library/output/page_maker.h"

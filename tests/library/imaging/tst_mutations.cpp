@@ -1,6 +1,6 @@
 #include "library/files/memory_sink.h"
-#include "library/imaging/jpeg_mend.h"
 #include "library/imaging/photograph.h"
+#include "library/jpeg/rework/jpeg_mend.h"
 #include "library/output/bmp_writer.h"
 #include "library/output/image_loader.h"
 #include "library/output/page_maker.h"

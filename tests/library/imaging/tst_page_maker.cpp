@@ -1,6 +1,6 @@
 #include "library/output/page_maker.h"
 
-#include "library/imaging/jpeg_structure.h"
+#include "library/jpeg/jpeg_structure.h"
 #include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"

@@ -1,9 +1,9 @@
 // Video pictures that are coded in two halves, compared with the same ones coded in one piece.
-#include "library/imaging/jpeg.h"
-#include "library/imaging/jpeg_halves.h"
-#include "library/imaging/jpeg_trap.h"
 #include "library/imaging/photograph.h"
-#include "library/imaging/planar_jpeg.h"
+#include "library/jpeg/jpeg.h"
+#include "library/jpeg/jpeg_trap.h"
+#include "library/video/jpeg_halves.h"
+#include "library/video/planar_jpeg.h"
 #include "tests/library/imaging/guarded_buffer.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/support/folder_entries.h"

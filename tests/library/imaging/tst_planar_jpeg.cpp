@@ -1,6 +1,6 @@
-#include "library/imaging/planar_jpeg.h"
+#include "library/video/planar_jpeg.h"
 
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "tests/library/imaging/guarded_buffer.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 // Pictures as other programs and cameras make them: transparent, run-length coded, turned by a tag.
 #include "library/files/memory_sink.h"
 #include "library/image/rotate.h"
-#include "library/imaging/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_mend.h"
 #include "library/output/bmp_writer.h"
 #include "library/output/convert.h"
 #include "library/output/image_loader.h"

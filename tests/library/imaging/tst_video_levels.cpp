@@ -1,4 +1,4 @@
-#include "library/imaging/video_levels.h"
+#include "library/video/video_levels.h"
 
 #include "tests/library/imaging/guarded_buffer.h"
 

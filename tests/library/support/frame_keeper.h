@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/device/camera_device.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/wait.h"
 

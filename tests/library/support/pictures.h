@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/image/image.h"
-#include "library/imaging/jpeg.h"
+#include "library/jpeg/jpeg.h"
 
 #include <array>
 #include <cmath>

@@ -1,0 +1,258 @@
+#include "library/jpeg/bilevel_jpeg.h"
+
+#include "library/jpeg/jpeg_density.h"
+#include "library/jpeg/jpeg_destination.h"
+#include "library/jpeg/jpeg_tables.h"
+#include "library/jpeg/jpeg_trap.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+namespace korv::jpeg {
+
+namespace {
+
+using Block = std::array<float, DCTSIZE2>;
+
+constexpr int kCentre = 128; ///< JPEG's samples are coded around it
+
+// The steps between coded values of the waves, and how far beyond black and white the samples are
+// aimed at first. The coarser the steps the smaller the file; a block's worst error is some three
+// deviations of kStep / sqrt(12) each.
+constexpr int kStep = 128;
+constexpr float kBeyond = 90;
+
+// Decoders clamp by a table that repeats itself (libjpeg's: 512 levels from the centre).
+constexpr float kFarthest = 440;
+
+constexpr int kRounds = 8; ///< of aiming better; few blocks need more than one
+constexpr float kAimingMargin = 2;
+
+// A block of one level: 16 steps of 64, an eighth of which is the sample's distance from the
+// centre, make -128 and +128.
+constexpr int kMeanStep = 64;
+constexpr JCOEF kPlainMean = 16;
+
+/// The discrete cosine transform of 8 x 8 samples (ITU-T T.81, A.3.3), orthonormal.
+class Cosines
+{
+public:
+    Cosines()
+    {
+        for (std::size_t wave = 0; wave < DCTSIZE; ++wave) {
+            const double norm = wave == 0 ? std::sqrt(0.125) : 0.5;
+            for (std::size_t at = 0; at < DCTSIZE; ++at) {
+                const double angle = static_cast<double>((2 * at + 1) * wave) * M_PI / 16;
+                m_waves[wave * DCTSIZE + at] = static_cast<float>(norm * std::cos(angle));
+                m_turned[at * DCTSIZE + wave] = m_waves[wave * DCTSIZE + at];
+            }
+        }
+    }
+
+    Block forward(const Block &samples) const
+    {
+        return product(product(m_waves, samples), m_turned);
+    }
+    Block inverse(const Block &waves) const { return product(product(m_turned, waves), m_waves); }
+
+private:
+    static Block product(const Block &a, const Block &b)
+    {
+        Block result{};
+        for (std::size_t row = 0; row < DCTSIZE; ++row) {
+            for (std::size_t k = 0; k < DCTSIZE; ++k) {
+                const float factor = a[row * DCTSIZE + k];
+                for (std::size_t column = 0; column < DCTSIZE; ++column)
+                    result[row * DCTSIZE + column] += factor * b[k * DCTSIZE + column];
+            }
+        }
+        return result;
+    }
+
+    Block m_waves{};
+    Block m_turned{};
+};
+
+enum class Kind { White, Black, Mixed };
+
+struct Bits
+{
+    Kind kind = Kind::Mixed;
+    std::array<bool, DCTSIZE2> black{}; ///< of a mixed block
+};
+
+/// A row of the block at (left, top); beyond the picture's edges its last pixels go on.
+std::uint64_t rowAt(const Image &image, int left, int y)
+{
+    const std::uint8_t *row = image.row(std::min(y, image.height() - 1));
+    std::array<std::uint8_t, DCTSIZE> pixels;
+    if (left + DCTSIZE <= image.width()) {
+        std::memcpy(pixels.data(), row + left, DCTSIZE);
+    } else {
+        for (int x = 0; x < DCTSIZE; ++x)
+            pixels[static_cast<std::size_t>(x)] = row[std::min(left + x, image.width() - 1)];
+    }
+    std::uint64_t word = 0;
+    std::memcpy(&word, pixels.data(), sizeof word);
+    return word;
+}
+
+Bits bitsAt(const Image &image, int left, int top)
+{
+    std::array<std::uint64_t, DCTSIZE> rows{};
+    std::uint64_t any = 0;
+    std::uint64_t all = ~std::uint64_t{0};
+    for (int y = 0; y < DCTSIZE; ++y) {
+        const std::uint64_t row = rowAt(image, left, top + y);
+        rows[static_cast<std::size_t>(y)] = row;
+        any |= row;
+        all &= row;
+    }
+    // most blocks of a page are blank: eight words tell
+    Bits bits;
+    if (~all == 0 || any == 0) {
+        bits.kind = any == 0 ? Kind::Black : Kind::White;
+        return bits;
+    }
+    std::array<std::uint8_t, DCTSIZE2> pixels;
+    std::memcpy(pixels.data(), rows.data(), sizeof pixels);
+    for (std::size_t i = 0; i < DCTSIZE2; ++i)
+        bits.black[i] = pixels[i] == 0;
+    return bits;
+}
+
+/// Moves the aim of each sample whose decoded value is not clamped to its level, or is so far out
+/// that decoders disagree. Whether there was any.
+bool correctAim(const Bits &bits, const Block &decoded, Block &aim)
+{
+    bool any = false;
+    for (std::size_t i = 0; i < DCTSIZE2; ++i) {
+        const float sign = bits.black[i] ? -1.0F : 1.0F;
+        const float nearest = bits.black[i] ? kCentre - 0.5F : kCentre - 1.5F;
+        const float reached = sign * decoded[i];
+        float miss = 0;
+        if (reached < nearest)
+            miss = nearest - reached + kAimingMargin;
+        else if (reached > kFarthest)
+            miss = kFarthest - reached - kAimingMargin;
+        aim[i] += sign * miss;
+        any = any || miss != 0;
+    }
+    return any;
+}
+
+void codeBlock(const Cosines &cosines, const Bits &bits, JCOEF *coefficients)
+{
+    if (bits.kind != Kind::Mixed) {
+        coefficients[0] = bits.kind == Kind::White ? kPlainMean : -kPlainMean;
+        return;
+    }
+    Block aim;
+    for (std::size_t i = 0; i < DCTSIZE2; ++i)
+        aim[i] = bits.black[i] ? -kCentre - kBeyond : kCentre - 1 + kBeyond;
+    for (int round = 0; round < kRounds; ++round) {
+        Block waves = cosines.forward(aim);
+        for (std::size_t i = 0; i < DCTSIZE2; ++i) {
+            const float step = i == 0 ? kMeanStep : kStep;
+            const float steps = std::nearbyint(waves[i] / step);
+            coefficients[i] = static_cast<JCOEF>(steps);
+            waves[i] = steps * step;
+        }
+        if (!correctAim(bits, cosines.inverse(waves), aim))
+            return;
+    }
+}
+
+class BilevelCompressor
+{
+public:
+    BilevelCompressor()
+    {
+        m_state.err = m_trap.manager();
+        m_state.client_data = &m_trap;
+    }
+    ~BilevelCompressor() { jpeg_destroy_compress(&m_state); }
+    BilevelCompressor(const BilevelCompressor &) = delete;
+    BilevelCompressor &operator=(const BilevelCompressor &) = delete;
+
+    Error error() const { return m_trap.error(); }
+    bool encode(const Image &image, ByteView exif, ByteDestination &destination);
+
+private:
+    void configure(const Image &image);
+
+    Trap m_trap;
+    jpeg_compress_struct m_state{};
+};
+
+void BilevelCompressor::configure(const Image &image)
+{
+    m_state.image_width = static_cast<JDIMENSION>(image.width());
+    m_state.image_height = static_cast<JDIMENSION>(image.height());
+    m_state.input_components = 1;
+    m_state.in_color_space = JCS_GRAYSCALE;
+    jpeg_set_defaults(&m_state);
+    // libtiff refuses gray pictures with other factors
+    m_state.comp_info[0].h_samp_factor = 1;
+    m_state.comp_info[0].v_samp_factor = 1;
+    m_state.optimize_coding = TRUE; // the standard tables know other pictures
+    std::array<unsigned, DCTSIZE2> steps{};
+    steps.fill(kStep);
+    steps[0] = kMeanStep;
+    jpeg_add_quant_table(&m_state, 0, steps.data(), 100, TRUE);
+    stateDensity(m_state, image.dpi());
+}
+
+bool BilevelCompressor::encode(const Image &image, ByteView exif, ByteDestination &destination)
+{
+    const Cosines cosines;
+    return m_trap.run([&] {
+        jpeg_create_compress(&m_state);
+        m_state.client_data = &m_trap;
+        m_state.dest = destination.manager();
+        configure(image);
+        const auto across = static_cast<JDIMENSION>((image.width() + DCTSIZE - 1) / DCTSIZE);
+        const auto down = static_cast<JDIMENSION>((image.height() + DCTSIZE - 1) / DCTSIZE);
+        auto *const common = reinterpret_cast<j_common_ptr>(&m_state);
+        jvirt_barray_ptr blocks =
+            m_state.mem->request_virt_barray(common, JPOOL_IMAGE, TRUE, across, down, 1);
+        jpeg_write_coefficients(&m_state, &blocks);
+        if (!exif.empty())
+            jpeg_write_marker(&m_state, JPEG_APP0 + 1, exif.data, static_cast<unsigned>(exif.size));
+        jpeg_write_marker(&m_state, JPEG_COM, reinterpret_cast<const JOCTET *>(kBilevelComment),
+                          sizeof kBilevelComment - 1);
+        for (JDIMENSION y = 0; y < down; ++y) {
+            const JBLOCKROW row = m_state.mem->access_virt_barray(common, blocks, y, 1, TRUE)[0];
+            for (JDIMENSION x = 0; x < across; ++x) {
+                codeBlock(
+                    cosines,
+                    bitsAt(image, static_cast<int>(x * DCTSIZE), static_cast<int>(y * DCTSIZE)),
+                    row[x]);
+            }
+        }
+        jpeg_finish_compress(&m_state);
+    });
+}
+
+} // namespace
+
+Result<Bytes> encodeBilevel(const Image &image, ByteView exif)
+{
+    try {
+        const std::size_t pixels = image.stride() * static_cast<std::size_t>(image.height());
+        ByteDestination destination(pixels / 16);
+        BilevelCompressor compressor;
+        if (!compressor.encode(image, exif, destination))
+            return compressor.error();
+        return destination.take();
+    } catch (const std::bad_alloc &) {
+        return Error{-ENOMEM, "JPEG: no memory for the encoded picture"};
+    }
+}
+
+} // namespace korv::jpeg
