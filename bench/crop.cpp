@@ -2,7 +2,7 @@
 // the same for both. Time is the clock's, as cropping uses two cores; the decoder uses one. Figures
 // are medians.
 
-#include "library/imaging/crop.h"
+#include "library/crop/crop.h"
 #include "library/device/builtin_pages.h"
 #include "library/jpeg/jpeg.h"
 

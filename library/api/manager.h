@@ -2,8 +2,8 @@
 
 #include "library/api/session.h"
 #include "library/files/left_overs.h"
-#include "library/imaging/photograph.h"
 #include "library/output/pending_document.h"
+#include "library/photograph/photograph.h"
 
 #include <atomic>
 #include <condition_variable>

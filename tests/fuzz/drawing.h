@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/imaging/crop.h"
+#include "library/crop/crop.h"
 #include "tests/fuzz/input.h"
 
 namespace fuzz {

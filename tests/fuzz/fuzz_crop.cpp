@@ -1,5 +1,5 @@
 // The search for the sheet in small drawn pictures, and the cut of what it finds.
-#include "library/imaging/crop.h"
+#include "library/crop/crop.h"
 #include "tests/fuzz/check.h"
 #include "tests/fuzz/drawing.h"
 

@@ -1,8 +1,8 @@
 // JPEG bytes without pixels: where a picture ends, what it lacks, and turning it on its
 // coefficients. Bytes behind the picture choose the options, so inputs stay JPEG files.
-#include "library/imaging/photograph.h"
 #include "library/jpeg/rework/jpeg_mend.h"
 #include "library/jpeg/rework/jpeg_transform.h"
+#include "library/photograph/photograph.h"
 #include "tests/fuzz/check.h"
 #include "tests/fuzz/input.h"
 

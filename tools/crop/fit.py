@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Fits the weights with which the automatic crop judges outlines; docs/crop.md tells how to use it.
 
-Usage: fit.py TRUTH.json=OUTLINES TRUTH.json=OUTLINES ... > library/imaging/sheet_weights.cpp
+Usage: fit.py TRUTH.json=OUTLINES TRUTH.json=OUTLINES ... > library/crop/outlines/sheet_weights.cpp
 
 TRUTH.json says where the sheets lie in a set of pictures, OUTLINES is what crop-outlines made of
 them. At least two sets: what the trust learns from is ranked by weights fitted on other sets. How
@@ -343,7 +343,7 @@ def main():
                   file=sys.stderr)
     rank = fit_rank(sum(sets, []))
     trust = fit_trust(*(np.concatenate([e[i] for e in exams]) for i in (0, 1)))
-    print('#include "library/imaging/sheet_weights.h"\n\nnamespace korv::crop {\n')
+    print('#include "library/crop/outlines/sheet_weights.h"\n\nnamespace korv::crop {\n')
     print("// Printed by tools/crop/fit.py; docs/crop.md tells when to make it anew.\n")
     print(definition("kRankWeights", "kFeatureCount, 16", folded(rank)))
     print(definition("kTrustWeights", "kTrustInputs, 6", folded(trust, True)))

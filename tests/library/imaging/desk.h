@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/imaging/crop.h"
+#include "library/crop/crop.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "library/imaging/crop.h"
+#include "library/crop/crop.h"
 
 #include "tests/library/imaging/desk.h"
 #include "tests/library/imaging/pictures.h"

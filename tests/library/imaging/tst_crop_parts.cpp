@@ -1,6 +1,6 @@
-#include "library/imaging/edge_finder.h"
-#include "library/imaging/line_votes.h"
-#include "library/imaging/shrinker.h"
+#include "library/crop/edges/edge_finder.h"
+#include "library/crop/edges/shrinker.h"
+#include "library/crop/outlines/line_votes.h"
 
 #include <cmath>
 #include <cstdint>

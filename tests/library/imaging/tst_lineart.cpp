@@ -1,4 +1,4 @@
-#include "library/imaging/lineart.h"
+#include "library/photograph/lineart.h"
 
 #include "library/device/paper.h"
 #include "tests/library/imaging/pictures.h"

@@ -1,5 +1,4 @@
 #include "library/files/memory_sink.h"
-#include "library/imaging/photograph.h"
 #include "library/jpeg/rework/jpeg_mend.h"
 #include "library/output/bmp_writer.h"
 #include "library/output/image_loader.h"
@@ -7,6 +6,7 @@
 #include "library/output/pixel_coders.h"
 #include "library/output/png_writer.h"
 #include "library/output/tiff_writer.h"
+#include "library/photograph/photograph.h"
 #include "tests/library/imaging/guarded_buffer.h"
 #include "tests/library/imaging/pictures.h"
 

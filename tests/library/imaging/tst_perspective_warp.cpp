@@ -1,4 +1,4 @@
-#include "library/imaging/perspective_warp.h"
+#include "library/crop/perspective_warp.h"
 
 #include "tests/library/imaging/pictures.h"
 

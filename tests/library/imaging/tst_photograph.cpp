@@ -1,4 +1,4 @@
-#include "library/imaging/photograph.h"
+#include "library/photograph/photograph.h"
 
 #include "library/jpeg/jpeg_structure.h"
 #include "tests/library/imaging/pictures.h"

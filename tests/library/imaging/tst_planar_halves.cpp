@@ -1,7 +1,7 @@
 // Video pictures that are coded in two halves, compared with the same ones coded in one piece.
-#include "library/imaging/photograph.h"
 #include "library/jpeg/jpeg.h"
 #include "library/jpeg/jpeg_trap.h"
+#include "library/photograph/photograph.h"
 #include "library/video/jpeg_halves.h"
 #include "library/video/planar_jpeg.h"
 #include "tests/library/imaging/guarded_buffer.h"

@@ -1,4 +1,4 @@
-#include "library/imaging/sheet_aspect.h"
+#include "library/crop/sheet_aspect.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

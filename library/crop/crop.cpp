@@ -1,0 +1,98 @@
+#include "library/crop/crop.h"
+
+#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/outlines/sheet_judge.h"
+#include "library/crop/sheet_search.h"
+#include "library/image/opencv_threads.h"
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+namespace korv {
+
+namespace {
+
+using namespace crop;
+
+constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not help
+// the fit weighed wrong outlines double, and still nothing is worse than a lost strip
+constexpr double kLeastTrust = 0.5;
+
+// two sheets: one counts as clearly the larger from this ratio of areas on
+constexpr double kClearlyLarger = 1.5;
+constexpr double kOtherTrust = 1; ///< of a second sheet; what lies about must not count as one
+
+/// A candidate on the full picture.
+struct Verdict
+{
+    Corners corners{};
+    double trust = std::numeric_limits<double>::lowest();
+    bool hasTwin = false; ///< another sheet, about as large, lies in the picture
+};
+
+Verdict judged(const SheetSearch &search, const Candidate &candidate,
+               const std::vector<Candidate> &all, bool fromWriting)
+{
+    Evidence evidence;
+    evidence.lead = leadOf(candidate, all);
+    evidence.refined = search.refined(candidate);
+    evidence.fromWriting = fromWriting;
+    return {evidence.refined.corners, trustIn(candidate, evidence), false};
+}
+
+bool liesApart(const Corners &a, const Corners &b)
+{
+    return !contains(a, centreOf(b)) && !contains(b, centreOf(a));
+}
+
+/// The best candidate that lies elsewhere than the first.
+const Candidate *elsewhere(const std::vector<Candidate> &candidates)
+{
+    const auto found =
+        std::find_if(candidates.begin() + 1, candidates.end(), [&](const Candidate &each) {
+            return liesApart(each.corners, candidates.front().corners);
+        });
+    return found == candidates.end() ? nullptr : &*found;
+}
+
+/// The best of one search, of two sheets the larger one.
+Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidates,
+               bool fromWriting)
+{
+    if (candidates.empty())
+        return {};
+    Verdict best = judged(search, candidates.front(), candidates, fromWriting);
+    if (best.trust < kLeastTrust)
+        return best;
+    if (const Candidate *second = elsewhere(candidates)) {
+        const Verdict other = judged(search, *second, candidates, fromWriting);
+        const double ratio = area(best.corners) / std::max(1.0, area(other.corners));
+        if (other.trust >= kOtherTrust && ratio < 1 / kClearlyLarger)
+            return other;
+        best.hasTwin = other.trust >= kOtherTrust && ratio < kClearlyLarger;
+    }
+    return best;
+}
+
+} // namespace
+
+std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core)
+{
+    if (!SheetSearch::isLargeEnough(image))
+        return std::nullopt;
+    keepOpenCvInThisThread();
+    SheetSearch search(image, core);
+    Verdict verdict = bestOf(search, search.amongClosed(), false);
+    // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
+    if (verdict.trust < kSettledTrust && !verdict.hasTwin) {
+        const Verdict other = bestOf(search, search.amongAll(), true);
+        if (other.trust > verdict.trust)
+            verdict = other;
+    }
+    if (verdict.trust < kLeastTrust || verdict.hasTwin)
+        return std::nullopt;
+    return quadrilateralOf(ordered(verdict.corners));
+}
+
+} // namespace korv

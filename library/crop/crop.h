@@ -1,0 +1,18 @@
+#pragma once
+
+#include "library/crop/outlines/quadrilateral.h"
+#include "library/image/image.h"
+#include "library/threads/second_core.h"
+
+#include <optional>
+
+namespace korv {
+
+/// Finds the one sheet in the picture. Nothing when it is not sure: a cut strip of content is worse
+/// than an uncut desk. Throws std::bad_alloc, cv::Exception.
+std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core);
+
+/// The sheet straightened; its dpi is not known any more. Throws std::bad_alloc, cv::Exception.
+Image cutSheet(const Image &image, const Quadrilateral &sheet, SecondCore &core);
+
+} // namespace korv

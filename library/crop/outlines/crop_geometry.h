@@ -1,0 +1,50 @@
+#pragma once
+
+#include "library/crop/outlines/quadrilateral.h"
+
+#include <array>
+#include <optional>
+
+#include <opencv2/core.hpp>
+
+namespace korv::crop {
+
+/// Corners of a quadrilateral in pixels, in a row around it.
+using Corners = std::array<cv::Point2d, 4>;
+
+/// The line of all points p with normal · p = offset; the normal has length 1.
+struct Line
+{
+    cv::Point2d normal;
+    double offset = 0;
+
+    double distance(cv::Point2d point) const { return normal.dot(point) - offset; }
+    cv::Point2d direction() const { return {-normal.y, normal.x}; }
+};
+
+Line lineThrough(cv::Point2d a, cv::Point2d b);
+
+/// Nothing when the lines meet at less than about 6 degrees.
+std::optional<cv::Point2d> intersection(const Line &a, const Line &b);
+
+double length(cv::Point2d vector);
+double area(const Corners &corners);
+
+/// Whether the corners go round without a dent, in either sense.
+bool isConvex(const Corners &corners);
+
+cv::Point2d centreOf(const Corners &corners);
+
+/// Precondition: convex.
+bool contains(const Corners &corners, cv::Point2d point);
+
+/// Largest distance of a corner of one from the same corner of the other.
+double largestShift(const Corners &a, const Corners &b);
+
+/// Clockwise as seen, beginning at the corner nearest to the frame's top left.
+Corners ordered(Corners corners);
+
+Corners cornersOf(const Quadrilateral &sheet);
+Quadrilateral quadrilateralOf(const Corners &corners);
+
+} // namespace korv::crop

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "library/crop/outlines/crop_geometry.h"
+#include "library/image/image.h"
+#include "library/threads/second_core.h"
+
+namespace korv::crop {
+
+/// Corners moved onto the rim as the full picture shows it.
+struct Refined
+{
+    Corners corners; ///< in the frame
+    double agreement =
+        0; ///< of the worst side: share of places whose rim lies on one straight line
+    double meanAgreement = 0;
+};
+
+/// Looks for each side's rim along its normals, up to `reach` pixels away, and fits straight lines.
+/// A side whose rim is not seen stays. Precondition: convex corners.
+Refined refineCorners(const Image &image, const Corners &corners, double reach, SecondCore &core);
+
+} // namespace korv::crop

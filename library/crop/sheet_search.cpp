@@ -1,0 +1,89 @@
+#include "library/crop/sheet_search.h"
+
+#include "library/crop/outlines/line_votes.h"
+
+#include <algorithm>
+
+namespace korv::crop {
+
+namespace {
+
+constexpr int kSmallestSide = 64; ///< of a search picture worth the name
+constexpr std::size_t kMostQuads = 1500;
+constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
+
+} // namespace
+
+bool SheetSearch::isLargeEnough(const Image &image)
+{
+    const cv::Size size = searchSize(image);
+    return std::min(size.width, size.height) >= kSmallestSide;
+}
+
+SheetSearch::SheetSearch(const Image &image, SecondCore &core)
+    : m_image(image)
+    , m_core(core)
+    , m_picture(makeSearchPicture(image, core))
+    , m_edges(m_picture, core)
+    , m_map(m_picture.size())
+    , m_lines(m_map, m_picture.closed, core)
+{
+}
+
+std::vector<Candidate> SheetSearch::amongClosed()
+{
+    return search(m_edges.closed());
+}
+
+std::vector<Candidate> SheetSearch::amongAll()
+{
+    return search(m_edges.plain());
+}
+
+std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
+{
+    std::vector<Line> likely;
+    const auto vote = [&] { likely = likelyLines(edges, m_picture.size()); };
+    const auto prepare = [&] {
+        m_map.add(edges);
+        if (!m_reach)
+            m_reach.emplace(m_picture.closed);
+    };
+    m_core.share(vote, prepare);
+    m_lines.add(likely);
+    const Surroundings surroundings{m_map, *m_reach, m_picture.writing};
+    std::vector<Candidate> candidates;
+    for (const Quad &quad : findQuads(evidenceOfLines(), m_picture.size(), kMostQuads)) {
+        const Features features = featuresOf(quad, surroundings);
+        candidates.push_back({quad.corners, features, rankOf(features)});
+    }
+    std::stable_sort(candidates.begin(), candidates.end(),
+                     [](const Candidate &a, const Candidate &b) { return a.rank > b.rank; });
+    return candidates;
+}
+
+std::vector<LineEvidence> SheetSearch::evidenceOfLines() const
+{
+    const std::vector<FoundLine> lines = m_lines.best();
+    const auto gather = [&](int first, int end, std::vector<LineEvidence> &evidence) {
+        for (int i = first; i < end; ++i)
+            evidence.emplace_back(lines[static_cast<std::size_t>(i)], m_map, m_picture.closed);
+    };
+    return m_core.collect<LineEvidence>(0, static_cast<int>(lines.size()), gather);
+}
+
+Corners SheetSearch::inFrame(const Corners &corners) const
+{
+    Corners result;
+    std::transform(corners.begin(), corners.end(), result.begin(),
+                   [this](cv::Point2d point) { return m_picture.toFrame(point); });
+    return result;
+}
+
+Refined SheetSearch::refined(const Candidate &candidate) const
+{
+    return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale,
+                         m_core);
+}
+
+} // namespace korv::crop

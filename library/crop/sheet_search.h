@@ -1,0 +1,45 @@
+#pragma once
+
+#include "library/crop/edges/edge_finder.h"
+#include "library/crop/outlines/line_finder.h"
+#include "library/crop/outlines/sheet_judge.h"
+
+#include <optional>
+#include <vector>
+
+namespace korv::crop {
+
+/// Looks for outlines in one photograph. That and the second core must outlive it.
+class SheetSearch
+{
+public:
+    /// Whether a picture is worth searching: nothing is found in a tiny one, or a very narrow one.
+    static bool isLargeEnough(const Image &image);
+
+    /// Precondition: isLargeEnough().
+    SheetSearch(const Image &image, SecondCore &core);
+    SheetSearch(const SheetSearch &) = delete; // its parts refer to each other
+    SheetSearch &operator=(const SheetSearch &) = delete;
+
+    /// Best first. Edges of the writing do not count.
+    std::vector<Candidate> amongClosed();
+    /// After the former: those edges are added. For paper that the desk hardly differs from.
+    std::vector<Candidate> amongAll();
+
+    Refined refined(const Candidate &candidate) const;
+    Corners inFrame(const Corners &corners) const;
+
+private:
+    std::vector<Candidate> search(const std::vector<Edge> &edges);
+    std::vector<LineEvidence> evidenceOfLines() const;
+
+    const Image &m_image;
+    SecondCore &m_core;
+    SearchPicture m_picture;
+    EdgeFinder m_edges;
+    std::optional<ColourReach> m_reach; ///< since the first search
+    EdgeMap m_map;
+    LineFinder m_lines;
+};
+
+} // namespace korv::crop
