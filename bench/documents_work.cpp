@@ -1,10 +1,10 @@
 // One piece of work per process, for documents.py: ours through the built camera library, and what
 // it is compared with.
+#include "library/export/image_loader.h"
 #include "library/files/source_file.h"
+#include "library/formats/packed_bits.h"
 #include "library/include/korv_camera.h"
 #include "library/jpeg/jpeg.h"
-#include "library/output/image_loader.h"
-#include "library/output/packed_bits.h"
 #include "library/photograph/photograph.h"
 #include "library/video/planar_jpeg.h"
 #include "library/video/yuyv.h"

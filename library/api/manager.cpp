@@ -1,10 +1,10 @@
 #include "library/api/manager.h"
 
 #include "library/api/callback_scope.h"
+#include "library/export/convert.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
 #include "library/jpeg/jpeg.h"
-#include "library/output/convert.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "library/api/session.h"
+#include "library/export/pending_document.h"
 #include "library/files/left_overs.h"
-#include "library/output/pending_document.h"
 #include "library/photograph/photograph.h"
 
 #include <atomic>

@@ -2,7 +2,7 @@
 #include "tests/faults/fault_shim.h"
 #include "tests/library/imaging/pictures.h"
 
-#include "library/output/image_loader.h"
+#include "library/export/image_loader.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

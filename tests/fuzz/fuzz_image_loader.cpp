@@ -1,5 +1,5 @@
 // Any bytes as a picture, recognised by their content; the corpus is mostly JPEG.
-#include "library/output/image_loader.h"
+#include "library/export/image_loader.h"
 #include "tests/fuzz/loader_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)

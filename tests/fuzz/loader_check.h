@@ -1,8 +1,8 @@
 #pragma once
 
+#include "library/export/image_loader.h"
+#include "library/formats/tiff/tiff_pages.h"
 #include "library/jpeg/jpeg.h"
-#include "library/output/image_loader.h"
-#include "library/output/tiff_pages.h"
 #include "tests/fuzz/check.h"
 #include "tests/fuzz/feedback.h"
 

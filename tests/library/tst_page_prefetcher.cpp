@@ -1,4 +1,4 @@
-#include "library/output/page_prefetcher.h"
+#include "library/export/page_prefetcher.h"
 
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/temporary_folder.h"

@@ -1,8 +1,8 @@
 #include "library/threads/row_gate.h"
 
+#include "library/export/convert.h"
+#include "library/export/image_loader.h"
 #include "library/files/source_file.h"
-#include "library/output/convert.h"
-#include "library/output/image_loader.h"
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/temporary_folder.h"
 

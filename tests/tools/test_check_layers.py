@@ -25,7 +25,7 @@ class CheckLayers(unittest.TestCase):
                 ("util/a.cpp", "<QString>"),
                 ("library/base/a.cpp", '"library/image/image.h"'),
                 ("library/imaging/a.cpp", '"library/device/device_monitor.h"'),
-                ("library/device/a.cpp", '"library/output/convert.h"'),
+                ("library/device/a.cpp", '"library/export/convert.h"'),
                 ("library/api/a.cpp", "<QtCore/QString>"),
                 ("camera/a.cpp", '"library/base/result.h"'),
                 ("cli/a.cpp", '"settings/backupsetting.h"'),
@@ -45,7 +45,7 @@ class CheckLayers(unittest.TestCase):
                 ("camera/a.cpp", '"library/include/korv_camera.h"'),
                 ("camera/a.cpp", "<QString>"),
                 ("cli/a.cpp", '"installpaths.h"'),
-                ("library/api/a.cpp", '"library/output/convert.h"'),
+                ("library/api/a.cpp", '"library/export/convert.h"'),
                 ("library/device/a.cpp", '"library/image/image.h"'),
                 ("library/base/a.cpp", "<vector>")]:
             with self.subTest(path=path, include=include):

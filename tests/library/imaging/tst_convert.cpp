@@ -1,8 +1,8 @@
-#include "library/output/convert.h"
+#include "library/export/convert.h"
 
+#include "library/export/image_loader.h"
 #include "library/image/colour.h"
 #include "library/jpeg/jpeg_structure.h"
-#include "library/output/image_loader.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

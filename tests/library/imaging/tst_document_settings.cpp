@@ -1,6 +1,6 @@
-#include "library/output/document_settings.h"
+#include "library/documents/document_settings.h"
 
-#include "library/output/pending_document.h"
+#include "library/export/pending_document.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

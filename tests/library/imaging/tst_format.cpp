@@ -1,4 +1,4 @@
-#include "library/output/format.h"
+#include "library/export/format.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "library/output/image_loader.h"
+#include "library/export/image_loader.h"
 
 #include "library/files/memory_sink.h"
-#include "library/output/bmp_writer.h"
-#include "library/output/png_writer.h"
+#include "library/formats/bmp_writer.h"
+#include "library/formats/png_writer.h"
 #include "tests/library/imaging/guarded_buffer.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"

@@ -1,9 +1,9 @@
 // Pages that keep every pixel, and pages of dots that fax coding would blow up.
+#include "library/export/convert.h"
 #include "library/files/memory_sink.h"
+#include "library/formats/packed_bits.h"
+#include "library/formats/png_writer.h"
 #include "library/image/colour.h"
-#include "library/output/convert.h"
-#include "library/output/packed_bits.h"
-#include "library/output/png_writer.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

@@ -1,5 +1,5 @@
 // JPEGs of every sampling and coding as pages of every document.
-#include "library/output/pending_document.h"
+#include "library/export/pending_document.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

@@ -1,8 +1,8 @@
-#include "library/output/ofd_writer.h"
+#include "library/documents/ofd/ofd_writer.h"
 
+#include "library/documents/pixel_coders.h"
+#include "library/export/page_maker.h"
 #include "library/files/memory_sink.h"
-#include "library/output/page_maker.h"
-#include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

@@ -1,7 +1,7 @@
-#include "library/output/page_maker.h"
+#include "library/export/page_maker.h"
 
+#include "library/documents/pixel_coders.h"
 #include "library/jpeg/jpeg_structure.h"
-#include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

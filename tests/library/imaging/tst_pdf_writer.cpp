@@ -1,10 +1,10 @@
-#include "library/output/pdf_writer.h"
+#include "library/documents/pdf/pdf_writer.h"
 
+#include "library/documents/pixel_coders.h"
+#include "library/export/page_maker.h"
 #include "library/files/memory_sink.h"
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
-#include "library/output/page_maker.h"
-#include "library/output/pixel_coders.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

@@ -1,4 +1,4 @@
-#include "library/output/pending_document.h"
+#include "library/export/pending_document.h"
 
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"

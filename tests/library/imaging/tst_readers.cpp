@@ -1,7 +1,7 @@
 // Every format that is written, read by two programs that are not ours, compared by pixels.
+#include "library/export/convert.h"
+#include "library/export/image_loader.h"
 #include "library/image/colour.h"
-#include "library/output/convert.h"
-#include "library/output/image_loader.h"
 #include "tests/library/imaging/pictures.h"
 #include "tests/library/imaging/program.h"
 #include "tests/support/temp_home.h"

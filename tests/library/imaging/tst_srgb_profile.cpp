@@ -1,4 +1,4 @@
-#include "library/output/srgb_profile.h"
+#include "library/documents/pdf/srgb_profile.h"
 
 #include <array>
 #include <cmath>

@@ -1,7 +1,7 @@
-#include "library/output/decimal.h"
-#include "library/output/pdf_text.h"
-#include "library/output/random_hex.h"
-#include "library/output/utf8.h"
+#include "library/documents/decimal.h"
+#include "library/documents/pdf/pdf_text.h"
+#include "library/documents/random_hex.h"
+#include "library/documents/utf8.h"
 
 #include <clocale>
 #include <gtest/gtest.h>

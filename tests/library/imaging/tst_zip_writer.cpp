@@ -1,4 +1,4 @@
-#include "library/output/zip_writer.h"
+#include "library/documents/ofd/zip_writer.h"
 
 #include "library/files/memory_sink.h"
 #include "tests/library/imaging/pictures.h"

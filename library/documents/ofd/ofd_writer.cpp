@@ -1,0 +1,188 @@
+#include "library/documents/ofd/ofd_writer.h"
+
+#include "library/documents/decimal.h"
+#include "library/documents/ofd/ofd_xml.h"
+#include "library/documents/random_hex.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korv {
+
+namespace {
+
+constexpr char kPictureFolder[] = "Res";
+
+std::string millimetres(int pixels, double dpi)
+{
+    return decimal(pixels * 25.4 / dpi, 3);
+}
+
+/// In millimetres, on each side of a picture in the middle of a sheet's side.
+std::string marginOf(double side, int pixels, double dpi)
+{
+    return decimal(std::max(0.0, (side - pixels * 25.4 / dpi) / 2), 3);
+}
+
+/// Some readers put the folder in front of a name only when the name does not hold the folder's
+/// name already, so pictures must not be called "Res...".
+std::string pictureName(std::size_t index, bool png)
+{
+    return "image_" + std::to_string(index) + (png ? ".png" : ".jpg");
+}
+
+std::string pageLocation(std::size_t index)
+{
+    return "Pages/Page_" + std::to_string(index) + "/Content.xml";
+}
+
+std::string ofdDate(std::time_t time)
+{
+    std::tm local{};
+    char date[16] = "1970-01-01";
+    if (::localtime_r(&time, &local) != nullptr)
+        std::strftime(date, sizeof date, "%Y-%m-%d", &local);
+    return date;
+}
+
+} // namespace
+
+OfdWriter::OfdWriter(ByteSink &sink, const DocumentOptions &options)
+    : m_zip(sink, options.created)
+    , m_options(options)
+{
+}
+
+Result<void> OfdWriter::writePicture(const Page &page, std::size_t index)
+{
+    const bool png = page.pixels != nullptr;
+    const std::string name = std::string("Doc_0/") + kPictureFolder + "/" + pictureName(index, png);
+    return m_zip.add(name, png ? page.coded : page.jpeg, ZipMethod::Stored);
+}
+
+Result<void> OfdWriter::writePage(std::size_t index, unsigned layerId, unsigned objectId,
+                                  const PlacedEntry &entry, const std::string &box)
+{
+    OfdXml xml("Page");
+    xml.root().child("Area").text("PhysicalBox", "0 0 " + box);
+    OfdElement layer = xml.root().child("Content").child("Layer");
+    layer.attribute("ID", layerId).attribute("Type", "Body");
+    // the picture is the unit square; without CTM it would be one millimetre wide
+    const std::string transform = entry.width + " 0 0 " + entry.height + " 0 0";
+    layer.child("ImageObject")
+        .attribute("ID", objectId)
+        .attribute("Boundary",
+                   entry.left + " " + entry.top + " " + entry.width + " " + entry.height)
+        .attribute("CTM", transform)
+        .attribute("ResourceID", entry.pictureId);
+    const std::string text = xml.text();
+    return m_zip.add("Doc_0/" + pageLocation(index), ByteView(text.data(), text.size()),
+                     ZipMethod::Deflated);
+}
+
+Result<void> OfdWriter::addPage(const Page &page)
+{
+    const std::size_t index = m_entries.size();
+    PlacedEntry entry;
+    entry.pageId = nextId();
+    const unsigned layerId = nextId();
+    const unsigned objectId = nextId();
+    entry.pictureId = nextId();
+    entry.png = page.pixels != nullptr;
+    entry.width = millimetres(page.width, page.dpi);
+    entry.height = millimetres(page.height, page.dpi);
+    std::string box = entry.width + " " + entry.height;
+    if (page.sheet) {
+        box = decimal(page.sheet->width, 3) + " " + decimal(page.sheet->height, 3);
+        entry.left = marginOf(page.sheet->width, page.width, page.dpi);
+        entry.top = marginOf(page.sheet->height, page.height, page.dpi);
+    }
+    if (index == 0)
+        m_box = box;
+    if (Result<void> written = writePicture(page, index); !written)
+        return written;
+    Result<void> written = writePage(index, layerId, objectId, entry, box);
+    m_entries.push_back({entry.pageId, entry.pictureId, entry.png});
+    return written;
+}
+
+Result<void> OfdWriter::writePictureList()
+{
+    OfdXml xml("Res");
+    xml.root().attribute("BaseLoc", kPictureFolder);
+    OfdElement list = xml.root().child("MultiMedias");
+    for (std::size_t i = 0; i < m_entries.size(); ++i) {
+        const Entry &entry = m_entries[i];
+        list.child("MultiMedia")
+            .attribute("ID", entry.pictureId)
+            .attribute("Type", "Image")
+            .attribute("Format", entry.png ? "PNG" : "JPEG")
+            .text("MediaFile", pictureName(i, entry.png));
+    }
+    const std::string text = xml.text();
+    return m_zip.add("Doc_0/DocumentRes.xml", ByteView(text.data(), text.size()),
+                     ZipMethod::Deflated);
+}
+
+Result<void> OfdWriter::writePublicResources()
+{
+    OfdXml xml("Res");
+    xml.root().attribute("BaseLoc", kPictureFolder);
+    xml.root()
+        .child("ColorSpaces")
+        .child("ColorSpace")
+        .attribute("ID", nextId())
+        .attribute("Type", "RGB")
+        .attribute("BitsPerComponent", 8);
+    const std::string text = xml.text();
+    return m_zip.add("Doc_0/PublicRes.xml", ByteView(text.data(), text.size()),
+                     ZipMethod::Deflated);
+}
+
+Result<void> OfdWriter::writeDocument()
+{
+    OfdXml xml("Document");
+    OfdElement common = xml.root().child("CommonData");
+    common.text("MaxUnitID", std::to_string(m_lastId));
+    common.child("PageArea").text("PhysicalBox", "0 0 " + m_box);
+    common.text("PublicRes", "PublicRes.xml");
+    common.text("DocumentRes", "DocumentRes.xml");
+    OfdElement pages = xml.root().child("Pages");
+    for (std::size_t i = 0; i < m_entries.size(); ++i) {
+        pages.child("Page")
+            .attribute("ID", m_entries[i].pageId)
+            .attribute("BaseLoc", pageLocation(i));
+    }
+    const std::string text = xml.text();
+    return m_zip.add("Doc_0/Document.xml", ByteView(text.data(), text.size()), ZipMethod::Deflated);
+}
+
+Result<void> OfdWriter::writeEntryPoint()
+{
+    OfdXml xml("OFD");
+    xml.root().attribute("Version", "1.0").attribute("DocType", "OFD");
+    OfdElement body = xml.root().child("DocBody");
+    OfdElement information = body.child("DocInfo");
+    information.text("DocID", randomHex(16));
+    if (!m_options.title.empty())
+        information.text("Title", m_options.title);
+    information.text("CreationDate", ofdDate(m_options.created));
+    information.text("Creator", kProducer);
+    body.text("DocRoot", "Doc_0/Document.xml");
+    const std::string text = xml.text();
+    return m_zip.add("OFD.xml", ByteView(text.data(), text.size()), ZipMethod::Deflated);
+}
+
+Result<void> OfdWriter::finish()
+{
+    using Step = Result<void> (OfdWriter::*)();
+    // the document states the highest id, so it follows everything that takes one
+    for (const Step step : {&OfdWriter::writePictureList, &OfdWriter::writePublicResources,
+                            &OfdWriter::writeDocument, &OfdWriter::writeEntryPoint}) {
+        if (Result<void> written = (this->*step)(); !written)
+            return written;
+    }
+    return m_zip.finish();
+}
+
+} // namespace korv

@@ -1,0 +1,179 @@
+#include "library/documents/ofd/zip_writer.h"
+
+#include "library/base/handle.h"
+
+#include <cerrno>
+
+#include <libdeflate.h>
+
+namespace korv {
+
+namespace {
+
+constexpr std::uint32_t kFull32 = 0xFFFFFFFF; ///< "look into the ZIP64 field"
+constexpr std::uint32_t kFull16 = 0xFFFF;
+constexpr unsigned kVersion = 20; ///< folders and deflate
+constexpr unsigned kVersion64 = 45;
+constexpr int kDeflateLevel = 6;
+
+using Deflater = Handle<libdeflate_compressor, libdeflate_free_compressor>;
+
+void put16(Bytes &to, unsigned value)
+{
+    to.push_back(static_cast<std::uint8_t>(value & 255));
+    to.push_back(static_cast<std::uint8_t>(value >> 8 & 255));
+}
+
+void put32(Bytes &to, std::uint32_t value)
+{
+    put16(to, value & 0xFFFF);
+    put16(to, value >> 16);
+}
+
+void put64(Bytes &to, std::uint64_t value)
+{
+    put32(to, static_cast<std::uint32_t>(value & kFull32));
+    put32(to, static_cast<std::uint32_t>(value >> 32));
+}
+
+std::uint32_t bounded32(std::uint64_t value)
+{
+    return value < kFull32 ? static_cast<std::uint32_t>(value) : kFull32;
+}
+
+Result<Bytes> deflated(ByteView content)
+{
+    const Deflater deflater(libdeflate_alloc_compressor(kDeflateLevel));
+    if (!deflater)
+        return Error{-ENOMEM, "ZIP: no memory to compress"};
+    Bytes result(libdeflate_deflate_compress_bound(deflater.get(), content.size));
+    result.resize(libdeflate_deflate_compress(deflater.get(), content.data, content.size,
+                                              result.data(), result.size()));
+    return result;
+}
+
+} // namespace
+
+ZipWriter::ZipWriter(ByteSink &sink, std::time_t modified)
+    : m_sink(sink)
+{
+    std::tm local{};
+    if (::localtime_r(&modified, &local) == nullptr || local.tm_year < 80 || local.tm_year > 207) {
+        local = {};
+        local.tm_year = 80;
+        local.tm_mday = 1;
+    }
+    // MS-DOS date and time: month and day must not be 0
+    m_date = static_cast<std::uint16_t>((local.tm_year - 80) << 9 | (local.tm_mon + 1) << 5
+                                        | local.tm_mday);
+    m_time = static_cast<std::uint16_t>(local.tm_hour << 11 | local.tm_min << 5 | local.tm_sec / 2);
+}
+
+void ZipWriter::putCommonFields(Bytes &to, const Entry &entry, std::size_t extraLength) const
+{
+    put16(to, extraLength > 0 ? kVersion64 : kVersion);
+    put16(to, 0);
+    put16(to, entry.method == ZipMethod::Deflated ? 8 : 0);
+    put16(to, m_time);
+    put16(to, m_date);
+    put32(to, entry.checksum);
+    put32(to, entry.storedSize);
+    put32(to, entry.size);
+    put16(to, static_cast<unsigned>(entry.name.size()));
+    put16(to, static_cast<unsigned>(extraLength));
+}
+
+Result<void> ZipWriter::add(const std::string &name, ByteView content, ZipMethod method)
+{
+    if (content.size >= kFull32)
+        return Error{-EFBIG, "ZIP: entry too large"};
+    Entry entry;
+    entry.name = name;
+    entry.offset = m_sink.size();
+    entry.checksum = libdeflate_crc32(0, content.data, content.size);
+    entry.size = static_cast<std::uint32_t>(content.size);
+    Bytes packed;
+    if (method == ZipMethod::Deflated) {
+        Result<Bytes> result = deflated(content);
+        if (!result)
+            return result.error();
+        if (result.value().size() < content.size) {
+            packed = std::move(result).value();
+            content = packed;
+            entry.method = ZipMethod::Deflated;
+        }
+    }
+    entry.storedSize = static_cast<std::uint32_t>(content.size);
+
+    Bytes head = {'P', 'K', 3, 4};
+    putCommonFields(head, entry, 0);
+    head.insert(head.end(), name.begin(), name.end());
+    if (Result<void> written = m_sink.write(ByteView(head)); !written)
+        return written;
+    m_entries.push_back(std::move(entry));
+    return m_sink.write(content);
+}
+
+void ZipWriter::putCentralHeader(Bytes &to, const Entry &entry) const
+{
+    const bool far = entry.offset >= kFull32;
+    const std::size_t extraLength = far ? 12 : 0;
+    to.insert(to.end(), {'P', 'K', 1, 2});
+    put16(to, 3 << 8 | (far ? kVersion64 : kVersion)); // 3: attributes as on Unix
+    putCommonFields(to, entry, extraLength);
+    put16(to, 0);
+    put16(to, 0);
+    put16(to, 0);
+    put32(to, 0100644U << 16); // a plain file that everybody may read
+    put32(to, bounded32(entry.offset));
+    to.insert(to.end(), entry.name.begin(), entry.name.end());
+    if (far) {
+        put16(to, 1);
+        put16(to, 8);
+        put64(to, entry.offset);
+    }
+}
+
+void ZipWriter::putEnd(Bytes &to, std::uint64_t directoryAt, std::uint64_t directorySize) const
+{
+    const std::uint64_t count = m_entries.size();
+    if (count >= kFull16 || directoryAt >= kFull32 || directorySize >= kFull32) {
+        const std::uint64_t recordAt = directoryAt + directorySize;
+        to.insert(to.end(), {'P', 'K', 6, 6});
+        put64(to, 44); // what follows of this record
+        put16(to, 3 << 8 | kVersion64);
+        put16(to, kVersion64);
+        put32(to, 0);
+        put32(to, 0);
+        put64(to, count);
+        put64(to, count);
+        put64(to, directorySize);
+        put64(to, directoryAt);
+        to.insert(to.end(), {'P', 'K', 6, 7});
+        put32(to, 0);
+        put64(to, recordAt);
+        put32(to, 1);
+    }
+    const auto shortCount = static_cast<unsigned>(count < kFull16 ? count : kFull16);
+    to.insert(to.end(), {'P', 'K', 5, 6});
+    put16(to, 0);
+    put16(to, 0);
+    put16(to, shortCount);
+    put16(to, shortCount);
+    put32(to, bounded32(directorySize));
+    put32(to, bounded32(directoryAt));
+    put16(to, 0);
+}
+
+Result<void> ZipWriter::finish()
+{
+    const std::uint64_t directoryAt = m_sink.size();
+    Bytes directory;
+    for (const Entry &entry : m_entries)
+        putCentralHeader(directory, entry);
+    const std::uint64_t directorySize = directory.size();
+    putEnd(directory, directoryAt, directorySize);
+    return m_sink.write(ByteView(directory));
+}
+
+} // namespace korv

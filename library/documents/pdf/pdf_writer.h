@@ -1,0 +1,48 @@
+#pragma once
+
+#include "library/documents/document_writer.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace korv {
+
+/// A PDF/A-2b document (ISO 19005-2, so ISO 32000-1) of page pictures: JPEG pages are stored as
+/// they are, other pixels as CCITT G4 or deflated. Colours are sRGB or those of the JPEG's profile.
+/// Pixels must be coded in CCITT G4 or as PNG. Objects are written front to back, the page
+/// tree and the cross-reference table last. Apart from date and identifier the same pages make the
+/// same bytes.
+class PdfWriter : public DocumentWriter
+{
+public:
+    PdfWriter(ByteSink &sink, const DocumentOptions &options);
+
+    Result<void> addPage(const Page &page) override;
+    Result<void> finish() override;
+
+private:
+    Result<void> begin();
+    int reserveObject();
+    Result<void> beginObject(int number);
+    Result<void> writeObject(int number, const std::string &body);
+    Result<void> writeStream(int number, const std::string &entries, ByteView data);
+    Result<void> writePicture(int number, const Page &page);
+    Result<void> writePixels(int number, const Page &page);
+    Result<int> profileObject(const Page &page);
+    Result<void> writePageTree(int number);
+    Result<void> writeCrossReferences(int catalog, int information);
+    Result<void> writeMetadata(int number);
+    Result<void> writeOutputIntent(int number);
+    std::string information() const;
+
+    ByteSink &m_sink;
+    DocumentOptions m_options;
+    std::string m_id; ///< 32 hexadecimal digits
+    std::vector<std::uint64_t> m_offsets; ///< of object n + 1
+    std::vector<int> m_pages; ///< object numbers
+    std::map<Bytes, int> m_profiles; ///< the last ones, with their object numbers
+    int m_pageTree = 0;
+};
+
+} // namespace korv

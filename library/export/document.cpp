@@ -1,0 +1,149 @@
+#include "library/export/document.h"
+
+#include "library/base/log.h"
+#include "library/documents/utf8.h"
+#include "library/export/page_prefetcher.h"
+#include "library/files/atomic_file.h"
+#include "library/files/file_names.h"
+
+#include <cerrno>
+#include <ctime>
+#include <utility>
+
+namespace korv {
+
+namespace {
+
+DocumentOptions optionsFor(const std::string &path)
+{
+    DocumentOptions options;
+    const std::string name = fileNameOf(path);
+    options.title = cleanUtf8(name.substr(0, name.rfind('.')));
+    options.created = std::time(nullptr);
+    return options;
+}
+
+PageOptions pageOptions(const Format &format, int quality)
+{
+    PageOptions options;
+    options.quality = quality;
+    options.plainJpegOnly = format.plainJpegOnly;
+    options.codePixels = format.codePixels;
+    return options;
+}
+
+/// Pages that are missing, and from which sources.
+class MissingPages
+{
+public:
+    explicit MissingPages(const std::vector<std::string> &sources)
+        : m_sources(sources)
+    {
+    }
+
+    void add(std::size_t number, const SourcePage &page, const Error &problem)
+    {
+        const std::string &source = m_sources[page.source];
+        if (m_first)
+            m_first = problem;
+        if (m_left.empty() || m_left.back() != source)
+            m_left.push_back(source);
+        // of a document of one page, the result says it all
+        const bool onlyPage = m_sources.size() == 1 && page.pages <= 1;
+        if (++m_count > kMostTold || onlyPage)
+            return;
+        std::string text = "page " + std::to_string(number) + " is missing: " + source;
+        if (page.pages > 1)
+            text += ", its page " + std::to_string(page.page + 1);
+        logLine(text + ": " + problem.text);
+    }
+
+    /// Call it when all pages are through.
+    void tellTheRest() const
+    {
+        if (m_count > kMostTold)
+            logLine(std::to_string(m_count - kMostTold) + " more pages are missing");
+    }
+
+    const Result<void> &firstProblem() const { return m_first; }
+    std::vector<std::string> takeSources() { return std::move(m_left); }
+
+private:
+    /// A small file can list a million pages that are none.
+    static constexpr std::size_t kMostTold = 100;
+
+    const std::vector<std::string> &m_sources;
+    std::size_t m_count = 0;
+    std::vector<std::string> m_left;
+    Result<void> m_first;
+};
+
+} // namespace
+
+Result<void> writeDocument(const std::vector<std::string> &sources, const Format &format,
+                           const std::string &destination, int quality,
+                           const DocumentSettings &settings, std::vector<std::string> &left)
+{
+    left = sources;
+    if (sources.empty())
+        return Error{-ENODATA, "no page for " + destination};
+    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
+    if (!file)
+        return file.error();
+    DocumentOptions options = optionsFor(file.value()->path());
+    if (!settings.title.empty())
+        options.title = settings.title;
+    options.pageCount = static_cast<int>(sources.size());
+    const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
+    PageOptions making = pageOptions(format, quality);
+    making.sheet = settings.sheet;
+    PagePrefetcher pages(sources, making);
+    MissingPages missing(sources);
+    std::size_t number = 0;
+    bool hasPages = false;
+    while (const SourcePage *page = pages.next()) {
+        ++number;
+        if (!page->content) {
+            missing.add(number, *page, page->content.error());
+            continue;
+        }
+        Result<void> added = writer->addPage(page->content.value());
+        if (!added && added.code() != kUnfitPage)
+            return added;
+        if (added)
+            hasPages = true;
+        else
+            missing.add(number, *page, added.error());
+    }
+    missing.tellTheRest();
+    if (!hasPages)
+        return missing.firstProblem();
+    if (Result<void> finished = writer->finish(); !finished)
+        return finished;
+    Result<void> committed = file.value()->commit();
+    if (file.value()->isNamed())
+        left = missing.takeSources();
+    return committed ? missing.firstProblem() : committed;
+}
+
+Result<void> writeDocument(const Image &image, const Format &format, const std::string &destination,
+                           int quality)
+{
+    Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
+    if (!file)
+        return file.error();
+    DocumentOptions options = optionsFor(file.value()->path());
+    options.pageCount = 1;
+    const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
+    PageMaker maker(pageOptions(format, quality));
+    const Result<Page> page = maker.fromImage(image);
+    if (!page)
+        return page.error();
+    if (Result<void> added = writer->addPage(page.value()); !added)
+        return added;
+    if (Result<void> finished = writer->finish(); !finished)
+        return finished;
+    return file.value()->commit();
+}
+
+} // namespace korv

@@ -1,0 +1,156 @@
+#include "library/export/page_maker.h"
+
+#include "library/export/image_loader.h"
+#include "library/files/source_file.h"
+#include "library/image/colour_profile.h"
+#include "library/image/resolution.h"
+#include "library/jpeg/jpeg_segments.h"
+#include "library/jpeg/rework/jpeg_reuse.h"
+#include "library/jpeg/rework/jpeg_transform.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korv {
+
+namespace {
+
+constexpr std::int64_t kLargePicture = 40'000'000; ///< pixels
+constexpr int kLossless = 100; ///< quality at which pixels stay what they are
+
+/// Chooses the resolution at which the picture just fits on its sheet, which is turned to suit it.
+void fitToSheet(Page &page)
+{
+    constexpr double kInch = 25.4;
+    if ((page.width > page.height) != (page.sheet->width > page.sheet->height))
+        std::swap(page.sheet->width, page.sheet->height);
+    page.dpi =
+        std::max(page.width * kInch / page.sheet->width, page.height * kInch / page.sheet->height);
+}
+
+} // namespace
+
+void PageMaker::place(Page &page, double statedDpi) const
+{
+    page.sheet = m_options.sheet;
+    page.dpi = effectiveDpi(page.width, page.height, statedDpi);
+    if (page.sheet)
+        fitToSheet(page);
+}
+
+Result<Page> PageMaker::pixelPage(const Image &image)
+{
+    Page page;
+    page.pixels = &image;
+    page.width = image.width();
+    page.height = image.height();
+    place(page, image.dpi());
+    Result<CodedPixels> coded = m_options.codePixels(image, page.dpi);
+    if (!coded)
+        return coded.error();
+    m_coded = std::move(coded.value().data);
+    page.coded = m_coded;
+    page.coding = coded.value().coding;
+    return page;
+}
+
+Result<Page> PageMaker::jpegPage(ByteView jpeg)
+{
+    const Result<jpeg::Structure> structure = jpeg::readHeaders(jpeg);
+    if (!structure)
+        return structure.error();
+    Page page;
+    page.jpeg = jpeg;
+    page.info = structure.value().info;
+    page.width = page.info.width;
+    page.height = page.info.height;
+    if (structure.value().hasProfile) {
+        m_profile = jpeg::profileOf(jpeg, structure.value());
+        page.profile = usableProfile(
+            m_profile, page.info.components == 1 ? ProfilePixels::Gray : ProfilePixels::Rgb);
+    }
+    place(page, page.info.dpi);
+    return page;
+}
+
+Result<Page> PageMaker::encoded(const Image &image, jpeg::Subsampling subsampling)
+{
+    Result<Bytes> jpeg = jpeg::encode(image, {m_options.quality, subsampling});
+    if (!jpeg)
+        return jpeg.error();
+    m_coded = std::move(jpeg).value();
+    return jpegPage(m_coded);
+}
+
+Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
+{
+    if (!structure.info.bilevel) {
+        Result<ByteView> reused = reusableJpeg(
+            m_content, structure, {m_options.quality, m_options.plainJpegOnly}, m_coded);
+        if (!reused)
+            return reused.error();
+        if (!reused.value().empty())
+            return jpegPage(reused.value());
+    }
+    Result<Image> image = loadImage(m_content);
+    if (!image)
+        return image.error();
+    m_image = std::move(image).value();
+    if (m_image.isBilevel())
+        return pixelPage(m_image);
+    const jpeg::Info &info = structure.info;
+    return encoded(m_image, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation)));
+}
+
+Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
+{
+    std::unique_lock<std::mutex> alone;
+    if (m_options.largePictures != nullptr) {
+        const Result<PictureSize> size = pictureSize(content, directory);
+        // nothing larger than reasonable is decoded; the product of such sides may not even exist
+        if (size && isReasonableSize(size.value().width, size.value().height)
+            && size.value().width * size.value().height > kLargePicture)
+            alone = std::unique_lock<std::mutex>(*m_options.largePictures);
+    }
+    if (recogniseFormat(content) == SourceFormat::Jpeg) {
+        const Result<jpeg::Structure> structure = jpeg::readStructure(content);
+        if (!structure)
+            return structure.error();
+        return fromJpeg(structure.value());
+    }
+    Result<Image> image = loadImage(content, directory);
+    if (!image)
+        return image.error();
+    m_image = std::move(image).value();
+    return fromImage(m_image);
+}
+
+Result<Page> PageMaker::fromFile(const std::string &path)
+{
+    m_shared.reset();
+    if (Result<void> read = readSourceFile(path, m_content); !read)
+        return read.error();
+    Result<Page> page = fromContent(m_content, kFirstPage);
+    if (!page)
+        m_image = Image();
+    return page;
+}
+
+Result<Page> PageMaker::fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory)
+{
+    m_shared = std::move(content);
+    Result<Page> page = fromContent(*m_shared, directory);
+    if (!page)
+        m_image = Image();
+    return page;
+}
+
+Result<Page> PageMaker::fromImage(const Image &image)
+{
+    const bool bits = image.isBilevel() && image.format() == PixelFormat::Gray8;
+    if (bits || m_options.quality == kLossless)
+        return pixelPage(image);
+    return encoded(image, jpeg::EncodeOptions().subsampling);
+}
+
+} // namespace korv

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "library/base/result.h"
+#include "library/documents/page.h"
+#include "library/jpeg/jpeg_structure.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace korv {
+
+struct PageOptions
+{
+    int quality = 95; ///< 1..100; a JPEG that is not finer than this enters as it is. At 100 pixels
+        ///< that come from no JPEG enter without loss, otherwise they become JPEG
+    bool plainJpegOnly = false; ///< the container wants baseline JPEG with ordinary sampling
+    PixelCoder codePixels = nullptr; ///< of the container
+    std::optional<SheetSize> sheet; ///< the pages are such sheets, upright or across
+    std::mutex *largePictures =
+        nullptr; ///< makers that share it decode one large picture at a time
+};
+
+/// Turns picture files and pixels into pages. A page stays valid until the next one is made; the
+/// memory is used again for it.
+class PageMaker
+{
+public:
+    explicit PageMaker(const PageOptions &options)
+        : m_options(options)
+    {
+    }
+
+    /// The first page of a file. Errors: as readSourceFile() and loadImage().
+    Result<Page> fromFile(const std::string &path);
+
+    /// The page whose directory stands there in a TIFF. Errors: as loadImage().
+    Result<Page> fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory);
+
+    /// Borrows the image for as long as the page. Errors: as jpeg::encode().
+    Result<Page> fromImage(const Image &image);
+
+private:
+    Result<Page> fromJpeg(const jpeg::Structure &structure);
+    Result<Page> fromContent(ByteView content, std::uint64_t directory);
+    Result<Page> pixelPage(const Image &image);
+    Result<Page> encoded(const Image &image, jpeg::Subsampling subsampling);
+    Result<Page> jpegPage(ByteView jpeg);
+    void place(Page &page, double statedDpi) const;
+
+    PageOptions m_options;
+    Bytes m_content;
+    std::shared_ptr<const Bytes> m_shared;
+    Bytes m_coded; ///< a JPEG or coded pixels
+    Bytes m_profile;
+    Image m_image;
+};
+
+} // namespace korv

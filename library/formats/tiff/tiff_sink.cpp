@@ -1,0 +1,145 @@
+#include "library/formats/tiff/tiff_sink.h"
+
+#include "library/formats/tiff/tiff_directories.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+
+namespace korv {
+
+namespace {
+
+using TiffOptions = Handle<TIFFOpenOptions, TIFFOpenOptionsFree>;
+
+TiffSink *sinkOf(thandle_t self)
+{
+    return static_cast<TiffSink *>(self);
+}
+
+} // namespace
+
+TiffSink::TiffSink(ByteSink &sink)
+    : m_sink(sink)
+{
+    open("wml");
+    // libtiff puts everything at the end, so the head can grow later
+    const std::uint8_t room[kBigTiffHeadSize] = {};
+    const std::size_t taken = std::min(static_cast<std::size_t>(sink.size()), sizeof room);
+    if (Result<void> reserved = sink.write(ByteView(room, sizeof room - taken)); !reserved) {
+        m_error = reserved.error();
+        m_tiff.reset();
+    }
+}
+
+TiffSink::~TiffSink()
+{
+    // a file that is given up: libtiff would write its last directory, and crash on one that it had
+    // no memory for
+    if (m_tiff)
+        TIFFSetMode(m_tiff.get(), O_RDONLY);
+}
+
+void TiffSink::open(const char *mode)
+{
+    m_at = 0;
+    const TiffOptions options(TIFFOpenOptionsAlloc());
+    if (!options)
+        return;
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, this);
+    m_tiff.reset(TIFFClientOpenExt("document", mode, this, onRead, onWrite, onSeek, onClose, onSize,
+                                   nullptr, nullptr, options.get()));
+}
+
+Result<void> TiffSink::widen(int pages)
+{
+    if (Result<void> closed = close(); !closed)
+        return closed;
+    if (pages == 0) {
+        open("w8ml");
+    } else {
+        if (Result<void> widened = widenTiff(m_sink); !widened)
+            return widened;
+        open("aml");
+    }
+    return m_tiff ? Result<void>() : error();
+}
+
+Result<void> TiffSink::close()
+{
+    const bool written = m_tiff && TIFFFlush(m_tiff.get()) != 0;
+    m_tiff.reset();
+    if (!written || m_error.code != 0)
+        return error();
+    return {};
+}
+
+Error TiffSink::error() const
+{
+    if (m_error.code != 0)
+        return m_error;
+    const int code = m_memory.codeOr(-EIO);
+    return Error{code, std::string("TIFF: ") + m_problem};
+}
+
+tmsize_t TiffSink::onRead(thandle_t self, void *to, tmsize_t size)
+{
+    TiffSink *sink = sinkOf(self);
+    Result<std::size_t> count = sink->m_sink.readAt(sink->m_at, static_cast<std::uint8_t *>(to),
+                                                    static_cast<std::size_t>(size));
+    if (!count) {
+        sink->m_error = count.error();
+        return -1;
+    }
+    sink->m_at += count.value();
+    return static_cast<tmsize_t>(count.value());
+}
+
+tmsize_t TiffSink::onWrite(thandle_t self, void *from, tmsize_t size)
+{
+    TiffSink *sink = sinkOf(self);
+    Result<void> written = sink->m_sink.writeAt(sink->m_at, {from, static_cast<std::size_t>(size)});
+    if (!written) {
+        sink->m_error = written.error();
+        return -1;
+    }
+    sink->m_at += static_cast<std::uint64_t>(size);
+    return size;
+}
+
+toff_t TiffSink::onSeek(thandle_t self, toff_t offset, int whence)
+{
+    TiffSink *sink = sinkOf(self);
+    if (whence == SEEK_CUR)
+        offset += sink->m_at;
+    else if (whence == SEEK_END)
+        offset += sink->m_sink.size();
+    sink->m_at = offset;
+    return offset;
+}
+
+int TiffSink::onClose(thandle_t)
+{
+    return 0;
+}
+
+toff_t TiffSink::onSize(thandle_t self)
+{
+    return sinkOf(self)->m_sink.size();
+}
+
+int TiffSink::onError(TIFF *, void *self, const char *, const char *format, va_list arguments)
+{
+    TiffSink *sink = sinkOf(self);
+    std::vsnprintf(sink->m_problem, sizeof sink->m_problem, format, arguments);
+    return 1; // handled: nothing goes to standard error
+}
+
+int TiffSink::onWarning(TIFF *, void *, const char *, const char *, va_list)
+{
+    return 1;
+}
+
+} // namespace korv
