@@ -3,7 +3,7 @@
 // are medians.
 
 #include "library/crop/crop.h"
-#include "library/device/builtin_pages.h"
+#include "library/device/simulated/builtin_pages.h"
 #include "library/jpeg/jpeg.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 // What a frame costs between the driver and the application: the check of its structure, beside the
 // decode that it takes the place of. Both are measured in turns on the same frames.
 
-#include "library/device/v4l2_frames.h"
+#include "library/device/v4l2/v4l2_frames.h"
 #include "library/image/image.h"
 #include "library/jpeg/jpeg.h"
 

@@ -51,8 +51,15 @@ MAY_INCLUDE = {
                        "library/formats/tiff", "library/formats", "library/jpeg/rework",
                        "library/jpeg", "library/image", "library/files", "library/base",
                        "library/threads"],
-    "library/device": ["library/video", "library/jpeg/rework", "library/jpeg", "library/image",
-                       "library/base", "library/threads"],
+    "library/device": ["library/base", "library/threads"],
+    "library/device/v4l2": ["library/device", "library/video", "library/jpeg/rework",
+                            "library/jpeg", "library/image", "library/base", "library/threads"],
+    "library/device/udev": ["library/device/v4l2", "library/device", "library/base",
+                            "library/threads"],
+    "library/device/simulated/drawing": ["library/image", "library/base", "library/threads"],
+    "library/device/simulated": ["library/device/simulated/drawing", "library/device",
+                                 "library/video", "library/jpeg", "library/image",
+                                 "library/base", "library/threads"],
 }
 MAY_INCLUDE["library/api"] = [folder for folder in MAY_INCLUDE if folder.startswith("library/")]
 TREES = {folder.split("/")[0] for folder in MAY_INCLUDE}

@@ -1,6 +1,6 @@
 #include "library/api/process_manager.h"
 
-#include "library/device/monitors.h"
+#include "library/api/monitors.h"
 
 #include <cstddef>
 #include <new>

@@ -1,5 +1,5 @@
 #include "library/api/session.h"
-#include "library/device/udev_monitor.h"
+#include "library/device/udev/udev_monitor.h"
 #include "library/jpeg/jpeg.h"
 #include "tests/kernel/vivid.h"
 #include "tests/library/support/wait.h"

@@ -1,4 +1,4 @@
-#include "library/device/frame_composer.h"
+#include "library/device/simulated/frame_composer.h"
 
 #include "tests/library/support/pictures.h"
 

@@ -1,9 +1,9 @@
-#include "library/device/monitors.h"
+#include "library/api/monitors.h"
 
-#include "library/device/builtin_monitor.h"
-#include "library/device/node_rights.h"
-#include "library/device/simulated_monitor.h"
-#include "library/device/udev_monitor.h"
+#include "library/device/simulated/builtin_monitor.h"
+#include "library/device/simulated/simulated_monitor.h"
+#include "library/device/udev/node_rights.h"
+#include "library/device/udev/udev_monitor.h"
 #include "tests/library/support/temporary_folder.h"
 #include "tests/library/support/v4l2_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "library/device/page_turner.h"
+#include "library/device/simulated/page_turner.h"
 
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/wait.h"

@@ -1,4 +1,4 @@
-#include "library/device/row_jpeg.h"
+#include "library/device/simulated/row_jpeg.h"
 
 #include "tests/library/support/pictures.h"
 

@@ -1,4 +1,4 @@
-#include "library/device/scaled_image.h"
+#include "library/device/simulated/drawing/scaled_image.h"
 
 #include "tests/library/support/pictures.h"
 

@@ -1,6 +1,6 @@
-#include "library/device/builtin_pages.h"
-#include "library/device/folder_pages.h"
-#include "library/device/simulated_device.h"
+#include "library/device/simulated/builtin_pages.h"
+#include "library/device/simulated/folder_pages.h"
+#include "library/device/simulated/simulated_device.h"
 
 #include "tests/library/support/frame_keeper.h"
 #include "tests/library/support/pictures.h"

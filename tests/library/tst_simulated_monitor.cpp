@@ -1,4 +1,4 @@
-#include "library/device/simulated_monitor.h"
+#include "library/device/simulated/simulated_monitor.h"
 
 #include "tests/library/support/shortage.h"
 #include "tests/library/support/temporary_folder.h"

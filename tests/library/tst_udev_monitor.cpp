@@ -1,4 +1,4 @@
-#include "library/device/udev_monitor.h"
+#include "library/device/udev/udev_monitor.h"
 
 #include "library/base/event_fd.h"
 #include "tests/library/support/shortage.h"

@@ -1,4 +1,4 @@
-#include "library/device/udev_nodes.h"
+#include "library/device/udev/udev_nodes.h"
 
 #include "tests/library/support/fake_v4l2.h"
 

@@ -1,4 +1,4 @@
-#include "library/device/v4l2_device.h"
+#include "library/device/v4l2/v4l2_device.h"
 
 #include "tests/library/support/v4l2_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "library/device/v4l2_frames.h"
+#include "library/device/v4l2/v4l2_frames.h"
 
 #include "library/jpeg/jpeg.h"
 #include "library/jpeg/jpeg_structure.h"

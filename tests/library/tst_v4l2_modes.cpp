@@ -1,4 +1,4 @@
-#include "library/device/v4l2_modes.h"
+#include "library/device/v4l2/v4l2_modes.h"
 
 #include "tests/library/support/fake_v4l2.h"
 

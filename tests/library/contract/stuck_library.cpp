@@ -1,7 +1,7 @@
 // The library in front of a camera whose driver answers the end of a stream after two seconds, in
 // place of the cameras of the machine.
-#include "library/device/monitors.h"
-#include "library/device/v4l2_device.h"
+#include "library/api/monitors.h"
+#include "library/device/v4l2/v4l2_device.h"
 #include "tests/library/support/fake_v4l2.h"
 #include "tests/library/support/pictures.h"
 

@@ -1,6 +1,6 @@
 #include "library/photograph/lineart.h"
 
-#include "library/device/paper.h"
+#include "library/device/simulated/drawing/paper.h"
 #include "tests/library/imaging/pictures.h"
 
 #include <algorithm>

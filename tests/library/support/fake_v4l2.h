@@ -2,7 +2,7 @@
 
 #include "library/base/bytes.h"
 #include "library/base/event_fd.h"
-#include "library/device/v4l2_calls.h"
+#include "library/device/v4l2/v4l2_calls.h"
 
 #include <linux/videodev2.h>
 

@@ -1,0 +1,134 @@
+#include "library/device/simulated/page_turner.h"
+
+#include "library/base/log.h"
+#include "library/device/simulated/drawing/desk_scene.h"
+#include "library/threads/thread.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace korv {
+namespace {
+
+/// Pages kept ready, so that a short pile is prepared once and not at each turn.
+constexpr std::size_t kMostKept = 4;
+
+} // namespace
+
+PageTurner::PageTurner(const PageSource &source, int width, int height, Timing timing)
+    : m_source(source)
+    , m_width(width)
+    , m_height(height)
+    , m_timing(timing)
+    , m_thread(startThread("korv-pages", [this] { run(); }))
+{
+}
+
+PageTurner::~PageTurner()
+{
+    stop();
+    m_thread.join();
+}
+
+void PageTurner::stop()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_stopping = true;
+    m_changed.notify_all();
+}
+
+bool PageTurner::isStopping()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_stopping;
+}
+
+std::shared_ptr<const PreparedPage> PageTurner::waitForPage()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_stopping || m_page; });
+    return m_stopping ? nullptr : m_page;
+}
+
+void PageTurner::run()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stopping) {
+        lock.unlock();
+        try {
+            look();
+        } catch (const std::exception &error) {
+            logLine(std::string("no page can be prepared: ") + error.what());
+        }
+        lock.lock();
+        m_changed.wait_for(lock, m_timing.lookEvery, [this] { return m_stopping; });
+    }
+}
+
+void PageTurner::look()
+{
+    const std::vector<std::string> present = m_source.pages();
+    const bool isShownPresent = std::find(present.begin(), present.end(), m_shown) != present.end();
+    if (isShownPresent && Clock::now() < m_turnDue)
+        return;
+    if (Page page = choose(present)) {
+        show(std::move(page));
+        m_turnDue = Clock::now() + m_timing.turnEvery;
+    }
+}
+
+/// The next readable page behind the one shown, round and round; the empty desk when there is none.
+PageTurner::Page PageTurner::choose(const std::vector<std::string> &present)
+{
+    std::vector<std::string> order = present;
+    const auto next = std::find_if(order.begin(), order.end(),
+                                   [this](const std::string &id) { return id > m_shown; });
+    std::rotate(order.begin(), next, order.end());
+    for (const std::string &id : order) {
+        if (m_unreadable.count(id) != 0)
+            continue;
+        if (Page page = prepared(id)) {
+            m_shown = id;
+            return page;
+        }
+        m_unreadable.insert(id);
+    }
+    m_shown.clear();
+    return prepared(m_shown);
+}
+
+PageTurner::Page PageTurner::prepared(const std::string &id)
+{
+    const auto kept = std::find_if(m_kept.begin(), m_kept.end(),
+                                   [&](const auto &entry) { return entry.first == id; });
+    if (kept != m_kept.end()) {
+        std::rotate(kept, kept + 1, m_kept.end());
+        return m_kept.back().second;
+    }
+    const Result<Image> picture = id.empty() ? Result<Image>(drawDesk(m_width, m_height))
+                                             : m_source.render(id, m_width, m_height);
+    if (!picture) {
+        logLine(picture.error().text);
+        return nullptr;
+    }
+    if (isStopping()) // nobody will see it
+        return nullptr;
+    Result<PreparedPage> page = PreparedPage::make(picture.value());
+    if (!page) {
+        logLine(page.error().text);
+        return nullptr;
+    }
+    if (m_kept.size() == kMostKept)
+        m_kept.erase(m_kept.begin());
+    m_kept.emplace_back(id, std::make_shared<PreparedPage>(std::move(page).value()));
+    return m_kept.back().second;
+}
+
+void PageTurner::show(Page page)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_page = std::move(page);
+    m_changed.notify_all();
+}
+
+} // namespace korv

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "library/device/camera_device.h"
+#include "library/device/simulated/page_source.h"
+#include "library/device/simulated/simulated_stream.h"
+
+#include <memory>
+#include <vector>
+
+namespace korv {
+
+/// A camera whose pictures are made from pages. It offers the usual sizes of a document camera, and
+/// the size of its largest page when that is larger still.
+class SimulatedDevice : public CameraDevice
+{
+public:
+    SimulatedDevice(std::shared_ptr<const Plug> plug, std::unique_ptr<PageSource> pages);
+
+    const std::vector<CaptureMode> &modes() const override { return m_modes; }
+    int currentMode() const override { return m_current.number; }
+    Result<void> selectMode(int number) override;
+    Result<void> start(FrameSink &sink) override;
+    Result<void> stop() override;
+
+private:
+    std::shared_ptr<const Plug> m_plug;
+    std::unique_ptr<PageSource> m_pages;
+    std::vector<CaptureMode> m_modes;
+    CaptureMode m_current;
+    std::unique_ptr<SimulatedStream> m_stream; // after the pages, which it borrows
+};
+
+} // namespace korv

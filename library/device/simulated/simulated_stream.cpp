@@ -1,0 +1,67 @@
+#include "library/device/simulated/simulated_stream.h"
+
+#include "library/base/log.h"
+#include "library/device/simulated/frame_composer.h"
+#include "library/threads/thread.h"
+
+#include <algorithm>
+#include <exception>
+#include <string>
+
+namespace korv {
+
+SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const Plug> plug,
+                                 CaptureMode mode, FrameSink &sink)
+    : m_plug(std::move(plug))
+    , m_mode(mode)
+    , m_sink(sink)
+    , m_turner(pages, mode.width, mode.height, {})
+    , m_thread(startThread("korv-stream", [this] { run(); }))
+{
+}
+
+SimulatedStream::~SimulatedStream()
+{
+    m_turner.stop(); // first: the stream thread may be waiting for the first page
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopping = true;
+        m_changed.notify_all();
+    }
+    m_thread.join();
+}
+
+bool SimulatedStream::waitUntil(Clock::time_point due)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return !m_changed.wait_until(lock, due, [this] { return m_stopping; });
+}
+
+void SimulatedStream::run()
+{
+    try {
+        sendFrames();
+    } catch (const std::exception &error) {
+        logLine(std::string("a simulated stream ends: ") + error.what());
+    }
+}
+
+void SimulatedStream::sendFrames()
+{
+    constexpr auto kPeriod = std::chrono::nanoseconds(std::chrono::seconds(1)) / kFramesPerSecond;
+    FrameComposer composer;
+    std::shared_ptr<const PreparedPage> page = m_turner.waitForPage();
+    const Clock::time_point begin = Clock::now();
+    std::int64_t number = 0;
+    while (page && waitUntil(begin + number * kPeriod) && !m_plug->isPulled()) {
+        if (const Result<ByteView> frame = composer.compose(page, number))
+            m_sink.onFrame({frame.value(), m_mode.width, m_mode.height});
+        else
+            logLine("a simulated frame is lost: " + frame.error().text);
+        // a frame whose time has passed is not made up for
+        number = std::max<std::int64_t>(number, (Clock::now() - begin) / kPeriod) + 1;
+        page = m_turner.waitForPage();
+    }
+}
+
+} // namespace korv

@@ -1,0 +1,360 @@
+#include "library/device/v4l2/v4l2_work.h"
+
+#include "library/base/log.h"
+#include "library/device/device_name.h"
+
+#include <cerrno>
+#include <exception>
+#include <poll.h>
+
+namespace korv {
+namespace {
+
+/// Stops and starts of a silent stream before the node is opened anew.
+constexpr int kRestarts = 3;
+
+/// What a camera is given longer with each attempt: some need seconds to their first picture.
+constexpr std::chrono::milliseconds kMorePatience{1000};
+
+constexpr std::chrono::milliseconds kForEver{-1};
+constexpr std::chrono::milliseconds kLookEvery{20};
+
+} // namespace
+
+bool V4l2Turn::take(const std::function<bool()> &givenUp)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (m_taken) {
+        lock.unlock();
+        const bool end = givenUp();
+        lock.lock();
+        if (end)
+            return false;
+        m_changed.wait_until(lock, std::chrono::steady_clock::now() + kLookEvery);
+    }
+    m_taken = true;
+    return true;
+}
+
+void V4l2Turn::giveBack()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_taken = false;
+    m_changed.notify_all();
+}
+
+V4l2Work::V4l2Work(V4l2Access access, EventFd wakeUp)
+    : m_access(std::move(access))
+    , m_label(nodeLabel(m_access.node, m_access.model))
+    , m_wakeUp(std::move(wakeUp))
+{
+}
+
+void V4l2Work::log(const char *text) const
+{
+    logLine(m_label + ": " + text);
+}
+
+// ---- the thread's life ----
+
+void V4l2Work::run() noexcept
+{
+    try {
+        work();
+    } catch (const std::exception &error) {
+        giveUp(error.what());
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Error ended{-ENOMEM, "the camera's thread has ended"};
+    if (!m_opened)
+        m_opened = ended;
+    if (m_order && !m_order->started)
+        m_order->started = ended;
+    m_order.reset();
+    m_ended = true;
+    m_changed.notify_all();
+}
+
+/// What little can be done when memory has run out, say. Work has let go of the camera already.
+void V4l2Work::giveUp(const char *reason) noexcept
+{
+    try {
+        logLine(m_label + ": camera thread terminated: " + reason);
+        bool usable = false;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            usable = m_opened && *m_opened;
+        }
+        // nobody would hear of it otherwise: no frame comes any more, and no stream starts
+        if (usable && !m_reported)
+            leave(V4l2Fate::Lost);
+    } catch (const std::exception &) { // the next call to this camera is told
+    }
+}
+
+void V4l2Work::work()
+{
+    const auto isQuitting = [this] {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_quitting;
+    };
+    if (!m_access.turn->take(isQuitting))
+        return;
+    const std::shared_ptr<V4l2Turn> turn = m_access.turn;
+    struct GiveBack
+    {
+        ~GiveBack()
+        {
+            work.m_stream.reset();
+            work.m_node.close();
+            turn.giveBack();
+        }
+        V4l2Work &work;
+        V4l2Turn &turn;
+    } const giveBack{*this, *turn};
+
+    Result<std::vector<V4l2Mode>> opened = openNode();
+    const bool usable = static_cast<bool>(opened);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_opened = std::move(opened);
+        m_changed.notify_all();
+    }
+    if (!usable)
+        return;
+    while (const std::shared_ptr<Order> order = nextOrder()) {
+        carryOut(*order);
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_order.reset();
+        m_changed.notify_all();
+    }
+}
+
+Result<std::vector<V4l2Mode>> V4l2Work::openNode()
+{
+    const int descriptor = m_access.calls->open(m_access.node);
+    if (descriptor < 0) {
+        const bool gone = descriptor == -ENOENT || descriptor == -ENXIO;
+        return systemError(gone ? ENODEV : -descriptor, "open " + m_access.node);
+    }
+    m_node = V4l2Node(m_access.calls, descriptor);
+    Result<V4l2Identity> identity = queryIdentity(m_node);
+    if (!identity)
+        return identity.error();
+    m_identity = std::move(identity).value();
+    Result<std::vector<V4l2Mode>> modes = listModes(m_node);
+    if (modes && modes.value().empty())
+        return Error{-ENODEV, m_access.node + " offers no supported format"};
+    return modes;
+}
+
+std::shared_ptr<V4l2Work::Order> V4l2Work::nextOrder()
+{
+    for (;;) {
+        m_wakeUp.clear();
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_quitting)
+                return nullptr;
+            if (m_order)
+                return m_order;
+        }
+        watchIdleNode();
+    }
+}
+
+/// Sleeps until there is something to do, or the camera goes: its node is to be closed then.
+void V4l2Work::watchIdleNode()
+{
+    const int watched = m_node.isOpen() && m_watchable ? m_node.descriptor() : -1;
+    const V4l2Calls::Wakeup wakeup =
+        m_access.calls->wait(watched, POLLPRI, m_wakeUp.fd(), kForEver);
+    if (wakeup.device == 0)
+        return;
+    const Result<V4l2Identity> identity = queryIdentity(m_node);
+    if (!identity && identity.code() == -ENODEV)
+        leave(V4l2Fate::Gone);
+    else
+        m_watchable = false; // a driver that reports an error while idle would keep us awake
+}
+
+void V4l2Work::leave(V4l2Fate fate)
+{
+    m_stream.reset();
+    m_node.close();
+    m_reported = true;
+    m_access.report(fate);
+}
+
+// ---- streaming ----
+
+bool V4l2Work::isCancelled(const Order &order)
+{
+    m_wakeUp.clear();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return order.cancelled || m_quitting;
+}
+
+Result<void> V4l2Work::beginStream(const V4l2Mode &mode)
+{
+    if (!m_node.isOpen())
+        return Error{-ENODEV, "the camera is gone"};
+    m_stream.emplace(m_node, m_label);
+    return m_stream->begin(mode);
+}
+
+void V4l2Work::carryOut(Order &order)
+{
+    const bool wasThere = m_node.isOpen();
+    const Result<void> begun = beginStream(order.mode);
+    if (!begun)
+        m_stream.reset(); // whoever hears of the failure may try again at once
+    bool answered = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        order.started = begun;
+        answered = order.answered;
+        m_changed.notify_all();
+    }
+    if (!begun && answered)
+        logLine(m_label + ": does not stream: " + begun.error().text);
+    if (begun.code() == -ENODEV) {
+        if (wasThere)
+            leave(V4l2Fate::Gone);
+    } else if (begun || answered) {
+        keepStreaming(order, static_cast<bool>(begun));
+    }
+    m_stream.reset();
+}
+
+void V4l2Work::keepStreaming(Order &order, bool begun)
+{
+    int attempts = begun ? 0 : kRestarts;
+    while (!isCancelled(order)) {
+        V4l2Stream::End end = V4l2Stream::End::Failed;
+        if (begun)
+            end = m_stream->run(*order.sink, m_wakeUp,
+                                m_stream->silenceLimit() + attempts * kMorePatience);
+        begun = true;
+        if (end == V4l2Stream::End::Called)
+            continue;
+        if (end == V4l2Stream::End::Gone)
+            return leave(V4l2Fate::Gone);
+        if (m_stream && m_stream->tookPictures())
+            attempts = 0;
+        ++attempts;
+        if (!recover(order, attempts))
+            return;
+    }
+}
+
+/// False when the camera is gone or lost.
+bool V4l2Work::recover(Order &order, int attempt)
+{
+    if (attempt > kRestarts + 1) {
+        log("no frames; closing and rediscovering the camera");
+        leave(V4l2Fate::Lost);
+        return false;
+    }
+    const bool again = attempt > kRestarts;
+    log(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
+    const Result<void> recovered = again ? reopen(order.mode) : m_stream->restart();
+    if (recovered.code() == -ENODEV || !m_node.isOpen()) {
+        leave(recovered.code() == -ENODEV ? V4l2Fate::Gone : V4l2Fate::Lost);
+        return false;
+    }
+    if (!recovered)
+        pause(order);
+    return true;
+}
+
+Result<void> V4l2Work::reopen(const V4l2Mode &mode)
+{
+    m_stream.reset();
+    m_node.close();
+    const V4l2Identity before = m_identity;
+    if (Result<std::vector<V4l2Mode>> opened = openNode(); !opened) {
+        m_node.close();
+        return opened.error();
+    }
+    // the node's name may have gone to another camera meanwhile
+    if (!m_identity.isSameAs(before))
+        return Error{-ENODEV, "another camera has taken the node"};
+    return beginStream(mode);
+}
+
+/// A driver that refuses at once would otherwise be asked without end.
+void V4l2Work::pause(const Order &order)
+{
+    const auto end = m_access.calls->now() + m_stream->silenceLimit();
+    while (!isCancelled(order)) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - m_access.calls->now());
+        if (left.count() <= 0)
+            return;
+        if (m_access.calls->wait(-1, 0, m_wakeUp.fd(), left).called)
+            m_wakeUp.clear();
+    }
+}
+
+// ---- the device's side ----
+
+std::optional<Result<std::vector<V4l2Mode>>> V4l2Work::waitUntilOpen(Milliseconds longest)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_until(lock, std::chrono::steady_clock::now() + longest,
+                         [this] { return m_opened.has_value(); });
+    return m_opened;
+}
+
+Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<FrameSink>> sink,
+                             Milliseconds longest)
+{
+    auto order = std::make_shared<Order>();
+    order->mode = mode;
+    order->sink = std::move(sink);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    // an earlier stream that still ends is waited for, its camera being slow
+    const auto deadline = std::chrono::steady_clock::now() + longest;
+    const bool idle = m_changed.wait_until(lock, deadline, [this] { return m_ended || !m_order; });
+    if (m_ended)
+        return Error{-ENODEV, "the camera is closed"};
+    if (!idle)
+        return Error{-EBUSY, "the camera has not answered the end of its last stream yet"};
+    m_order = order;
+    m_wakeUp.set();
+    m_changed.wait_until(lock, deadline, [&] { return order->started.has_value(); });
+    if (order->started)
+        return *order->started;
+    order->answered = true;
+    log("slow to start; continuing in the background");
+    return {};
+}
+
+void V4l2Work::cancel()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_order)
+        m_order->cancelled = true;
+    m_wakeUp.set();
+}
+
+void V4l2Work::quit()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_quitting = true;
+    m_wakeUp.set();
+}
+
+bool V4l2Work::waitUntilIdle(Deadline deadline)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_until(lock, deadline, [this] { return !m_order; });
+}
+
+bool V4l2Work::waitUntilEnded(Deadline deadline)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_until(lock, deadline, [this] { return m_ended; });
+}
+
+} // namespace korv

@@ -1,0 +1,130 @@
+#pragma once
+
+#include "library/base/event_fd.h"
+#include "library/device/v4l2/v4l2_calls.h"
+#include "library/device/v4l2/v4l2_modes.h"
+#include "library/device/v4l2/v4l2_stream.h"
+#include "library/threads/call_gate.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korv {
+
+/// What becomes of a camera while it is open.
+enum class V4l2Fate {
+    Gone, ///< unplugged
+    Lost, ///< there, but dead: it has to be opened anew to try it again
+};
+
+/// Whose turn it is to have a camera open. A thread that was left behind with a silent camera keeps
+/// its turn until it has closed it.
+class V4l2Turn
+{
+public:
+    /// Waits until the turn is free, or until `givenUp`, asked again and again, says so.
+    bool take(const std::function<bool()> &givenUp);
+    void giveBack();
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_taken = false;
+};
+
+/// What it takes to open a camera.
+struct V4l2Access
+{
+    std::shared_ptr<V4l2Calls> calls;
+    std::string node; ///< /dev/video0
+    std::shared_ptr<V4l2Turn> turn;
+    std::function<void(V4l2Fate)> report; ///< called once at most, on the camera's thread
+    std::string model = {}; ///< for the log; may be empty
+};
+
+/// An open camera's work, all on one thread: opening, streaming, bringing a stalled stream back,
+/// closing. Owned by that thread and by the device together, so that the device may leave a thread
+/// behind that waits for a silent camera.
+///
+/// A stream that falls silent is stopped and started on the same descriptor; when that does not
+/// help three times, the node is opened anew; then the camera counts as lost.
+class V4l2Work
+{
+public:
+    using Milliseconds = std::chrono::milliseconds;
+    using Deadline = std::chrono::steady_clock::time_point;
+
+    V4l2Work(V4l2Access access, EventFd wakeUp);
+
+    /// The thread. Returns after quit().
+    void run() noexcept;
+
+    // the device's side; any thread
+
+    const std::string &label() const { return m_label; }
+
+    /// The modes of the opened camera, or why it could not be opened. Nothing when it takes longer.
+    std::optional<Result<std::vector<V4l2Mode>>> waitUntilOpen(Milliseconds longest);
+    /// Begins a stream; precondition: none is under way or stopping. Success also when the camera
+    /// takes longer than that to answer: the work goes on and the frames come later.
+    Result<void> start(const V4l2Mode &mode, std::shared_ptr<CallGate<FrameSink>> sink,
+                       Milliseconds longest);
+    /// Tells the stream to end; returns at once.
+    void cancel();
+    /// Tells the thread to end; returns at once.
+    void quit();
+    bool waitUntilIdle(Deadline deadline);
+    bool waitUntilEnded(Deadline deadline);
+
+private:
+    /// A stream that was asked for.
+    struct Order
+    {
+        V4l2Mode mode;
+        std::shared_ptr<CallGate<FrameSink>> sink;
+        std::optional<Result<void>> started;
+        bool answered = false; ///< the caller went on without waiting for the answer
+        bool cancelled = false;
+    };
+
+    void log(const char *text) const;
+    void work();
+    void giveUp(const char *reason) noexcept;
+    Result<std::vector<V4l2Mode>> openNode();
+    std::shared_ptr<Order> nextOrder();
+    void watchIdleNode();
+    void carryOut(Order &order);
+    Result<void> beginStream(const V4l2Mode &mode);
+    void keepStreaming(Order &order, bool begun);
+    bool recover(Order &order, int attempt);
+    Result<void> reopen(const V4l2Mode &mode);
+    void pause(const Order &order);
+    void leave(V4l2Fate fate);
+    bool isCancelled(const Order &order);
+
+    const V4l2Access m_access;
+    const std::string m_label; ///< of the camera, in the log
+    const EventFd m_wakeUp; // set when something below changed
+
+    std::mutex m_mutex; // guards the following, orders included
+    std::condition_variable m_changed;
+    std::optional<Result<std::vector<V4l2Mode>>> m_opened;
+    std::shared_ptr<Order> m_order; // until it is carried out
+    bool m_quitting = false;
+    bool m_ended = false;
+
+    // of the thread
+    V4l2Node m_node;
+    V4l2Identity m_identity;
+    std::optional<V4l2Stream> m_stream; // after the node, which it borrows
+    bool m_watchable = true;
+    bool m_reported = false;
+};
+
+} // namespace korv
