@@ -1,6 +1,6 @@
 #include "tests/faults/desk.h"
 
-#include "tests/library/imaging/pictures.h"
+#include "tests/library/support/sample_pictures.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "tests/faults/mounted_disk.h"
 
-#include "tests/library/imaging/program.h"
+#include "tests/library/support/program.h"
 
 #include <chrono>
 #include <fstream>

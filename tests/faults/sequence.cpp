@@ -1,7 +1,7 @@
 #include "tests/faults/sequence.h"
 
 #include "tests/faults/fault_shim.h"
-#include "tests/library/imaging/pictures.h"
+#include "tests/library/support/sample_pictures.h"
 
 #include <algorithm>
 #include <array>

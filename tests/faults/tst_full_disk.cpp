@@ -1,5 +1,5 @@
 #include "tests/faults/desk.h"
-#include "tests/library/imaging/pictures.h"
+#include "tests/library/support/sample_pictures.h"
 
 #include <cerrno>
 #include <cstring>

@@ -3,7 +3,7 @@
 #include "tests/faults/child.h"
 #include "tests/faults/desk.h"
 #include "tests/faults/fault_shim.h"
-#include "tests/library/imaging/pictures.h"
+#include "tests/library/support/sample_pictures.h"
 
 #include <csignal>
 #include <gmock/gmock.h>

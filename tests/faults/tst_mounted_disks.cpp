@@ -4,7 +4,7 @@
 #include "tests/faults/desk.h"
 #include "tests/faults/mounted_disk.h"
 #include "tests/faults/sequence.h"
-#include "tests/library/imaging/pictures.h"
+#include "tests/library/support/sample_pictures.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

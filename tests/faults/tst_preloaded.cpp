@@ -1,7 +1,7 @@
 #include "tests/faults/desk.h"
 #include "tests/faults/fault_shim.h"
-#include "tests/library/imaging/pictures.h"
-#include "tests/library/imaging/program.h"
+#include "tests/library/support/program.h"
+#include "tests/library/support/sample_pictures.h"
 
 #include <gmock/gmock.h>
 

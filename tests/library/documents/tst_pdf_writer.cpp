@@ -1,0 +1,247 @@
+#include "library/documents/pdf/pdf_writer.h"
+
+#include "library/documents/pixel_coders.h"
+#include "library/export/page_maker.h"
+#include "library/files/memory_sink.h"
+#include "library/image/colour.h"
+#include "library/image/resolution.h"
+#include "tests/library/support/program.h"
+#include "tests/library/support/sample_pictures.h"
+#include "tests/support/temp_home.h"
+
+#include <cerrno>
+#include <gmock/gmock.h>
+#include <memory>
+
+using namespace korv;
+using testing::HasSubstr;
+
+namespace {
+
+Page pageOf(const Bytes &jpeg)
+{
+    Page page;
+    page.jpeg = jpeg;
+    page.info = jpeg::readInfo(jpeg).value();
+    page.width = page.info.width;
+    page.height = page.info.height;
+    page.dpi = effectiveDpi(page.width, page.height, page.info.dpi);
+    return page;
+}
+
+/// The coded picture lives as long as the test program.
+Page pageOf(const Image &lineart, double dpi)
+{
+    static std::vector<std::unique_ptr<CodedPixels>> coded;
+    coded.push_back(std::make_unique<CodedPixels>(codePixelsForPdf(lineart, dpi).value()));
+    Page page;
+    page.pixels = &lineart;
+    page.coded = coded.back()->data;
+    page.coding = coded.back()->coding;
+    page.width = lineart.width();
+    page.height = lineart.height();
+    page.dpi = dpi;
+    return page;
+}
+
+class PdfWriterTest : public testing::Test
+{
+protected:
+    void write(const std::vector<Page> &pages, const std::string &title = {})
+    {
+        MemorySink sink;
+        DocumentOptions options;
+        options.title = title;
+        options.created = 1'700'000'000;
+        PdfWriter writer(sink, options);
+        for (const Page &page : pages)
+            ASSERT_TRUE(writer.addPage(page));
+        ASSERT_TRUE(writer.finish());
+        pictures::writeBytes(m_path, sink.bytes());
+    }
+    /// The first page at the resolution given, RGB. It is rendered five times larger and the middle
+    /// of each block is taken: poppler lets a picture grow by up to one pixel of the rendering.
+    Image rendered(int dpi) const
+    {
+        constexpr int kScale = 5;
+        const ProgramResult result =
+            runProgram({"pdftoppm", "-r", std::to_string(dpi * kScale), m_path});
+        EXPECT_EQ(result.status, 0) << result.errors;
+        const Image large = pictures::fromPnm(result.output);
+        Image image(large.width() / kScale, large.height() / kScale, PixelFormat::Rgb24);
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const std::uint8_t *from =
+                    large.row(y * kScale + kScale / 2) + 3 * (x * kScale + kScale / 2);
+                std::copy_n(from, 3, image.row(y) + 3 * x);
+            }
+        }
+        return image;
+    }
+
+    support::TempHome m_home;
+    std::string m_path = (m_home.scratch() / "a.pdf").string();
+};
+
+} // namespace
+
+TEST_F(PdfWriterTest, structureIsFreeOfFaults)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    const Bytes gray = pictures::jpegOf(pictures::numbered(100, 140, PixelFormat::Gray8));
+    const Image lineart = pictures::lineart(300, 200);
+    write({pageOf(colour), pageOf(gray), pageOf(lineart, 100)}, "0001 (\xE9\xA1\xB5)");
+    const ProgramResult check = runProgram({"qpdf", "--check", m_path});
+    EXPECT_EQ(check.status, 0) << check.output << check.errors;
+    EXPECT_THAT(check.output, HasSubstr("No syntax or stream encoding errors found"));
+    EXPECT_TRUE(check.errors.empty()) << check.errors;
+    const ProgramResult info = runProgram({"pdfinfo", m_path});
+    EXPECT_THAT(info.output, HasSubstr("Pages:           3"));
+    EXPECT_THAT(info.output, HasSubstr("0001 (\xE9\xA1\xB5)"));
+}
+
+TEST_F(PdfWriterTest, jpegPagesAreStoredByteForByte)
+{
+    const Bytes first = pictures::jpegOf(pictures::page(320, 240));
+    const Bytes second = pictures::jpegOf(pictures::page(111, 222));
+    write({pageOf(first), pageOf(second)});
+    const std::string prefix = (m_home.scratch() / "out").string();
+    ASSERT_EQ(runProgram({"pdfimages", "-all", m_path, prefix}).status, 0);
+    EXPECT_EQ(pictures::readBytes(prefix + "-000.jpg"), first);
+    EXPECT_EQ(pictures::readBytes(prefix + "-001.jpg"), second);
+}
+
+TEST_F(PdfWriterTest, pictureFillsThePageAtItsResolution)
+{
+    Image picture = pictures::page(320, 240);
+    picture.setDpi(144);
+    const Bytes jpeg = pictures::jpegOf(picture);
+    write({pageOf(jpeg)});
+    EXPECT_THAT(runProgram({"pdfinfo", m_path}).output, HasSubstr("160 x 120 pts"));
+    EXPECT_LT(pictures::difference(rendered(144), jpeg::decode(jpeg).value()), 1);
+}
+
+TEST_F(PdfWriterTest, lineartIsNotInverted)
+{
+    const Image lineart = pictures::lineart(300, 200);
+    write({pageOf(lineart, 72)});
+    const Image shown = rendered(72);
+    ASSERT_EQ(shown.width(), 300);
+    ASSERT_EQ(shown.height(), 200);
+    double wrong = 0;
+    for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 300; ++x)
+            wrong += std::abs(shown.row(y)[3 * x] - lineart.row(y)[x]) > 128 ? 1 : 0;
+    }
+    EXPECT_EQ(wrong, 0);
+    const std::string prefix = (m_home.scratch() / "out").string();
+    ASSERT_EQ(runProgram({"pdfimages", m_path, prefix}).status, 0);
+    const Bytes pbm = pictures::readBytes(prefix + "-000.pbm");
+    EXPECT_TRUE(pictures::same(pictures::fromPnm(std::string(pbm.begin(), pbm.end())), lineart));
+}
+
+TEST_F(PdfWriterTest, manyPagesKeepTheirOrder)
+{
+    std::vector<Bytes> jpegs;
+    for (int i = 0; i < 120; ++i)
+        jpegs.push_back(pictures::jpegOf(pictures::page(40 + i, 40)));
+    std::vector<Page> pages;
+    for (const Bytes &jpeg : jpegs)
+        pages.push_back(pageOf(jpeg));
+    write(pages);
+    EXPECT_EQ(runProgram({"qpdf", "--check", m_path}).status, 0);
+    EXPECT_EQ(runProgram({"qpdf", "--show-npages", m_path}).output, "120\n");
+    const std::string list = runProgram({"pdfimages", "-list", m_path}).output;
+    EXPECT_THAT(list, testing::ContainsRegex("120 +119 +image +159 +40"));
+}
+
+TEST_F(PdfWriterTest, documentHasWhatAnArchiveWants)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    const Image lineart = pictures::lineart(300, 200);
+    write({pageOf(colour), pageOf(lineart, 100)}, "A <&> \xE9\xA1\xB5 (1)");
+    const std::string plain = runProgram({"qpdf", "--qdf", m_path, "-"}).output;
+    for (const char *needed : {"/Type /Metadata", "/Subtype /XML", "/S /GTS_PDFA1", "/N 3",
+                               "/OutputIntents", "/DestOutputProfile", "/ID ["})
+        EXPECT_THAT(plain, HasSubstr(needed));
+    for (const char *forbidden :
+         {"/Encrypt", "/JavaScript", "/SMask", "/LZWDecode", "/Interpolate", "/Group"})
+        EXPECT_THAT(plain, testing::Not(HasSubstr(forbidden)));
+
+    const std::string metadata = (m_home.scratch() / "a.xml").string();
+    const std::string packet = runProgram({"pdfinfo", "-meta", m_path}).output;
+    pictures::writeBytes(metadata, {packet.data(), packet.size()});
+    const auto text = [&](const std::string &name) {
+        return runProgram(
+                   {"xmllint", "--xpath", "string(//*[local-name()='" + name + "'])", metadata})
+            .output;
+    };
+    EXPECT_EQ(text("part"), "2\n");
+    EXPECT_EQ(text("conformance"), "B\n");
+    EXPECT_EQ(text("title"), "A <&> \xE9\xA1\xB5 (1)\n");
+    EXPECT_EQ(text("Producer"), std::string(kProducer) + "\n");
+    EXPECT_EQ(text("CreateDate"), text("ModifyDate"));
+    EXPECT_THAT(text("CreateDate"), testing::StartsWith("2023-11-1"));
+    const std::string list = runProgram({"pdfinfo", "-isodates", m_path}).output;
+    // the same moment, but for the way in which a zone is written
+    EXPECT_THAT(list, HasSubstr("CreationDate:    " + text("CreateDate").substr(0, 19)));
+    EXPECT_THAT(list, HasSubstr("Title:           A <&> \xE9\xA1\xB5 (1)"));
+}
+
+TEST_F(PdfWriterTest, sameBytesButForTheIdentifier)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    write({pageOf(colour)}, "title");
+    const Bytes first = pictures::readBytes(m_path);
+    write({pageOf(colour)}, "title");
+    const Bytes second = pictures::readBytes(m_path);
+    ASSERT_EQ(first.size(), second.size());
+    std::size_t different = 0;
+    for (std::size_t i = 0; i < first.size(); ++i)
+        different += first[i] != second[i] ? 1 : 0;
+    EXPECT_GT(different, 10U);
+    EXPECT_LE(different, 3U * 32); // in the packet once, in the trailer twice
+}
+
+TEST(PdfWriter, documentThatItsTableCannotDescribeIsRefused)
+{
+    /// Pretends that as much lies in front.
+    class FarSink : public MemorySink
+    {
+    public:
+        explicit FarSink(std::uint64_t distance)
+            : m_distance(distance)
+        {
+        }
+        std::uint64_t size() const override { return m_distance + MemorySink::size(); }
+
+    private:
+        std::uint64_t m_distance;
+    };
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    constexpr std::uint64_t kTenDigits = 9'999'999'999;
+    FarSink fits(kTenDigits - 100'000);
+    PdfWriter writer(fits, {});
+    EXPECT_TRUE(writer.addPage(pageOf(colour)));
+    EXPECT_TRUE(writer.finish());
+    FarSink endsBehind(kTenDigits - colour.size());
+    PdfWriter late(endsBehind, {});
+    EXPECT_EQ(late.addPage(pageOf(colour)).code(), -EFBIG);
+}
+
+TEST_F(PdfWriterTest, secondReaderShowsTheSamePixels)
+{
+    const Bytes colour = pictures::jpegOf(pictures::page(320, 240));
+    const Image lineart = pictures::lineart(320, 240);
+    write({pageOf(colour), pageOf(lineart, 72)});
+    const std::string out = (m_home.scratch() / "%d.ppm").string();
+    const ProgramResult drawn = runProgram({"mutool", "draw", "-q", "-A", "0", "-w", "320", "-h",
+                                            "240", "-F", "ppm", "-o", out, m_path});
+    ASSERT_EQ(drawn.status, 0) << drawn.errors;
+    const auto page = [&](int number) {
+        return pictures::fromPnm(
+            support::readFile(m_home.scratch() / (std::to_string(number) + ".ppm")));
+    };
+    EXPECT_LT(pictures::difference(page(1), jpeg::decode(colour).value()), 1.5);
+    EXPECT_LT(pictures::difference(page(2), toRgb(lineart)), 0.5);
+}

@@ -1,0 +1,100 @@
+#include "library/export/page_maker.h"
+
+#include "library/documents/pixel_coders.h"
+#include "library/jpeg/jpeg_structure.h"
+#include "tests/library/support/program.h"
+#include "tests/library/support/sample_pictures.h"
+#include "tests/support/temp_home.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+
+using namespace korv;
+
+namespace {
+
+class PageMakerTest : public testing::Test
+{
+protected:
+    std::string file(const Bytes &content) const
+    {
+        const std::string path = (m_home.scratch() / "source").string();
+        pictures::writeBytes(path, content);
+        return path;
+    }
+
+    support::TempHome m_home;
+};
+
+Bytes bytesOf(const Page &page)
+{
+    return Bytes(page.jpeg.begin(), page.jpeg.end());
+}
+
+} // namespace
+
+TEST_F(PageMakerTest, jpegEntersAsItIs)
+{
+    const Bytes jpeg = pictures::jpegOf(pictures::page(160, 120), 99);
+    PageMaker maker({95, true, codePixelsForPdf, {}, nullptr});
+    const Result<Page> page = maker.fromFile(file(jpeg));
+    ASSERT_TRUE(page);
+    EXPECT_EQ(bytesOf(page.value()), jpeg);
+}
+
+TEST_F(PageMakerTest, jpegFinerThanTheQualityAskedForIsCodedAgain)
+{
+    const Bytes fine = pictures::jpegOf(pictures::page(160, 120), 95);
+    const Bytes coarse = pictures::jpegOf(pictures::page(160, 120), 40);
+    PageMaker maker({50, false, codePixelsForPdf, {}, nullptr});
+    const Result<Page> smaller = maker.fromFile(file(fine));
+    ASSERT_TRUE(smaller);
+    EXPECT_LT(smaller.value().jpeg.size, fine.size());
+    const Result<Page> kept = maker.fromFile(file(coarse));
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(bytesOf(kept.value()), coarse);
+}
+
+TEST_F(PageMakerTest, videoFrameIsMended)
+{
+    const Bytes frame = pictures::videoFrame(pictures::page(160, 120));
+    PageMaker maker({95, true, codePixelsForPdf, {}, nullptr});
+    const Result<Page> page = maker.fromFile(file(frame));
+    ASSERT_TRUE(page);
+    EXPECT_TRUE(
+        pictures::same(jpeg::decode(page.value().jpeg).value(), jpeg::decode(frame).value()));
+    EXPECT_EQ(jpeg::findEnd(page.value().jpeg).value(), page.value().jpeg.size);
+}
+
+TEST_F(PageMakerTest, progressiveJpegIsKeptOnlyWhereTheContainerTakesIt)
+{
+    const std::string path = file(pictures::jpegOf(pictures::page(160, 120)));
+    const ProgramResult made = runProgram({"jpegtran", "-progressive", path});
+    ASSERT_EQ(made.status, 0);
+    const std::string progressive = file(Bytes(made.output.begin(), made.output.end()));
+    PageMaker any({95, false, codePixelsForPdf, {}, nullptr});
+    EXPECT_TRUE(any.fromFile(progressive).value().info.progressive);
+    PageMaker plain({95, true, codePixelsForPdf, {}, nullptr});
+    EXPECT_FALSE(plain.fromFile(progressive).value().info.progressive);
+}
+
+TEST_F(PageMakerTest, photographOfTwoLevelsBecomesOneBit)
+{
+    const Image lineart = pictures::lineart(160, 120);
+    PageMaker maker({95, false, codePixelsForPdf, {}, nullptr});
+    const Result<Page> page = maker.fromFile(file(pictures::jpegOf(lineart)));
+    ASSERT_TRUE(page);
+    ASSERT_NE(page.value().pixels, nullptr);
+    EXPECT_TRUE(pictures::same(*page.value().pixels, lineart));
+    EXPECT_EQ(page.value().coding, PixelCoding::CcittG4);
+    EXPECT_TRUE(page.value().jpeg.empty());
+}
+
+TEST_F(PageMakerTest, unreadableFilesAreErrors)
+{
+    PageMaker maker({95, false, codePixelsForPdf, {}, nullptr});
+    EXPECT_EQ(maker.fromFile((m_home.scratch() / "none").string()).code(), -ENOENT);
+    EXPECT_EQ(maker.fromFile(file(Bytes(100, 1))).code(), -EBADMSG);
+    const Bytes jpeg = pictures::jpegOf(pictures::page(160, 120));
+    EXPECT_EQ(maker.fromFile(file(Bytes(jpeg.begin(), jpeg.end() - 50))).code(), -EBADMSG);
+}
