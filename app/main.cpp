@@ -1,9 +1,9 @@
 #include "app/endsignals.h"
-#include "app/mainwindow.h"
 #include "app/process.h"
 #include "app/refusalbox.h"
 #include "app/sessionend.h"
 #include "app/singleinstance.h"
+#include "app/window/mainwindow.h"
 #include "installpaths.h"
 #include "util/standarddescriptors.h"
 

@@ -1,6 +1,6 @@
 #include "app/sessionend.h"
 
-#include "app/mainwindow.h"
+#include "app/window/mainwindow.h"
 #include "settings/backupsetting.h"
 
 #include <QApplication>

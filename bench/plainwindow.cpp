@@ -1,6 +1,6 @@
 #include "bench/plainwindow.h"
 
-#include "app/previewgeometry.h"
+#include "app/preview/previewgeometry.h"
 
 #include <QImage>
 #include <QPainter>

@@ -1,9 +1,9 @@
 // The live preview beside the plain way of doing it, in one run on one machine. Every "ours" row
 // carries the ratios to the "plain" run made right before it; the bars are printed at the end.
 
-#include "app/mainwindow.h"
-#include "app/previewdecoder.h"
+#include "app/preview/previewdecoder.h"
 #include "app/process.h"
+#include "app/window/mainwindow.h"
 #include "bench/cameraframe.h"
 #include "bench/plainwindow.h"
 

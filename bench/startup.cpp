@@ -2,8 +2,8 @@
 // minimal Qt window with default settings. Children of this program are measured in turns; the look
 // at the process list is not part of it.
 
-#include "app/mainwindow.h"
 #include "app/process.h"
+#include "app/window/mainwindow.h"
 #include "installpaths.h"
 
 #include <benchmark/benchmark.h>

@@ -1,6 +1,6 @@
 #include "app/refusalbox.h"
 
-#include "tests/app/windowtools.h"
+#include "tests/app/window/windowtools.h"
 #include "tests/support/accessible_tree.h"
 #include "tests/support/qt_printing.h"
 

@@ -1,7 +1,7 @@
 #include "app/sessionend.h"
 
 #include "settings/csettingdlg.h"
-#include "tests/app/windowfixture.h"
+#include "tests/app/window/windowfixture.h"
 
 #include <QApplication>
 #include <QTimer>

@@ -1,5 +1,5 @@
 // JPEG frames as the preview decodes them, reduced. Bytes behind the picture choose the size.
-#include "app/previewdecoder.h"
+#include "app/preview/previewdecoder.h"
 #include "tests/fuzz/check.h"
 
 #include <algorithm>

@@ -21,6 +21,7 @@ class CheckLayers(unittest.TestCase):
         for path, include in [
                 ("app/a.cpp", '"library/api/manager.h"'),
                 ("app/a.cpp", '"library/include/korv_camera.h"'),
+                ("app/preview/a.cpp", '"app/window/mainwindow.h"'),
                 ("util/a.cpp", '"camera/cameralist.h"'),
                 ("util/a.cpp", "<QString>"),
                 ("library/base/a.cpp", '"library/image/image.h"'),
@@ -47,6 +48,7 @@ class CheckLayers(unittest.TestCase):
     def test_right_directions_pass(self):
         for path, include in [
                 ("app/a.cpp", '"settings/backupsetting.h"'),
+                ("app/window/a.cpp", '"app/preview/framebuffer.h"'),
                 ("app/a.cpp", "<QWidget>"),
                 ("app/a.cpp", '"ui_mainwindow.h"'),
                 ("camera/a.cpp", '"library/include/korv_camera.h"'),
