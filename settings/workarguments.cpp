@@ -1,6 +1,6 @@
 #include "settings/workarguments.h"
 
-#include "camera/captureoptions.h"
+#include "settings/captureoptions.h"
 
 #include <cstdlib>
 

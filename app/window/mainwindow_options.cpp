@@ -1,8 +1,8 @@
 #include "app/window/mainwindow.h"
 
-#include "camera/captureoptions.h"
 #include "camera/ccamerasdk.h"
 #include "camera/resolutionlist.h"
+#include "settings/captureoptions.h"
 #include "ui/ui_mainwindow.h"
 #include "util/trace.h"
 

@@ -1,6 +1,6 @@
 // A settings file with any content: reading gives usable arguments, and what is then written is
 // read back as it was.
-#include "camera/captureoptions.h"
+#include "settings/captureoptions.h"
 #include "settings/foreignvalues.h"
 #include "settings/workarguments.h"
 #include "tests/fuzz/check.h"

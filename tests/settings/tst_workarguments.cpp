@@ -1,6 +1,6 @@
 #include "settings/workarguments.h"
 
-#include "camera/captureoptions.h"
+#include "settings/captureoptions.h"
 #include "tests/support/qt_printing.h"
 #include "tests/support/temp_home.h"
 

@@ -1,4 +1,4 @@
-#include "camera/captureoptions.h"
+#include "settings/captureoptions.h"
 
 #include "tests/support/qt_printing.h"
 

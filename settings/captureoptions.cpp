@@ -1,4 +1,4 @@
-#include "camera/captureoptions.h"
+#include "settings/captureoptions.h"
 
 namespace captureoptions {
 
