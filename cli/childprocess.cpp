@@ -1,7 +1,7 @@
 #include "cli/childprocess.h"
 
-#include "cli/descriptor.h"
-#include "cli/errors.h"
+#include "cli/base/descriptor.h"
+#include "cli/base/errors.h"
 
 #include <array>
 #include <cerrno>

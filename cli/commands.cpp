@@ -2,8 +2,8 @@
 
 #include "cli/doctor.h"
 #include "cli/files.h"
-#include "cli/opendevice.h"
-#include "cli/session.h"
+#include "cli/session/opendevice.h"
+#include "cli/session/session.h"
 #include "cli/snap.h"
 #include "cli/watch.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/options.h"
+#include "cli/commandline/options.h"
 
 namespace cli {
 

@@ -1,11 +1,11 @@
 #include "cli/doctor.h"
 
-#include "cli/advice.h"
-#include "cli/deskadvice.h"
-#include "cli/framerate.h"
-#include "cli/framereceiver.h"
-#include "cli/libraryadvice.h"
-#include "cli/opendevice.h"
+#include "cli/advice/advice.h"
+#include "cli/advice/deskadvice.h"
+#include "cli/advice/libraryadvice.h"
+#include "cli/session/framerate.h"
+#include "cli/session/framereceiver.h"
+#include "cli/session/opendevice.h"
 
 #include <algorithm>
 #include <cerrno>

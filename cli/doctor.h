@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/session.h"
-#include "cli/videonodes.h"
+#include "cli/advice/videonodes.h"
+#include "cli/session/session.h"
 
 #include <string>
 #include <vector>

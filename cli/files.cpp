@@ -1,8 +1,8 @@
 #include "cli/files.h"
 
+#include "cli/base/errors.h"
+#include "cli/base/filenames.h"
 #include "cli/childprocess.h"
-#include "cli/errors.h"
-#include "cli/filenames.h"
 #include "cli/pagelist.h"
 #include "cli/workspace.h"
 

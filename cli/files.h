@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/session.h"
+#include "cli/session/session.h"
 
 namespace cli {
 

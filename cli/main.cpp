@@ -1,5 +1,5 @@
+#include "cli/base/programsetup.h"
 #include "cli/commands.h"
-#include "cli/programsetup.h"
 
 int main(int argc, char **argv)
 {

@@ -1,6 +1,6 @@
 #include "cli/pagelist.h"
 
-#include "cli/descriptor.h"
+#include "cli/base/descriptor.h"
 
 #include <array>
 #include <cerrno>

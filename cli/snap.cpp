@@ -1,11 +1,11 @@
 #include "cli/snap.h"
 
-#include "cli/errors.h"
-#include "cli/filenames.h"
-#include "cli/framereceiver.h"
-#include "cli/jpegsize.h"
-#include "cli/librarycall.h"
-#include "cli/opendevice.h"
+#include "cli/base/errors.h"
+#include "cli/base/filenames.h"
+#include "cli/base/librarycall.h"
+#include "cli/session/framereceiver.h"
+#include "cli/session/jpegsize.h"
+#include "cli/session/opendevice.h"
 #include "cli/workspace.h"
 
 namespace cli {

@@ -1,8 +1,8 @@
 #include "cli/watch.h"
 
 #include "camera/deviceevent.h"
-#include "cli/deskadvice.h"
-#include "cli/freetext.h"
+#include "cli/advice/deskadvice.h"
+#include "cli/base/freetext.h"
 
 #include <atomic>
 #include <mutex>

@@ -1,6 +1,6 @@
 #include "cli/workspace.h"
 
-#include "cli/filenames.h"
+#include "cli/base/filenames.h"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/descriptor.h"
+#include "cli/base/descriptor.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "cli/doctor.h"
 
-#include "cli/advice.h"
+#include "cli/advice/advice.h"
 #include "cli/commands.h"
 #include "tests/fakes/scripted_camera.h"
 #include "tests/support/stdout_capture.h"

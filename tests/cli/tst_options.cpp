@@ -1,4 +1,4 @@
-#include "cli/options.h"
+#include "cli/commandline/options.h"
 
 #include "tests/support/stdout_capture.h"
 

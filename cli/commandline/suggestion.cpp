@@ -1,4 +1,4 @@
-#include "cli/suggestion.h"
+#include "cli/commandline/suggestion.h"
 
 #include <algorithm>
 

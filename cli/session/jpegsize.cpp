@@ -1,4 +1,4 @@
-#include "cli/jpegsize.h"
+#include "cli/session/jpegsize.h"
 
 #include <fstream>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/wakeup.h"
+#include "cli/base/wakeup.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
-#include "cli/deskadvice.h"
+#include "cli/advice/deskadvice.h"
 
-#include "cli/filenames.h"
+#include "cli/base/filenames.h"
 
 #include <filesystem>
 

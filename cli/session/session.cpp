@@ -1,10 +1,10 @@
-#include "cli/session.h"
+#include "cli/session/session.h"
 
-#include "cli/advice.h"
-#include "cli/deskadvice.h"
-#include "cli/errors.h"
-#include "cli/freetext.h"
-#include "cli/libraryadvice.h"
+#include "cli/advice/advice.h"
+#include "cli/advice/deskadvice.h"
+#include "cli/advice/libraryadvice.h"
+#include "cli/base/errors.h"
+#include "cli/base/freetext.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "camera/ccamerasdk.h"
-#include "cli/devices.h"
-#include "cli/options.h"
-#include "cli/tracecapture.h"
-#include "cli/videonodes.h"
-#include "cli/wakeup.h"
+#include "cli/advice/videonodes.h"
+#include "cli/base/tracecapture.h"
+#include "cli/base/wakeup.h"
+#include "cli/commandline/options.h"
+#include "cli/session/devices.h"
 
 #include <optional>
 #include <string>

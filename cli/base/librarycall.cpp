@@ -1,6 +1,6 @@
-#include "cli/librarycall.h"
+#include "cli/base/librarycall.h"
 
-#include "cli/descriptor.h"
+#include "cli/base/descriptor.h"
 
 #include <cstdio>
 #include <fcntl.h>

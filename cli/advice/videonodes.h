@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/noderights.h"
+#include "cli/advice/noderights.h"
 
 #include <optional>
 #include <string>

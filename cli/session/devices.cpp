@@ -1,4 +1,4 @@
-#include "cli/devices.h"
+#include "cli/session/devices.h"
 
 #include <cjson/cJSON.h>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "cli/wakeup.h"
+#include "cli/base/wakeup.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "cli/options.h"
+#include "cli/commandline/options.h"
 
-#include "cli/errors.h"
-#include "cli/filenames.h"
-#include "cli/pagesize.h"
-#include "cli/suggestion.h"
+#include "cli/base/errors.h"
+#include "cli/base/filenames.h"
+#include "cli/commandline/pagesize.h"
+#include "cli/commandline/suggestion.h"
 #include "installpaths.h"
 
 #include <CLI/CLI.hpp>

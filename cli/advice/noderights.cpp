@@ -1,4 +1,4 @@
-#include "cli/noderights.h"
+#include "cli/advice/noderights.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
-#include "cli/opendevice.h"
+#include "cli/session/opendevice.h"
 
 #include "camera/resolutionlist.h"
-#include "cli/freetext.h"
+#include "cli/base/freetext.h"
 
 namespace cli {
 

@@ -1,6 +1,6 @@
-#include "cli/errors.h"
+#include "cli/base/errors.h"
 
-#include "cli/filenames.h"
+#include "cli/base/filenames.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "cli/pagesize.h"
+#include "cli/commandline/pagesize.h"
 
 #include <array>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "cli/libraryadvice.h"
+#include "cli/advice/libraryadvice.h"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "cli/framereceiver.h"
+#include "cli/session/framereceiver.h"
 
 #include <algorithm>
 #include <atomic>

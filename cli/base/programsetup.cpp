@@ -1,4 +1,4 @@
-#include "cli/programsetup.h"
+#include "cli/base/programsetup.h"
 
 #include "util/standarddescriptors.h"
 

@@ -1,4 +1,4 @@
-#include "cli/advice.h"
+#include "cli/advice/advice.h"
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/librarycall.h"
+#include "cli/base/librarycall.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "cli/tracecapture.h"
+#include "cli/base/tracecapture.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

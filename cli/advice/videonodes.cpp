@@ -1,6 +1,6 @@
-#include "cli/videonodes.h"
+#include "cli/advice/videonodes.h"
 
-#include "cli/descriptor.h"
+#include "cli/base/descriptor.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "cli/filenames.h"
+#include "cli/base/filenames.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "cli/framerate.h"
+#include "cli/session/framerate.h"
 
 #include <algorithm>
 #include <cmath>
