@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -64,13 +65,14 @@ EndSignals::~EndSignals()
 {
     if (m_notifier == nullptr)
         return;
-    for (const int number : kNumbers)
-        setDefault(number);
-    delete m_notifier; // before its descriptor is closed
-    for (int &end : pipeEnds) {
-        ::close(end);
-        end = -1;
+    // `timeout` and terminals send two: the second may come when all is done but the exit
+    if (firstAt == 0) {
+        for (const int number : kNumbers)
+            setDefault(number);
     }
+    delete m_notifier; // before its descriptor is closed
+    for (int &end : pipeEnds)
+        ::close(std::exchange(end, -1));
 }
 
 void EndSignals::readNumbers()

@@ -14,7 +14,9 @@ class EndSignals : public QObject
 
 public:
     EndSignals();
-    ~EndSignals() override; ///< the signals have their default effect again
+    /// The signals have their default effect again, unless one has come: then the program ends, and
+    /// only what comes three seconds after the first ends it sooner.
+    ~EndSignals() override;
 
 signals:
     void received(int number);

@@ -67,6 +67,18 @@ TEST_F(EndSignalsTest, oneAfterTheOtherCountAsOne)
     EXPECT_EQ(received(), std::vector<int>{SIGTERM});
 }
 
+TEST_F(EndSignalsTest, secondSignalAtTheVeryEndDoesNotChangeTheExitStatus)
+{
+    EXPECT_EQ(endOfAChild([] {
+                  {
+                      const EndSignals ended;
+                      std::raise(SIGTERM);
+                  }
+                  std::raise(SIGTERM);
+              }),
+              7);
+}
+
 TEST_F(EndSignalsTest, secondSignalEndsAProcessThatHangs)
 {
     EXPECT_EQ(endOfAChild([] {
