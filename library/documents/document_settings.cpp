@@ -16,7 +16,7 @@ namespace {
 
 struct NamedSheet
 {
-    const char *name;
+    const char *name = nullptr;
     SheetSize size;
 };
 

@@ -90,7 +90,7 @@ struct Bits
 std::uint64_t rowAt(const Image &image, int left, int y)
 {
     const std::uint8_t *row = image.row(std::min(y, image.height() - 1));
-    std::array<std::uint8_t, DCTSIZE> pixels;
+    std::array<std::uint8_t, DCTSIZE> pixels{};
     if (left + DCTSIZE <= image.width()) {
         std::memcpy(pixels.data(), row + left, DCTSIZE);
     } else {
@@ -119,7 +119,7 @@ Bits bitsAt(const Image &image, int left, int top)
         bits.kind = any == 0 ? Kind::Black : Kind::White;
         return bits;
     }
-    std::array<std::uint8_t, DCTSIZE2> pixels;
+    std::array<std::uint8_t, DCTSIZE2> pixels{};
     std::memcpy(pixels.data(), rows.data(), sizeof pixels);
     for (std::size_t i = 0; i < DCTSIZE2; ++i)
         bits.black[i] = pixels[i] == 0;

@@ -51,7 +51,7 @@ struct Rung
 struct Outline
 {
     Corners corners;
-    std::array<std::size_t, 4> lines; ///< of the sides, in their order
+    std::array<std::size_t, 4> lines{}; ///< of the sides, in their order
     double support = 0;
 };
 
