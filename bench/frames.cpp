@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 /// A frame may cost this share of a decode at most.
-constexpr double kMostShare = 0.02;
+constexpr double kMaxShare = 0.02;
 
 /// A page of writing with sensor grain.
 korv::Image page(int width, int height)
@@ -95,7 +95,7 @@ void measure(benchmark::State &state, const korv::Bytes &raw, const korv::Bytes 
     const double share = making / decoding;
     state.counters["share_of_decode_%"] = share * 100;
     state.counters["frame_kB"] = static_cast<double>(raw.size()) / 1000;
-    if (isBounded && share > kMostShare)
+    if (isBounded && share > kMaxShare)
         state.SkipWithError("the check takes more than 2 % of a decode");
 }
 

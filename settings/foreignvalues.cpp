@@ -12,7 +12,7 @@ namespace foreignvalues {
 
 namespace {
 
-constexpr int kMostNames = 1000;
+constexpr int kMaxNames = 1000;
 
 bool isOctal(char each)
 {
@@ -229,7 +229,7 @@ QString toWrite(const QString &fileName)
     const QString first = fileName + QStringLiteral(".bad");
     QString aside = first;
     // QFile::rename() takes no name that is in use
-    for (int number = 2; number <= kMostNames; ++number) {
+    for (int number = 2; number <= kMaxNames; ++number) {
         if (QFile::rename(fileName, aside)) {
             std::printf("settings with values of unknown kinds kept as:%s\n",
                         aside.toStdString().c_str());

@@ -81,8 +81,8 @@ bool isUsable(std::uint32_t format)
 
 void listFormats(const OpenNode &descriptor, VideoNode &node)
 {
-    constexpr std::uint32_t kMost = 64;
-    for (std::uint32_t index = 0; index < kMost; ++index) {
+    constexpr std::uint32_t kMaxNodes = 64;
+    for (std::uint32_t index = 0; index < kMaxNodes; ++index) {
         v4l2_fmtdesc entry = {};
         entry.index = index;
         entry.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;

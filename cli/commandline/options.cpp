@@ -23,7 +23,7 @@ constexpr char kFooter[] =
 
 constexpr int kMillisecondsPerSecond = 1000;
 constexpr int kHighestIndex = 9999;
-constexpr int kMostEvents = 1'000'000;
+constexpr int kMaxEvents = 1'000'000;
 
 // a choice's position is the code that the camera library takes
 const std::vector<std::string> kColors{"color", "gray", "lineart"};
@@ -243,7 +243,7 @@ private:
             ->add_option("-n,--count", m_options.maximumEvents,
                          "Stop after N events (default: never)")
             ->type_name("N")
-            ->check(hidden(CLI::Range(1, kMostEvents)));
+            ->check(hidden(CLI::Range(1, kMaxEvents)));
 
         CLI::App *const doctor = addCommand(Command::Doctor, "doctor", "Diagnose camera problems");
         doctor->add_option("-d,--device", m_options.device, "Index of the camera (default: all)")

@@ -17,7 +17,7 @@ using namespace crop;
 
 constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not help
 // the fit weighed wrong outlines double, and still nothing is worse than a lost strip
-constexpr double kLeastTrust = 0.5;
+constexpr double kMinTrust = 0.5;
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
@@ -63,7 +63,7 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
     if (candidates.empty())
         return {};
     Verdict best = judged(search, candidates.front(), candidates, fromWriting);
-    if (best.trust < kLeastTrust)
+    if (best.trust < kMinTrust)
         return best;
     if (const Candidate *second = elsewhere(candidates)) {
         const Verdict other = judged(search, *second, candidates, fromWriting);
@@ -90,7 +90,7 @@ std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core)
         if (other.trust > verdict.trust)
             verdict = other;
     }
-    if (verdict.trust < kLeastTrust || verdict.hasTwin)
+    if (verdict.trust < kMinTrust || verdict.hasTwin)
         return std::nullopt;
     return quadrilateralOf(ordered(verdict.corners));
 }

@@ -17,11 +17,11 @@ constexpr int kOne = 1 << kFractionBits;
 constexpr int kHalf = kOne / 2;
 constexpr int kPositionBits = 14; ///< kMaxSide and some still fit
 constexpr double kPositionScale = 1 << kPositionBits;
-constexpr double kFarthest = 2.0 * (1 << 15); ///< of a position: more than kMaxSide
+constexpr double kMaxPosition = 2.0 * (1 << 15); ///< of a position: more than kMaxSide
 constexpr int kWeightShift = kPositionBits - kFractionBits;
 
-constexpr int kLongestPiece = 32;
-constexpr double kLargestError = 1.0 / 64; ///< of a position, in pixels
+constexpr int kMaxPieceLength = 32;
+constexpr double kMaxError = 1.0 / 64; ///< of a position, in pixels
 constexpr double kNoDepth = 1e-9;
 constexpr std::int64_t kWorthAThread = 300'000; ///< pixels
 
@@ -56,9 +56,9 @@ private:
     /// What lies still farther out, or nowhere, is the border's colour all the same.
     static int fixed(double place)
     {
-        const double kept = place > -kFarthest ? std::min(place, kFarthest) : -kFarthest;
+        const double kept = place > -kMaxPosition ? std::min(place, kMaxPosition) : -kMaxPosition;
         // rounds by cutting off what is positive now: half the time of lround()
-        constexpr double kPositive = kFarthest * kPositionScale;
+        constexpr double kPositive = kMaxPosition * kPositionScale;
         return static_cast<int>(static_cast<std::int64_t>(kept * kPositionScale + (kPositive + 0.5))
                                 - static_cast<std::int64_t>(kPositive));
     }
@@ -71,7 +71,7 @@ private:
         double mostDepth = -1e300;
         double mostNumerator = 0;
         for (const int y : {0, height}) {
-            for (const int x : {0, width + kLongestPiece}) {
+            for (const int x : {0, width + kMaxPieceLength}) {
                 const double w = map[6] * x + map[7] * y + map[8];
                 leastDepth = std::min(leastDepth, w);
                 mostDepth = std::max(mostDepth, w);
@@ -86,8 +86,8 @@ private:
         if (leastDepth * mostDepth <= 0 || nearest < kNoDepth)
             return 1;
         const double curvature = 2 * std::abs(map[6]) * mostNumerator / std::pow(nearest, 3);
-        int piece = kLongestPiece;
-        while (piece > 1 && curvature * piece * piece / 8 > kLargestError)
+        int piece = kMaxPieceLength;
+        while (piece > 1 && curvature * piece * piece / 8 > kMaxError)
             piece /= 2;
         return piece;
     }

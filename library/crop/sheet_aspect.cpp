@@ -18,7 +18,7 @@ constexpr double kFocalSpread = 0.16; ///< of the logarithm: 45 to 65 degrees ar
 constexpr double kAngleSpread = 0.006; ///< of the right angle, from corners a pixel off
 
 constexpr double kSnapWithin = 0.02;
-constexpr double kMostAspect = 1000; ///< of anything that is a sheet
+constexpr double kMaxAspect = 1000; ///< of anything that is a sheet
 
 /// The images of the sheet's two directions, as third-row homogeneous columns of its homography.
 struct Directions
@@ -96,7 +96,7 @@ double sheetAspect(const Quadrilateral &sheet, int frameWidth, int frameHeight)
     const double aspect = cv::norm(inSpace(directions.across, focalLength))
         / cv::norm(inSpace(directions.down, focalLength));
     // corners on one line, or on one point
-    if (!std::isfinite(aspect) || aspect < 1 / kMostAspect || aspect > kMostAspect)
+    if (!std::isfinite(aspect) || aspect < 1 / kMaxAspect || aspect > kMaxAspect)
         return 1;
     return snappedToFormat(aspect);
 }

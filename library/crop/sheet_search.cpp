@@ -9,7 +9,7 @@ namespace korv::crop {
 namespace {
 
 constexpr int kSmallestSide = 64; ///< of a search picture worth the name
-constexpr std::size_t kMostQuads = 1500;
+constexpr std::size_t kMaxQuads = 1500;
 constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
 
 } // namespace
@@ -53,7 +53,7 @@ std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
     m_lines.add(likely);
     const Surroundings surroundings{m_map, *m_reach, m_picture.writing};
     std::vector<Candidate> candidates;
-    for (const Quad &quad : findQuads(evidenceOfLines(), m_picture.size(), kMostQuads)) {
+    for (const Quad &quad : findQuads(evidenceOfLines(), m_picture.size(), kMaxQuads)) {
         const Features features = featuresOf(quad, surroundings);
         candidates.push_back({quad.corners, features, rankOf(features)});
     }

@@ -5,7 +5,7 @@
 namespace korv {
 namespace {
 
-constexpr std::size_t kLongestName = 63;
+constexpr std::size_t kMaxNameLength = 63;
 
 /// Length of the well-formed UTF-8 sequence at `at` (Unicode 15, table 3-7), 0 when there is none.
 std::size_t sequenceLength(const std::string &text, std::size_t at)
@@ -64,9 +64,9 @@ std::string trimmed(const std::string &text)
 std::string usableDeviceName(const std::string &raw)
 {
     std::string name = trimmed(cleaned(raw));
-    if (name.size() > kLongestName) {
+    if (name.size() > kMaxNameLength) {
         std::size_t end = 0;
-        while (end + sequenceLength(name, end) <= kLongestName)
+        while (end + sequenceLength(name, end) <= kMaxNameLength)
             end += sequenceLength(name, end);
         name = trimmed(name.substr(0, end));
     }

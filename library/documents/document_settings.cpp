@@ -27,7 +27,7 @@ constexpr NamedSheet kSheets[] = {
 
 // readers of PDF take pages of 3 to 14,400 points a side (ISO 32000-1, annex C.2)
 constexpr double kShortestSide = 2;
-constexpr double kLongestSide = 5000;
+constexpr double kMaxPageSide = 5000;
 
 /// A number without sign or exponent, with '.' whatever the locale.
 std::optional<double> sideOf(const char *first, const char *last)
@@ -36,7 +36,7 @@ std::optional<double> sideOf(const char *first, const char *last)
     const std::from_chars_result read =
         std::from_chars(first, last, side, std::chars_format::fixed);
     if (read.ec != std::errc() || read.ptr != last || !(side >= kShortestSide)
-        || !(side <= kLongestSide))
+        || !(side <= kMaxPageSide))
         return std::nullopt;
     return side;
 }

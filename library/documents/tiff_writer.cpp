@@ -9,12 +9,12 @@ namespace korv {
 
 namespace {
 
-constexpr int kMostPages = 0xFFFF; ///< the tag holds 16 bits
+constexpr int kMaxPages = 0xFFFF; ///< the tag holds 16 bits
 
 /// A total of 0 means that it is not known.
 int statedTotal(int pages)
 {
-    return pages > kMostPages ? 0 : pages;
+    return pages > kMaxPages ? 0 : pages;
 }
 
 std::string tiffDate(std::time_t time)
@@ -59,7 +59,7 @@ void TiffWriter::describePage(const Page &page)
     TIFFSetField(tiff, TIFFTAG_XRESOLUTION, page.dpi);
     TIFFSetField(tiff, TIFFTAG_YRESOLUTION, page.dpi);
     TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    TIFFSetField(tiff, TIFFTAG_PAGENUMBER, std::min(m_pages, kMostPages),
+    TIFFSetField(tiff, TIFFTAG_PAGENUMBER, std::min(m_pages, kMaxPages),
                  statedTotal(m_options.pageCount));
     TIFFSetField(tiff, TIFFTAG_SOFTWARE, kProducer);
     TIFFSetField(tiff, TIFFTAG_DATETIME, tiffDate(m_options.created).c_str());

@@ -14,14 +14,14 @@ class TiffWriter : public DocumentWriter
 public:
     /// A page that would end behind `largestClassic` makes a BigTIFF of the file.
     TiffWriter(ByteSink &sink, const DocumentOptions &options,
-               std::uint64_t largestClassic = kLargestClassic);
+               std::uint64_t largestClassic = kMaxClassicSize);
 
     Result<void> addPage(const Page &page) override;
     Result<void> finish() override;
 
 private:
     // what stands behind the last page's picture must have its place below 4 GiB as well
-    static constexpr std::uint64_t kLargestClassic = (std::uint64_t{4} << 30) - (1U << 16);
+    static constexpr std::uint64_t kMaxClassicSize = (std::uint64_t{4} << 30) - (1U << 16);
 
     Result<void> makeRoomFor(std::size_t needed);
     void describePage(const Page &page);

@@ -50,7 +50,7 @@ public:
             m_left.push_back(source);
         // of a document of one page, the result says it all
         const bool onlyPage = m_sources.size() == 1 && page.pages <= 1;
-        if (++m_count > kMostTold || onlyPage)
+        if (++m_count > kMaxReported || onlyPage)
             return;
         std::string text = "page " + std::to_string(number) + " is missing: " + source;
         if (page.pages > 1)
@@ -61,8 +61,8 @@ public:
     /// Call it when all pages are through.
     void tellTheRest() const
     {
-        if (m_count > kMostTold)
-            logLine(std::to_string(m_count - kMostTold) + " more pages are missing");
+        if (m_count > kMaxReported)
+            logLine(std::to_string(m_count - kMaxReported) + " more pages are missing");
     }
 
     const Result<void> &firstProblem() const { return m_first; }
@@ -70,7 +70,7 @@ public:
 
 private:
     /// A small file can list a million pages that are none.
-    static constexpr std::size_t kMostTold = 100;
+    static constexpr std::size_t kMaxReported = 100;
 
     const std::vector<std::string> &m_sources;
     std::size_t m_count = 0;

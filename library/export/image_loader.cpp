@@ -106,10 +106,10 @@ Result<void> checkImage(ByteView content)
     if (recogniseFormat(content) != SourceFormat::Tiff)
         return checkPage(content, kFirstPage);
     // one broken page does not spoil the others
-    constexpr std::size_t kMostChecked = 64;
+    constexpr std::size_t kMaxChecked = 64;
     const std::vector<std::uint64_t> pages = tiffPages(content).directories;
     Result<void> firstProblem = Error{-EBADMSG, "TIFF: no page"};
-    for (std::size_t i = 0; i < std::min(pages.size(), kMostChecked); ++i) {
+    for (std::size_t i = 0; i < std::min(pages.size(), kMaxChecked); ++i) {
         Result<void> checked = checkPage(content, pages[i]);
         if (checked)
             return checked;

@@ -10,12 +10,12 @@ namespace korv {
 
 namespace {
 
-constexpr std::size_t kMostThreads = 4;
+constexpr std::size_t kMaxThreads = 4;
 
 std::size_t usefulThreads(std::size_t pages)
 {
     const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
-    return pages < 2 ? 0 : std::min({cores, pages, kMostThreads});
+    return pages < 2 ? 0 : std::min({cores, pages, kMaxThreads});
 }
 
 } // namespace

@@ -204,7 +204,7 @@ private:
     Result<void> takeFreeName(const std::string &folder, const std::string &source,
                               const std::string &extension, Way &way)
     {
-        for (int number = m_next; number <= kMostKeptFiles; ++number) {
+        for (int number = m_next; number <= kMaxKeptFiles; ++number) {
             const std::string path = folder + "/" + rescuedName(m_stem, number, extension);
             const Result<void> kept = way.take(path);
             if (kept) {

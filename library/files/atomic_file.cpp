@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kBufferSize = 64 * 1024;
 constexpr mode_t kMode = 0666; // the process's umask takes its share
 constexpr int kNameAttempts = 100;
-constexpr int kMostCopies = 9999; ///< files that differ in the number only
+constexpr int kMaxCopies = 9999; ///< files that differ in the number only
 
 template <typename Call> auto untilNotInterrupted(Call call)
 {
@@ -71,7 +71,7 @@ std::string AtomicFile::candidate(int number) const
 
 void AtomicFile::skipTakenNames()
 {
-    while (m_number < kMostCopies && m_folder.holds(candidate(m_number)))
+    while (m_number < kMaxCopies && m_folder.holds(candidate(m_number)))
         ++m_number;
 }
 
@@ -229,7 +229,7 @@ Result<void> AtomicFile::takeFreeName()
     for (;; ++m_number) {
         Result<void> taken = takeName(candidate(m_number));
         const bool another = taken.code() == -EEXIST && m_existing == Existing::KeepBoth;
-        if (!another || m_number >= kMostCopies)
+        if (!another || m_number >= kMaxCopies)
             return taken;
     }
 }

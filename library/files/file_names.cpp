@@ -35,10 +35,10 @@ std::string extensionOf(const std::string &path)
 
 std::string joinedName(const std::string &stem, const std::string &tail)
 {
-    constexpr std::size_t kLongestName = 255;
+    constexpr std::size_t kMaxNameLength = 255;
     std::size_t kept = stem.size();
-    if (kept + tail.size() > kLongestName) {
-        kept = tail.size() < kLongestName ? kLongestName - tail.size() : 0;
+    if (kept + tail.size() > kMaxNameLength) {
+        kept = tail.size() < kMaxNameLength ? kMaxNameLength - tail.size() : 0;
         const auto continuesCharacter = [](char byte) { return (byte & 0xC0) == 0x80; };
         while (kept > 0 && continuesCharacter(stem[kept]))
             --kept;
@@ -58,14 +58,14 @@ bool isWorkingFile(const std::string &path)
 {
     constexpr std::string_view kMark = "-preview-";
     constexpr std::string_view kEnd = ".jpg";
-    constexpr std::size_t kFewestDigits = 4;
+    constexpr std::size_t kMinDigits = 4;
     const std::string name = fileNameOf(path);
     const std::size_t mark = name.rfind(kMark);
     if (name[0] != '.' || mark == std::string::npos || mark == 0)
         return false;
     const std::size_t digits = mark + kMark.size();
     const std::size_t end = name.find_first_not_of("0123456789", digits);
-    return end != std::string::npos && end - digits >= kFewestDigits
+    return end != std::string::npos && end - digits >= kMinDigits
         && name.compare(end, std::string::npos, kEnd) == 0;
 }
 

@@ -15,6 +15,6 @@ std::string rescuedName(const std::string &stem, int number, const std::string &
 std::string recoveredName(int number, const std::string &extension);
 
 /// Numbers of kept files go from 1 to this one.
-constexpr int kMostKeptFiles = 99'999;
+constexpr int kMaxKeptFiles = 99'999;
 
 } // namespace korv

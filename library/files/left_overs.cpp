@@ -28,7 +28,7 @@ constexpr int kNameAttempts = 100;
 constexpr std::string_view kHead = ".korv-";
 constexpr std::string_view kTail = ".part";
 constexpr std::size_t kRandomLength = 12;
-constexpr std::size_t kLongestName = 255;
+constexpr std::size_t kMaxNameLength = 255;
 
 /// Eight digits that stand for the machine; its id itself is not to be told (machine-id(5)).
 std::string machineMark()
@@ -61,7 +61,7 @@ std::string partName(const std::string &claimed)
     std::string name = std::string(kHead) + machineMark() + randomLetters();
     const std::string addition = claimed.empty() ? claimed : "+" + claimed;
     // a claim that is too long to be noted is not cleared, that is all
-    if (name.size() + addition.size() + kTail.size() <= kLongestName)
+    if (name.size() + addition.size() + kTail.size() <= kMaxNameLength)
         name += addition;
     return name + std::string(kTail);
 }

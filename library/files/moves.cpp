@@ -121,7 +121,7 @@ Result<void> makeWay(const Folder &folder, const std::string &path)
         return {};
     }
     const std::string extension = extensionByContent(path);
-    for (int number = 1; number <= kMostKeptFiles; ++number) {
+    for (int number = 1; number <= kMaxKeptFiles; ++number) {
         const std::string newName = recoveredName(number, extension);
         if (folder.holds(newName))
             continue;

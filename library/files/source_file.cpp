@@ -12,7 +12,7 @@ namespace korv {
 
 namespace {
 
-constexpr std::int64_t kLargestFile = std::int64_t{2} << 30;
+constexpr std::int64_t kMaxFileSize = std::int64_t{2} << 30;
 
 } // namespace
 
@@ -29,7 +29,7 @@ Result<SourceFile> SourceFile::open(const std::string &path)
         return Error{-EISDIR, path + " is a folder"};
     if (!S_ISREG(status.st_mode))
         return Error{-EINVAL, path + " is not a regular file"};
-    if (status.st_size > kLargestFile)
+    if (status.st_size > kMaxFileSize)
         return Error{-EFBIG, path + " is too large"};
     return SourceFile(path, std::move(file), static_cast<std::size_t>(status.st_size));
 }

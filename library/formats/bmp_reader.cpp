@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kFileHeader = 14;
 constexpr std::uint32_t kCoreHeader = 12; ///< OS/2's, with sizes of 16 bit
 constexpr std::uint32_t kInfoHeader = 40;
-constexpr std::uint32_t kLargestHeader = 124;
+constexpr std::uint32_t kMaxHeaderSize = 124;
 constexpr std::uint32_t kUncompressed = 0;
 constexpr std::uint32_t kRuns8 = 1;
 constexpr std::uint32_t kRuns4 = 2;
@@ -94,7 +94,7 @@ Result<Header> readHeader(ByteView data)
         header.height = u16(data, 20);
         header.bits = u16(data, 24);
         header.paletteEntry = 3;
-    } else if (size >= kInfoHeader && size <= kLargestHeader && data.size >= kFileHeader + size) {
+    } else if (size >= kInfoHeader && size <= kMaxHeaderSize && data.size >= kFileHeader + size) {
         header.width = s32(data, 18);
         header.height = s32(data, 22);
         header.bits = u16(data, 28);
@@ -204,10 +204,10 @@ void readDirectRow(ByteView data, std::size_t at, const Header &header, int widt
 bool isPlausible(const Header &header, std::size_t runBytes)
 {
     constexpr std::int64_t kBelievedPixels = 32'000'000;
-    constexpr std::int64_t kMostPixelsPerByte = 4096;
+    constexpr std::int64_t kMaxPixelsPerByte = 4096;
     const std::int64_t pixels = header.width * header.height;
     return pixels <= kBelievedPixels
-        || pixels / kMostPixelsPerByte <= static_cast<std::int64_t>(runBytes);
+        || pixels / kMaxPixelsPerByte <= static_cast<std::int64_t>(runBytes);
 }
 
 Result<void> readRuns(ByteView runs, const Header &header, const Palette &palette, Image &image)
@@ -230,7 +230,7 @@ Result<void> readRuns(ByteView runs, const Header &header, const Palette &palett
 ByteView profileOf(ByteView data)
 {
     constexpr std::uint32_t kEmbedded = 0x4D424544; // 'MBED'
-    if (u32(data, kFileHeader) != kLargestHeader || u32(data, kFileHeader + 56) != kEmbedded)
+    if (u32(data, kFileHeader) != kMaxHeaderSize || u32(data, kFileHeader + 56) != kEmbedded)
         return {};
     const std::size_t at = std::size_t{u32(data, kFileHeader + 112)} + kFileHeader;
     const std::size_t size = u32(data, kFileHeader + 116);

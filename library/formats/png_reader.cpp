@@ -20,7 +20,7 @@ namespace korv {
 namespace {
 
 constexpr std::size_t kHeaderEnd = 33; ///< signature and IHDR chunk
-constexpr png_alloc_size_t kLargestChunk = 8'000'000; // profiles
+constexpr png_alloc_size_t kMaxChunkSize = 8'000'000; // profiles
 // Nobody here asks libpng for them. libpng takes as much memory as they say they are long before it reads
 // on, up to 2 GB for a file of a hundred bytes, and keeps what they hold.
 constexpr png_byte kIgnoredChunks[] = "eXIf\0iTXt\0pCAL\0sCAL\0sPLT\0tEXt\0tIME\0zTXt";
@@ -171,7 +171,7 @@ bool PngDecoder::readHeader()
     return run([&] {
         png_set_read_fn(m_png, this, onRead);
         png_set_user_limits(m_png, kMaxSide, kMaxSide);
-        png_set_chunk_malloc_max(m_png, kLargestChunk);
+        png_set_chunk_malloc_max(m_png, kMaxChunkSize);
         png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, kIgnoredChunks,
                                     sizeof kIgnoredChunks / 5);
         png_set_crc_action(m_png, PNG_CRC_ERROR_QUIT, PNG_CRC_WARN_DISCARD);

@@ -17,14 +17,14 @@ namespace {
 
 constexpr std::size_t kHeader = 128;
 /// Tables of the profiles in use take a few million bytes.
-constexpr cmsUInt32Number kLargestAllocation = 32U << 20;
+constexpr cmsUInt32Number kMaxAllocation = 32U << 20;
 
 using ProfileHandle = Handle<void, cmsCloseProfile>;
 using ContextHandle = Handle<std::remove_pointer_t<cmsContext>, cmsDeleteContext>;
 
 void *takeMemory(cmsContext, cmsUInt32Number size)
 {
-    return size <= kLargestAllocation ? std::malloc(size) : nullptr;
+    return size <= kMaxAllocation ? std::malloc(size) : nullptr;
 }
 
 void giveMemoryBack(cmsContext, void *memory)
@@ -34,7 +34,7 @@ void giveMemoryBack(cmsContext, void *memory)
 
 void *changeMemory(cmsContext, void *memory, cmsUInt32Number size)
 {
-    return size <= kLargestAllocation ? std::realloc(memory, size) : nullptr;
+    return size <= kMaxAllocation ? std::realloc(memory, size) : nullptr;
 }
 
 ContextHandle makeContext()
@@ -61,7 +61,7 @@ ByteView cutToSize(ByteView profile)
     if (profile.size < kHeader)
         return {};
     const std::size_t size = statedSize(profile);
-    if (size < kHeader || size > profile.size || size > kLargestProfile)
+    if (size < kHeader || size > profile.size || size > kMaxProfileSize)
         return {};
     return profile.first(size);
 }

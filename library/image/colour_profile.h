@@ -9,7 +9,7 @@
 namespace korv {
 
 /// Larger ones are not looked at; those of presses, the largest of use, take up to three million.
-inline constexpr std::size_t kLargestProfile = 4U << 20;
+inline constexpr std::size_t kMaxProfileSize = 4U << 20;
 
 /// What a profile's pixels are made of; one byte a component.
 enum class ProfilePixels { Gray, Rgb, Cmyk };

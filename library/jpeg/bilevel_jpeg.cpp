@@ -28,7 +28,7 @@ constexpr int kStep = 128;
 constexpr float kBeyond = 90;
 
 // Decoders clamp by a table that repeats itself (libjpeg's: 512 levels from the centre).
-constexpr float kFarthest = 440;
+constexpr float kMaxLevel = 440;
 
 constexpr int kRounds = 8; ///< of aiming better; few blocks need more than one
 constexpr float kAimingMargin = 2;
@@ -138,8 +138,8 @@ bool correctAim(const Bits &bits, const Block &decoded, Block &aim)
         float miss = 0;
         if (reached < nearest)
             miss = nearest - reached + kAimingMargin;
-        else if (reached > kFarthest)
-            miss = kFarthest - reached - kAimingMargin;
+        else if (reached > kMaxLevel)
+            miss = kMaxLevel - reached - kAimingMargin;
         aim[i] += sign * miss;
         any = any || miss != 0;
     }

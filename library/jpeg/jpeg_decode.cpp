@@ -47,7 +47,7 @@ bool Decompressor::open(ByteView data, bool gray)
     return m_trap.run([&] {
         jpeg_create_decompress(&m_state);
         m_state.client_data = &m_trap;
-        m_state.mem->max_memory_to_use = kMostDecoderMemory;
+        m_state.mem->max_memory_to_use = kMaxDecoderMemory;
         m_progress.progress_monitor = Trap::onProgress;
         m_state.progress = &m_progress;
         jpeg_mem_src(&m_state, data.data, static_cast<unsigned long>(data.size));
@@ -139,15 +139,15 @@ void makeBilevel(Image &image)
 
 bool isPlausible(const Info &info, std::size_t size)
 {
-    constexpr std::int64_t kMostPixelsPerByte = std::int64_t{8} * 64;
+    constexpr std::int64_t kMaxPixelsPerByte = std::int64_t{8} * 64;
     // with arithmetic coding a blank picture of any size takes two hundred bytes
     constexpr std::int64_t kBelievedPixels = 32'000'000;
-    constexpr std::int64_t kMostArithmeticPixelsPerByte = 4096;
+    constexpr std::int64_t kMaxArithmeticPixelsPerByte = 4096;
     const std::int64_t pixels = std::int64_t{info.width} * info.height;
     const auto bytes = static_cast<std::int64_t>(size);
     if (!info.huffman)
-        return pixels <= kBelievedPixels || pixels / kMostArithmeticPixelsPerByte <= bytes;
-    return pixels / kMostPixelsPerByte <= bytes;
+        return pixels <= kBelievedPixels || pixels / kMaxArithmeticPixelsPerByte <= bytes;
+    return pixels / kMaxPixelsPerByte <= bytes;
 }
 
 namespace {

@@ -49,7 +49,7 @@ Bytes profileOf(ByteView data, const Structure &structure)
                           segment.payload.size - kProfilePieceHead};
         size += pieces[number].size;
     }
-    if (size > kLargestProfile)
+    if (size > kMaxProfileSize)
         return {};
     Bytes profile;
     profile.reserve(size);

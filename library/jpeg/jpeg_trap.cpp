@@ -8,7 +8,7 @@ namespace korv::jpeg {
 
 namespace {
 
-constexpr int kMostScans = 200; ///< a progressive picture needs some ten
+constexpr int kMaxScans = 200; ///< a progressive picture needs some ten
 
 Trap *trapOf(j_common_ptr state)
 {
@@ -59,7 +59,7 @@ void Trap::onMessage(j_common_ptr state, int level)
 void Trap::onProgress(j_common_ptr state)
 {
     const auto *decompressor = reinterpret_cast<j_decompress_ptr>(state);
-    if (decompressor->input_scan_number > kMostScans)
+    if (decompressor->input_scan_number > kMaxScans)
         trapOf(state)->fail(-EBADMSG);
 }
 

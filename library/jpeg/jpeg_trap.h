@@ -11,7 +11,7 @@
 namespace korv::jpeg {
 
 /// Coefficients of a progressive picture of the largest size: three components of 16 bit.
-inline constexpr long kMostDecoderMemory = 2'500'000'000;
+inline constexpr long kMaxDecoderMemory = 2'500'000'000;
 
 /// libjpeg leaves a failing call with longjmp. This is the one place that catches it; it also
 /// counts a scan limit and turns "data ended early" warnings into failures.

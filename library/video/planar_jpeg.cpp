@@ -12,7 +12,7 @@
 namespace korv {
 namespace {
 
-constexpr unsigned kMostRestartInterval = 0xFFFF; // two bytes, T.81, B.2.4.4
+constexpr unsigned kMaxRestartInterval = 0xFFFF; // two bytes, T.81, B.2.4.4
 
 /// The upper half in whole rows of MCUs, never fewer of them than the lower half has. Nothing when
 /// there are no two such rows or the file cannot state how many MCUs they have.
@@ -23,7 +23,7 @@ std::optional<Strip> upperHalf(const VideoPicture &picture)
     const int upperRows = (rows + 1) / 2;
     const auto inRow = static_cast<unsigned>(mcu.across(picture.width));
     const unsigned interval = inRow * static_cast<unsigned>(upperRows);
-    if (rows < 2 || interval > kMostRestartInterval)
+    if (rows < 2 || interval > kMaxRestartInterval)
         return std::nullopt;
     return Strip{0, upperRows * mcu.height, interval};
 }

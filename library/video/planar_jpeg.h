@@ -19,10 +19,10 @@ class PlanarJpegEncoder
 {
 public:
     /// Below, the second core brings little.
-    static constexpr int kLeastShared = 300'000;
+    static constexpr int kMinSharedPixels = 300'000;
 
     /// `quality` is libjpeg's; pictures of `leastShared` pixels and more are coded in two halves.
-    explicit PlanarJpegEncoder(int quality, int leastShared = kLeastShared);
+    explicit PlanarJpegEncoder(int quality, int leastShared = kMinSharedPixels);
     ~PlanarJpegEncoder();
     PlanarJpegEncoder(const PlanarJpegEncoder &) = delete;
     PlanarJpegEncoder &operator=(const PlanarJpegEncoder &) = delete;

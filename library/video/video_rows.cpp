@@ -30,9 +30,9 @@ void VideoRows::prepare(const VideoPicture &picture)
     // the widest MCU has two blocks of luma and one of chroma
     m_chromaWidth = (static_cast<std::size_t>(picture.width) + 15) / 16 * 8;
     m_lumaWidth = m_chromaWidth * 2;
-    m_memory.resize((m_lumaWidth + 2 * m_chromaWidth) * kMostRows);
+    m_memory.resize((m_lumaWidth + 2 * m_chromaWidth) * kMaxRows);
     m_mixed.resize(m_lumaWidth);
-    for (std::size_t row = 0; row < kMostRows; ++row) {
+    for (std::size_t row = 0; row < kMaxRows; ++row) {
         m_lumaRows[row] = m_memory.data() + row * (m_lumaWidth + 2 * m_chromaWidth);
         m_blueRows[row] = m_lumaRows[row] + m_lumaWidth;
         m_redRows[row] = m_blueRows[row] + m_chromaWidth;

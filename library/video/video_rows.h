@@ -28,7 +28,7 @@ public:
     RowPointer *red() { return m_redRows.data(); }
 
 private:
-    static constexpr int kMostRows = 16;
+    static constexpr int kMaxRows = 16;
 
     void fillPacked(const VideoPicture &picture, const std::uint8_t *source, int row);
     void splitChroma(const std::uint8_t *source, Levels levels, std::size_t columns, int row);
@@ -38,9 +38,9 @@ private:
     Bytes m_mixed; ///< a row's colour differences, both in turns
     std::size_t m_lumaWidth = 0; ///< padded
     std::size_t m_chromaWidth = 0;
-    std::array<RowPointer, kMostRows> m_lumaRows{};
-    std::array<RowPointer, kMostRows> m_blueRows{};
-    std::array<RowPointer, kMostRows> m_redRows{};
+    std::array<RowPointer, kMaxRows> m_lumaRows{};
+    std::array<RowPointer, kMaxRows> m_blueRows{};
+    std::array<RowPointer, kMaxRows> m_redRows{};
 };
 
 } // namespace korv

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kBareFileSystem = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks;
-constexpr int kMostCalls = 400;
+constexpr int kMaxCalls = 400;
 
 std::vector<std::string> parts(const fs::path &folder)
 {
@@ -66,7 +66,7 @@ TEST_F(LeftOvers, nextProgramClearsWhatAKilledOneLeftAtWhateverMoment)
         int left = 0;
         int empty = 0;
         bool killed = true;
-        for (int nth = 1; killed && nth < kMostCalls; ++nth) {
+        for (int nth = 1; killed && nth < kMaxCalls; ++nth) {
             const support::TempHome home;
             const Desk desk(home.scratch());
             killed = inChild([&] {
@@ -95,7 +95,7 @@ TEST_F(LeftOvers, replacedPhotographLeavesNothingEither)
 {
     for (const int missing : {0, NoNamelessFiles + 0, kBareFileSystem}) {
         bool killed = true;
-        for (int nth = 1; killed && nth < kMostCalls; ++nth) {
+        for (int nth = 1; killed && nth < kMaxCalls; ++nth) {
             const support::TempHome home;
             const Desk desk(home.scratch());
             pictures::writeBytes(desk.path("old.jpg"), Desk::photograph(1));

@@ -20,7 +20,7 @@ const CameraLibrary &library()
     return instance;
 }
 
-constexpr long kMostAllocations = 20'000; ///< far above what one piece of work makes
+constexpr long kMaxAllocations = 20'000; ///< far above what one piece of work makes
 
 /// Prepares a piece of work of the library while there is memory. The work takes none of its own, and
 /// answers what the library answers.
@@ -70,7 +70,7 @@ void sweep(const Work &work, const std::string &output, Shortage shortage, bool 
     library();
     bool exhausted = true;
     long nth = 1;
-    for (; exhausted && nth < kMostAllocations; ++nth) {
+    for (; exhausted && nth < kMaxAllocations; ++nth) {
         SCOPED_TRACE((shortage == Shortage::Lasting ? "from allocation " : "at allocation ")
                      + std::to_string(nth));
         const support::TempHome home;

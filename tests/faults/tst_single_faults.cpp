@@ -14,7 +14,7 @@ namespace {
 const std::vector<int> kErrors = {ENOSPC, EIO, EDQUOT, EACCES, EMFILE};
 const std::vector<int> kFewErrors = {ENOSPC, EACCES}; ///< on unusual file systems, to save time
 const std::vector<std::string> kKinds = {"open", "read", "write", "fsync", "rename", "link"};
-constexpr int kMostCalls = 500; ///< far above what an export makes
+constexpr int kMaxCalls = 500; ///< far above what an export makes
 
 /// What file systems lack. The first is the ordinary one.
 constexpr int kFileSystems[] = {0, NoNamelessFiles, NoNamelessFiles | NoRenameWithoutReplacing,
@@ -46,7 +46,7 @@ template <typename Scenario> void sweep(Scenario scenario)
         for (const std::string &kind : kKinds) {
             for (const int error : missing == 0 ? kErrors : kFewErrors) {
                 bool happened = true;
-                for (int nth = 1; happened && nth < kMostCalls; ++nth) {
+                for (int nth = 1; happened && nth < kMaxCalls; ++nth) {
                     SCOPED_TRACE(kind + " " + std::to_string(nth) + " fails with "
                                  + std::to_string(error) + ", file system lacks "
                                  + std::to_string(missing));
@@ -225,6 +225,6 @@ TEST_P(DocumentFaultTest, shortWritesAreContinued)
         desk.deleteWorkingFiles();
         expectEachOnce(desk, result);
         EXPECT_EQ(desk.countRescued(0), 0);
-        ASSERT_LT(nth, kMostCalls);
+        ASSERT_LT(nth, kMaxCalls);
     }
 }

@@ -13,7 +13,7 @@ using korv::Image;
 using korv::Quadrilateral;
 using Point = Quadrilateral::Point;
 
-constexpr int kMostShapes = 12;
+constexpr int kMaxShapes = 12;
 
 struct Colour
 {
@@ -141,7 +141,7 @@ korv::Image drawnImage(Input &input)
     const int height = input.between(1, 220);
     Image image(width, height, format);
     fill(image, colourFrom(input), [](int, int) { return true; });
-    for (int i = 0; i < kMostShapes && input.left() > 0; ++i) {
+    for (int i = 0; i < kMaxShapes && input.left() > 0; ++i) {
         switch (input.between(0, 9)) {
         case 0:
             drawDisc(image, input);

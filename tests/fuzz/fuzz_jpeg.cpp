@@ -13,9 +13,9 @@ using namespace korv;
 namespace {
 
 /// A head, four Huffman tables: what mending may add.
-constexpr std::size_t kMostAdded = 18 + 4 * 200;
+constexpr std::size_t kMaxAdded = 18 + 4 * 200;
 /// Larger pictures only make each run longer.
-constexpr std::int64_t kMostWork = 1 << 18;
+constexpr std::int64_t kMaxWork = 1 << 18;
 
 void checkEnd(ByteView data, std::size_t end)
 {
@@ -49,7 +49,7 @@ void checkMended(ByteView data, const jpeg::Structure &structure)
         return;
     }
     const Bytes &file = mended.value();
-    FUZZ_CHECK(file.size() <= structure.end + kMostAdded);
+    FUZZ_CHECK(file.size() <= structure.end + kMaxAdded);
     const Result<jpeg::Structure> after = jpeg::readStructure(file);
     FUZZ_CHECK(after && after.value().end == file.size());
     FUZZ_CHECK(!jpeg::needsMending(after.value()));
@@ -128,7 +128,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     checkEnd(data, structure.end);
     checkHeaders(data, structure);
     checkMended(data, structure);
-    if (std::int64_t{structure.info.width} * structure.info.height > kMostWork)
+    if (std::int64_t{structure.info.width} * structure.info.height > kMaxWork)
         return 0;
     fuzz::Input choices(bytes + structure.end, size - structure.end);
     checkTransformed(data.first(structure.end), structure, choices);

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int kMostPixels = 1 << 20; ///< larger pictures only make each run longer
+constexpr int kMaxFuzzedPixels = 1 << 20; ///< larger pictures only make each run longer
 
 /// The largest size that anything like a frame header states.
 qint64 statedPixels(const std::uint8_t *bytes, int size)
@@ -41,12 +41,12 @@ QSize expectedSize(QSize full, QSize least)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t length)
 {
     const int size = static_cast<int>(length);
-    if (size < 4 || statedPixels(bytes, size) > kMostPixels)
+    if (size < 4 || statedPixels(bytes, size) > kMaxFuzzedPixels)
         return 0;
     const QSize least(bytes[size - 1] * 4, bytes[size - 2] * 4);
     QImage full;
     const bool valid = full.loadFromData(bytes, size, "JPG");
-    if (qint64{full.width()} * full.height() > kMostPixels)
+    if (qint64{full.width()} * full.height() > kMaxFuzzedPixels)
         return 0;
     QImage image;
     FUZZ_CHECK(previewdecoder::decode(bytes, size, least, image) == valid);

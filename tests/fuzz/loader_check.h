@@ -12,7 +12,7 @@
 namespace fuzz {
 
 /// The library takes pictures of 400 megapixels; ones that large would only make each run longer.
-inline constexpr std::int64_t kMostPixels = 4'000'000;
+inline constexpr std::int64_t kMaxFuzzedPixels = 4'000'000;
 
 inline bool isLoaderError(int code)
 {
@@ -66,7 +66,7 @@ inline void checkLoader(korv::ByteView content)
     // of a TIFF any page will do
     FUZZ_CHECK(!checked || size || format == korv::SourceFormat::Tiff);
     FUZZ_CHECK(format != korv::SourceFormat::Unknown || (!size && !checked));
-    if (statedPixels(content) > kMostPixels)
+    if (statedPixels(content) > kMaxFuzzedPixels)
         return;
     const korv::Result<korv::Image> loaded = korv::loadImage(content);
     if (!loaded) {
@@ -83,17 +83,17 @@ inline void checkLoader(korv::ByteView content)
 /// The list of a TIFF's pages, and each of the first few.
 inline void checkPages(korv::ByteView content)
 {
-    constexpr std::size_t kMostLoaded = 8;
+    constexpr std::size_t kMaxLoaded = 8;
     const korv::TiffPages pages = korv::tiffPages(content);
     // none is listed twice
     FUZZ_CHECK(pages.directories.size() <= content.size);
-    for (std::size_t i = 0; i < std::min(pages.directories.size(), kMostLoaded); ++i) {
+    for (std::size_t i = 0; i < std::min(pages.directories.size(), kMaxLoaded); ++i) {
         const std::uint64_t directory = pages.directories[i];
         FUZZ_CHECK(directory > 0 && directory < content.size);
         const korv::Result<korv::PictureSize> size = korv::pictureSize(content, directory);
         FUZZ_CHECK(size || size.code() == -EBADMSG);
         if (!size || !korv::isReasonableSize(size.value().width, size.value().height)
-            || size.value().width * size.value().height > kMostPixels)
+            || size.value().width * size.value().height > kMaxFuzzedPixels)
             continue;
         const korv::Result<korv::Image> loaded = korv::loadImage(content, directory);
         FUZZ_CHECK(loaded || isLoaderError(loaded.code()));

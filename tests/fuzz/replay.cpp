@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr long kMostMegabytes = 1000; ///< what no input of some kilobytes may make the process take
+constexpr long kMaxMegabytes = 1000; ///< what no input of some kilobytes may make the process take
 
 std::vector<fs::path> filesBelow(const fs::path &place)
 {
@@ -39,7 +39,7 @@ bool staysSmall()
 {
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss / 1024 <= kMostMegabytes;
+    return usage.ru_maxrss / 1024 <= kMaxMegabytes;
 }
 
 bool run(const fs::path &file)
@@ -57,7 +57,7 @@ bool run(const fs::path &file)
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(data.data(), data.size());
     if (!staysSmall()) {
-        std::fprintf(stderr, "%s took more than %ld MB\n", file.c_str(), kMostMegabytes);
+        std::fprintf(stderr, "%s took more than %ld MB\n", file.c_str(), kMaxMegabytes);
         return false;
     }
     return true;

@@ -11,7 +11,7 @@ namespace korv::crop {
 
 namespace {
 
-constexpr int kMostMixed = 4; ///< pixels across that make a small one: enough against noise
+constexpr int kMaxSamples = 4; ///< pixels across that make a small one: enough against noise
 constexpr std::size_t kLanes = 8;
 
 /// Rounded quotient by the number of pixels in a block.
@@ -34,7 +34,7 @@ template <int kParts> cv::v_uint16x8 mean(const cv::v_uint16x8 &sum)
 } // namespace
 
 Shrinker::Blocks::Blocks(int full, int small, double scale)
-    : count(std::clamp(static_cast<int>(1 / scale), 1, kMostMixed))
+    : count(std::clamp(static_cast<int>(1 / scale), 1, kMaxSamples))
 {
     starts.reserve(static_cast<std::size_t>(small));
     for (int i = 0; i < small; ++i) {
@@ -71,7 +71,7 @@ cv::Mat Shrinker::rows(int first, int count)
             mixRow<3>(from, out);
             break;
         default:
-            mixRow<kMostMixed>(from, out);
+            mixRow<kMaxSamples>(from, out);
         }
     }
     return m_strip.rowRange(0, count);

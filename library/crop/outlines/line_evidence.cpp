@@ -10,7 +10,7 @@ namespace {
 constexpr double kStepReach = 5; ///< pixels on each side: beyond the blur and most of the shadow
 constexpr double kEndShare = 0.15; ///< of a side: its first and last part
 constexpr double kShortestEnd = 8;
-constexpr double kLongestBeyond = 50;
+constexpr double kMaxBeyond = 50;
 
 cv::Vec3f colourAt(const Planes &planes, cv::Point2d point)
 {
@@ -78,7 +78,7 @@ SideEvidence LineEvidence::piece(double from, double to) const
     if (last <= first)
         return result;
     const double end = std::max(kShortestEnd, kEndShare * (to - from));
-    const double beyond = std::min(end, kLongestBeyond);
+    const double beyond = std::min(end, kMaxBeyond);
     result.support = support(from, to);
     result.startSupport = support(from + 2, from + 2 + end);
     result.endSupport = support(to - 2 - end, to - 2);

@@ -12,7 +12,7 @@ namespace {
 constexpr int kRefinements = 2;
 constexpr int kSectors = 12;
 constexpr std::size_t kPerSector = 10;
-constexpr std::size_t kMost = 56;
+constexpr std::size_t kMaxLines = 56;
 constexpr double kSameDistance = 3;
 constexpr double kSameCosine = 0.999; // 2.6 degrees
 constexpr double kTangentCosine = 0.985; // 10 degrees
@@ -242,8 +242,8 @@ std::vector<FoundLine> LineFinder::best() const
 {
     std::vector<FoundLine> lines = m_found;
     Selection selection(m_map.size());
-    selection.addBest(lines, &FoundLine::steadyLength, kMost / 2, kPerSector / 2);
-    selection.addBest(lines, &FoundLine::contrast, kMost, kPerSector);
+    selection.addBest(lines, &FoundLine::steadyLength, kMaxLines / 2, kPerSector / 2);
+    selection.addBest(lines, &FoundLine::contrast, kMaxLines, kPerSector);
     return selection.lines();
 }
 

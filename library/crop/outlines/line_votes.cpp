@@ -15,7 +15,7 @@ constexpr int kVoteSpread = 2; ///< an edge's own direction is that unsure, in a
 constexpr int kPeakReach = 2; ///< angles to either side that a peak exceeds
 constexpr double kRhoStep = 2;
 constexpr int kPeaksTried = 220;
-constexpr float kFewestVotes = 24; ///< of a line
+constexpr float kMinVotes = 24; ///< of a line
 constexpr int kLanes = 8; ///< cells that are looked at at once
 
 /// Votes of edges for the lines through them (Hough).
@@ -67,7 +67,7 @@ public:
                     continue;
                 for (int column = start; column < end; ++column) {
                     const float here = at(i, column);
-                    if (here >= kFewestVotes && isPeak(i, column, here))
+                    if (here >= kMinVotes && isPeak(i, column, here))
                         result.push_back({here, i, column});
                 }
             }
@@ -119,7 +119,7 @@ private:
     {
         const float *votes = &m_votes[static_cast<std::size_t>(angle * m_columns + column)];
         return cv::v_check_any(cv::v_max(cv::v_load(votes), cv::v_load(votes + kLanes / 2))
-                               >= cv::v_setall_f32(kFewestVotes));
+                               >= cv::v_setall_f32(kMinVotes));
     }
 
     bool isPeak(int angle, int column, float here) const

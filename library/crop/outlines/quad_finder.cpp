@@ -9,11 +9,11 @@ namespace korv::crop {
 namespace {
 
 constexpr double kSmallestShare = 0.012; ///< of the frame: a card seen from above an A3 sheet
-constexpr double kLargestShare = 0.985;
-constexpr double kLeastSideSupport = 0.25;
-constexpr double kLeastMeanSupport = 0.45;
+constexpr double kMaxShare = 0.985;
+constexpr double kMinSideSupport = 0.25;
+constexpr double kMinMeanSupport = 0.45;
 constexpr double kShortestSide = 36;
-constexpr double kLongestAspect = 5.5;
+constexpr double kMaxAspect = 5.5;
 constexpr double kParallelCosine = 0.90; ///< of opposite sides: 26 degrees
 constexpr double kCrossingCosine = 0.57; ///< of neighbouring sides: 55 degrees and more
 constexpr std::size_t kExamined = 2; ///< outlines for each that is kept
@@ -114,7 +114,7 @@ private:
             if (std::abs(a - b) < kShortestSide)
                 continue;
             const double support = m_lines[k].support(std::min(a, b), std::max(a, b));
-            if (support >= kLeastSideSupport)
+            if (support >= kMinSideSupport)
                 rungs.push_back({k, support});
         }
         for (std::size_t a = 0; a < rungs.size(); ++a) {
@@ -139,14 +139,14 @@ private:
         if (cosine(k, l) < kParallelCosine)
             return;
         const double onI = sideSupport(i, k, l);
-        if (onI < kLeastSideSupport)
+        if (onI < kMinSideSupport)
             return;
         const double onJ = sideSupport(j, k, l);
-        if (onJ < kLeastSideSupport)
+        if (onJ < kMinSideSupport)
             return;
         const double weakest = std::min({onI, onJ, first.support, second.support});
         const double support = (onI + onJ + first.support + second.support + weakest) / 5;
-        if (support < kLeastMeanSupport)
+        if (support < kMinMeanSupport)
             return;
         // in a row around: i between l and k, k between i and j, j, l
         const Corners corners = {at(i, l).point, at(i, k).point, at(j, k).point, at(j, l).point};
@@ -159,14 +159,14 @@ private:
     {
         const double frame = static_cast<double>(m_size.area());
         const double share = area(corners) / frame;
-        if (share < kSmallestShare || share > kLargestShare || !isConvex(corners))
+        if (share < kSmallestShare || share > kMaxShare || !isConvex(corners))
             return false;
         const double a = length(corners[1] - corners[0]);
         const double b = length(corners[2] - corners[1]);
         const double c = length(corners[3] - corners[2]);
         const double d = length(corners[0] - corners[3]);
         const double aspect = (a + c) / (b + d);
-        return std::max(aspect, 1 / aspect) < kLongestAspect
+        return std::max(aspect, 1 / aspect) < kMaxAspect
             && std::max(a, c) < 1.7 * std::min(a, c) && std::max(b, d) < 1.7 * std::min(b, d);
     }
 

@@ -10,7 +10,7 @@ namespace korv::crop {
 namespace {
 
 // what fit.py has, too
-constexpr double kMostLead = 8; ///< of a candidate without a rival
+constexpr double kMaxLead = 8; ///< of a candidate without a rival
 constexpr double kOtherRatio = 1.06; ///< of areas, from which on two outlines differ ...
 constexpr double kOtherAway = 0.03; ///< ... or distance of their centres, in sides
 
@@ -32,7 +32,7 @@ double rankOf(const Features &features)
 
 double leadOf(const Candidate &candidate, const std::vector<Candidate> &all)
 {
-    double lead = kMostLead;
+    double lead = kMaxLead;
     for (const Candidate &other : all) {
         if (candidate.rank - other.rank < lead && isRival(other, candidate))
             lead = candidate.rank - other.rank;

@@ -12,7 +12,7 @@ constexpr int kPlaces = 72; ///< along a side
 constexpr double kEndsLeftOut = 0.05; ///< of a side: corners may be round or bent
 constexpr int kWidth = 3; ///< neighbouring profiles that are averaged, against noise
 constexpr double kInnermostStrength = 0.5; ///< of the strongest change along all the side
-constexpr double kFarthest = 4; ///< a corner may move, in reaches
+constexpr double kMaxCornerMove = 4; ///< a corner may move, in reaches
 constexpr int kFitRounds = 6;
 
 /// Colours along one normal of a side, from outside to inside.
@@ -255,7 +255,7 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach, 
             mean += sides[i].agreement() / 4;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
-        if (!fitted || !isConvex(*fitted) || largestShift(*fitted, corners) > kFarthest * reach)
+        if (!fitted || !isConvex(*fitted) || largestShift(*fitted, corners) > kMaxCornerMove * reach)
             return result;
         result = {*fitted, least, mean};
     }

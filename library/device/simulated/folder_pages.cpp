@@ -18,9 +18,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kMostPages = 10'000;
+constexpr std::size_t kMaxPages = 10'000;
 constexpr int kDeepestFolder = 8;
-constexpr std::size_t kLargestFile = 256 * 1024 * 1024;
+constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
 constexpr std::size_t kHeaderBytes = 1024 * 1024; ///< metadata in front of the size included
 constexpr std::size_t kPagesMeasured = 200;
 
@@ -94,7 +94,7 @@ std::vector<std::string> FolderPages::pages() const
         {
         };
         if (isPageName(at->path().native()) && ::stat(at->path().c_str(), &status) == 0
-            && S_ISREG(status.st_mode) && ids.size() < kMostPages)
+            && S_ISREG(status.st_mode) && ids.size() < kMaxPages)
             ids.push_back(idOf(at->path().native(), status));
     }
     std::sort(ids.begin(), ids.end());
@@ -104,7 +104,7 @@ std::vector<std::string> FolderPages::pages() const
 Result<Image> FolderPages::render(const std::string &page, int width, int height) const
 {
     const std::string path = pathOf(page);
-    const Result<Bytes> bytes = readFirst(path, kLargestFile);
+    const Result<Bytes> bytes = readFirst(path, kMaxFileSize);
     if (!bytes)
         return bytes.error();
     Result<Image> decoded = jpeg::decode(bytes.value());

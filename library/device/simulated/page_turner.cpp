@@ -11,7 +11,7 @@ namespace korv {
 namespace {
 
 /// Pages kept ready, so that a short pile is prepared once and not at each turn.
-constexpr std::size_t kMostKept = 4;
+constexpr std::size_t kMaxKept = 4;
 
 } // namespace
 
@@ -118,7 +118,7 @@ PageTurner::Page PageTurner::prepared(const std::string &id)
         logLine(page.error().text);
         return nullptr;
     }
-    if (m_kept.size() == kMostKept)
+    if (m_kept.size() == kMaxKept)
         m_kept.erase(m_kept.begin());
     m_kept.emplace_back(id, std::make_shared<PreparedPage>(std::move(page).value()));
     return m_kept.back().second;

@@ -17,7 +17,7 @@ const std::vector<CaptureMode> kUsualModes{
 constexpr int kPageModeNumber = 6;
 
 /// More would take a frame longer to make and to look at than it is worth.
-constexpr std::int64_t kMostPixels = 50'000'000;
+constexpr std::int64_t kMaxFramePixels = 50'000'000;
 
 std::int64_t pixels(int width, int height)
 {
@@ -28,7 +28,7 @@ std::vector<CaptureMode> modesFor(PageSource::Size page)
 {
     std::vector<CaptureMode> modes = kUsualModes;
     const std::int64_t size = pixels(page.width, page.height);
-    if (size > pixels(modes.front().width, modes.front().height) && size <= kMostPixels
+    if (size > pixels(modes.front().width, modes.front().height) && size <= kMaxFramePixels
         && isReasonableSize(page.width, page.height))
         modes.insert(modes.begin(), {kPageModeNumber, page.width, page.height});
     return modes;

@@ -35,16 +35,16 @@ constexpr std::array<Size, 12> kUsualSizes{{{3264, 2448},
                                             {320, 240}}};
 
 /// More would take a frame longer to read and to look at than it is worth.
-constexpr std::int64_t kMostPixels = 50'000'000;
+constexpr std::int64_t kMaxFramePixels = 50'000'000;
 
 /// Drivers that answer for ever are cut short.
-constexpr std::uint32_t kMostEntries = 256;
+constexpr std::uint32_t kMaxEntries = 256;
 
 constexpr double kFluentSeconds = 0.1;
 
 bool isUsableSize(std::uint32_t width, std::uint32_t height)
 {
-    return isReasonableSize(width, height) && std::int64_t{width} * height <= kMostPixels;
+    return isReasonableSize(width, height) && std::int64_t{width} * height <= kMaxFramePixels;
 }
 
 /// Whether a stepped range (V4L2_FRMSIZE_TYPE_STEPWISE) holds a value.
@@ -69,7 +69,7 @@ std::vector<Size> sizesIn(const v4l2_frmsize_stepwise &range)
 /// Calls `read(index)` until it says that there are no more: -ENODEV, or success.
 template <typename Read> int readAll(Read read)
 {
-    for (std::uint32_t index = 0; index < kMostEntries; ++index) {
+    for (std::uint32_t index = 0; index < kMaxEntries; ++index) {
         const int result = read(index);
         if (result == -ENODEV)
             return result;

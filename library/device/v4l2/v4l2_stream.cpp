@@ -14,7 +14,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kSilence{2000};
-constexpr double kLongestInterval = 20; ///< seconds; what a driver states beyond that is nonsense
+constexpr double kMaxInterval = 20; ///< seconds; what a driver states beyond that is nonsense
 
 std::string sizeText(int width, int height)
 {
@@ -105,7 +105,7 @@ Result<void> V4l2Stream::restart()
 
 milliseconds V4l2Stream::silenceLimit() const
 {
-    const double interval = std::min(m_interval.seconds(), kLongestInterval);
+    const double interval = std::min(m_interval.seconds(), kMaxInterval);
     return std::max(kSilence, milliseconds(static_cast<int>(interval * 3000)));
 }
 

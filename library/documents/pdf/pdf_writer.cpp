@@ -39,7 +39,7 @@ std::string marginOf(double millimetres, int pixels, double dpi)
 }
 
 /// The cross-reference table holds ten digits (7.5.4).
-constexpr std::uint64_t kLargestOffset = 9'999'999'999;
+constexpr std::uint64_t kMaxOffset = 9'999'999'999;
 
 std::string sizeEntries(const Page &page)
 {
@@ -72,7 +72,7 @@ int PdfWriter::reserveObject()
 Result<void> PdfWriter::beginObject(int number)
 {
     const std::uint64_t offset = m_sink.size();
-    if (offset > kLargestOffset)
+    if (offset > kMaxOffset)
         return Error{-EFBIG, "too many pages for one PDF"};
     m_offsets[static_cast<std::size_t>(number - 1)] = offset;
     return {};
@@ -139,7 +139,7 @@ Result<void> PdfWriter::writePicture(int number, const Page &page)
 /// The pages of one camera or program share its profile.
 Result<int> PdfWriter::profileObject(const Page &page)
 {
-    constexpr std::size_t kMostRemembered = 8;
+    constexpr std::size_t kMaxRemembered = 8;
     const Bytes profile(page.profile.begin(), page.profile.end());
     const auto known = m_profiles.find(profile);
     if (known != m_profiles.end())
@@ -149,7 +149,7 @@ Result<int> PdfWriter::profileObject(const Page &page)
     const std::string entries = gray ? "/N 1 /Alternate /DeviceGray" : "/N 3 /Alternate /DeviceRGB";
     if (Result<void> written = writeStream(number, entries, profile); !written)
         return written.error();
-    if (m_profiles.size() == kMostRemembered)
+    if (m_profiles.size() == kMaxRemembered)
         m_profiles.clear();
     m_profiles.emplace(profile, number);
     return number;

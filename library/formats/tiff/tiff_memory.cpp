@@ -11,7 +11,7 @@ namespace korv {
 namespace {
 
 // strips and tables; a lying tag must not ask for more
-constexpr tmsize_t kLargestAllocation = tmsize_t{1} << 30;
+constexpr tmsize_t kMaxAllocation = tmsize_t{1} << 30;
 
 using TiffOptions = Handle<TIFFOpenOptions, TIFFOpenOptionsFree>;
 
@@ -28,7 +28,7 @@ TiffMemory::TiffMemory(ByteView content, std::uint64_t directory)
     const TiffOptions options(TIFFOpenOptionsAlloc());
     if (!options)
         return;
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kLargestAllocation);
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxAllocation);
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, this);
     // "m": no mapping, the content is in memory already; "h": not the first directory

@@ -7,7 +7,7 @@ namespace korv {
 
 namespace {
 
-constexpr std::size_t kMostDirectories = 1'000'000;
+constexpr std::size_t kMaxDirectories = 1'000'000;
 /// What a directory without a list of lengths counts as: it may be a page of an old program, but
 /// thousands of them may show the same data.
 constexpr std::uint64_t kUnlistedShare = 64;
@@ -168,7 +168,7 @@ TiffPages ChainWalker::walk()
         Directory directory;
         if (!seen.insert(at).second)
             pages.problem = "TIFF: its pages run in a circle";
-        else if (seen.size() > kMostDirectories)
+        else if (seen.size() > kMaxDirectories)
             pages.problem = "TIFF: too many pages";
         else if (!read(at, directory))
             pages.problem = "TIFF: the list of its pages breaks off";

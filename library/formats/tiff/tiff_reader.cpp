@@ -96,8 +96,8 @@ ByteView profileOf(TIFF *tiff)
 /// newer codings have no such bound, and blank pages shrink that much in them.
 bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
 {
-    constexpr std::int64_t kMostBytesPerByte = 4096;
-    constexpr std::int64_t kMostPixelsPerByte = 4096 * 8;
+    constexpr std::int64_t kMaxBytesPerByte = 4096;
+    constexpr std::int64_t kMaxPixelsPerByte = 4096 * 8;
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
     const auto bytes = static_cast<std::int64_t>(fileSize);
@@ -113,9 +113,9 @@ bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
     case COMPRESSION_JPEG:
     case COMPRESSION_OJPEG:
     case COMPRESSION_PACKBITS:
-        return uncoded / kMostBytesPerByte <= bytes;
+        return uncoded / kMaxBytesPerByte <= bytes;
     default:
-        return page.width * page.height / kMostPixelsPerByte <= bytes;
+        return page.width * page.height / kMaxPixelsPerByte <= bytes;
     }
 }
 

@@ -24,9 +24,9 @@ Result<ByteView> stored(Result<Bytes> made, Bytes &storage)
 /// Readers of a progressive picture pass over all of it for each scan, and ten suffice.
 bool hasTooManyScans(ByteView jpeg)
 {
-    constexpr int kMostScans = 200;
+    constexpr int kMaxScans = 200;
     const std::uint8_t *at = jpeg.begin();
-    for (int scans = 0; scans <= kMostScans; ++scans) {
+    for (int scans = 0; scans <= kMaxScans; ++scans) {
         const auto left = static_cast<std::size_t>(jpeg.end() - at);
         const void *found = ::memmem(at, left, "\xFF\xDA", 2);
         if (found == nullptr)

@@ -15,7 +15,7 @@ namespace korv::jpeg {
 
 namespace {
 
-constexpr int kMostComponents = 3;
+constexpr int kMaxComponents = 3;
 constexpr int kProfileMarker = JPEG_APP0 + 2; ///< ICC profiles, in pieces
 
 JDIMENSION dividedUp(JDIMENSION value, JDIMENSION by)
@@ -128,9 +128,9 @@ private:
     jpeg_compress_struct m_out{};
     jpeg_progress_mgr m_progress{};
     jvirt_barray_ptr *m_coefficients = nullptr;
-    std::array<TurnedRows, kMostComponents> m_turned{};
-    std::array<jvirt_barray_ptr, kMostComponents> m_turnedArrays{};
-    std::array<Requantiser, kMostComponents> m_requantisers{};
+    std::array<TurnedRows, kMaxComponents> m_turned{};
+    std::array<jvirt_barray_ptr, kMaxComponents> m_turnedArrays{};
+    std::array<Requantiser, kMaxComponents> m_requantisers{};
     int m_components = 0; ///< that stay
 };
 
@@ -153,14 +153,14 @@ void Transcoder::readCoefficients(ByteView data)
 {
     jpeg_create_decompress(&m_in);
     m_in.client_data = &m_trap;
-    m_in.mem->max_memory_to_use = kMostDecoderMemory;
+    m_in.mem->max_memory_to_use = kMaxDecoderMemory;
     m_progress.progress_monitor = Trap::onProgress;
     m_in.progress = &m_progress;
     jpeg_mem_src(&m_in, data.data, static_cast<unsigned long>(data.size));
     jpeg_save_markers(&m_in, kProfileMarker, 0xFFFF);
     jpeg_save_markers(&m_in, JPEG_COM, 0xFFFF);
     jpeg_read_header(&m_in, TRUE);
-    if (m_in.num_components > kMostComponents)
+    if (m_in.num_components > kMaxComponents)
         m_trap.fail(-EBADMSG);
     m_components = m_transform.gray ? 1 : m_in.num_components;
     m_coefficients = jpeg_read_coefficients(&m_in);
@@ -168,7 +168,7 @@ void Transcoder::readCoefficients(ByteView data)
 
 void Transcoder::chooseSteps()
 {
-    std::array<JQUANT_TBL, kMostComponents> old{};
+    std::array<JQUANT_TBL, kMaxComponents> old{};
     for (int i = 0; i < m_components; ++i) {
         if (m_in.comp_info[i].quant_table == nullptr)
             m_trap.fail(-EBADMSG); // no scan holds this component

@@ -245,7 +245,7 @@ TEST_F(ColourProfileTest, profilesOfOtherPixelsOrKindsAreNotUsed)
     padded.resize(padded.size() + 1000);
     EXPECT_EQ(usableProfile(padded, ProfilePixels::Rgb).size, m_wide.size());
     Bytes huge = m_wide;
-    huge.resize(kLargestProfile + 1);
+    huge.resize(kMaxProfileSize + 1);
     huge[0] = 0;
     huge[1] = 0x40;
     huge[2] = 0;
