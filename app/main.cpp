@@ -1,6 +1,6 @@
+#include "app/alreadyrunningbox.h"
 #include "app/endsignals.h"
 #include "app/process.h"
-#include "app/refusalbox.h"
 #include "app/sessionend.h"
 #include "app/singleinstance.h"
 #include "app/window/mainwindow.h"
@@ -31,6 +31,6 @@ int main(int argc, char **argv)
         window.show();
         return QApplication::exec();
     }
-    RefusalBox().exec();
+    AlreadyRunningBox().exec();
     std::exit(-1);
 }

@@ -81,7 +81,7 @@ void crop(benchmark::State &state)
         const double start = nowMs();
         Result<Image> image = jpeg::decode(frame);
         const double decoded = nowMs();
-        SecondCore core;
+        HelperThread core;
         const std::optional<Quadrilateral> sheet = findSheet(image.value(), core);
         const double found = nowMs();
         if (!sheet) {

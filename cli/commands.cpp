@@ -17,8 +17,8 @@ ExitCode list(Session &session)
         session.print(describe(device));
     if (devices.empty())
         return session.wakeup().stopSignal() != 0 ? session.interrupted()
-                                                  : session.complainOfNoCamera();
-    session.tellForbiddenCameras();
+                                                  : session.reportNoCamera();
+    session.reportInaccessibleCameras();
     return ExitCode::Success;
 }
 

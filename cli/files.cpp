@@ -32,8 +32,7 @@ void relay(const std::string &line, const Workspace &workspace)
 ExitCode publish(Session &session, const Options &options, const Workspace &workspace)
 {
     if (!workspace.holds(fileNameOf(options.destination))) {
-        session.complain("the camera library wrote no " + options.destination
-                         + ", and did not say why");
+        printError("the camera library wrote no " + options.destination + ", and did not say why");
         return ExitCode::Failure;
     }
     const Published published = workspace.publish(options.destination, options.force);
@@ -51,7 +50,7 @@ ExitCode concludeChild(const Session &session, const ChildResult &result)
     case ChildEnd::Interrupted:
         return session.interrupted("; nothing was written");
     case ChildEnd::Crashed:
-        session.complain("the camera library crashed (signal " + std::to_string(result.code) + ")");
+        printError("the camera library crashed (signal " + std::to_string(result.code) + ")");
         return ExitCode::Failure;
     case ChildEnd::NotStarted:
         break;
@@ -64,8 +63,8 @@ template <typename Work> ExitCode writeFile(Session &session, const Options &opt
 {
     const Workspace workspace(options.destination);
     if (workspace.error() != 0) {
-        session.complain("cannot write " + options.destination + ": "
-                         + placeProblem(options.destination, workspace.error()));
+        printError("cannot write " + options.destination + ": "
+                   + placeProblem(options.destination, workspace.error()));
         return ExitCode::Failure;
     }
     const std::string name = fileNameOf(options.destination);
@@ -116,9 +115,9 @@ ExitCode convertPicture(Session &session, const Options &options, const Workspac
     if (answer.result >= 0)
         return ExitCode::Success;
     const std::string problem = pictureProblem(source, answer);
-    session.complain(problem.empty() ? refusal("convert " + source + " to " + options.destination,
-                                               answer, workspace)
-                                     : problem);
+    printError(problem.empty()
+                   ? refusal("convert " + source + " to " + options.destination, answer, workspace)
+                   : problem);
     return ExitCode::Failure;
 }
 
@@ -150,9 +149,9 @@ public:
         if (!m_leftOut)
             return answer.result < 0 ? ExitCode::Failure : ExitCode::Success;
         if (m_options.strict)
-            m_session.complain("nothing was written, because of --strict");
+            printError("nothing was written, because of --strict");
         else if (m_workspace.holds(m_name))
-            m_session.complain("the other pages were written");
+            printError("the other pages were written");
         return ExitCode::Failure;
     }
 
@@ -166,8 +165,7 @@ private:
     {
         m_leftOut = true;
         const std::string problem = pictureProblem(source, answer);
-        m_session.complain(problem.empty() ? refusal("add " + source, answer, m_workspace)
-                                           : problem);
+        printError(problem.empty() ? refusal("add " + source, answer, m_workspace) : problem);
     }
 
     /// Whether there is something to write.
@@ -185,8 +183,8 @@ private:
         const bool refuses = m_leftOut && m_options.strict;
         m_sources = std::move(added);
         if (refuses || m_sources.empty())
-            m_session.complain(refuses ? "nothing was written, because of --strict"
-                                       : "no page is left; nothing was written");
+            printError(refuses ? "nothing was written, because of --strict"
+                               : "no page is left; nothing was written");
         return !refuses && !m_sources.empty();
     }
 
@@ -210,7 +208,7 @@ private:
             }
         }
         if (!m_leftOut)
-            m_session.complain(refusal("write " + m_options.destination, combined, m_workspace));
+            printError(refusal("write " + m_options.destination, combined, m_workspace));
     }
 
     Session &m_session;
@@ -239,7 +237,7 @@ ExitCode combine(Session &session, const Options &options)
             return code;
     }
     if (sources.empty()) {
-        session.complain(options.fromFile + " names no picture");
+        printError(options.fromFile + " names no picture");
         return ExitCode::Usage;
     }
     return writeFile(session, options, [&](const Workspace &workspace) {

@@ -1,5 +1,7 @@
 #include "cli/pagelist.h"
 
+#include "cli/base/errors.h"
+
 #include "cli/base/descriptor.h"
 
 #include <array>
@@ -52,7 +54,7 @@ ExitCode addListedPages(Session &session, const std::string &list,
     if (result < 0)
         return session.check(result, doing);
     if (text.find('\0') != std::string::npos) {
-        session.complain("cannot " + doing + ": it is not a text with one path a line");
+        printError("cannot " + doing + ": it is not a text with one path a line");
         return ExitCode::Failure;
     }
     std::istringstream lines(text);

@@ -25,8 +25,7 @@ ExitCode selectResolution(Session &session, const Options &options, const OpenDe
             return session.check(session.library().SetCurResolutionNo(index, mode.res_no),
                                  "select " + sizeText(width, height));
     }
-    session.complain("the camera does not offer " + sizeText(width, height)
-                     + "; see `korvcam modes`");
+    printError("the camera does not offer " + sizeText(width, height) + "; see `korvcam modes`");
     return ExitCode::Failure;
 }
 
@@ -64,9 +63,8 @@ ExitCode nextFrame(Session &session, const Options &options, FrameReceiver &rece
         case Wake::Notified:
             break;
         case Wake::TimedOut:
-            session.complain("the camera sent no picture in "
-                             + std::to_string(options.timeoutMs / 1000)
-                             + " s; run `korvcam doctor` to find out why");
+            printError("the camera sent no picture in " + std::to_string(options.timeoutMs / 1000)
+                       + " s; run `korvcam doctor` to find out why");
             return ExitCode::NoFrame;
         case Wake::Interrupted:
             return session.interrupted();
@@ -101,7 +99,7 @@ ExitCode savePhotograph(Session &session, const Options &options, const Workspac
         return session.check(-published.error, "save " + wanted);
     session.print(published.path);
     if (foundNoSheet)
-        session.complain(published.path + ": no sheet was found; this is the whole picture");
+        printError(published.path + ": no sheet was found; this is the whole picture");
     return ExitCode::Success;
 }
 
@@ -133,8 +131,8 @@ ExitCode snap(Session &session, const Options &options)
         return code;
     const Workspace workspace(options.destination);
     if (workspace.error() != 0) {
-        session.complain("cannot save " + options.destination + ": "
-                         + placeProblem(options.destination, workspace.error()));
+        printError("cannot save " + options.destination + ": "
+                   + placeProblem(options.destination, workspace.error()));
         return ExitCode::Failure;
     }
     FrameReceiver receiver(session.wakeup());

@@ -1,8 +1,10 @@
 #include "cli/watch.h"
 
+#include "cli/base/errors.h"
+
 #include "camera/deviceevent.h"
 #include "cli/advice/deskadvice.h"
-#include "cli/base/freetext.h"
+#include "cli/base/malloc_text.h"
 
 #include <atomic>
 #include <mutex>
@@ -90,7 +92,7 @@ ExitCode watch(Session &session, const Options &options)
     if (options.durationMs > 0)
         deadline = Clock::now() + std::chrono::milliseconds(options.durationMs);
     if (holdsPicturesOnly(simulatedDesk()))
-        session.complain(adviceOnDesk(simulatedDesk()));
+        printError(adviceOnDesk(simulatedDesk()));
     int left = options.maximumEvents > 0 ? options.maximumEvents : -1;
     Wake wake = Wake::Notified;
     while (left != 0 && session.outputWorks() && wake == Wake::Notified) {

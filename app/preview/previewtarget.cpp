@@ -14,7 +14,8 @@ constexpr double kMaxDensity = 64;
 
 void PreviewTarget::set(const Value &value)
 {
-    const auto width = static_cast<std::uint64_t>(std::clamp(value.area.width(), 0, kMaxTextureSide));
+    const auto width =
+        static_cast<std::uint64_t>(std::clamp(value.area.width(), 0, kMaxTextureSide));
     const auto height =
         static_cast<std::uint64_t>(std::clamp(value.area.height(), 0, kMaxTextureSide));
     const auto density = static_cast<std::uint64_t>(
@@ -26,8 +27,8 @@ void PreviewTarget::set(const Value &value)
 PreviewTarget::Value PreviewTarget::get() const
 {
     const std::uint64_t word = m_word.load();
-    return {
-        static_cast<Turn>(word >> 32U & 0xffU),
-        QSize(static_cast<int>(word >> 16U & kMaxTextureSide), static_cast<int>(word & kMaxTextureSide)),
-        static_cast<double>(word >> 40U) / kDensitySteps};
+    return {static_cast<Turn>(word >> 32U & 0xffU),
+            QSize(static_cast<int>(word >> 16U & kMaxTextureSide),
+                  static_cast<int>(word & kMaxTextureSide)),
+            static_cast<double>(word >> 40U) / kDensitySteps};
 }

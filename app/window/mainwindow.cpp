@@ -1,6 +1,6 @@
 #include "app/window/mainwindow.h"
 
-#include "app/window/menukey.h"
+#include "app/window/contextmenukey.h"
 #include "app/window/previewrole.h"
 #include "app/window/thumbnaillist.h"
 #include "camera/ccamerasdk.h"
@@ -36,7 +36,7 @@ MainWindow::MainWindow(QWidget *parent, const char *cameraLibrary)
     setWindowIcon(QIcon(QStringLiteral(":/icon/title.jpg")));
     InitArgument();
     InitMainWindow();
-    connect(new MenuKey(*ui->imgshowwidgt), &MenuKey::pressed, this,
+    connect(new ContextMenuKey(*ui->imgshowwidgt), &ContextMenuKey::pressed, this,
             &MainWindow::showCurrentThumbnailMenu);
 }
 

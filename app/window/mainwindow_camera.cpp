@@ -3,7 +3,7 @@
 #include "camera/cameralist.h"
 #include "camera/ccamerasdk.h"
 #include "camera/resolutionlist.h"
-#include "settings/foreignvalues.h"
+#include "settings/unsafesettings.h"
 #include "settings/workarguments.h"
 #include "ui/ui_mainwindow.h"
 #include "util/general.h"
@@ -77,7 +77,7 @@ int MainWindow::OpenCamera(_tag_unit_camera &cam)
         log.at(1058, "fail mkdir GetTempPath \n");
         return -1;
     }
-    backupSetting settings(foreignvalues::toRead(settingsFileOf(cam, backupFolder)));
+    backupSetting settings(unsafesettings::toRead(settingsFileOf(cam, backupFolder)));
 
     // The device and what it offers.
     const int opened = m_KorvCamera->Open(cam.ID);
@@ -162,7 +162,7 @@ void MainWindow::SaveCameraWorkArg(_tag_unit_camera &camera)
         log.at(__LINE__, "failure mkdir GetTempPath \n");
         return;
     }
-    backupSetting settings(foreignvalues::toWrite(settingsFileOf(camera, backupFolder)));
+    backupSetting settings(unsafesettings::toWrite(settingsFileOf(camera, backupFolder)));
     // What the user sees is what is saved; only the folder has no widget here.
     workarguments::Shown shown;
     shown.resolution = ui->dpilistcomb->currentText();

@@ -1,7 +1,7 @@
 #include "app/window/mainwindow.h"
 
 #include "app/files/filenames.h"
-#include "app/window/controlsoff.h"
+#include "app/window/disablecontrols.h"
 #include "camera/ccamerasdk.h"
 #include "ui/ui_mainwindow.h"
 #include "util/trace.h"
@@ -9,7 +9,7 @@
 void MainWindow::onslot_setbtn_takephoto()
 {
     constexpr trace::Origin log{"onslot_setbtn_takephoto"};
-    const ControlsOff off(*this);
+    const DisableControls off(*this);
 
     const int colour = ui->colormodecomb->currentData(Qt::UserRole).toInt();
     const int crop = ui->cropstylecomb->currentData(Qt::UserRole).toInt();

@@ -2,7 +2,7 @@
 
 #include "app/files/exportplan.h"
 #include "app/files/filenames.h"
-#include "app/window/controlsoff.h"
+#include "app/window/disablecontrols.h"
 #include "camera/ccamerasdk.h"
 #include "ui/ui_mainwindow.h"
 #include "util/general.h"
@@ -24,7 +24,7 @@ bool isThere(const _tag_unit_Thum_file_unit &photograph)
 
 void MainWindow::onslot_savebtn_createfile(int type)
 {
-    const ControlsOff off(*this);
+    const DisableControls off(*this);
 
     const QString folder = m_fileArgv.path;
     const QString format = ui->filemodecomb->currentText();

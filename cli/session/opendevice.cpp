@@ -1,7 +1,7 @@
 #include "cli/session/opendevice.h"
 
 #include "camera/resolutionlist.h"
-#include "cli/base/freetext.h"
+#include "cli/base/malloc_text.h"
 
 namespace cli {
 

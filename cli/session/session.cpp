@@ -4,7 +4,7 @@
 #include "cli/advice/deskadvice.h"
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/errors.h"
-#include "cli/base/freetext.h"
+#include "cli/base/malloc_text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -59,8 +59,8 @@ ExitCode Session::open()
         setenv("KORV_CAMERA_DESK", m_options.desk.c_str(), 1);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
-        complain("cannot load the camera library " + m_options.library
-                 + (words.empty() ? "" : ": " + words));
+        printError("cannot load the camera library " + m_options.library
+                   + (words.empty() ? "" : ": " + words));
         return ExitCode::NoLibrary;
     }
     m_loaded = true;
@@ -86,23 +86,23 @@ std::vector<Device> Session::devices(std::optional<int> wanted)
     }
 }
 
-bool Session::tellForbiddenCameras(const SystemFolders &folders) const
+bool Session::reportInaccessibleCameras(const SystemFolders &folders) const
 {
     if (!usesRealCameras())
         return false;
     const std::vector<std::string> nodes = forbiddenNodes(folders);
     if (!nodes.empty())
-        complain(adviceOnRights(nodes, rightsOf(nodes.front())));
+        printError(adviceOnRights(nodes, rightsOf(nodes.front())));
     return !nodes.empty();
 }
 
-ExitCode Session::complainOfNoCamera() const
+ExitCode Session::reportNoCamera() const
 {
-    if (tellForbiddenCameras())
+    if (reportInaccessibleCameras())
         return ExitCode::NoDevice;
     const std::string words = adviceOnDesk(simulatedDesk());
-    complain(words.empty() ? "there is no camera; run `korvcam doctor` to find out why"
-                           : "there is no camera; " + words);
+    printError(words.empty() ? "there is no camera; run `korvcam doctor` to find out why"
+                             : "there is no camera; " + words);
     return ExitCode::NoDevice;
 }
 
@@ -118,11 +118,11 @@ std::optional<Device> Session::findDevice(ExitCode &code)
     }
     code = ExitCode::NoDevice;
     if (!m_options.device) {
-        complainOfNoCamera();
+        reportNoCamera();
     } else {
-        tellForbiddenCameras();
-        complain("there is no camera " + std::to_string(*m_options.device)
-                 + "; `korvcam list` shows those that are there");
+        reportInaccessibleCameras();
+        printError("there is no camera " + std::to_string(*m_options.device)
+                   + "; `korvcam list` shows those that are there");
     }
     return std::nullopt;
 }
@@ -135,20 +135,15 @@ void Session::print(const std::string &line)
         output && std::fprintf(output, "%s\n", line.c_str()) >= 0 && std::fflush(output) == 0;
     if (!written && m_outputWorks) {
         m_outputWorks = false;
-        complain(std::string("cannot write to standard output: ") + std::strerror(errno));
+        printError(std::string("cannot write to standard output: ") + std::strerror(errno));
     }
-}
-
-void Session::complain(const std::string &line) const
-{
-    printError(line);
 }
 
 ExitCode Session::check(int result, const std::string &doing) const
 {
     if (result >= 0)
         return ExitCode::Success;
-    complain("cannot " + doing + ": " + std::strerror(-result));
+    printError("cannot " + doing + ": " + std::strerror(-result));
     return ExitCode::Failure;
 }
 
@@ -156,7 +151,7 @@ ExitCode Session::checkCamera(int result, const std::string &doing) const
 {
     const ExitCode code = check(result, doing);
     if (const std::string words = advice(result); result < 0 && !words.empty())
-        complain(words);
+        printError(words);
     return code;
 }
 
@@ -164,13 +159,13 @@ ExitCode Session::interrupted(const std::string &consequence) const
 {
     switch (m_wakeup.stopSignal()) {
     case SIGTERM:
-        complain("terminated" + consequence);
+        printError("terminated" + consequence);
         return ExitCode::Terminated;
     case SIGHUP:
-        complain("terminal closed" + consequence);
+        printError("terminal closed" + consequence);
         return ExitCode::HungUp;
     default:
-        complain("interrupted" + consequence);
+        printError("interrupted" + consequence);
         return ExitCode::Interrupted;
     }
 }

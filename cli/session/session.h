@@ -41,24 +41,22 @@ public:
     std::vector<Device> devices(std::optional<int> wanted = std::nullopt);
 
     /// Says that there is no camera and why that may be; the code to end with.
-    ExitCode complainOfNoCamera() const;
+    ExitCode reportNoCamera() const;
 
     /// Tells of cameras that are there and that this user may not open; whether there are any.
     /// Silent where the machine's cameras are not used.
-    bool tellForbiddenCameras(const SystemFolders &folders = {}) const;
+    bool reportInaccessibleCameras(const SystemFolders &folders = {}) const;
 
     /// The camera asked for, or the first. Nothing after saying that there is none, or that the user
     /// stopped the work; `code` is the one to end with then.
     std::optional<Device> findDevice(ExitCode &code);
 
-    /// A line on standard output, there at once. The first one that cannot be written is complained
-    /// about.
+    /// A line on standard output, there at once. The first one that cannot be written is
+    /// reported.
     void print(const std::string &line);
     /// Whether every line so far went out.
     bool outputWorks() const { return m_outputWorks; }
-    /// "korvcam: " and a line on standard error.
-    void complain(const std::string &line) const;
-    /// Complains when `result` is negative; Failure then.
+    /// Reports a negative `result`; Failure then.
     ExitCode check(int result, const std::string &doing) const;
     /// The same for what was asked of a camera, with what may help.
     ExitCode checkCamera(int result, const std::string &doing) const;

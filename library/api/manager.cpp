@@ -217,7 +217,7 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
         return Error{-EINVAL, "no frame, or a frame without a size"};
     if (path.empty())
         return Error{-EINVAL, "no path"};
-    if (!isReasonableSize(width, height))
+    if (!isSupportedSize(width, height))
         return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
     PhotographOptions wanted = options();
@@ -239,7 +239,7 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
 {
     if (!pixels || width <= 0 || height <= 0)
         return Error{-EINVAL, "no pixels, or a picture without a size"};
-    if (!isReasonableSize(width, height))
+    if (!isSupportedSize(width, height))
         return Error{-EFBIG, "the picture is too large"};
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));

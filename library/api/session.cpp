@@ -43,12 +43,12 @@ private:
 
 /// The right to change the device at an index; empty when there is no such device. A slot stays in
 /// the table while somebody has its turn.
-class Session::Turn
+class Session::DeviceLock
 {
 public:
     enum class Purpose { Use, ShutDown };
 
-    Turn(Session &session, int index, Purpose purpose = Purpose::Use)
+    DeviceLock(Session &session, int index, Purpose purpose = Purpose::Use)
         : m_session(session)
         , m_index(index)
     {
@@ -62,7 +62,7 @@ public:
             m_slot->taken = true;
     }
 
-    ~Turn()
+    ~DeviceLock()
     {
         if (!m_slot)
             return;
@@ -73,8 +73,8 @@ public:
         m_session.m_turnEnded.notify_all();
     }
 
-    Turn(const Turn &) = delete;
-    Turn &operator=(const Turn &) = delete;
+    DeviceLock(const DeviceLock &) = delete;
+    DeviceLock &operator=(const DeviceLock &) = delete;
 
     explicit operator bool() const { return m_slot != nullptr; }
     Slot &operator*() const { return *m_slot; }
@@ -131,14 +131,14 @@ void Session::shutDown()
     }
     // all are told before the first is waited for: each may take its time
     for (std::size_t index = 0; index < count; ++index) {
-        const Turn turn(*this, static_cast<int>(index), Turn::Purpose::ShutDown);
-        if (turn && turn->open)
-            turn->device->prepareStop();
+        const DeviceLock device(*this, static_cast<int>(index), DeviceLock::Purpose::ShutDown);
+        if (device && device->open)
+            device->device->prepareStop();
     }
     for (std::size_t index = 0; index < count; ++index) {
-        const Turn turn(*this, static_cast<int>(index), Turn::Purpose::ShutDown);
-        if (turn && turn->open)
-            static_cast<void>(closeInTurn(*turn));
+        const DeviceLock device(*this, static_cast<int>(index), DeviceLock::Purpose::ShutDown);
+        if (device && device->open)
+            static_cast<void>(closeLocked(*device));
     }
     m_links.clear(); // nobody opens a device any more, so nobody needs the monitors
     m_events.stop();
@@ -279,34 +279,34 @@ Result<int> Session::currentMode(int index) const
 
 Result<void> Session::open(int index)
 {
-    const Turn turn(*this, index);
-    if (!turn)
+    const DeviceLock device(*this, index);
+    if (!device)
         return noDevice(index);
-    if (turn->open)
+    if (device->open)
         return Error{-EBUSY, "device " + std::to_string(index) + " is already open"};
-    auto opened = turn->monitor->open(turn->identity.key);
+    auto opened = device->monitor->open(device->identity.key);
     if (!opened)
         return opened.error();
 
-    turn->device = std::move(opened).value();
+    device->device = std::move(opened).value();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    turn->modes = turn->device->modes();
-    turn->currentMode = turn->device->currentMode();
-    turn->open = true;
+    device->modes = device->device->modes();
+    device->currentMode = device->device->currentMode();
+    device->open = true;
     return {};
 }
 
 Result<void> Session::close(int index)
 {
-    const Turn turn(*this, index);
-    if (!turn)
+    const DeviceLock device(*this, index);
+    if (!device)
         return noDevice(index);
-    if (!turn->open)
+    if (!device->open)
         return notOpen(index);
-    return closeInTurn(*turn);
+    return closeLocked(*device);
 }
 
-Result<void> Session::closeInTurn(Slot &slot)
+Result<void> Session::closeLocked(Slot &slot)
 {
     if (slot.streaming)
         static_cast<void>(slot.device->stop()); // the device is destroyed next, whatever it says
@@ -321,15 +321,15 @@ Result<void> Session::closeInTurn(Slot &slot)
 
 Result<void> Session::selectMode(int index, int number)
 {
-    const Turn turn(*this, index);
-    if (!turn || !turn->open)
+    const DeviceLock device(*this, index);
+    if (!device || !device->open)
         return notOpen(index);
-    if (turn->streaming)
+    if (device->streaming)
         return Error{-EBUSY, "the resolution cannot change while the device streams"};
-    if (Result<void> selected = turn->device->selectMode(number); !selected)
+    if (Result<void> selected = device->device->selectMode(number); !selected)
         return selected;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    turn->currentMode = turn->device->currentMode();
+    device->currentMode = device->device->currentMode();
     return {};
 }
 
@@ -337,31 +337,31 @@ Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
 {
     if (!callback)
         return Error{-EINVAL, "no frame callback"};
-    const Turn turn(*this, index);
-    if (!turn || !turn->open)
+    const DeviceLock device(*this, index);
+    if (!device || !device->open)
         return notOpen(index);
-    if (turn->streaming)
+    if (device->streaming)
         return Error{-EBUSY, "device " + std::to_string(index) + " is already streaming"};
     auto receiver = std::make_unique<StreamReceiver>(callback, m_silent);
-    if (Result<void> started = turn->device->start(*receiver); !started)
+    if (Result<void> started = device->device->start(*receiver); !started)
         return started;
-    turn->receiver = std::move(receiver);
+    device->receiver = std::move(receiver);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    turn->streaming = true;
+    device->streaming = true;
     return {};
 }
 
 Result<void> Session::stopCapture(int index)
 {
-    const Turn turn(*this, index);
-    if (!turn || !turn->open)
+    const DeviceLock device(*this, index);
+    if (!device || !device->open)
         return notOpen(index);
-    if (!turn->streaming)
+    if (!device->streaming)
         return Error{-EINVAL, "device " + std::to_string(index) + " is not streaming"};
-    const Result<void> stopped = turn->device->stop();
-    turn->receiver.reset();
+    const Result<void> stopped = device->device->stop();
+    device->receiver.reset();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    turn->streaming = false;
+    device->streaming = false;
     return stopped;
 }
 

@@ -66,7 +66,7 @@ public:
 
 private:
     class MonitorLink;
-    class Turn;
+    class DeviceLock;
     struct Slot;
 
     void arrived(DeviceMonitor &monitor, const DeviceIdentity &identity);
@@ -74,7 +74,7 @@ private:
     std::size_t freeIndex();
     const Slot *openSlot(int index) const;
     Slot *slotAt(int index) const;
-    Result<void> closeInTurn(Slot &slot);
+    Result<void> closeLocked(Slot &slot);
 
     mutable std::mutex m_mutex; // guards the table, each slot's plain members and m_ending
     std::condition_variable m_turnEnded;

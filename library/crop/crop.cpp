@@ -77,7 +77,7 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
 
 } // namespace
 
-std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core)
+std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
 {
     if (!SheetSearch::isLargeEnough(image))
         return std::nullopt;

@@ -2,7 +2,7 @@
 
 #include "library/crop/outlines/quadrilateral.h"
 #include "library/image/image.h"
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 
 #include <optional>
 
@@ -10,9 +10,9 @@ namespace korv {
 
 /// Finds the one sheet in the picture. Nothing when it is not sure: a cut strip of content is worse
 /// than an uncut desk. Throws std::bad_alloc, cv::Exception.
-std::optional<Quadrilateral> findSheet(const Image &image, SecondCore &core);
+std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core);
 
 /// The sheet straightened; its dpi is not known any more. Throws std::bad_alloc, cv::Exception.
-Image cutSheet(const Image &image, const Quadrilateral &sheet, SecondCore &core);
+Image cutSheet(const Image &image, const Quadrilateral &sheet, HelperThread &core);
 
 } // namespace korv

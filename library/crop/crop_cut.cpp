@@ -36,7 +36,7 @@ cv::Size sizeOf(const Quadrilateral &sheet, const Image &image)
 
 } // namespace
 
-Image cutSheet(const Image &image, const Quadrilateral &sheet, SecondCore &core)
+Image cutSheet(const Image &image, const Quadrilateral &sheet, HelperThread &core)
 {
     keepOpenCvInThisThread();
     const cv::Size size = sizeOf(sheet, image);

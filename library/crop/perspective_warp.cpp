@@ -270,7 +270,7 @@ private:
 } // namespace
 
 void warpPerspective(const Image &source, const Homography &toSource, Image &target,
-                     SecondCore &core)
+                     HelperThread &core)
 {
     Warp warp(source, toSource, target);
     if (std::int64_t{target.width()} * target.height() < kWorthAThread)

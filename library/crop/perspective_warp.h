@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/image/image.h"
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 
 #include <array>
 
@@ -15,6 +15,6 @@ using Homography = std::array<double, 9>;
 /// the work with `core` when the picture is worth it.
 /// Throws std::bad_alloc.
 void warpPerspective(const Image &source, const Homography &toSource, Image &target,
-                     SecondCore &core);
+                     HelperThread &core);
 
 } // namespace korv::crop

@@ -20,7 +20,7 @@ bool SheetSearch::isLargeEnough(const Image &image)
     return std::min(size.width, size.height) >= kSmallestSide;
 }
 
-SheetSearch::SheetSearch(const Image &image, SecondCore &core)
+SheetSearch::SheetSearch(const Image &image, HelperThread &core)
     : m_image(image)
     , m_core(core)
     , m_picture(makeSearchPicture(image, core))
@@ -49,9 +49,9 @@ std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
         if (!m_reach)
             m_reach.emplace(m_picture.closed);
     };
-    m_core.share(vote, prepare);
+    m_core.runBoth(vote, prepare);
     m_lines.add(likely);
-    const Surroundings surroundings{m_map, *m_reach, m_picture.writing};
+    const FeatureContext surroundings{m_map, *m_reach, m_picture.writing};
     std::vector<Candidate> candidates;
     for (const Quad &quad : findQuads(evidenceOfLines(), m_picture.size(), kMaxQuads)) {
         const Features features = featuresOf(quad, surroundings);

@@ -17,7 +17,7 @@ public:
     static bool isLargeEnough(const Image &image);
 
     /// Precondition: isLargeEnough().
-    SheetSearch(const Image &image, SecondCore &core);
+    SheetSearch(const Image &image, HelperThread &core);
     SheetSearch(const SheetSearch &) = delete; // its parts refer to each other
     SheetSearch &operator=(const SheetSearch &) = delete;
 
@@ -34,10 +34,10 @@ private:
     std::vector<LineEvidence> evidenceOfLines() const;
 
     const Image &m_image;
-    SecondCore &m_core;
+    HelperThread &m_core;
     SearchPicture m_picture;
     EdgeFinder m_edges;
-    std::optional<ColourReach> m_reach; ///< since the first search
+    std::optional<ColourSpread> m_reach; ///< since the first search
     EdgeMap m_map;
     LineFinder m_lines;
 };

@@ -1,6 +1,6 @@
 #include "library/export/convert.h"
 
-#include "library/base/boundary.h"
+#include "library/base/exceptions_to_errors.h"
 #include "library/base/log.h"
 #include "library/export/document.h"
 #include "library/export/format.h"
@@ -116,7 +116,7 @@ public:
 private:
     void decode(ByteView content)
     {
-        m_result = withoutExceptions([&] {
+        m_result = exceptionsToErrors([&] {
             return jpeg::decodeInto(content, m_image, [&](int rows) { m_rows.publish(rows); });
         });
         m_rows.end();
@@ -134,7 +134,7 @@ bool comesInOrder(const jpeg::Structure &structure)
     const jpeg::Info &info = structure.info;
     return !structure.hasProfile && info.orientation == 1 && !info.bilevel
         && (info.components == 1 || info.components == 3)
-        && isReasonableSize(info.width, info.height);
+        && isSupportedSize(info.width, info.height);
 }
 
 /// Decodes on one core while the other one writes. Nothing when there is no thread for it.
@@ -206,7 +206,7 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     if (format == nullptr)
         return unknownExtension(destination);
     std::vector<std::string> left = {source};
-    Result<void> converted = withoutExceptions([&]() -> Result<void> {
+    Result<void> converted = exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
             return writeDocument({source}, *format, destination, quality, {}, left);
         Output output(destination);
@@ -225,7 +225,7 @@ Result<void> writeImage(const Image &image, const std::string &destination, int 
     const Format *format = formatForPath(destination);
     if (format == nullptr)
         return unknownExtension(destination);
-    return withoutExceptions([&]() -> Result<void> {
+    return exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
             return writeDocument(image, *format, destination, quality);
         return Output(destination).write(image, *format, quality);

@@ -56,7 +56,7 @@ Result<void> checkPage(ByteView content, std::uint64_t directory)
     const Result<PictureSize> size = pictureSize(content, directory);
     if (!size)
         return size.error();
-    if (!isReasonableSize(size.value().width, size.value().height))
+    if (!isSupportedSize(size.value().width, size.value().height))
         return Error{-EFBIG, "picture too large"};
     return {};
 }
@@ -135,7 +135,7 @@ Result<void> checkImageFile(const std::string &path)
             return checkImage(part);
         const Result<jpeg::Structure> head = jpeg::readHeaders(part);
         if (format == SourceFormat::Jpeg && head
-            && isReasonableSize(head.value().info.width, head.value().info.height)) {
+            && isSupportedSize(head.value().info.width, head.value().info.height)) {
             if (Result<void> read = file.value().read(size - kCheckedPart, kCheckedPart, part);
                 !read)
                 return read;

@@ -1,6 +1,6 @@
 #include "library/export/page_feed.h"
 
-#include "library/base/boundary.h"
+#include "library/base/exceptions_to_errors.h"
 #include "library/export/image_loader.h"
 #include "library/files/source_file.h"
 
@@ -51,7 +51,7 @@ PageTask PageFeed::pageOfTiff()
 
 PageTask PageFeed::begin()
 {
-    const Result<void> read = withoutExceptions([&] { return readTiff(m_sources[m_source]); });
+    const Result<void> read = exceptionsToErrors([&] { return readTiff(m_sources[m_source]); });
     if (read && m_tiff)
         return pageOfTiff();
     m_tiff.reset();

@@ -108,7 +108,7 @@ Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
     if (m_options.largePictures != nullptr) {
         const Result<PictureSize> size = pictureSize(content, directory);
         // nothing larger than reasonable is decoded; the product of such sides may not even exist
-        if (size && isReasonableSize(size.value().width, size.value().height)
+        if (size && isSupportedSize(size.value().width, size.value().height)
             && size.value().width * size.value().height > kLargePicture)
             alone = std::unique_lock<std::mutex>(*m_options.largePictures);
     }

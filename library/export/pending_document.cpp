@@ -1,6 +1,6 @@
 #include "library/export/pending_document.h"
 
-#include "library/base/boundary.h"
+#include "library/base/exceptions_to_errors.h"
 #include "library/export/document.h"
 #include "library/export/format.h"
 #include "library/export/image_loader.h"
@@ -15,8 +15,8 @@ namespace korv {
 
 Result<void> PendingDocument::add(const std::string &source)
 {
-    Result<void> readable = withoutExceptions([&] { return checkImageFile(source); });
-    return withoutExceptions([&] {
+    Result<void> readable = exceptionsToErrors([&] { return checkImageFile(source); });
+    return exceptionsToErrors([&] {
         (readable ? m_pages : m_refused).push_back(source);
         return readable;
     });
@@ -33,7 +33,7 @@ Result<void> PendingDocument::combine(const std::string &destination, int qualit
         return Error{-EINVAL, "no known document format for " + destination};
 
     std::vector<std::string> left = pages;
-    Result<void> written = withoutExceptions([&] {
+    Result<void> written = exceptionsToErrors([&] {
         return writeDocument(pages, *format, destination, quality, settingsFromEnvironment(), left);
     });
     // a source that was refused at first may have been added later

@@ -253,7 +253,7 @@ Result<Image> readBmp(ByteView content)
     if (!parsed)
         return parsed.error();
     const Header &header = parsed.value();
-    if (!isReasonableSize(header.width, header.height))
+    if (!isSupportedSize(header.width, header.height))
         return Error{-EFBIG, "BMP: picture too large"};
     if (header.pixelsAt > content.size)
         return bad("pixels cut off");

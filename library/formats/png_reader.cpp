@@ -210,7 +210,7 @@ Result<Image> readPng(ByteView content)
     if (!size)
         return size.error();
     const auto [width, height] = size.value();
-    if (!isReasonableSize(width, height))
+    if (!isSupportedSize(width, height))
         return Error{-EFBIG, "PNG: picture too large"};
     // deflate makes at most 1032 bytes of one
     if (width * height / 8 * bitsOfPixel(content) / 1032 > static_cast<std::int64_t>(content.size))

@@ -20,7 +20,7 @@ Image::Image(int width, int height, PixelFormat format, PixelMemory::Content con
     , m_format(format)
     , m_pixels(stride() * static_cast<std::size_t>(height), content)
 {
-    assert(isReasonableSize(width, height));
+    assert(isSupportedSize(width, height));
 }
 
 } // namespace korv

@@ -16,7 +16,7 @@ enum class PixelFormat {
 inline constexpr int kMaxSide = 65'500;
 inline constexpr std::int64_t kMaxPixels = 400'000'000;
 
-inline bool isReasonableSize(std::int64_t width, std::int64_t height)
+inline bool isSupportedSize(std::int64_t width, std::int64_t height)
 {
     return width > 0 && height > 0 && width <= kMaxSide && height <= kMaxSide
         && width * height <= kMaxPixels;
@@ -27,7 +27,7 @@ class Image
 {
 public:
     Image() = default;
-    /// Precondition: isReasonableSize(width, height). The pixels start as zero.
+    /// Precondition: isSupportedSize(width, height). The pixels start as zero.
     Image(int width, int height, PixelFormat format);
     /// The same, but the caller writes every pixel.
     static Image unset(int width, int height, PixelFormat format);

@@ -186,7 +186,7 @@ public:
 private:
     void configure(const Image &image);
 
-    Trap m_trap;
+    ErrorTrap m_trap;
     jpeg_compress_struct m_state{};
 };
 

@@ -37,7 +37,7 @@ public:
     int channels() const { return m_state.output_components; }
 
 private:
-    Trap m_trap;
+    ErrorTrap m_trap;
     jpeg_decompress_struct m_state{};
     jpeg_progress_mgr m_progress{};
 };
@@ -48,7 +48,7 @@ bool Decompressor::open(ByteView data, bool gray)
         jpeg_create_decompress(&m_state);
         m_state.client_data = &m_trap;
         m_state.mem->max_memory_to_use = kMaxDecoderMemory;
-        m_progress.progress_monitor = Trap::onProgress;
+        m_progress.progress_monitor = ErrorTrap::onProgress;
         m_state.progress = &m_progress;
         jpeg_mem_src(&m_state, data.data, static_cast<unsigned long>(data.size));
         jpeg_read_header(&m_state, TRUE);
@@ -159,7 +159,7 @@ Result<Structure> readPlausibleHeaders(ByteView data)
     if (!structure)
         return structure;
     const Info &info = structure.value().info;
-    if (!isReasonableSize(info.width, info.height))
+    if (!isSupportedSize(info.width, info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
     if (!isPlausible(info, data.size))
         return Error{-EBADMSG, "JPEG: too few data for the size it states"};
@@ -191,7 +191,7 @@ Result<Image> decode(ByteView data, const DecodeOptions &options)
         Decompressor decompressor;
         if (!decompressor.open(data, gray))
             return decompressor.error();
-        if (!isReasonableSize(decompressor.width(), decompressor.height()))
+        if (!isSupportedSize(decompressor.width(), decompressor.height()))
             return Error{-EFBIG, "JPEG: picture too large"};
         Image image(decompressor.width(), decompressor.height(),
                     gray ? PixelFormat::Gray8 : PixelFormat::Rgb24);

@@ -52,7 +52,7 @@ boolean ByteDestination::onFull(j_compress_ptr state)
     ByteDestination *destination = self(state);
     const std::size_t used = destination->m_bytes.size();
     if (!destination->grow())
-        static_cast<Trap *>(state->client_data)->fail(-ENOMEM);
+        static_cast<ErrorTrap *>(state->client_data)->fail(-ENOMEM);
     destination->offer(used);
     return TRUE;
 }

@@ -10,7 +10,7 @@
 namespace korv::jpeg {
 
 /// Lets libjpeg write straight into a growing Bytes, one picture or one after the other. The
-/// compressor's client_data is its Trap, which hears when memory runs out.
+/// compressor's client_data is its ErrorTrap, which hears when memory runs out.
 class ByteDestination
 {
 public:

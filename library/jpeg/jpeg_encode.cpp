@@ -57,7 +57,7 @@ public:
 private:
     void configure(const Image &image, const EncodeOptions &options);
 
-    Trap m_trap;
+    ErrorTrap m_trap;
     jpeg_compress_struct m_state{};
 };
 

@@ -8,7 +8,7 @@
 namespace korv::jpeg {
 
 /// The marker structure of a JPEG (ITU-T T.81, annex B): what is needed to judge whether its bytes
-/// can stand in a file as they are, and to mend them when they cannot. Offsets count from SOI.
+/// can stand in a file as they are, and to repair them when they cannot. Offsets count from SOI.
 struct Structure
 {
     Info info;

@@ -10,14 +10,14 @@ namespace {
 
 constexpr int kMaxScans = 200; ///< a progressive picture needs some ten
 
-Trap *trapOf(j_common_ptr state)
+ErrorTrap *trapOf(j_common_ptr state)
 {
-    return static_cast<Trap *>(state->client_data);
+    return static_cast<ErrorTrap *>(state->client_data);
 }
 
 } // namespace
 
-Trap::Trap()
+ErrorTrap::ErrorTrap()
 {
     jpeg_std_error(&m_manager);
     m_manager.error_exit = onError;
@@ -25,27 +25,27 @@ Trap::Trap()
     m_manager.output_message = onOutput;
 }
 
-Error Trap::error() const
+Error ErrorTrap::error() const
 {
     return Error{m_code != 0 ? m_code : -EBADMSG, std::string("JPEG: ") + m_text};
 }
 
-void Trap::fail(int negativeErrno)
+void ErrorTrap::fail(int negativeErrno)
 {
     m_code = negativeErrno;
     std::longjmp(m_jump, 1); // NOLINT(cert-err52-cpp): libjpeg offers no other way out
 }
 
-void Trap::onError(j_common_ptr state)
+void ErrorTrap::onError(j_common_ptr state)
 {
-    Trap *trap = trapOf(state);
+    ErrorTrap *trap = trapOf(state);
     state->err->format_message(state, trap->m_text);
     const int code = state->err->msg_code;
     const bool memory = code == JERR_OUT_OF_MEMORY || code == JERR_NO_BACKING_STORE;
     trap->fail(memory ? -ENOMEM : -EBADMSG);
 }
 
-void Trap::onMessage(j_common_ptr state, int level)
+void ErrorTrap::onMessage(j_common_ptr state, int level)
 {
     if (level >= 0)
         return;
@@ -56,13 +56,13 @@ void Trap::onMessage(j_common_ptr state, int level)
     ++state->err->num_warnings;
 }
 
-void Trap::onProgress(j_common_ptr state)
+void ErrorTrap::onProgress(j_common_ptr state)
 {
     const auto *decompressor = reinterpret_cast<j_decompress_ptr>(state);
     if (decompressor->input_scan_number > kMaxScans)
         trapOf(state)->fail(-EBADMSG);
 }
 
-void Trap::onOutput(j_common_ptr) { }
+void ErrorTrap::onOutput(j_common_ptr) { }
 
 } // namespace korv::jpeg

@@ -15,12 +15,12 @@ inline constexpr long kMaxDecoderMemory = 2'500'000'000;
 
 /// libjpeg leaves a failing call with longjmp. This is the one place that catches it; it also
 /// counts a scan limit and turns "data ended early" warnings into failures.
-class Trap
+class ErrorTrap
 {
 public:
-    Trap();
-    Trap(const Trap &) = delete;
-    Trap &operator=(const Trap &) = delete;
+    ErrorTrap();
+    ErrorTrap(const ErrorTrap &) = delete;
+    ErrorTrap &operator=(const ErrorTrap &) = delete;
 
     jpeg_error_mgr *manager() { return &m_manager; }
 

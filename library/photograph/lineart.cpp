@@ -3,7 +3,7 @@
 #include "library/image/colour.h"
 #include "library/image/mat_view.h"
 #include "library/image/opencv_threads.h"
-#include "library/photograph/specks.h"
+#include "library/photograph/despeckle.h"
 
 #include <algorithm>
 #include <cmath>
@@ -95,7 +95,7 @@ Image toLineart(Image image)
     const int window = windowFor(even);
     for (int from = 0; from < even.rows; from += kRowsAtOnce)
         thresholdRows(even, from, std::min(from + kRowsAtOnce, even.rows), window, result);
-    removeSpecks(result, largestSpeck(result));
+    despeckle(result, largestSpeck(result));
     result.setDpi(gray.dpi());
     result.setBilevel(true);
     return result;

@@ -5,7 +5,7 @@
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
 #include "library/jpeg/jpeg.h"
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 #include "library/photograph/lineart.h"
 
@@ -43,7 +43,7 @@ Image straightened(Image image, CropMode crop)
 {
     if (crop == CropMode::Off)
         return image;
-    SecondCore core;
+    HelperThread core;
     const std::optional<Quadrilateral> sheet = findSheet(image, core);
     return sheet ? cutSheet(image, *sheet, core) : image;
 }
@@ -120,13 +120,13 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
         if (!structure)
             return structure.error();
         const jpeg::Info &info = structure.value().info;
-        if (!isReasonableSize(info.width, info.height))
+        if (!isSupportedSize(info.width, info.height))
             return Error{-EFBIG, "photograph too large"};
         const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
         const ByteView picture = frame.first(structure.value().end);
         if (work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value())) {
-            if (jpeg::needsMending(structure.value()))
-                return stored(jpeg::mend(frame, structure.value(), 0));
+            if (jpeg::needsRepair(structure.value()))
+                return stored(jpeg::repair(frame, structure.value(), 0));
             return picture;
         }
         if (work && jpeg::canTransform(structure.value(), *work))

@@ -1,7 +1,7 @@
 #include "library/video/planar_jpeg.h"
 
 #include "library/image/image.h"
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 #include "library/video/jpeg_halves.h"
 #include "library/video/strip_encoder.h"
 
@@ -49,7 +49,7 @@ private:
     const int m_leastShared;
     StripEncoder m_upper; ///< or the whole picture
     StripEncoder m_lower;
-    SecondCore m_secondCore;
+    HelperThread m_helper;
 };
 
 Result<ByteView> PlanarJpegEncoder::Work::encode(const VideoPicture &picture)
@@ -69,7 +69,7 @@ Result<ByteView> PlanarJpegEncoder::Work::encodeShared(const VideoPicture &pictu
 {
     Result<void> upperDone;
     Result<void> lowerDone;
-    m_secondCore.share(
+    m_helper.runBoth(
         [&] {
             lowerDone = m_lower.encode(picture, {upper.end, picture.height, 0}, expected / 2);
         },
@@ -93,7 +93,7 @@ PlanarJpegEncoder::~PlanarJpegEncoder() = default;
 
 Result<ByteView> PlanarJpegEncoder::encode(const VideoPicture &picture)
 {
-    if (!isReasonableSize(picture.width, picture.height)
+    if (!isSupportedSize(picture.width, picture.height)
         || picture.stride < leastStride(picture.layout, picture.width))
         return Error{-EINVAL, "the video picture's size is not possible"};
     if (picture.bytes.size < videoPictureSize(picture))

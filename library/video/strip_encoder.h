@@ -52,7 +52,7 @@ private:
     void writeRgb(const VideoPicture &picture, const Strip &strip);
 
     const int m_quality;
-    jpeg::Trap m_trap;
+    jpeg::ErrorTrap m_trap;
     jpeg_compress_struct m_state{};
     bool m_created = false;
     jpeg::ByteDestination m_output;

@@ -27,10 +27,10 @@ void checkSheet(const korv::Quadrilateral &sheet, const korv::Image &image)
     }
 }
 
-void checkCut(const korv::Image &image, const korv::Quadrilateral &sheet, korv::SecondCore &core)
+void checkCut(const korv::Image &image, const korv::Quadrilateral &sheet, korv::HelperThread &core)
 {
     const korv::Image cut = korv::cutSheet(image, sheet, core);
-    FUZZ_CHECK(korv::isReasonableSize(cut.width(), cut.height()));
+    FUZZ_CHECK(korv::isSupportedSize(cut.width(), cut.height()));
     FUZZ_CHECK(cut.format() == image.format());
     FUZZ_CHECK(cut.dpi() == 0);
 }
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     fuzz::Input input(bytes, size);
     const bool onlyCut = input.between(0, 7) == 0;
     const korv::Image image = fuzz::drawnImage(input);
-    korv::SecondCore core;
+    korv::HelperThread core;
     if (onlyCut) {
         // corners that no search would choose
         const korv::Quadrilateral sheet = fuzz::convexQuadrilateral(input, image);

@@ -1,6 +1,6 @@
 // JPEG bytes without pixels: where a picture ends, what it lacks, and turning it on its
 // coefficients. Bytes behind the picture choose the options, so inputs stay JPEG files.
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 #include "library/photograph/photograph.h"
 #include "tests/fuzz/check.h"
@@ -40,7 +40,7 @@ void checkHeaders(ByteView data, const jpeg::Structure &structure)
 
 void checkMended(ByteView data, const jpeg::Structure &structure)
 {
-    const Result<Bytes> mended = jpeg::mend(data, structure, 0);
+    const Result<Bytes> mended = jpeg::repair(data, structure, 0);
     Bytes frame;
     const Result<void> framed = jpeg::addHuffmanTables(data, structure, frame);
     FUZZ_CHECK(static_cast<bool>(mended) == static_cast<bool>(framed));
@@ -52,12 +52,12 @@ void checkMended(ByteView data, const jpeg::Structure &structure)
     FUZZ_CHECK(file.size() <= structure.end + kMaxAdded);
     const Result<jpeg::Structure> after = jpeg::readStructure(file);
     FUZZ_CHECK(after && after.value().end == file.size());
-    FUZZ_CHECK(!jpeg::needsMending(after.value()));
+    FUZZ_CHECK(!jpeg::needsRepair(after.value()));
     FUZZ_CHECK(after.value().info.width == structure.info.width
                && after.value().info.height == structure.info.height
                && after.value().info.colourModel == structure.info.colourModel
                && after.value().info.orientation == structure.info.orientation);
-    const Result<Bytes> again = jpeg::mend(file, after.value(), 0);
+    const Result<Bytes> again = jpeg::repair(file, after.value(), 0);
     FUZZ_CHECK(again && again.value() == file);
 
     const Result<jpeg::Structure> whole = jpeg::readStructure(frame);

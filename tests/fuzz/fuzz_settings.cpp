@@ -1,7 +1,7 @@
 // A settings file with any content: reading gives usable arguments, and what is then written is
 // read back as it was.
 #include "settings/captureoptions.h"
-#include "settings/foreignvalues.h"
+#include "settings/unsafesettings.h"
 #include "settings/workarguments.h"
 #include "tests/fuzz/check.h"
 #include "tests/fuzz/feedback.h"
@@ -42,7 +42,7 @@ private:
 
 _tag_file_argv readArguments(const QString &file)
 {
-    backupSetting settings(foreignvalues::toRead(file));
+    backupSetting settings(unsafesettings::toRead(file));
     for (const char *key : {"file/type", "file/multpage", "file/quality", "file/path",
                             "image/color", "image/crop-type", "image/rotate"}) {
         const QVariant value = settings.value(QString(), QString::fromLatin1(key), QVariant());
@@ -59,7 +59,7 @@ _tag_file_argv readArguments(const QString &file)
 
 QString resolutionIn(const QString &file)
 {
-    backupSetting settings(foreignvalues::toRead(file));
+    backupSetting settings(unsafesettings::toRead(file));
     return workarguments::savedResolution(settings);
 }
 
@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     const _tag_file_argv argv = readArguments(file.name());
     const QString resolution = resolutionIn(file.name());
     {
-        backupSetting settings(foreignvalues::toWrite(file.name()));
+        backupSetting settings(unsafesettings::toWrite(file.name()));
         workarguments::write(settings, 0x1b17, 0x0211,
                              {resolution, argv.path, argv.type, argv.multpage, argv.color,
                               argv.crop_type, argv.rotate});

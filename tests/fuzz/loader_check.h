@@ -23,7 +23,7 @@ inline bool isLoaderError(int code)
 inline std::int64_t statedPixels(korv::ByteView content)
 {
     if (const korv::Result<korv::PictureSize> size = korv::pictureSize(content))
-        return korv::isReasonableSize(size.value().width, size.value().height)
+        return korv::isSupportedSize(size.value().width, size.value().height)
             ? size.value().width * size.value().height
             : 0;
     // a JPEG is loaded even when its end is garbled
@@ -34,7 +34,7 @@ inline std::int64_t statedPixels(korv::ByteView content)
 /// What must hold for a picture that was read from the content.
 inline void checkLoaded(const korv::Image &image, const korv::PictureSize &stated)
 {
-    FUZZ_CHECK(korv::isReasonableSize(image.width(), image.height()));
+    FUZZ_CHECK(korv::isSupportedSize(image.width(), image.height()));
     const bool asStored = image.width() == stated.width && image.height() == stated.height;
     const bool turned = image.width() == stated.height && image.height() == stated.width;
     FUZZ_CHECK(asStored || turned);
@@ -92,7 +92,7 @@ inline void checkPages(korv::ByteView content)
         FUZZ_CHECK(directory > 0 && directory < content.size);
         const korv::Result<korv::PictureSize> size = korv::pictureSize(content, directory);
         FUZZ_CHECK(size || size.code() == -EBADMSG);
-        if (!size || !korv::isReasonableSize(size.value().width, size.value().height)
+        if (!size || !korv::isSupportedSize(size.value().width, size.value().height)
             || size.value().width * size.value().height > kMaxFuzzedPixels)
             continue;
         const korv::Result<korv::Image> loaded = korv::loadImage(content, directory);

@@ -84,7 +84,7 @@ bool addPicture(const std::string &path, int index, Table &table)
     }
     if (!SheetSearch::isLargeEnough(image.value()))
         return true;
-    SecondCore core;
+    HelperThread core;
     SheetSearch sheet(image.value(), core);
     table.add(index, 1, sheet, sheet.amongClosed());
     table.add(index, 2, sheet, sheet.amongAll());

@@ -235,7 +235,7 @@ private:
     cv::Mat m_around; ///< its mean over the neighbourhood
 };
 
-std::vector<Edge> edgesIn(const Planes &planes, SecondCore &core)
+std::vector<Edge> edgesIn(const Planes &planes, HelperThread &core)
 {
     const int rows = planes[0].rows;
     if (planes[0].cols < kWideLanes + 2 || rows < 3)

@@ -12,7 +12,7 @@ namespace korv::crop {
 class EdgeFinder
 {
 public:
-    EdgeFinder(const SearchPicture &picture, SecondCore &core)
+    EdgeFinder(const SearchPicture &picture, HelperThread &core)
         : m_picture(picture)
         , m_core(core)
     {
@@ -23,7 +23,7 @@ public:
 
 private:
     const SearchPicture &m_picture;
-    SecondCore &m_core;
+    HelperThread &m_core;
 };
 
 } // namespace korv::crop

@@ -26,7 +26,7 @@ double searchScale(const Image &image)
 
 /// The picture made smaller, in luma and colour differences. Strip by strip, so that what lies
 /// between stays in the processor's nearest cache.
-Planes smallPlanes(const Image &image, double scale, SecondCore &core)
+Planes smallPlanes(const Image &image, double scale, HelperThread &core)
 {
     const cv::Size size = searchSize(image);
     Planes planes;
@@ -68,7 +68,7 @@ cv::Size searchSize(const Image &image)
     return {small(image.width()), small(image.height())};
 }
 
-SearchPicture makeSearchPicture(const Image &image, SecondCore &core)
+SearchPicture makeSearchPicture(const Image &image, HelperThread &core)
 {
     SearchPicture result;
     result.scale = searchScale(image);
@@ -92,7 +92,7 @@ SearchPicture makeSearchPicture(const Image &image, SecondCore &core)
                       cv::BORDER_REPLICATE);
         cv::GaussianBlur(result.closed[0], result.closed[0], blur, 0);
     };
-    core.share(prepareChroma, prepareLuma);
+    core.runBoth(prepareChroma, prepareLuma);
     result.plainLuma = planes[0];
     return result;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/image/image.h"
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 
 #include <array>
 
@@ -28,6 +28,6 @@ struct SearchPicture
 /// Size of the search picture that would be made.
 cv::Size searchSize(const Image &image);
 
-SearchPicture makeSearchPicture(const Image &image, SecondCore &core);
+SearchPicture makeSearchPicture(const Image &image, HelperThread &core);
 
 } // namespace korv::crop

@@ -199,7 +199,7 @@ Span spanWithin(const Line &line, cv::Size size, double margin)
     return span;
 }
 
-LineFinder::LineFinder(const EdgeMap &map, const Planes &planes, SecondCore &core)
+LineFinder::LineFinder(const EdgeMap &map, const Planes &planes, HelperThread &core)
     : m_map(map)
     , m_planes(planes)
     , m_core(core)

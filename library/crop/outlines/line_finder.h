@@ -30,7 +30,7 @@ struct FoundLine
 class LineFinder
 {
 public:
-    LineFinder(const EdgeMap &map, const Planes &planes, SecondCore &core);
+    LineFinder(const EdgeMap &map, const Planes &planes, HelperThread &core);
 
     /// Fits lines that are likely to the edges.
     void add(const std::vector<Line> &likely);
@@ -41,7 +41,7 @@ private:
 
     const EdgeMap &m_map;
     const Planes &m_planes;
-    SecondCore &m_core;
+    HelperThread &m_core;
     std::vector<FoundLine> m_found;
 };
 

@@ -114,7 +114,7 @@ cv::Point nearestPixel(cv::Point2d point)
 }
 
 /// How far the colours beside the sides are scattered over the picture.
-void addReach(const Quad &quad, const ColourReach &reach, cv::Size frame, Features &features)
+void addReach(const Quad &quad, const ColourSpread &reach, cv::Size frame, Features &features)
 {
     constexpr int kPlaces = 10; ///< along a side
     constexpr double kAway = 6; ///< pixels from it
@@ -162,7 +162,7 @@ struct Texture
     double writingShare() const { return writing / 255.0 / std::max(1, places); }
 };
 
-void addTexture(const Quad &quad, const Surroundings &surroundings, Features &features)
+void addTexture(const Quad &quad, const FeatureContext &surroundings, Features &features)
 {
     constexpr int kGrid = 9;
     constexpr int kRings = 2; ///< of the grid that lie outside
@@ -193,7 +193,7 @@ void addTexture(const Quad &quad, const Surroundings &surroundings, Features &fe
 
 } // namespace
 
-Features featuresOf(const Quad &quad, const Surroundings &surroundings)
+Features featuresOf(const Quad &quad, const FeatureContext &surroundings)
 {
     Features features;
     addSupport(quad, features);

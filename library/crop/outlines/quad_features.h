@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/crop/edges/colour_reach.h"
+#include "library/crop/edges/colour_spread.h"
 #include "library/crop/outlines/quad_finder.h"
 
 #include <array>
@@ -58,13 +58,13 @@ private:
 };
 
 /// What of the picture the features are taken from.
-struct Surroundings
+struct FeatureContext
 {
     const EdgeMap &map; ///< of the edges from which the quadrilaterals were made
-    const ColourReach &reach;
+    const ColourSpread &reach;
     const cv::Mat &writing; ///< see SearchPicture
 };
 
-Features featuresOf(const Quad &quad, const Surroundings &surroundings);
+Features featuresOf(const Quad &quad, const FeatureContext &surroundings);
 
 } // namespace korv::crop

@@ -166,8 +166,8 @@ private:
         const double c = length(corners[3] - corners[2]);
         const double d = length(corners[0] - corners[3]);
         const double aspect = (a + c) / (b + d);
-        return std::max(aspect, 1 / aspect) < kMaxAspect
-            && std::max(a, c) < 1.7 * std::min(a, c) && std::max(b, d) < 1.7 * std::min(b, d);
+        return std::max(aspect, 1 / aspect) < kMaxAspect && std::max(a, c) < 1.7 * std::min(a, c)
+            && std::max(b, d) < 1.7 * std::min(b, d);
     }
 
     const std::vector<LineEvidence> &m_lines;

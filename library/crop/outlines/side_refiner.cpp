@@ -233,7 +233,7 @@ std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines)
 
 } // namespace
 
-Refined refineCorners(const Image &image, const Corners &corners, double reach, SecondCore &core)
+Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)
 {
     Refined result{corners, 0, 0};
     for (const double part : {1.0, 0.5}) {
@@ -255,7 +255,8 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach, 
             mean += sides[i].agreement() / 4;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
-        if (!fitted || !isConvex(*fitted) || largestShift(*fitted, corners) > kMaxCornerMove * reach)
+        if (!fitted || !isConvex(*fitted)
+            || largestShift(*fitted, corners) > kMaxCornerMove * reach)
             return result;
         result = {*fitted, least, mean};
     }

@@ -2,7 +2,7 @@
 
 #include "library/crop/outlines/crop_geometry.h"
 #include "library/image/image.h"
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 
 namespace korv::crop {
 
@@ -17,6 +17,6 @@ struct Refined
 
 /// Looks for each side's rim along its normals, up to `reach` pixels away, and fits straight lines.
 /// A side whose rim is not seen stays. Precondition: convex corners.
-Refined refineCorners(const Image &image, const Corners &corners, double reach, SecondCore &core);
+Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core);
 
 } // namespace korv::crop

@@ -29,7 +29,7 @@ std::vector<CaptureMode> modesFor(PageSource::Size page)
     std::vector<CaptureMode> modes = kUsualModes;
     const std::int64_t size = pixels(page.width, page.height);
     if (size > pixels(modes.front().width, modes.front().height) && size <= kMaxFramePixels
-        && isReasonableSize(page.width, page.height))
+        && isSupportedSize(page.width, page.height))
         modes.insert(modes.begin(), {kPageModeNumber, page.width, page.height});
     return modes;
 }

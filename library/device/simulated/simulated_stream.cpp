@@ -15,14 +15,14 @@ SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const 
     : m_plug(std::move(plug))
     , m_mode(mode)
     , m_sink(sink)
-    , m_turner(pages, mode.width, mode.height, {})
+    , m_cycler(pages, mode.width, mode.height, {})
     , m_thread(startThread("korv-stream", [this] { run(); }))
 {
 }
 
 SimulatedStream::~SimulatedStream()
 {
-    m_turner.stop(); // first: the stream thread may be waiting for the first page
+    m_cycler.stop(); // first: the stream thread may be waiting for the first page
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_stopping = true;
@@ -50,7 +50,7 @@ void SimulatedStream::sendFrames()
 {
     constexpr auto kPeriod = std::chrono::nanoseconds(std::chrono::seconds(1)) / kFramesPerSecond;
     FrameComposer composer;
-    std::shared_ptr<const PreparedPage> page = m_turner.waitForPage();
+    std::shared_ptr<const PreparedPage> page = m_cycler.waitForPage();
     const Clock::time_point begin = Clock::now();
     std::int64_t number = 0;
     while (page && waitUntil(begin + number * kPeriod) && !m_plug->isPulled()) {
@@ -60,7 +60,7 @@ void SimulatedStream::sendFrames()
             logLine("a simulated frame is lost: " + frame.error().text);
         // a frame whose time has passed is not made up for
         number = std::max<std::int64_t>(number, (Clock::now() - begin) / kPeriod) + 1;
-        page = m_turner.waitForPage();
+        page = m_cycler.waitForPage();
     }
 }
 

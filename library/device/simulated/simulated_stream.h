@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/device/camera_device.h"
-#include "library/device/simulated/page_turner.h"
+#include "library/device/simulated/page_cycler.h"
 
 #include <atomic>
 #include <chrono>
@@ -48,7 +48,7 @@ private:
     const std::shared_ptr<const Plug> m_plug;
     const CaptureMode m_mode;
     FrameSink &m_sink;
-    PageTurner m_turner;
+    PageCycler m_cycler;
 
     std::mutex m_mutex; // guards m_stopping
     std::condition_variable m_changed;

@@ -43,7 +43,7 @@ public:
     const UdevNodes &nodes() const { return m_nodes; }
 
     /// From an open camera's thread: waits for nothing.
-    void report(const std::string &key, V4l2Fate fate)
+    void report(const std::string &key, V4l2Exit fate)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_reports.emplace_back(key, fate);
@@ -98,7 +98,7 @@ private:
 
     std::mutex m_mutex; // guards the following
     std::condition_variable m_changed;
-    std::vector<std::pair<std::string, V4l2Fate>> m_reports;
+    std::vector<std::pair<std::string, V4l2Exit>> m_reports;
     bool m_quitting = false;
     bool m_looked = false;
     bool m_ended = false;
@@ -188,7 +188,7 @@ int UdevMonitor::Watch::millisecondsToSleep() const
 /// False when the thread is to end.
 bool UdevMonitor::Watch::handleReports()
 {
-    std::vector<std::pair<std::string, V4l2Fate>> reports;
+    std::vector<std::pair<std::string, V4l2Exit>> reports;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_wakeUp.clear();
@@ -197,7 +197,7 @@ bool UdevMonitor::Watch::handleReports()
         reports.swap(m_reports);
     }
     for (const auto &[key, fate] : reports)
-        m_nodes.learnt(key, fate, Clock::now());
+        m_nodes.updateFrom(key, fate, Clock::now());
     return true;
 }
 
@@ -254,7 +254,7 @@ Result<std::unique_ptr<CameraDevice>> UdevMonitor::open(const std::string &key)
     if (!place)
         return Error{-ENODEV, "the camera is gone"};
     const std::weak_ptr<Watch> watch = m_watch;
-    const auto report = [watch, key](V4l2Fate fate) {
+    const auto report = [watch, key](V4l2Exit fate) {
         if (const std::shared_ptr<Watch> there = watch.lock())
             there->report(key, fate);
     };

@@ -89,7 +89,7 @@ void UdevNodes::reconcile(const std::vector<VideoNode> &present, TimePoint now)
 
 // ---- what an open camera says ----
 
-void UdevNodes::learnt(const std::string &key, V4l2Fate fate, TimePoint now)
+void UdevNodes::updateFrom(const std::string &key, V4l2Exit fate, TimePoint now)
 {
     const auto found = std::find_if(m_entries.begin(), m_entries.end(), [&](const auto &each) {
         return each.second.state == State::Arrived && each.second.key == key;
@@ -99,7 +99,7 @@ void UdevNodes::learnt(const std::string &key, V4l2Fate fate, TimePoint now)
     Entry &entry = found->second;
     depart(entry);
     entry.firstSeen = now;
-    if (fate == V4l2Fate::Lost)
+    if (fate == V4l2Exit::Lost)
         lookAt(entry, now);
     else
         entry.nextLook = now + kLookForReturn; // its node should vanish before that
@@ -195,7 +195,7 @@ void UdevNodes::arrive(Entry &entry, const std::string &card)
     const std::string &name = entry.node.product.empty() ? card : entry.node.product;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_places[entry.key] = {entry.node.node, std::make_shared<V4l2Turn>(), name};
+        m_places[entry.key] = {entry.node.node, std::make_shared<NodeLease>(), name};
     }
     entry.shortageLogged = false;
     m_arrival({entry.key, usableDeviceName(name), entry.node.vid, entry.node.pid});

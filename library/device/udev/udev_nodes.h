@@ -55,7 +55,7 @@ public:
     /// All nodes there are: after events were lost.
     void reconcile(const std::vector<VideoNode> &present, TimePoint now);
     /// What an open camera found out about itself. Lost: it leaves and arrives anew.
-    void learnt(const std::string &key, V4l2Fate fate, TimePoint now);
+    void updateFrom(const std::string &key, V4l2Exit fate, TimePoint now);
     /// Looks again at what was not ready.
     void lookAgain(TimePoint now);
     /// When to call lookAgain(); nothing: no need.
@@ -65,7 +65,7 @@ public:
     struct Place
     {
         std::string node;
-        std::shared_ptr<V4l2Turn> turn;
+        std::shared_ptr<NodeLease> turn;
         std::string model;
     };
     std::optional<Place> find(const std::string &key) const;

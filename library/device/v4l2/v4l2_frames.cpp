@@ -1,7 +1,7 @@
 #include "library/device/v4l2/v4l2_frames.h"
 
 #include "library/device/v4l2/v4l2_modes.h"
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 
 #include <algorithm>
 #include <cerrno>

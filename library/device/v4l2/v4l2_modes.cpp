@@ -44,7 +44,7 @@ constexpr double kFluentSeconds = 0.1;
 
 bool isUsableSize(std::uint32_t width, std::uint32_t height)
 {
-    return isReasonableSize(width, height) && std::int64_t{width} * height <= kMaxFramePixels;
+    return isSupportedSize(width, height) && std::int64_t{width} * height <= kMaxFramePixels;
 }
 
 /// Whether a stepped range (V4L2_FRMSIZE_TYPE_STEPWISE) holds a value.

@@ -16,12 +16,12 @@ constexpr int kRestarts = 3;
 /// What a camera is given longer with each attempt: some need seconds to their first picture.
 constexpr std::chrono::milliseconds kMorePatience{1000};
 
-constexpr std::chrono::milliseconds kForEver{-1};
+constexpr std::chrono::milliseconds kNoTimeout{-1};
 constexpr std::chrono::milliseconds kLookEvery{20};
 
 } // namespace
 
-bool V4l2Turn::take(const std::function<bool()> &givenUp)
+bool NodeLease::take(const std::function<bool()> &givenUp)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (m_taken) {
@@ -36,7 +36,7 @@ bool V4l2Turn::take(const std::function<bool()> &givenUp)
     return true;
 }
 
-void V4l2Turn::giveBack()
+void NodeLease::giveBack()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_taken = false;
@@ -68,9 +68,9 @@ void V4l2Work::run() noexcept
     const Error ended{-ENOMEM, "the camera's thread has ended"};
     if (!m_opened)
         m_opened = ended;
-    if (m_order && !m_order->started)
-        m_order->started = ended;
-    m_order.reset();
+    if (m_request && !m_request->started)
+        m_request->started = ended;
+    m_request.reset();
     m_ended = true;
     m_changed.notify_all();
 }
@@ -87,7 +87,7 @@ void V4l2Work::giveUp(const char *reason) noexcept
         }
         // nobody would hear of it otherwise: no frame comes any more, and no stream starts
         if (usable && !m_reported)
-            leave(V4l2Fate::Lost);
+            leave(V4l2Exit::Lost);
     } catch (const std::exception &) { // the next call to this camera is told
     }
 }
@@ -100,7 +100,7 @@ void V4l2Work::work()
     };
     if (!m_access.turn->take(isQuitting))
         return;
-    const std::shared_ptr<V4l2Turn> turn = m_access.turn;
+    const std::shared_ptr<NodeLease> turn = m_access.turn;
     struct GiveBack
     {
         ~GiveBack()
@@ -110,7 +110,7 @@ void V4l2Work::work()
             turn.giveBack();
         }
         V4l2Work &work;
-        V4l2Turn &turn;
+        NodeLease &turn;
     } const giveBack{*this, *turn};
 
     Result<std::vector<V4l2Mode>> opened = openNode();
@@ -122,10 +122,10 @@ void V4l2Work::work()
     }
     if (!usable)
         return;
-    while (const std::shared_ptr<Order> order = nextOrder()) {
-        carryOut(*order);
+    while (const std::shared_ptr<StreamRequest> request = nextRequest()) {
+        execute(*request);
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_order.reset();
+        m_request.reset();
         m_changed.notify_all();
     }
 }
@@ -148,7 +148,7 @@ Result<std::vector<V4l2Mode>> V4l2Work::openNode()
     return modes;
 }
 
-std::shared_ptr<V4l2Work::Order> V4l2Work::nextOrder()
+std::shared_ptr<V4l2Work::StreamRequest> V4l2Work::nextRequest()
 {
     for (;;) {
         m_wakeUp.clear();
@@ -156,8 +156,8 @@ std::shared_ptr<V4l2Work::Order> V4l2Work::nextOrder()
             const std::lock_guard<std::mutex> lock(m_mutex);
             if (m_quitting)
                 return nullptr;
-            if (m_order)
-                return m_order;
+            if (m_request)
+                return m_request;
         }
         watchIdleNode();
     }
@@ -168,17 +168,17 @@ void V4l2Work::watchIdleNode()
 {
     const int watched = m_node.isOpen() && m_watchable ? m_node.descriptor() : -1;
     const V4l2Calls::Wakeup wakeup =
-        m_access.calls->wait(watched, POLLPRI, m_wakeUp.fd(), kForEver);
+        m_access.calls->wait(watched, POLLPRI, m_wakeUp.fd(), kNoTimeout);
     if (wakeup.device == 0)
         return;
     const Result<V4l2Identity> identity = queryIdentity(m_node);
     if (!identity && identity.code() == -ENODEV)
-        leave(V4l2Fate::Gone);
+        leave(V4l2Exit::Gone);
     else
         m_watchable = false; // a driver that reports an error while idle would keep us awake
 }
 
-void V4l2Work::leave(V4l2Fate fate)
+void V4l2Work::leave(V4l2Exit fate)
 {
     m_stream.reset();
     m_node.close();
@@ -188,11 +188,11 @@ void V4l2Work::leave(V4l2Fate fate)
 
 // ---- streaming ----
 
-bool V4l2Work::isCancelled(const Order &order)
+bool V4l2Work::isCancelled(const StreamRequest &request)
 {
     m_wakeUp.clear();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return order.cancelled || m_quitting;
+    return request.cancelled || m_quitting;
 }
 
 Result<void> V4l2Work::beginStream(const V4l2Mode &mode)
@@ -203,68 +203,68 @@ Result<void> V4l2Work::beginStream(const V4l2Mode &mode)
     return m_stream->begin(mode);
 }
 
-void V4l2Work::carryOut(Order &order)
+void V4l2Work::execute(StreamRequest &request)
 {
     const bool wasThere = m_node.isOpen();
-    const Result<void> begun = beginStream(order.mode);
+    const Result<void> begun = beginStream(request.mode);
     if (!begun)
         m_stream.reset(); // whoever hears of the failure may try again at once
     bool answered = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        order.started = begun;
-        answered = order.answered;
+        request.started = begun;
+        answered = request.answered;
         m_changed.notify_all();
     }
     if (!begun && answered)
         logLine(m_label + ": does not stream: " + begun.error().text);
     if (begun.code() == -ENODEV) {
         if (wasThere)
-            leave(V4l2Fate::Gone);
+            leave(V4l2Exit::Gone);
     } else if (begun || answered) {
-        keepStreaming(order, static_cast<bool>(begun));
+        keepStreaming(request, static_cast<bool>(begun));
     }
     m_stream.reset();
 }
 
-void V4l2Work::keepStreaming(Order &order, bool begun)
+void V4l2Work::keepStreaming(StreamRequest &request, bool begun)
 {
     int attempts = begun ? 0 : kRestarts;
-    while (!isCancelled(order)) {
+    while (!isCancelled(request)) {
         V4l2Stream::End end = V4l2Stream::End::Failed;
         if (begun)
-            end = m_stream->run(*order.sink, m_wakeUp,
+            end = m_stream->run(*request.sink, m_wakeUp,
                                 m_stream->silenceLimit() + attempts * kMorePatience);
         begun = true;
         if (end == V4l2Stream::End::Called)
             continue;
         if (end == V4l2Stream::End::Gone)
-            return leave(V4l2Fate::Gone);
+            return leave(V4l2Exit::Gone);
         if (m_stream && m_stream->tookPictures())
             attempts = 0;
         ++attempts;
-        if (!recover(order, attempts))
+        if (!recover(request, attempts))
             return;
     }
 }
 
 /// False when the camera is gone or lost.
-bool V4l2Work::recover(Order &order, int attempt)
+bool V4l2Work::recover(StreamRequest &request, int attempt)
 {
     if (attempt > kRestarts + 1) {
         log("no frames; closing and rediscovering the camera");
-        leave(V4l2Fate::Lost);
+        leave(V4l2Exit::Lost);
         return false;
     }
     const bool again = attempt > kRestarts;
     log(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
-    const Result<void> recovered = again ? reopen(order.mode) : m_stream->restart();
+    const Result<void> recovered = again ? reopen(request.mode) : m_stream->restart();
     if (recovered.code() == -ENODEV || !m_node.isOpen()) {
-        leave(recovered.code() == -ENODEV ? V4l2Fate::Gone : V4l2Fate::Lost);
+        leave(recovered.code() == -ENODEV ? V4l2Exit::Gone : V4l2Exit::Lost);
         return false;
     }
     if (!recovered)
-        pause(order);
+        pause(request);
     return true;
 }
 
@@ -284,10 +284,10 @@ Result<void> V4l2Work::reopen(const V4l2Mode &mode)
 }
 
 /// A driver that refuses at once would otherwise be asked without end.
-void V4l2Work::pause(const Order &order)
+void V4l2Work::pause(const StreamRequest &request)
 {
     const auto end = m_access.calls->now() + m_stream->silenceLimit();
-    while (!isCancelled(order)) {
+    while (!isCancelled(request)) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - m_access.calls->now());
         if (left.count() <= 0)
             return;
@@ -309,23 +309,24 @@ std::optional<Result<std::vector<V4l2Mode>>> V4l2Work::waitUntilOpen(Millisecond
 Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<FrameSink>> sink,
                              Milliseconds longest)
 {
-    auto order = std::make_shared<Order>();
-    order->mode = mode;
-    order->sink = std::move(sink);
+    auto request = std::make_shared<StreamRequest>();
+    request->mode = mode;
+    request->sink = std::move(sink);
     std::unique_lock<std::mutex> lock(m_mutex);
     // an earlier stream that still ends is waited for, its camera being slow
     const auto deadline = std::chrono::steady_clock::now() + longest;
-    const bool idle = m_changed.wait_until(lock, deadline, [this] { return m_ended || !m_order; });
+    const bool idle =
+        m_changed.wait_until(lock, deadline, [this] { return m_ended || !m_request; });
     if (m_ended)
         return Error{-ENODEV, "the camera is closed"};
     if (!idle)
         return Error{-EBUSY, "the camera has not answered the end of its last stream yet"};
-    m_order = order;
+    m_request = request;
     m_wakeUp.set();
-    m_changed.wait_until(lock, deadline, [&] { return order->started.has_value(); });
-    if (order->started)
-        return *order->started;
-    order->answered = true;
+    m_changed.wait_until(lock, deadline, [&] { return request->started.has_value(); });
+    if (request->started)
+        return *request->started;
+    request->answered = true;
     log("slow to start; continuing in the background");
     return {};
 }
@@ -333,8 +334,8 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
 void V4l2Work::cancel()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_order)
-        m_order->cancelled = true;
+    if (m_request)
+        m_request->cancelled = true;
     m_wakeUp.set();
 }
 
@@ -348,7 +349,7 @@ void V4l2Work::quit()
 bool V4l2Work::waitUntilIdle(Deadline deadline)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_until(lock, deadline, [this] { return !m_order; });
+    return m_changed.wait_until(lock, deadline, [this] { return !m_request; });
 }
 
 bool V4l2Work::waitUntilEnded(Deadline deadline)

@@ -18,14 +18,14 @@
 namespace korv {
 
 /// What becomes of a camera while it is open.
-enum class V4l2Fate {
+enum class V4l2Exit {
     Gone, ///< unplugged
     Lost, ///< there, but dead: it has to be opened anew to try it again
 };
 
 /// Whose turn it is to have a camera open. A thread that was left behind with a silent camera keeps
 /// its turn until it has closed it.
-class V4l2Turn
+class NodeLease
 {
 public:
     /// Waits until the turn is free, or until `givenUp`, asked again and again, says so.
@@ -43,8 +43,8 @@ struct V4l2Access
 {
     std::shared_ptr<V4l2Calls> calls;
     std::string node; ///< /dev/video0
-    std::shared_ptr<V4l2Turn> turn;
-    std::function<void(V4l2Fate)> report; ///< called once at most, on the camera's thread
+    std::shared_ptr<NodeLease> turn;
+    std::function<void(V4l2Exit)> report; ///< called once at most, on the camera's thread
     std::string model = {}; ///< for the log; may be empty
 };
 
@@ -84,7 +84,7 @@ public:
 
 private:
     /// A stream that was asked for.
-    struct Order
+    struct StreamRequest
     {
         V4l2Mode mode;
         std::shared_ptr<CallGate<FrameSink>> sink;
@@ -97,16 +97,16 @@ private:
     void work();
     void giveUp(const char *reason) noexcept;
     Result<std::vector<V4l2Mode>> openNode();
-    std::shared_ptr<Order> nextOrder();
+    std::shared_ptr<StreamRequest> nextRequest();
     void watchIdleNode();
-    void carryOut(Order &order);
+    void execute(StreamRequest &request);
     Result<void> beginStream(const V4l2Mode &mode);
-    void keepStreaming(Order &order, bool begun);
-    bool recover(Order &order, int attempt);
+    void keepStreaming(StreamRequest &request, bool begun);
+    bool recover(StreamRequest &request, int attempt);
     Result<void> reopen(const V4l2Mode &mode);
-    void pause(const Order &order);
-    void leave(V4l2Fate fate);
-    bool isCancelled(const Order &order);
+    void pause(const StreamRequest &request);
+    void leave(V4l2Exit fate);
+    bool isCancelled(const StreamRequest &request);
 
     const V4l2Access m_access;
     const std::string m_label; ///< of the camera, in the log
@@ -115,7 +115,7 @@ private:
     std::mutex m_mutex; // guards the following, orders included
     std::condition_variable m_changed;
     std::optional<Result<std::vector<V4l2Mode>>> m_opened;
-    std::shared_ptr<Order> m_order; // until it is carried out
+    std::shared_ptr<StreamRequest> m_request; // until it is carried out
     bool m_quitting = false;
     bool m_ended = false;
 

@@ -246,7 +246,7 @@ Result<Image> readTiff(ByteView content, std::uint64_t directory)
     if (!described)
         return described.error();
     const Page &page = described.value();
-    if (!isReasonableSize(page.width, page.height))
+    if (!isSupportedSize(page.width, page.height))
         return Error{-EFBIG, "TIFF: picture too large"};
     if (!isPlausible(memory.handle(), page, content.size))
         return Error{-EBADMSG, "TIFF: too few data for the size it states"};

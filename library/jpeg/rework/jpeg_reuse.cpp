@@ -1,7 +1,7 @@
 #include "library/jpeg/rework/jpeg_reuse.h"
 
 #include "library/image/resolution.h"
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 
 #include <cerrno>
@@ -62,7 +62,7 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
                               const ReuseOptions &options, Bytes &storage)
 {
     const jpeg::Info &info = structure.info;
-    if (!isReasonableSize(info.width, info.height))
+    if (!isSupportedSize(info.width, info.height))
         return Error{-EFBIG, "picture too large"};
     if (!jpeg::isPlausible(info, structure.end))
         return Error{-EBADMSG, "JPEG: too few data for the size it states"};
@@ -74,9 +74,9 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
         options.quality < kUnchangedQuality && !jpeg::isAsCoarseAs(structure, options.quality);
     const bool mustBecomePlain = options.plainOnly && info.progressive;
     if (!tooFine && !mustBecomePlain && jpeg::isWidelyReadable(structure)) {
-        if (!jpeg::needsMending(structure))
+        if (!jpeg::needsRepair(structure))
             return content.first(structure.end);
-        return stored(jpeg::mend(content, structure, info.dpi), storage);
+        return stored(jpeg::repair(content, structure, info.dpi), storage);
     }
     jpeg::Transform transform;
     transform.turn = Turn::ofOrientation(info.orientation);

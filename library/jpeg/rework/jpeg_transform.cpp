@@ -123,7 +123,7 @@ private:
 
     const Transform &m_transform;
     const BlockMap m_map;
-    Trap m_trap;
+    ErrorTrap m_trap;
     jpeg_decompress_struct m_in{};
     jpeg_compress_struct m_out{};
     jpeg_progress_mgr m_progress{};
@@ -154,7 +154,7 @@ void Transcoder::readCoefficients(ByteView data)
     jpeg_create_decompress(&m_in);
     m_in.client_data = &m_trap;
     m_in.mem->max_memory_to_use = kMaxDecoderMemory;
-    m_progress.progress_monitor = Trap::onProgress;
+    m_progress.progress_monitor = ErrorTrap::onProgress;
     m_in.progress = &m_progress;
     jpeg_mem_src(&m_in, data.data, static_cast<unsigned long>(data.size));
     jpeg_save_markers(&m_in, kProfileMarker, 0xFFFF);
@@ -369,7 +369,7 @@ Subsampling keptSubsampling(const Info &info, const Turn &turn)
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,
                           double dpi, ByteView exif)
 {
-    if (!isReasonableSize(structure.info.width, structure.info.height))
+    if (!isSupportedSize(structure.info.width, structure.info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
     if (!isPlausible(structure.info, data.size))
         return Error{-EBADMSG, "JPEG: too few data for the size it states"};

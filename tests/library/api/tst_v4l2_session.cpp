@@ -45,7 +45,7 @@ public:
         Result<std::unique_ptr<CameraDevice>> open(const std::string &key) override
         {
             return V4l2Device::open({m_cameras.m_drivers.at(key), "/dev/video0",
-                                     std::make_shared<V4l2Turn>(), [](V4l2Fate) {}},
+                                     std::make_shared<NodeLease>(), [](V4l2Exit) {}},
                                     {});
         }
 

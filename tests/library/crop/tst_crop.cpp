@@ -16,13 +16,13 @@ namespace {
 
 std::optional<Quadrilateral> sheetIn(const Image &image)
 {
-    SecondCore core;
+    HelperThread core;
     return findSheet(image, core);
 }
 
 Image cutOut(const Image &image, const Quadrilateral &sheet)
 {
-    SecondCore core;
+    HelperThread core;
     return cutSheet(image, sheet, core);
 }
 

@@ -80,7 +80,7 @@ TEST(Shrinker, pixelsAreMeansOfBlocks)
 
 TEST(EdgeFinder, aStepIsOneEdgeInEveryRow)
 {
-    SecondCore core;
+    HelperThread core;
     // widths and heights at which lanes overlap and the halves meet in different rows
     for (const cv::Size size : {cv::Size(64, 64), {67, 65}, {121, 90}, {80, 91}}) {
         SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height));
@@ -102,7 +102,7 @@ TEST(EdgeFinder, aStepIsOneEdgeInEveryRow)
 
 TEST(EdgeFinder, anEvenPictureHasNoEdge)
 {
-    SecondCore core;
+    HelperThread core;
     const SearchPicture picture = stepAt(0, {70, 70});
     EXPECT_TRUE(EdgeFinder(picture, core).closed().empty());
     EXPECT_TRUE(EdgeFinder(picture, core).plain().empty());

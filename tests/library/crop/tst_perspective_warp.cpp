@@ -43,7 +43,7 @@ double colourAt(const Image &image, double x, double y, int channel)
 double largestError(const Image &source, const crop::Homography &map, int width, int height)
 {
     Image warped(width, height, source.format());
-    SecondCore core;
+    HelperThread core;
     crop::warpPerspective(source, map, warped, core);
     double largest = 0;
     for (int y = 0; y < height; ++y) {
@@ -111,7 +111,7 @@ TEST(PerspectiveWarp, mapsWithoutSenseDoNoHarm)
          {crop::Homography{}, all(nan), all(1e300), crop::Homography{1, 0, 0, 0, 1, 0, 0.1, 0, -3},
           crop::Homography{1e9, 0, 0, 0, -1e9, 0, 0, 0, 1}}) {
         Image warped(70, 60, PixelFormat::Rgb24);
-        SecondCore core;
+        HelperThread core;
         crop::warpPerspective(source, map, warped, core);
         EXPECT_EQ(warped.width(), 70);
     }

@@ -316,9 +316,9 @@ TEST_F(UdevNodesTest, lostEventsAreMadeUpFor)
 TEST_F(UdevNodesTest, goneCameraDepartsAtOnceAndItsEventSaysNothingNew)
 {
     m_nodes.appeared(node(0), m_now);
-    m_nodes.learnt(keyOf(0), V4l2Fate::Gone, m_now);
+    m_nodes.updateFrom(keyOf(0), V4l2Exit::Gone, m_now);
     EXPECT_THAT(heard(), ElementsAre("+Cam 1-1", "-Cam 1-1"));
-    m_nodes.learnt(keyOf(0), V4l2Fate::Gone, m_now);
+    m_nodes.updateFrom(keyOf(0), V4l2Exit::Gone, m_now);
     m_nodes.vanished(node(0).path);
     EXPECT_THAT(heard(), IsEmpty());
     EXPECT_FALSE(m_nodes.nextLook());
@@ -329,7 +329,7 @@ TEST_F(UdevNodesTest, goneCameraWhoseNodeStaysDeadDoesNotComeBack)
     m_nodes.appeared(node(0), m_now);
     heard();
     m_calls->answer(FakeV4l2::kOpen, {-ENODEV, -ENODEV});
-    m_nodes.learnt(keyOf(0), V4l2Fate::Gone, m_now);
+    m_nodes.updateFrom(keyOf(0), V4l2Exit::Gone, m_now);
     heard();
     m_nodes.lookAgain(*m_nodes.nextLook());
     m_nodes.lookAgain(*m_nodes.nextLook());
@@ -341,9 +341,9 @@ TEST_F(UdevNodesTest, goneCameraWhoseNodeStaysDeadDoesNotComeBack)
 TEST_F(UdevNodesTest, lostCameraLeavesAndIsFoundAnew)
 {
     m_nodes.appeared(node(0), m_now);
-    m_nodes.learnt(keyOf(0), V4l2Fate::Lost, m_now);
+    m_nodes.updateFrom(keyOf(0), V4l2Exit::Lost, m_now);
     EXPECT_THAT(heard(), ElementsAre("+Cam 1-1", "-Cam 1-1", "+Cam 1-1"));
     EXPECT_NE(keyOf(0), keyOf(1));
-    m_nodes.learnt(keyOf(0), V4l2Fate::Lost, m_now); // an old key means nothing
+    m_nodes.updateFrom(keyOf(0), V4l2Exit::Lost, m_now); // an old key means nothing
     EXPECT_THAT(heard(), IsEmpty());
 }

@@ -50,18 +50,18 @@ TEST_F(V4l2Trouble, unplugInPollEndsTheStreamAndClosesTheNodeAtOnce)
     const auto device = streaming();
     ASSERT_TRUE(becomesTrue([&] { return m_frames.count() > 0; }));
     m_calls->unplug();
-    EXPECT_TRUE(isTold(V4l2Fate::Gone));
+    EXPECT_TRUE(isTold(V4l2Exit::Gone));
     EXPECT_TRUE(isLeftClean());
     EXPECT_TRUE(device->stop());
     EXPECT_EQ(device->start(m_frames).code(), -ENODEV);
-    EXPECT_TRUE(isTold(V4l2Fate::Gone)); // once
+    EXPECT_TRUE(isTold(V4l2Exit::Gone)); // once
 }
 
 TEST_F(V4l2Trouble, unplugInDequeueEndsTheStream)
 {
     m_calls->script({good(), unplugged()});
     const auto device = streaming();
-    EXPECT_TRUE(isTold(V4l2Fate::Gone));
+    EXPECT_TRUE(isTold(V4l2Exit::Gone));
     EXPECT_TRUE(isLeftClean());
 }
 
@@ -71,7 +71,7 @@ TEST_F(V4l2Trouble, dequeueWithInvalidArgumentIsAnUnplugWhenTheNodeSaysSo)
     m_calls->answer(VIDIOC_DQBUF, {-EINVAL});
     m_calls->answer(VIDIOC_QUERYCAP, {-ENODEV});
     ASSERT_TRUE(device->start(m_frames));
-    EXPECT_TRUE(isTold(V4l2Fate::Gone));
+    EXPECT_TRUE(isTold(V4l2Exit::Gone));
     EXPECT_TRUE(isLeftClean());
 }
 
@@ -103,7 +103,7 @@ TEST_F(V4l2Trouble, unplugInQueueWhileStreamingEndsTheStream)
     const auto device = opened();
     m_calls->answer(VIDIOC_QBUF, {0, 0, 0, 0, 0, -ENODEV});
     ASSERT_TRUE(device->start(m_frames));
-    EXPECT_TRUE(isTold(V4l2Fate::Gone));
+    EXPECT_TRUE(isTold(V4l2Exit::Gone));
     EXPECT_TRUE(isLeftClean());
 }
 
@@ -111,7 +111,7 @@ TEST_F(V4l2Trouble, idleNodeIsClosedWhenItsCameraGoes)
 {
     const auto device = opened();
     m_calls->unplug();
-    EXPECT_TRUE(isTold(V4l2Fate::Gone));
+    EXPECT_TRUE(isTold(V4l2Exit::Gone));
     EXPECT_TRUE(isLeftClean());
     EXPECT_EQ(device->start(m_frames).code(), -ENODEV);
 }
@@ -175,11 +175,11 @@ TEST_F(V4l2Trouble, cameraWhoseThreadFailsIsLost)
     } receiver;
     const auto device = opened();
     ASSERT_TRUE(device->start(receiver));
-    EXPECT_TRUE(isTold(V4l2Fate::Lost));
+    EXPECT_TRUE(isTold(V4l2Exit::Lost));
     EXPECT_TRUE(isLeftClean());
     EXPECT_TRUE(device->stop());
     EXPECT_EQ(device->start(m_frames).code(), -ENODEV);
-    EXPECT_TRUE(isTold(V4l2Fate::Lost)); // once
+    EXPECT_TRUE(isTold(V4l2Exit::Lost)); // once
     EXPECT_TRUE(opened());
 }
 
@@ -200,7 +200,7 @@ TEST_F(V4l2Trouble, startThatWaitsForAThreadThatFailsIsToldSo)
     } receiver;
     Result<EventFd> wakeUp = EventFd::create();
     ASSERT_TRUE(wakeUp);
-    V4l2Work work({m_calls, "/dev/video0", m_turn, [](V4l2Fate) {}}, std::move(wakeUp).value());
+    V4l2Work work({m_calls, "/dev/video0", m_turn, [](V4l2Exit) {}}, std::move(wakeUp).value());
     std::thread thread([&] { work.run(); });
     const auto opened = work.waitUntilOpen(std::chrono::seconds(10));
     ASSERT_TRUE(opened && *opened);
@@ -217,7 +217,7 @@ TEST_F(V4l2Trouble, cameraThatStaysSilentIsLost)
 {
     m_calls->otherwise({});
     const auto device = streaming();
-    EXPECT_TRUE(isTold(V4l2Fate::Lost));
+    EXPECT_TRUE(isTold(V4l2Exit::Lost));
     EXPECT_EQ(m_calls->count(VIDIOC_STREAMON), 5);
     EXPECT_TRUE(isLeftClean());
     EXPECT_TRUE(device->stop());
@@ -251,7 +251,7 @@ TEST_F(V4l2Trouble, anotherCameraBehindTheNodeIsNotTakenForThisOne)
     ASSERT_TRUE(becomesTrue([&] { return m_frames.count() > 0; }));
     m_calls->moveTo("usb-2");
     m_calls->letTimeRun();
-    EXPECT_TRUE(isTold(V4l2Fate::Gone));
+    EXPECT_TRUE(isTold(V4l2Exit::Gone));
     EXPECT_TRUE(isLeftClean());
 }
 

@@ -5,7 +5,7 @@
 #include "library/files/memory_sink.h"
 #include "library/formats/bmp_writer.h"
 #include "library/formats/png_writer.h"
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 #include "library/photograph/photograph.h"
 #include "tests/library/support/guarded_buffer.h"
 #include "tests/library/support/sample_pictures.h"
@@ -92,7 +92,7 @@ void expectDefinedResults(const Bytes &original, int rounds = kRounds)
         ASSERT_TRUE(loaded || isStatedError(loaded.code())) << round << ' ' << loaded.code();
         if (!loaded)
             continue;
-        ASSERT_TRUE(isReasonableSize(loaded.value().width(), loaded.value().height()));
+        ASSERT_TRUE(isSupportedSize(loaded.value().width(), loaded.value().height()));
         ++pictures;
     }
     // damage to pixels alone leaves pictures; without any, only the first test would be tried
@@ -162,7 +162,7 @@ TEST(Mutations, findEndMendAndPhotograph)
             }
             ++complete;
             ASSERT_LE(structure.value().end, data.size());
-            const Result<Bytes> mended = jpeg::mend(guarded.view(), structure.value(), 0);
+            const Result<Bytes> mended = jpeg::repair(guarded.view(), structure.value(), 0);
             if (mended) {
                 ASSERT_TRUE(jpeg::findEnd(mended.value())) << round;
             }

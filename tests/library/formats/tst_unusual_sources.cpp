@@ -5,7 +5,7 @@
 #include "library/formats/bmp_writer.h"
 #include "library/formats/png_writer.h"
 #include "library/image/rotate.h"
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 #include "tests/fuzz/png_checksums.h"
 #include "tests/library/support/guarded_buffer.h"
 #include "tests/library/support/program.h"

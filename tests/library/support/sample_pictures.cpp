@@ -126,7 +126,7 @@ Image fromPnm(const std::string &pnm)
     if (magic != "P4")
         stream >> levels;
     stream.get();
-    if (!stream || (magic != "P4" && levels != 255) || !isReasonableSize(width, height))
+    if (!stream || (magic != "P4" && levels != 255) || !isSupportedSize(width, height))
         throw std::runtime_error("not a PNM picture: " + pnm.substr(0, 60));
     Image image(width, height, magic == "P6" ? PixelFormat::Rgb24 : PixelFormat::Gray8);
     if (magic == "P4") {

@@ -30,7 +30,7 @@ protected:
     korv::Result<std::unique_ptr<korv::CameraDevice>> tryOpen()
     {
         return korv::V4l2Device::open(
-            {m_calls, "/dev/video0", m_turn, [this](korv::V4l2Fate fate) { m_fates.push(fate); }},
+            {m_calls, "/dev/video0", m_turn, [this](korv::V4l2Exit fate) { m_fates.push(fate); }},
             m_patience);
     }
 
@@ -57,7 +57,7 @@ protected:
     class Fates
     {
     public:
-        void push(korv::V4l2Fate fate)
+        void push(korv::V4l2Exit fate)
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_all.push_back(fate);
@@ -67,7 +67,7 @@ protected:
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_all.clear();
         }
-        std::vector<korv::V4l2Fate> all() const
+        std::vector<korv::V4l2Exit> all() const
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             return m_all;
@@ -75,16 +75,16 @@ protected:
 
     private:
         mutable std::mutex m_mutex;
-        std::vector<korv::V4l2Fate> m_all;
+        std::vector<korv::V4l2Exit> m_all;
     };
 
-    bool isTold(korv::V4l2Fate fate) const
+    bool isTold(korv::V4l2Exit fate) const
     {
-        return becomesTrue([&] { return m_fates.all() == std::vector<korv::V4l2Fate>{fate}; });
+        return becomesTrue([&] { return m_fates.all() == std::vector<korv::V4l2Exit>{fate}; });
     }
 
     std::shared_ptr<FakeV4l2> m_calls = std::make_shared<FakeV4l2>();
-    std::shared_ptr<korv::V4l2Turn> m_turn = std::make_shared<korv::V4l2Turn>();
+    std::shared_ptr<korv::NodeLease> m_turn = std::make_shared<korv::NodeLease>();
     korv::V4l2Patience m_patience;
     FrameKeeper m_frames;
     Fates m_fates;

@@ -56,7 +56,7 @@ struct Decoded
 Decoded decodedStrictly(ByteView data)
 {
     Decoded result;
-    jpeg::Trap trap;
+    jpeg::ErrorTrap trap;
     jpeg_decompress_struct state{};
     state.err = trap.manager();
     std::vector<JSAMPLE> row;

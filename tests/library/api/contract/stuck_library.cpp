@@ -36,7 +36,7 @@ public:
     korv::Result<std::unique_ptr<korv::CameraDevice>> open(const std::string &) override
     {
         return korv::V4l2Device::open({std::make_shared<StuckCalls>(), "/dev/video0",
-                                       std::make_shared<korv::V4l2Turn>(), [](korv::V4l2Fate) {}},
+                                       std::make_shared<korv::NodeLease>(), [](korv::V4l2Exit) {}},
                                       {});
     }
 };

@@ -1,4 +1,4 @@
-#include "app/refusalbox.h"
+#include "app/alreadyrunningbox.h"
 
 #include "tests/app/window/windowtools.h"
 #include "tests/support/accessible_tree.h"
@@ -14,7 +14,7 @@
 
 TEST(RefusalBoxTest, textsButtonAndIconsAreFixed)
 {
-    const RefusalBox box;
+    const AlreadyRunningBox box;
     EXPECT_EQ(box.parentWidget(), nullptr);
     EXPECT_EQ(box.windowTitle(), QStringLiteral("棱湾拍摄仪"));
     EXPECT_EQ(box.text(), QStringLiteral("程序已打开\n    请无重复打开"));
@@ -28,7 +28,7 @@ TEST(RefusalBoxTest, textsButtonAndIconsAreFixed)
 
 TEST(RefusalBoxTest, isReadAloud)
 {
-    RefusalBox box;
+    AlreadyRunningBox box;
     box.show();
     const auto tree = support::accessibleTree(box);
     EXPECT_EQ(tree.front().role, QAccessible::AlertMessage);
@@ -40,7 +40,7 @@ TEST(RefusalBoxTest, isReadAloud)
 
 TEST(RefusalBoxTest, keepsItsSizeAndPlaceWhileShown)
 {
-    RefusalBox box;
+    AlreadyRunningBox box;
     QSize size;
     QSize minimum;
     QSize maximum;

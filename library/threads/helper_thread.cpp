@@ -1,4 +1,4 @@
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 
 #include "library/threads/thread.h"
 
@@ -12,12 +12,12 @@ namespace {
 
 // Steps of a search follow each other sooner. A processor that was put to sleep meanwhile takes as
 // long to wake as many a step takes.
-constexpr std::chrono::microseconds kBriefly{100};
+constexpr std::chrono::microseconds kSpinTime{100};
 
 /// Looks again and again, but not for long, and not in the way of anybody on the same processor.
 template <typename Ready> void waitBriefly(const Ready &ready)
 {
-    const auto end = std::chrono::steady_clock::now() + kBriefly;
+    const auto end = std::chrono::steady_clock::now() + kSpinTime;
     while (!ready() && std::chrono::steady_clock::now() < end)
         std::this_thread::yield();
 }
@@ -34,35 +34,35 @@ std::exception_ptr failureOf(const std::function<void()> &work)
 
 } // namespace
 
-SecondCore::~SecondCore()
+HelperThread::~HelperThread()
 {
     if (!m_thread.joinable())
         return;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_ends = true;
+        m_stopping = true;
     }
     m_changed.notify_one();
     m_thread.join();
 }
 
-bool SecondCore::hasThread()
+bool HelperThread::hasThread()
 {
     if (std::thread::hardware_concurrency() < 2)
         return false;
     if (m_thread.joinable())
         return true;
     try {
-        m_thread = startThread("korv-half", [this] { serve(); });
+        m_thread = startThread("korv-half", [this] { run(); });
     } catch (const std::system_error &) {
         return false; // no thread to be had
     }
     return true;
 }
 
-void SecondCore::serve()
+void HelperThread::run()
 {
-    const auto hasWork = [this] { return m_work != nullptr || m_ends; };
+    const auto hasWork = [this] { return m_work != nullptr || m_stopping; };
     for (;;) {
         waitBriefly(hasWork);
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -78,7 +78,7 @@ void SecondCore::serve()
     }
 }
 
-void SecondCore::hand(const std::function<void()> &work)
+void HelperThread::submit(const std::function<void()> &work)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -87,7 +87,7 @@ void SecondCore::hand(const std::function<void()> &work)
     m_changed.notify_one();
 }
 
-std::exception_ptr SecondCore::waitForIt()
+std::exception_ptr HelperThread::join()
 {
     const auto isDone = [this] { return m_work == nullptr; };
     waitBriefly(isDone);
@@ -96,27 +96,28 @@ std::exception_ptr SecondCore::waitForIt()
     return std::exchange(m_failure, nullptr);
 }
 
-void SecondCore::share(const std::function<void()> &there, const std::function<void()> &here)
+void HelperThread::runBoth(const std::function<void()> &there, const std::function<void()> &here)
 {
     if (!hasThread()) {
         there();
         here();
         return;
     }
-    hand(there);
+    submit(there);
     const std::exception_ptr failure = failureOf(here);
     // in any case: the work is borrowed
-    const std::exception_ptr failureThere = waitForIt();
+    const std::exception_ptr failureThere = join();
     if (failure)
         std::rethrow_exception(failure);
     if (failureThere)
         std::rethrow_exception(failureThere);
 }
 
-void SecondCore::shareRange(int first, int end, const std::function<void(int first, int end)> &work)
+void HelperThread::shareRange(int first, int end,
+                              const std::function<void(int first, int end)> &work)
 {
     const int middle = first + (end - first) / 2;
-    share([&] { work(middle, end); }, [&] { work(first, middle); });
+    runBoth([&] { work(middle, end); }, [&] { work(first, middle); });
 }
 
 } // namespace korv

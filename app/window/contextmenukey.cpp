@@ -1,4 +1,4 @@
-#include "app/window/menukey.h"
+#include "app/window/contextmenukey.h"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
@@ -21,13 +21,13 @@ bool isMenuKey(const QEvent &event)
 
 } // namespace
 
-MenuKey::MenuKey(QWidget &widget)
+ContextMenuKey::ContextMenuKey(QWidget &widget)
     : QObject(&widget)
 {
     widget.installEventFilter(this);
 }
 
-bool MenuKey::eventFilter(QObject *watched, QEvent *event)
+bool ContextMenuKey::eventFilter(QObject *watched, QEvent *event)
 {
     if (!isMenuKey(*event))
         return QObject::eventFilter(watched, event);

@@ -4,10 +4,10 @@
 
 /// Says that the program runs already. Its size is fixed, and it stands a little above the middle
 /// of the primary screen.
-class RefusalBox : public QMessageBox
+class AlreadyRunningBox : public QMessageBox
 {
 public:
-    RefusalBox();
+    AlreadyRunningBox();
 
 protected:
     bool event(QEvent *event) override;

@@ -1,4 +1,4 @@
-#include "library/crop/edges/colour_reach.h"
+#include "library/crop/edges/colour_spread.h"
 
 #include <cmath>
 
@@ -22,7 +22,7 @@ struct Sums
 
 } // namespace
 
-ColourReach::ColourReach(const Planes &planes)
+ColourSpread::ColourSpread(const Planes &planes)
     : m_planes(planes)
     , m_reach(kLumaBins * kChromaBins * kChromaBins)
 {
@@ -50,7 +50,7 @@ ColourReach::ColourReach(const Planes &planes)
     }
 }
 
-std::size_t ColourReach::binOf(cv::Point pixel) const
+std::size_t ColourSpread::binOf(cv::Point pixel) const
 {
     const auto level = [&](std::size_t plane, int shift) {
         return static_cast<std::size_t>(m_planes[plane].at<std::uint8_t>(pixel) >> shift);

@@ -1,4 +1,4 @@
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 
 #include "library/image/resolution.h"
 #include "library/jpeg/jpeg_segments.h"
@@ -101,13 +101,13 @@ Result<void> appendRest(Bytes &to, ByteView data, const Structure &structure, st
 
 } // namespace
 
-bool needsMending(const Structure &structure)
+bool needsRepair(const Structure &structure)
 {
     return structure.missingDcTables != 0 || structure.missingAcTables != 0 || wantsJfif(structure)
         || hasOddGraySampling(structure) || structure.hasPictureIndex;
 }
 
-Result<Bytes> mend(ByteView data, const Structure &structure, double dpi)
+Result<Bytes> repair(ByteView data, const Structure &structure, double dpi)
 {
     Bytes file;
     file.reserve(structure.end + 1024);

@@ -1,4 +1,4 @@
-#include "library/jpeg/rework/jpeg_mend.h"
+#include "library/jpeg/rework/jpeg_repair.h"
 
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
@@ -16,31 +16,31 @@ Result<Bytes> mended(const Bytes &data, double dpi = 0)
     const Result<jpeg::Structure> structure = jpeg::readStructure(data);
     if (!structure)
         return structure.error();
-    return jpeg::mend(data, structure.value(), dpi);
+    return jpeg::repair(data, structure.value(), dpi);
 }
 
 } // namespace
 
-TEST(JpegMend, completeFileNeedsNothing)
+TEST(JpegRepair, completeFileNeedsNothing)
 {
     const Bytes data = pictures::jpegOf(pictures::page(64, 48));
-    EXPECT_FALSE(jpeg::needsMending(jpeg::readStructure(data).value()));
+    EXPECT_FALSE(jpeg::needsRepair(jpeg::readStructure(data).value()));
     const Result<Bytes> result = mended(data);
     ASSERT_TRUE(result);
     EXPECT_EQ(result.value(), data);
 }
 
-TEST(JpegMend, videoFrameGetsTablesAndJfifHeadAndLosesItsPadding)
+TEST(JpegRepair, videoFrameGetsTablesAndJfifHeadAndLosesItsPadding)
 {
     const Image picture = pictures::page(160, 120);
     const Bytes frame = pictures::videoFrame(picture);
-    ASSERT_TRUE(jpeg::needsMending(jpeg::readStructure(frame).value()));
+    ASSERT_TRUE(jpeg::needsRepair(jpeg::readStructure(frame).value()));
     const Result<Bytes> result = mended(frame, 200);
     ASSERT_TRUE(result);
 
     const Result<jpeg::Structure> structure = jpeg::readStructure(result.value());
     ASSERT_TRUE(structure);
-    EXPECT_FALSE(jpeg::needsMending(structure.value()));
+    EXPECT_FALSE(jpeg::needsRepair(structure.value()));
     EXPECT_EQ(structure.value().jfif, 2U);
     EXPECT_EQ(structure.value().aviHead, 0U);
     EXPECT_EQ(structure.value().info.dpi, 200);
@@ -50,14 +50,14 @@ TEST(JpegMend, videoFrameGetsTablesAndJfifHeadAndLosesItsPadding)
     EXPECT_LT(pictures::difference(jpeg::decode(result.value()).value(), picture), 4);
 }
 
-TEST(JpegMend, densityFollowsTheA4RuleWhenNoneIsKnown)
+TEST(JpegRepair, densityFollowsTheA4RuleWhenNoneIsKnown)
 {
     const Result<Bytes> result = mended(pictures::videoFrame(pictures::page(1169, 800)));
     ASSERT_TRUE(result);
     EXPECT_EQ(jpeg::readInfo(result.value()).value().dpi, 100);
 }
 
-TEST(JpegMend, independentDecoderReadsTheMendedFrame)
+TEST(JpegRepair, independentDecoderReadsTheMendedFrame)
 {
     const support::TempHome home;
     const Bytes frame = pictures::videoFrame(pictures::page(160, 120));
@@ -69,21 +69,21 @@ TEST(JpegMend, independentDecoderReadsTheMendedFrame)
     EXPECT_TRUE(pictures::same(pictures::fromPnm(read.output), jpeg::decode(frame).value()));
 }
 
-TEST(JpegMend, graySamplingFactorsBecomePlain)
+TEST(JpegRepair, graySamplingFactorsBecomePlain)
 {
     Bytes data = pictures::jpegOf(pictures::numbered(70, 50, PixelFormat::Gray8));
     const Image before = jpeg::decode(data).value();
     const std::size_t sampling = jpeg::readStructure(data).value().samplingByte;
     ASSERT_EQ(data[sampling], 0x11);
     data[sampling] = 0x22;
-    ASSERT_TRUE(jpeg::needsMending(jpeg::readStructure(data).value()));
+    ASSERT_TRUE(jpeg::needsRepair(jpeg::readStructure(data).value()));
     const Result<Bytes> result = mended(data);
     ASSERT_TRUE(result);
     EXPECT_EQ(jpeg::readInfo(result.value()).value().lumaHorizontal, 1);
     EXPECT_TRUE(pictures::same(jpeg::decode(result.value()).value(), before));
 }
 
-TEST(JpegMend, jfifHeadIsNotPutBeforeAnAdobeMarker)
+TEST(JpegRepair, jfifHeadIsNotPutBeforeAnAdobeMarker)
 {
     Bytes data = pictures::jpegOf(pictures::page(32, 32));
     // JFIF's APP0 becomes Adobe's APP14 with transform 0: the components are RGB
@@ -93,11 +93,11 @@ TEST(JpegMend, jfifHeadIsNotPutBeforeAnAdobeMarker)
     const Result<jpeg::Structure> structure = jpeg::readStructure(data);
     ASSERT_TRUE(structure);
     EXPECT_EQ(structure.value().info.colourModel, jpeg::ColourModel::Rgb);
-    EXPECT_FALSE(jpeg::needsMending(structure.value()));
+    EXPECT_FALSE(jpeg::needsRepair(structure.value()));
     EXPECT_EQ(mended(data).value(), data);
 }
 
-TEST(JpegMend, tableWithoutAStandardIsAnError)
+TEST(JpegRepair, tableWithoutAStandardIsAnError)
 {
     Bytes frame = pictures::videoFrame(pictures::page(32, 32));
     const std::size_t scan = jpeg::readStructure(frame).value().scanStart;

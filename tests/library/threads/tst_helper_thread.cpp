@@ -1,4 +1,4 @@
-#include "library/threads/second_core.h"
+#include "library/threads/helper_thread.h"
 
 #include "tests/library/support/folder_entries.h"
 #include "tests/library/support/wait.h"
@@ -27,49 +27,49 @@ bool hasTwoCores()
 
 } // namespace
 
-TEST(SecondCore, bothAreDoneEachTimeItReturns)
+TEST(HelperThread, bothAreDoneEachTimeItReturns)
 {
-    SecondCore core;
+    HelperThread core;
     std::vector<int> there;
     std::vector<int> here;
     for (int i = 0; i < 500; ++i) {
-        core.share([&] { there.push_back(i); }, [&] { here.push_back(i); });
+        core.runBoth([&] { there.push_back(i); }, [&] { here.push_back(i); });
         ASSERT_EQ(there.size(), static_cast<std::size_t>(i + 1));
         ASSERT_EQ(here.size(), there.size());
     }
     EXPECT_EQ(there, here);
 }
 
-TEST(SecondCore, failureOfEitherIsHandedOnOnce)
+TEST(HelperThread, failureOfEitherIsHandedOnOnce)
 {
-    SecondCore core;
+    HelperThread core;
     bool done = false;
     const auto fail = [] { throw std::runtime_error("no"); };
     const auto work = [&] { done = true; };
-    EXPECT_THROW(core.share(fail, work), std::runtime_error);
+    EXPECT_THROW(core.runBoth(fail, work), std::runtime_error);
     EXPECT_TRUE(done || !hasTwoCores());
     done = false;
-    EXPECT_THROW(core.share(work, fail), std::runtime_error);
+    EXPECT_THROW(core.runBoth(work, fail), std::runtime_error);
     EXPECT_TRUE(done);
-    EXPECT_THROW(core.share(fail, fail), std::runtime_error);
+    EXPECT_THROW(core.runBoth(fail, fail), std::runtime_error);
     done = false;
-    EXPECT_NO_THROW(core.share([] {}, work));
+    EXPECT_NO_THROW(core.runBoth([] {}, work));
     EXPECT_TRUE(done);
 }
 
-TEST(SecondCore, oneThreadServesAllWorkAndEndsWithTheObject)
+TEST(HelperThread, oneThreadServesAllWorkAndEndsWithTheObject)
 {
     startAnyThread();
     const std::ptrdiff_t before = threadCount();
     {
-        SecondCore unused;
+        HelperThread unused;
         EXPECT_EQ(threadCount(), before);
     }
     if (hasTwoCores()) {
-        SecondCore core;
+        HelperThread core;
         std::vector<std::thread::id> threads;
         for (int i = 0; i < 3; ++i)
-            core.share([&] { threads.push_back(std::this_thread::get_id()); }, [] {});
+            core.runBoth([&] { threads.push_back(std::this_thread::get_id()); }, [] {});
         EXPECT_NE(threads[0], std::this_thread::get_id());
         EXPECT_EQ(threads[0], threads[1]);
         EXPECT_EQ(threads[0], threads[2]);
@@ -78,9 +78,9 @@ TEST(SecondCore, oneThreadServesAllWorkAndEndsWithTheObject)
     EXPECT_TRUE(testing_support::becomesTrue([=] { return threadCount() == before; }));
 }
 
-TEST(SecondCore, bothHalvesOfARangeAreDoneOnce)
+TEST(HelperThread, bothHalvesOfARangeAreDoneOnce)
 {
-    SecondCore core;
+    HelperThread core;
     for (const int end : {2, 3, 4, 5, 12}) {
         std::vector<std::atomic<int>> done(12);
         core.shareRange(2, end, [&](int first, int last) {
@@ -92,9 +92,9 @@ TEST(SecondCore, bothHalvesOfARangeAreDoneOnce)
     }
 }
 
-TEST(SecondCore, whatBothHalvesCollectStaysInOrder)
+TEST(HelperThread, whatBothHalvesCollectStaysInOrder)
 {
-    SecondCore core;
+    HelperThread core;
     const auto count = [](int first, int end, std::vector<int> &numbers) {
         for (int i = first; i < end; ++i)
             numbers.push_back(i);

@@ -1,4 +1,4 @@
-#include "settings/foreignvalues.h"
+#include "settings/unsafesettings.h"
 
 #include "settings/backupsetting.h"
 #include "tests/support/qt_printing.h"
@@ -21,7 +21,7 @@ constexpr char kHugeList[] =
 type=@Variant(\0\0\0\xb\x7f\xff\xff\xff)
 )";
 
-class ForeignValues : public testing::Test
+class UnsafeSettings : public testing::Test
 {
 protected:
     QString stored(const std::string &content)
@@ -31,14 +31,14 @@ protected:
 
     static QString typeIn(const QString &file)
     {
-        backupSetting settings(foreignvalues::toRead(file));
+        backupSetting settings(unsafesettings::toRead(file));
         return settings.value(QStringLiteral("file"), QStringLiteral("type"), QStringLiteral("jpg"))
             .toString();
     }
 
     static void writeType(const QString &file, const char *type)
     {
-        backupSetting settings(foreignvalues::toWrite(file));
+        backupSetting settings(unsafesettings::toWrite(file));
         settings.setValue(QStringLiteral("file"), QStringLiteral("type"), QLatin1String(type));
     }
 
@@ -111,13 +111,13 @@ const std::vector<std::string> kParts{R"(@Variant(\0\0\0\x2\0\0\0*))",
 
 } // namespace
 
-TEST_F(ForeignValues, hugeListInASettingsFileTakesNoMemory)
+TEST_F(UnsafeSettings, hugeListInASettingsFileTakesNoMemory)
 {
     const QString file = stored(kHugeList);
     EXPECT_EQ(typeIn(file), QStringLiteral("jpg"));
 }
 
-TEST_F(ForeignValues, readingLeavesTheFileAndSaysSo)
+TEST_F(UnsafeSettings, readingLeavesTheFileAndSaysSo)
 {
     const QString file = stored(kHugeList);
     support::StdoutCapture output;
@@ -128,7 +128,7 @@ TEST_F(ForeignValues, readingLeavesTheFileAndSaysSo)
     EXPECT_FALSE(QFile::exists(file + QStringLiteral(".bad")));
 }
 
-TEST_F(ForeignValues, writingKeepsTheFileUnderAnotherNameAndSaysSo)
+TEST_F(UnsafeSettings, writingKeepsTheFileUnderAnotherNameAndSaysSo)
 {
     const QString file = stored(kHugeList);
     const QString bad = file + QStringLiteral(".bad");
@@ -148,7 +148,7 @@ TEST_F(ForeignValues, writingKeepsTheFileUnderAnotherNameAndSaysSo)
     EXPECT_EQ(content(bad + QStringLiteral(".2")), other);
 }
 
-TEST_F(ForeignValues, plainFileIsReadAndWrittenWithoutAWord)
+TEST_F(UnsafeSettings, plainFileIsReadAndWrittenWithoutAWord)
 {
     const QString file = stored("[file]\ntype=png\n");
     support::StdoutCapture output;
@@ -158,7 +158,7 @@ TEST_F(ForeignValues, plainFileIsReadAndWrittenWithoutAWord)
     EXPECT_EQ(output.take(), "");
 }
 
-TEST_F(ForeignValues, fileThatCannotBeRenamedIsNotWritten)
+TEST_F(UnsafeSettings, fileThatCannotBeRenamedIsNotWritten)
 {
     const QString file = stored(kHugeList);
     support::StdoutCapture output;
@@ -171,7 +171,7 @@ TEST_F(ForeignValues, fileThatCannotBeRenamedIsNotWritten)
     EXPECT_EQ(content(file + QStringLiteral(".bad")), "x");
 }
 
-TEST_F(ForeignValues, areSeenThroughEscapesQuotesAndLists)
+TEST_F(UnsafeSettings, areSeenThroughEscapesQuotesAndLists)
 {
     for (const char *ini : {
              "a=@Variant(x)",
@@ -197,10 +197,10 @@ TEST_F(ForeignValues, areSeenThroughEscapesQuotesAndLists)
              "a=\"@Vari\" ant(x)",
              "a=@DateTime(x)",
          })
-        EXPECT_TRUE(foreignvalues::areIn(ini)) << ini;
+        EXPECT_TRUE(unsafesettings::contains(ini)) << ini;
 }
 
-TEST_F(ForeignValues, ownValuesAreNotMistakenForThem)
+TEST_F(UnsafeSettings, ownValuesAreNotMistakenForThem)
 {
     {
         backupSetting settings(QString::fromStdString((home.scratch() / "own.ini").string()));
@@ -216,14 +216,14 @@ TEST_F(ForeignValues, ownValuesAreNotMistakenForThem)
     const QByteArray written =
         QByteArray::fromStdString(support::readFile(home.scratch() / "own.ini"));
     EXPECT_TRUE(written.contains("@@Variant(x)")) << written.toStdString();
-    EXPECT_FALSE(foreignvalues::areIn(written)) << written.toStdString();
+    EXPECT_FALSE(unsafesettings::contains(written)) << written.toStdString();
     for (const char *ini : {"", "\\", "a=\\", "a=\\x", "a=@variant(", "a=@Variant", "a=x@Variant(",
                             "a=@Vari\nant(", "a=@Vari\\aant(", "a=\"", "a=\"b,@Variant(c)\"",
                             "; a=@Variant(b)", "@Variant(b)", "[a=@Variant(b)"})
-        EXPECT_EQ(foreignvalues::areIn(ini), qtBuildsOther(ini)) << ini;
+        EXPECT_EQ(unsafesettings::contains(ini), qtBuildsOther(ini)) << ini;
 }
 
-TEST_F(ForeignValues, savedTextsOfAnyKindAreReadBack)
+TEST_F(UnsafeSettings, savedTextsOfAnyKindAreReadBack)
 {
     std::mt19937 random(1);
     for (int i = 0; i < 1000; ++i) {
@@ -231,15 +231,15 @@ TEST_F(ForeignValues, savedTextsOfAnyKindAreReadBack)
         const QString file =
             QString::fromStdString((home.scratch() / (std::to_string(i) + ".ini")).string());
         {
-            backupSetting settings(foreignvalues::toWrite(file));
+            backupSetting settings(unsafesettings::toWrite(file));
             settings.setValue(QStringLiteral("file"), QStringLiteral("path"), text);
         }
-        ASSERT_EQ(foreignvalues::toRead(file), file) << content(file);
+        ASSERT_EQ(unsafesettings::toRead(file), file) << content(file);
         QFile::remove(file);
     }
 }
 
-TEST_F(ForeignValues, valueIsForeignWhenQtBuildsOtherThanTexts)
+TEST_F(UnsafeSettings, valueIsForeignWhenQtBuildsOtherThanTexts)
 {
     std::vector<std::string> parts = kParts;
     // those at the end of a quoted value are not worth being exact about
@@ -251,14 +251,14 @@ TEST_F(ForeignValues, valueIsForeignWhenQtBuildsOtherThanTexts)
     for (int i = 0; i < 4000; ++i) {
         const std::string ini = "a=" + mixed(random, parts, 1 + i % 8);
         const bool expected = qtBuildsOther(ini);
-        ASSERT_EQ(foreignvalues::areIn(QByteArray::fromStdString(ini)), expected) << ini;
+        ASSERT_EQ(unsafesettings::contains(QByteArray::fromStdString(ini)), expected) << ini;
         foreign += expected ? 1 : 0;
     }
     EXPECT_GT(foreign, 200);
     EXPECT_LT(foreign, 3800);
 }
 
-TEST_F(ForeignValues, nothingThatQtBuildsEscapesInWholeFiles)
+TEST_F(UnsafeSettings, nothingThatQtBuildsEscapesInWholeFiles)
 {
     std::vector<std::string> parts = kParts;
     for (const char *part : {"\n", "\n", "\r\n", ";", "[s]\n", "\na=", "\nb=", "=@Variant(\\0"})
@@ -270,7 +270,7 @@ TEST_F(ForeignValues, nothingThatQtBuildsEscapesInWholeFiles)
         if (!qtBuildsOther(ini))
             continue;
         ++foreign;
-        ASSERT_TRUE(foreignvalues::areIn(QByteArray::fromStdString(ini))) << ini;
+        ASSERT_TRUE(unsafesettings::contains(QByteArray::fromStdString(ini))) << ini;
     }
     EXPECT_GT(foreign, 100);
 }

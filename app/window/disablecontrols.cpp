@@ -1,15 +1,15 @@
-#include "app/window/controlsoff.h"
+#include "app/window/disablecontrols.h"
 
 #include "app/window/mainwindow.h"
 
-ControlsOff::ControlsOff(MainWindow &window)
+DisableControls::DisableControls(MainWindow &window)
     : m_window(window)
     , m_focused(window.focusWidget())
 {
     m_window.EnableWidgets(false, false);
 }
 
-ControlsOff::~ControlsOff()
+DisableControls::~DisableControls()
 {
     m_window.EnableWidgets(true, true);
     if (m_focused && m_focused->isEnabled())

@@ -1,4 +1,4 @@
-#include "settings/foreignvalues.h"
+#include "settings/unsafesettings.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -8,7 +8,7 @@
 // The text is taken apart as QSettings does it (Qt 5.15, qsettings.cpp), oddities included: what it
 // takes for a value must be seen here as one, and a text that it has written must not.
 
-namespace foreignvalues {
+namespace unsafesettings {
 
 namespace {
 
@@ -190,7 +190,8 @@ bool isForeign(const QByteArray &entry)
 bool isForeignFile(const QString &fileName)
 {
     QFile file(fileName);
-    return QFileInfo(fileName).isFile() && file.open(QIODevice::ReadOnly) && areIn(file.readAll());
+    return QFileInfo(fileName).isFile() && file.open(QIODevice::ReadOnly)
+        && contains(file.readAll());
 }
 
 /// No file can lie below a file.
@@ -201,7 +202,7 @@ QString nameOfNoFile(const QString &fileName)
 
 } // namespace
 
-bool areIn(const QByteArray &ini)
+bool contains(const QByteArray &ini)
 {
     Lines lines(ini);
     for (Range value{}; lines.next(value);) {
@@ -244,4 +245,4 @@ QString toWrite(const QString &fileName)
     return nameOfNoFile(fileName);
 }
 
-} // namespace foreignvalues
+} // namespace unsafesettings

@@ -18,7 +18,7 @@ namespace korv {
 /// Turns the pages under a simulated camera: every few seconds the next one, and at once when the
 /// page shown is taken away. Decoding and encoding a page takes longer than a frame may, so it
 /// happens on a thread of its own while frames of the page before go on.
-class PageTurner
+class PageCycler
 {
 public:
     struct Timing
@@ -28,10 +28,10 @@ public:
     };
 
     /// Throws std::system_error when no thread can be started.
-    PageTurner(const PageSource &source, int width, int height, Timing timing);
-    ~PageTurner();
-    PageTurner(const PageTurner &) = delete;
-    PageTurner &operator=(const PageTurner &) = delete;
+    PageCycler(const PageSource &source, int width, int height, Timing timing);
+    ~PageCycler();
+    PageCycler(const PageCycler &) = delete;
+    PageCycler &operator=(const PageCycler &) = delete;
 
     /// The page to show; waits for the first one. Null after stop().
     std::shared_ptr<const PreparedPage> waitForPage();

@@ -15,17 +15,17 @@ namespace korv {
 /// from one work to the next: one started anew waits behind its maker as often as not when the last
 /// has not quite gone yet. It starts with the first work and ends with the object. One thread at a
 /// time uses the object.
-class SecondCore
+class HelperThread
 {
 public:
-    SecondCore() = default;
-    ~SecondCore();
-    SecondCore(const SecondCore &) = delete;
-    SecondCore &operator=(const SecondCore &) = delete;
+    HelperThread() = default;
+    ~HelperThread();
+    HelperThread(const HelperThread &) = delete;
+    HelperThread &operator=(const HelperThread &) = delete;
 
     /// Runs both at the same time where the machine can, else one after the other, and waits for
     /// both. Throws what either throws.
-    void share(const std::function<void()> &there, const std::function<void()> &here);
+    void runBoth(const std::function<void()> &there, const std::function<void()> &here);
 
     /// Runs `work` on both halves of the numbers from `first` up to `end` in the same way.
     void shareRange(int first, int end, const std::function<void(int first, int end)> &work);
@@ -37,7 +37,7 @@ public:
         const int middle = first + (end - first) / 2;
         std::vector<Item> result;
         std::vector<Item> rest;
-        share([&] { work(middle, end, rest); }, [&] { work(first, middle, result); });
+        runBoth([&] { work(middle, end, rest); }, [&] { work(first, middle, result); });
         result.insert(result.end(), std::make_move_iterator(rest.begin()),
                       std::make_move_iterator(rest.end()));
         return result;
@@ -45,15 +45,15 @@ public:
 
 private:
     bool hasThread();
-    void hand(const std::function<void()> &work);
-    std::exception_ptr waitForIt();
-    void serve(); ///< the thread
+    void submit(const std::function<void()> &work);
+    std::exception_ptr join();
+    void run(); ///< the thread
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
     // these three change by m_mutex
     std::atomic<const std::function<void()> *> m_work = nullptr; ///< until it is done
-    std::atomic<bool> m_ends = false;
+    std::atomic<bool> m_stopping = false;
     std::exception_ptr m_failure;
     std::thread m_thread;
 };

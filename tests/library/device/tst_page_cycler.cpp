@@ -1,4 +1,4 @@
-#include "library/device/simulated/page_turner.h"
+#include "library/device/simulated/page_cycler.h"
 
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/wait.h"
@@ -9,7 +9,7 @@
 #include <map>
 #include <mutex>
 
-using korv::PageTurner;
+using korv::PageCycler;
 using testing_support::becomesTrue;
 using testing_support::Colour;
 
@@ -57,10 +57,10 @@ private:
 
 constexpr Colour kRed{200, 20, 20};
 constexpr Colour kGreen{20, 160, 20};
-constexpr PageTurner::Timing kQuick{std::chrono::milliseconds(20), std::chrono::milliseconds(5)};
-constexpr PageTurner::Timing kNeverTurns{std::chrono::hours(1), std::chrono::milliseconds(5)};
+constexpr PageCycler::Timing kQuick{std::chrono::milliseconds(20), std::chrono::milliseconds(5)};
+constexpr PageCycler::Timing kNeverTurns{std::chrono::hours(1), std::chrono::milliseconds(5)};
 
-bool shows(PageTurner &turner, const Colour &colour)
+bool shows(PageCycler &turner, const Colour &colour)
 {
     return becomesTrue([&] {
         const auto page = turner.waitForPage();
@@ -69,7 +69,7 @@ bool shows(PageTurner &turner, const Colour &colour)
 }
 
 /// The desk is wood: red over green over blue, neither of the pages.
-bool showsDesk(PageTurner &turner)
+bool showsDesk(PageCycler &turner)
 {
     return becomesTrue([&] {
         const Colour colour = testing_support::colourAt(turner.waitForPage()->strip, 5, 5);
@@ -83,7 +83,7 @@ TEST(pageTurner, turnsFromPageToPageAndBackToTheFirst)
 {
     ColouredPages pages;
     pages.set({{"1", kRed}, {"2", kGreen}}, {"1", "2"});
-    PageTurner turner(pages, kWidth, kHeight, kQuick);
+    PageCycler turner(pages, kWidth, kHeight, kQuick);
     EXPECT_TRUE(shows(turner, kRed));
     EXPECT_TRUE(shows(turner, kGreen));
     EXPECT_TRUE(shows(turner, kRed));
@@ -94,7 +94,7 @@ TEST(pageTurner, turnsFromPageToPageAndBackToTheFirst)
 TEST(pageTurner, noPageIsAnEmptyDesk)
 {
     ColouredPages pages;
-    PageTurner turner(pages, kWidth, kHeight, kQuick);
+    PageCycler turner(pages, kWidth, kHeight, kQuick);
     EXPECT_TRUE(showsDesk(turner));
 }
 
@@ -102,7 +102,7 @@ TEST(pageTurner, unreadablePagesAreSkippedAndTriedOnce)
 {
     ColouredPages pages;
     pages.set({{"2", kGreen}}, {"1", "2", "3"});
-    PageTurner turner(pages, kWidth, kHeight, kQuick);
+    PageCycler turner(pages, kWidth, kHeight, kQuick);
     EXPECT_TRUE(shows(turner, kGreen));
     EXPECT_TRUE(becomesTrue([&] { return pages.renderings("3") == 1; }));
     EXPECT_TRUE(shows(turner, kGreen));
@@ -113,7 +113,7 @@ TEST(pageTurner, onlyUnreadablePagesAreAnEmptyDesk)
 {
     ColouredPages pages;
     pages.set({}, {"1"});
-    PageTurner turner(pages, kWidth, kHeight, kQuick);
+    PageCycler turner(pages, kWidth, kHeight, kQuick);
     EXPECT_TRUE(showsDesk(turner));
 }
 
@@ -121,7 +121,7 @@ TEST(pageTurner, pageTakenAwayGivesWayAtOnceAndAPageLaidDownShows)
 {
     ColouredPages pages;
     pages.set({{"1", kRed}}, {"1"});
-    PageTurner turner(pages, kWidth, kHeight, kNeverTurns);
+    PageCycler turner(pages, kWidth, kHeight, kNeverTurns);
     EXPECT_TRUE(shows(turner, kRed));
     pages.set({}, {});
     EXPECT_TRUE(showsDesk(turner));
@@ -132,7 +132,7 @@ TEST(pageTurner, pageTakenAwayGivesWayAtOnceAndAPageLaidDownShows)
 TEST(pageTurner, stopWakesWhoeverWaits)
 {
     ColouredPages pages;
-    PageTurner turner(pages, kWidth, kHeight, kNeverTurns);
+    PageCycler turner(pages, kWidth, kHeight, kNeverTurns);
     turner.stop();
     EXPECT_EQ(turner.waitForPage(), nullptr);
 }

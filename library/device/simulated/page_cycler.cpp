@@ -1,4 +1,4 @@
-#include "library/device/simulated/page_turner.h"
+#include "library/device/simulated/page_cycler.h"
 
 #include "library/base/log.h"
 #include "library/device/simulated/drawing/desk_scene.h"
@@ -15,7 +15,7 @@ constexpr std::size_t kMaxKept = 4;
 
 } // namespace
 
-PageTurner::PageTurner(const PageSource &source, int width, int height, Timing timing)
+PageCycler::PageCycler(const PageSource &source, int width, int height, Timing timing)
     : m_source(source)
     , m_width(width)
     , m_height(height)
@@ -24,33 +24,33 @@ PageTurner::PageTurner(const PageSource &source, int width, int height, Timing t
 {
 }
 
-PageTurner::~PageTurner()
+PageCycler::~PageCycler()
 {
     stop();
     m_thread.join();
 }
 
-void PageTurner::stop()
+void PageCycler::stop()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_stopping = true;
     m_changed.notify_all();
 }
 
-bool PageTurner::isStopping()
+bool PageCycler::isStopping()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_stopping;
 }
 
-std::shared_ptr<const PreparedPage> PageTurner::waitForPage()
+std::shared_ptr<const PreparedPage> PageCycler::waitForPage()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_changed.wait(lock, [this] { return m_stopping || m_page; });
     return m_stopping ? nullptr : m_page;
 }
 
-void PageTurner::run()
+void PageCycler::run()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping) {
@@ -65,7 +65,7 @@ void PageTurner::run()
     }
 }
 
-void PageTurner::look()
+void PageCycler::look()
 {
     const std::vector<std::string> present = m_source.pages();
     const bool isShownPresent = std::find(present.begin(), present.end(), m_shown) != present.end();
@@ -78,7 +78,7 @@ void PageTurner::look()
 }
 
 /// The next readable page behind the one shown, round and round; the empty desk when there is none.
-PageTurner::Page PageTurner::choose(const std::vector<std::string> &present)
+PageCycler::Page PageCycler::choose(const std::vector<std::string> &present)
 {
     std::vector<std::string> order = present;
     const auto next = std::find_if(order.begin(), order.end(),
@@ -97,7 +97,7 @@ PageTurner::Page PageTurner::choose(const std::vector<std::string> &present)
     return prepared(m_shown);
 }
 
-PageTurner::Page PageTurner::prepared(const std::string &id)
+PageCycler::Page PageCycler::prepared(const std::string &id)
 {
     const auto kept = std::find_if(m_kept.begin(), m_kept.end(),
                                    [&](const auto &entry) { return entry.first == id; });
@@ -124,7 +124,7 @@ PageTurner::Page PageTurner::prepared(const std::string &id)
     return m_kept.back().second;
 }
 
-void PageTurner::show(Page page)
+void PageCycler::show(Page page)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_page = std::move(page);

@@ -6,6 +6,6 @@ namespace korv {
 
 /// Whitens black things of at most `largest` pixels, counting pixels that touch at corners as one.
 /// Precondition: bilevel.
-void removeSpecks(Image &image, int largest);
+void despeckle(Image &image, int largest);
 
 } // namespace korv

@@ -6,7 +6,7 @@ namespace korv {
 
 /// Runs `work`, a function that returns Result<void>, and turns exceptions of the standard library
 /// and of the libraries behind us into errors.
-template <typename Work> Result<void> withoutExceptions(Work &&work)
+template <typename Work> Result<void> exceptionsToErrors(Work &&work)
 {
     try {
         return work();

@@ -6,13 +6,13 @@ class QWidget;
 
 /// Tells when the keyboard asks for a widget's context menu: by the menu key, or by Shift+F10, which
 /// Qt leaves to the application on X11 and on Wayland. The mouse is not heard.
-class MenuKey : public QObject
+class ContextMenuKey : public QObject
 {
     Q_OBJECT
 
 public:
     /// Belongs to the widget, which receives neither event any more.
-    explicit MenuKey(QWidget &widget);
+    explicit ContextMenuKey(QWidget &widget);
 
 signals:
     void pressed();

@@ -1,4 +1,4 @@
-#include "app/refusalbox.h"
+#include "app/alreadyrunningbox.h"
 
 #include <QAbstractButton>
 #include <QEvent>
@@ -13,7 +13,7 @@ constexpr int kAboveCentre = 150;
 
 } // namespace
 
-RefusalBox::RefusalBox()
+AlreadyRunningBox::AlreadyRunningBox()
 {
     setWindowTitle(QStringLiteral("棱湾拍摄仪"));
     setText(QStringLiteral("程序已打开\n    请无重复打开"));
@@ -27,7 +27,7 @@ RefusalBox::RefusalBox()
          (screen.height() - kSize.height()) / 2 - kAboveCentre);
 }
 
-bool RefusalBox::event(QEvent *event)
+bool AlreadyRunningBox::event(QEvent *event)
 {
     const bool result = QMessageBox::event(event);
     // A message box fits itself to its text whenever it lays itself out.

@@ -7,13 +7,13 @@ class MainWindow;
 
 /// Switches the window's controls off, and on again when it ends. A control that is switched off
 /// hands the keyboard on to the next one; afterwards the keyboard is where it was.
-class ControlsOff
+class DisableControls
 {
 public:
-    explicit ControlsOff(MainWindow &window);
-    ~ControlsOff();
-    ControlsOff(const ControlsOff &) = delete;
-    ControlsOff &operator=(const ControlsOff &) = delete;
+    explicit DisableControls(MainWindow &window);
+    ~DisableControls();
+    DisableControls(const DisableControls &) = delete;
+    DisableControls &operator=(const DisableControls &) = delete;
 
 private:
     MainWindow &m_window;

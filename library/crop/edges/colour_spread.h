@@ -10,10 +10,10 @@ namespace korv::crop {
 
 /// How far each colour of a picture is scattered over it. A desk's colours lie all over the frame,
 /// a sheet's only within it, and a picture's on the sheet within even less.
-class ColourReach
+class ColourSpread
 {
 public:
-    explicit ColourReach(const Planes &planes);
+    explicit ColourSpread(const Planes &planes);
 
     /// Standard deviation of the places of all pixels coloured like this one, in frame diagonals.
     float at(cv::Point pixel) const { return m_reach[binOf(pixel)]; }

@@ -1,4 +1,4 @@
-#include "library/photograph/specks.h"
+#include "library/photograph/despeckle.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -51,7 +51,7 @@ void collect(const Image &image, std::size_t largest, std::vector<Pixel> &pixels
 
 } // namespace
 
-void removeSpecks(Image &image, int largest)
+void despeckle(Image &image, int largest)
 {
     const auto limit = static_cast<std::size_t>(std::max(0, largest));
     std::vector<Pixel> pixels;
