@@ -1,5 +1,5 @@
 #!/bin/sh
-# Draws the compiled-in JPEG pictures and the desktop's PNG icons anew from their SVG sources.
+# Draws the compiled-in JPEG pictures and the desktop's PNG icons again from their SVG sources.
 # Needs rsvg-convert (Debian: librsvg2-bin) and convert (Debian: imagemagick); only for those
 # who change a drawing, the pictures are kept in the repository.
 set -eu

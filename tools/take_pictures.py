@@ -3,7 +3,7 @@
 
 Usage: take_pictures.py STAGE [FOLDER]
 STAGE is an installation of the application (build/dev/stage, /opt/vexalin/camera); FOLDER is
-docs/pictures unless told otherwise. Needs what the end-to-end tests need. Where the machine allows
+docs/pictures by default. Needs what the end-to-end tests need. Where the machine allows
 it, the application sees an empty /home with one user, so that the save folder looks like anybody's.
 """
 

@@ -18,7 +18,7 @@ public:
     /// Builds the tree in `dialog`, sets the texts and shows the third page.
     void setupUi(QDialog *dialog);
 
-    /// Sets all texts in the current language. The quality selector is filled anew: its choice has
+    /// Sets all texts in the current language. The quality selector is filled again: its choice has
     /// to be made again.
     void retranslateUi(QDialog *dialog);
 

@@ -17,7 +17,7 @@ using namespace crop;
 
 constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not help
 // the fit weighed wrong outlines double, and still nothing is worse than a lost strip
-constexpr double kMinTrust = 0.5;
+constexpr double kMinConfidence = 0.5;
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
@@ -35,10 +35,10 @@ Verdict judged(const SheetSearch &search, const Candidate &candidate,
                const std::vector<Candidate> &all, bool fromWriting)
 {
     Evidence evidence;
-    evidence.lead = leadOf(candidate, all);
+    evidence.lead = marginOf(candidate, all);
     evidence.refined = search.refined(candidate);
     evidence.fromWriting = fromWriting;
-    return {evidence.refined.corners, trustIn(candidate, evidence), false};
+    return {evidence.refined.corners, confidenceOf(candidate, evidence), false};
 }
 
 bool liesApart(const Corners &a, const Corners &b)
@@ -63,7 +63,7 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
     if (candidates.empty())
         return {};
     Verdict best = judged(search, candidates.front(), candidates, fromWriting);
-    if (best.trust < kMinTrust)
+    if (best.trust < kMinConfidence)
         return best;
     if (const Candidate *second = elsewhere(candidates)) {
         const Verdict other = judged(search, *second, candidates, fromWriting);
@@ -83,14 +83,14 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
         return std::nullopt;
     keepOpenCvInThisThread();
     SheetSearch search(image, core);
-    Verdict verdict = bestOf(search, search.amongClosed(), false);
+    Verdict verdict = bestOf(search, search.searchWithoutText(), false);
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
     if (verdict.trust < kSettledTrust && !verdict.hasTwin) {
-        const Verdict other = bestOf(search, search.amongAll(), true);
+        const Verdict other = bestOf(search, search.searchAll(), true);
         if (other.trust > verdict.trust)
             verdict = other;
     }
-    if (verdict.trust < kMinTrust || verdict.hasTwin)
+    if (verdict.trust < kMinConfidence || verdict.hasTwin)
         return std::nullopt;
     return quadrilateralOf(ordered(verdict.corners));
 }

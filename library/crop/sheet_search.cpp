@@ -30,12 +30,12 @@ SheetSearch::SheetSearch(const Image &image, HelperThread &core)
 {
 }
 
-std::vector<Candidate> SheetSearch::amongClosed()
+std::vector<Candidate> SheetSearch::searchWithoutText()
 {
     return search(m_edges.closed());
 }
 
-std::vector<Candidate> SheetSearch::amongAll()
+std::vector<Candidate> SheetSearch::searchAll()
 {
     return search(m_edges.plain());
 }

@@ -22,9 +22,9 @@ public:
     SheetSearch &operator=(const SheetSearch &) = delete;
 
     /// Best first. Edges of the writing do not count.
-    std::vector<Candidate> amongClosed();
+    std::vector<Candidate> searchWithoutText();
     /// After the former: those edges are added. For paper that the desk hardly differs from.
-    std::vector<Candidate> amongAll();
+    std::vector<Candidate> searchAll();
 
     Refined refined(const Candidate &candidate) const;
     Corners inFrame(const Corners &corners) const;

@@ -114,7 +114,7 @@ Result<Header> readHeader(ByteView data)
         (compression == kRuns8 && header.bits == 8) || (compression == kRuns4 && header.bits == 4);
     if (!known
         || (compression != kUncompressed && !header.runs && !(compression == kBitFields && masked)))
-        return bad("a kind that is not read here");
+        return bad("unsupported compression or bit depth");
     if (header.width <= 0 || header.height == 0)
         return bad("no size");
     if (masked) {

@@ -214,7 +214,7 @@ Result<Image> readPng(ByteView content)
         return Error{-EFBIG, "PNG: picture too large"};
     // deflate makes at most 1032 bytes of one
     if (width * height / 8 * bitsOfPixel(content) / 1032 > static_cast<std::int64_t>(content.size))
-        return Error{-EBADMSG, "PNG: too few data for the size it states"};
+        return Error{-EBADMSG, "PNG: file too small for its stated dimensions"};
     PngDecoder decoder(content);
     if (!decoder.ready())
         return Error{-ENOMEM, "PNG: no memory"};

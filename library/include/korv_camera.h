@@ -194,7 +194,7 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * quality of 100, pixels that come from no JPEG enter pdf, ofd and tiff without loss. A TIFF of many
  * pages gives them all to pdf, ofd and tiff; a jpg, png or bmp is its first page, and standard error
  * tells that there are more. Reduced pictures and masks in a TIFF are no pages. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
- * 96 dpi, which programs write that do not know, has the long side of an A4 sheet.
+ * 96 dpi, which are common placeholder values, has the long side of an A4 sheet.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form

@@ -162,7 +162,7 @@ Result<Structure> readPlausibleHeaders(ByteView data)
     if (!isSupportedSize(info.width, info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
     if (!isPlausible(info, data.size))
-        return Error{-EBADMSG, "JPEG: too few data for the size it states"};
+        return Error{-EBADMSG, "JPEG: file too small for its stated dimensions"};
     return structure;
 }
 

@@ -4,9 +4,9 @@
 
 namespace korv {
 
-/// Something borrowed that a thread calls which its owner may have to leave behind. The thread
-/// keeps the gate; the owner shuts it before the borrowed thing goes. No lock is held during a
-/// call.
+/// Guards a borrowed callback target so that its owner can detach from a thread that cannot be
+/// joined. The thread keeps the gate; the owner shuts it before the target goes. No lock is held
+/// during a call.
 template <typename Target> class CallGate
 {
 public:

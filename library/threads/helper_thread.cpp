@@ -14,7 +14,7 @@ namespace {
 // long to wake as many a step takes.
 constexpr std::chrono::microseconds kSpinTime{100};
 
-/// Looks again and again, but not for long, and not in the way of anybody on the same processor.
+/// Spins briefly, yielding the CPU.
 template <typename Ready> void waitBriefly(const Ready &ready)
 {
     const auto end = std::chrono::steady_clock::now() + kSpinTime;

@@ -11,10 +11,10 @@
 
 namespace korv {
 
-/// Shares work with a second core: the steps of a search, a stream of pictures. The thread is kept
-/// from one work to the next: one started anew waits behind its maker as often as not when the last
-/// has not quite gone yet. It starts with the first work and ends with the object. One thread at a
-/// time uses the object.
+/// A thread that takes half of the caller's work: the steps of a search, the pictures of a stream. It
+/// is kept from one piece of work to the next, because a thread started right after another has ended
+/// often waits for its maker's processor. It starts with the first piece of work and ends with the
+/// object. One thread at a time uses the object.
 class HelperThread
 {
 public:

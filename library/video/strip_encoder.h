@@ -19,7 +19,7 @@ struct McuSize
     int down(int pictureHeight) const { return (pictureHeight + height - 1) / height; }
 };
 
-/// Of the JPEGs that pictures of a layout become. All keep the chroma's sampling, and RGB becomes
+/// The kind of JPEG that pictures of a layout become. All keep the chroma's sampling, and RGB becomes
 /// 4:2:0.
 McuSize mcuOf(VideoLayout layout);
 

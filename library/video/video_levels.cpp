@@ -34,7 +34,7 @@ template <Levels levels> std::uint8_t changed(std::uint8_t sample)
 
 #ifdef __SSE2__
 
-/// Samples that are processed at once.
+/// Number of samples processed at once.
 constexpr std::size_t kLanes = 16;
 
 /// The same for eight samples, not yet clamped.

@@ -344,9 +344,9 @@ def main():
     rank = fit_rank(sum(sets, []))
     trust = fit_trust(*(np.concatenate([e[i] for e in exams]) for i in (0, 1)))
     print('#include "library/crop/outlines/sheet_weights.h"\n\nnamespace korv::crop {\n')
-    print("// Printed by tools/crop/fit.py; docs/crop.md tells when to make it anew.\n")
+    print("// Printed by tools/crop/fit.py; docs/crop.md says when to run it again.\n")
     print(definition("kRankWeights", "kFeatureCount, 16", folded(rank)))
-    print(definition("kTrustWeights", "kTrustInputs, 6", folded(trust, True)))
+    print(definition("kConfidenceWeights", "kConfidenceInputs, 6", folded(trust, True)))
     print("} // namespace korv::crop")
 
 

@@ -86,8 +86,8 @@ bool addPicture(const std::string &path, int index, Table &table)
         return true;
     HelperThread core;
     SheetSearch sheet(image.value(), core);
-    table.add(index, 1, sheet, sheet.amongClosed());
-    table.add(index, 2, sheet, sheet.amongAll());
+    table.add(index, 1, sheet, sheet.searchWithoutText());
+    table.add(index, 2, sheet, sheet.searchAll());
     return true;
 }
 

@@ -22,7 +22,7 @@ private:
     std::size_t binOf(cv::Point pixel) const;
 
     const Planes &m_planes;
-    std::vector<float> m_reach; ///< of every bin
+    std::vector<float> m_reach; ///< how far each bin's colour reaches
 };
 
 } // namespace korv::crop

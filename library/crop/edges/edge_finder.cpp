@@ -45,7 +45,7 @@ cv::v_int16x8 levelsAt(const std::uint8_t *pixels)
     return cv::v_reinterpret_as_s16(cv::v_load_expand(pixels));
 }
 
-/// Of a change, which is far from the least number.
+/// Magnitude of a change; changes stay far from the smallest int, which has no positive twin.
 cv::v_int16x8 absolute(const cv::v_int16x8 &change)
 {
     return cv::v_reinterpret_as_s16(cv::v_abs(change));

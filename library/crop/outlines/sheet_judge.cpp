@@ -30,7 +30,7 @@ double rankOf(const Features &features)
     return kRankWeights(features.values());
 }
 
-double leadOf(const Candidate &candidate, const std::vector<Candidate> &all)
+double marginOf(const Candidate &candidate, const std::vector<Candidate> &all)
 {
     double lead = kMaxLead;
     for (const Candidate &other : all) {
@@ -40,15 +40,15 @@ double leadOf(const Candidate &candidate, const std::vector<Candidate> &all)
     return std::max(0.0, lead);
 }
 
-double trustIn(const Candidate &candidate, const Evidence &evidence)
+double confidenceOf(const Candidate &candidate, const Evidence &evidence)
 {
-    std::array<double, kTrustInputs> inputs{};
+    std::array<double, kConfidenceInputs> inputs{};
     const auto &features = candidate.features.values();
     auto next = std::copy(features.begin(), features.end(), inputs.begin());
     for (const double value : {candidate.rank, evidence.lead, evidence.refined.agreement,
                                evidence.refined.meanAgreement, evidence.fromWriting ? 1.0 : 0.0})
         *next++ = value;
-    return kTrustWeights(inputs);
+    return kConfidenceWeights(inputs);
 }
 
 } // namespace korv::crop

@@ -20,17 +20,17 @@ struct Candidate
 double rankOf(const Features &features);
 
 /// How far a candidate's rank is above that of the best other one that is not nearly the same.
-double leadOf(const Candidate &candidate, const std::vector<Candidate> &all);
+double marginOf(const Candidate &candidate, const std::vector<Candidate> &all);
 
 /// What is known of a candidate in the end.
 struct Evidence
 {
-    double lead = 0; ///< see leadOf()
+    double lead = 0; ///< see marginOf()
     Refined refined;
     bool fromWriting = false; ///< found with the edges of the writing
 };
 
 /// Logarithm of the odds that the best candidate of a picture is a sheet's outline: 0 is even.
-double trustIn(const Candidate &candidate, const Evidence &evidence);
+double confidenceOf(const Candidate &candidate, const Evidence &evidence);
 
 } // namespace korv::crop

@@ -2,7 +2,7 @@
 
 namespace korv::crop {
 
-// Printed by tools/crop/fit.py; docs/crop.md tells when to make it anew.
+// Printed by tools/crop/fit.py; docs/crop.md says when to run it again.
 
 const Weights<kFeatureCount, 16> kRankWeights = {
     -4.3304201,
@@ -95,7 +95,7 @@ const Weights<kFeatureCount, 16> kRankWeights = {
         -0.102329F,  0.00794951F, -0.00247601F, 0.189043F,   -0.030422F,  -0.0502482F,
         0.428488F,   0.597469F,   0.612764F,    0.00214793F, -0.105509F,  -0.0934466F}}}}};
 
-const Weights<kTrustInputs, 6> kTrustWeights = {
+const Weights<kConfidenceInputs, 6> kConfidenceWeights = {
     -7.5549017,
     {{3.30393F,   -0.51749F,    1.22018F,   0.17603F,    -2.62657F,  -0.0925454F, 0.818957F,
       0.021117F,  0.000280987F, 0.0876327F, 0.270343F,   0.499444F,  -0.121311F,  -0.290375F,

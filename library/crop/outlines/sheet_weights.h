@@ -7,35 +7,36 @@
 
 namespace korv::crop {
 
-/// A linear function of the inputs, and a few more that are zero up to some point and then linear.
-template <std::size_t kInputs, std::size_t kBent> struct Weights
+/// A network of one hidden layer of rectified linear units (ReLU), with a linear path from the inputs
+/// straight to the output.
+template <std::size_t kInputs, std::size_t kReluCount> struct Weights
 {
     double constant;
     std::array<float, kInputs> linear;
-    std::array<float, kBent> offsets;
-    std::array<float, kBent> worth; ///< of each bent function
-    std::array<std::array<float, kInputs>, kBent> inner;
+    std::array<float, kReluCount> biases;
+    std::array<float, kReluCount> outputWeights;
+    std::array<std::array<float, kInputs>, kReluCount> hiddenWeights;
 
     double operator()(const std::array<double, kInputs> &inputs) const
     {
         double sum = constant;
         for (std::size_t i = 0; i < kInputs; ++i)
             sum += static_cast<double>(linear[i]) * inputs[i];
-        for (std::size_t k = 0; k < kBent; ++k) {
-            double bent = static_cast<double>(offsets[k]);
+        for (std::size_t k = 0; k < kReluCount; ++k) {
+            double unit = static_cast<double>(biases[k]);
             for (std::size_t i = 0; i < kInputs; ++i)
-                bent += static_cast<double>(inner[k][i]) * inputs[i];
-            if (bent > 0)
-                sum += bent * static_cast<double>(worth[k]);
+                unit += static_cast<double>(hiddenWeights[k][i]) * inputs[i];
+            if (unit > 0)
+                sum += unit * static_cast<double>(outputWeights[k]);
         }
         return sum;
     }
 };
 
-constexpr std::size_t kTrustInputs = kFeatureCount + 5;
+constexpr std::size_t kConfidenceInputs = kFeatureCount + 5;
 
 /// Fitted by tools/crop/fit.py, which prints their definitions.
 extern const Weights<kFeatureCount, 16> kRankWeights;
-extern const Weights<kTrustInputs, 6> kTrustWeights;
+extern const Weights<kConfidenceInputs, 6> kConfidenceWeights;
 
 } // namespace korv::crop

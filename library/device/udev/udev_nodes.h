@@ -54,7 +54,7 @@ public:
     void vanished(const std::string &path);
     /// All nodes there are: after events were lost.
     void reconcile(const std::vector<VideoNode> &present, TimePoint now);
-    /// What an open camera found out about itself. Lost: it leaves and arrives anew.
+    /// What an open camera found out about itself. Lost: it leaves and arrives again.
     void updateFrom(const std::string &key, V4l2Exit fate, TimePoint now);
     /// Looks again at what was not ready.
     void lookAgain(TimePoint now);

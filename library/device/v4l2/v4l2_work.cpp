@@ -10,7 +10,7 @@
 namespace korv {
 namespace {
 
-/// Stops and starts of a silent stream before the node is opened anew.
+/// Stops and starts of a silent stream before the node is reopened.
 constexpr int kRestarts = 3;
 
 /// What a camera is given longer with each attempt: some need seconds to their first picture.

@@ -20,7 +20,7 @@ namespace korv {
 /// What becomes of a camera while it is open.
 enum class V4l2Exit {
     Gone, ///< unplugged
-    Lost, ///< there, but dead: it has to be opened anew to try it again
+    Lost, ///< there, but dead: only reopening it may help
 };
 
 /// Whose turn it is to have a camera open. A thread that was left behind with a silent camera keeps
@@ -53,7 +53,7 @@ struct V4l2Access
 /// behind that waits for a silent camera.
 ///
 /// A stream that falls silent is stopped and started on the same descriptor; when that does not
-/// help three times, the node is opened anew; then the camera counts as lost.
+/// help three times, the node is reopened; then the camera counts as lost.
 class V4l2Work
 {
 public:

@@ -183,7 +183,7 @@ Result<void> widenTiff(ByteSink &sink)
     if (Result<void> begun = directories.begin(); !begun)
         return begun;
     if (directories.layout().offsetSize != kClassic.offsetSize || !directories.hasNext())
-        return Error{-EIO, "TIFF: not to be widened"};
+        return Error{-EIO, "TIFF: cannot convert to BigTIFF"};
     // directories begin at even places
     std::uint64_t at = (sink.size() + 1) / 2 * 2;
     const std::uint64_t first = at;

@@ -249,7 +249,7 @@ Result<Image> readTiff(ByteView content, std::uint64_t directory)
     if (!isSupportedSize(page.width, page.height))
         return Error{-EFBIG, "TIFF: picture too large"};
     if (!isPlausible(memory.handle(), page, content.size))
-        return Error{-EBADMSG, "TIFF: too few data for the size it states"};
+        return Error{-EBADMSG, "TIFF: file too small for its stated dimensions"};
     char reason[1024] = "";
     if (!TIFFRGBAImageOK(memory.handle(), reason))
         return memory.error(reason);

@@ -7,7 +7,7 @@
 
 namespace korv {
 
-/// What a photograph tells of itself.
+/// What a photograph says about itself.
 struct PhotographDetails
 {
     std::time_t taken = 0; ///< 0: not known, and nothing is told at all

@@ -65,7 +65,7 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
     if (!isSupportedSize(info.width, info.height))
         return Error{-EFBIG, "picture too large"};
     if (!jpeg::isPlausible(info, structure.end))
-        return Error{-EBADMSG, "JPEG: too few data for the size it states"};
+        return Error{-EBADMSG, "JPEG: file too small for its stated dimensions"};
     if (info.progressive && hasTooManyScans(content.first(structure.end)))
         return Error{-EBADMSG, "JPEG: too many scans"};
     if (options.plainOnly && !hasOrdinarySampling(info))

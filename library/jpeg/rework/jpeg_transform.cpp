@@ -372,7 +372,7 @@ Result<Bytes> transformed(ByteView data, const Structure &structure, const Trans
     if (!isSupportedSize(structure.info.width, structure.info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
     if (!isPlausible(structure.info, data.size))
-        return Error{-EBADMSG, "JPEG: too few data for the size it states"};
+        return Error{-EBADMSG, "JPEG: file too small for its stated dimensions"};
     try {
         ByteDestination destination(data.size + data.size / 8);
         Transcoder transcoder(transform);

@@ -274,7 +274,7 @@ TEST_F(V4l2Trouble, startThatHangsGoesOnWithoutTheCaller)
     const double seconds = secondsOf([&] { EXPECT_TRUE(device->start(m_frames)); });
     EXPECT_LT(seconds, kBounded);
     ASSERT_TRUE(m_calls->isBlocking());
-    m_calls->release(); // -EIO: the node is opened anew, and now the camera answers
+    m_calls->release(); // -EIO: the node is reopened, and now the camera answers
     EXPECT_TRUE(getsFrames());
 }
 
