@@ -199,6 +199,8 @@ TEST_F(SimulatedMonitorTest, picturesBesideACameraNeedNoExplanation)
 
 TEST_F(SimulatedMonitorTest, shortageOfDescriptorsDelaysTheCameras)
 {
+    if (testing_support::kThreadsTakeDescriptors)
+        GTEST_SKIP() << "this sanitizer needs descriptors of its own";
     makeFolder(m_desk / "0001:0001 Cam");
     SimulatedMonitor monitor(m_desk.path());
     testing::internal::CaptureStderr();
@@ -233,6 +235,8 @@ TEST_F(SimulatedMonitorTest, limitOfWatchesStopsNoCamera)
 
 TEST_F(SimulatedMonitorTest, watchThatIsRefusedForNowComesLater)
 {
+    if (testing_support::kThreadsTakeDescriptors)
+        GTEST_SKIP() << "this sanitizer needs descriptors of its own";
     makeFolder(m_desk / "0001:0001 Cam");
     SimulatedMonitor monitor(m_desk.path());
     testing::internal::CaptureStderr();

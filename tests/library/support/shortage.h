@@ -13,6 +13,14 @@
 
 namespace testing_support {
 
+/// Whether starting a thread takes a descriptor: the address sanitizer reads the list of mappings for
+/// each one, and ends the process when it cannot.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kThreadsTakeDescriptors = true;
+#else
+constexpr bool kThreadsTakeDescriptors = false;
+#endif
+
 /// While it lives, this process can open just as many descriptors more as it was told. One test at
 /// a time.
 class DescriptorShortage
