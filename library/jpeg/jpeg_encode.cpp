@@ -3,12 +3,10 @@
 #include "library/jpeg/bilevel_jpeg.h"
 #include "library/jpeg/jpeg_density.h"
 #include "library/jpeg/jpeg_destination.h"
-#include "library/jpeg/jpeg_tables.h"
 #include "library/jpeg/jpeg_trap.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <new>
 
 namespace korv::jpeg {
