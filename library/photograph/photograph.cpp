@@ -92,8 +92,7 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
     image = straightened(std::move(image), options.crop);
-    if (options.rotation != Rotation::None)
-        image = rotate(image, options.rotation);
+    image = rotate(std::move(image), options.rotation);
     image = inColour(std::move(image), options.colour);
     image.setDpi(effectiveDpi(image.width(), image.height(), 0));
     jpeg::EncodeOptions encoding;
