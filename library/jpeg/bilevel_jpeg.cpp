@@ -1,6 +1,6 @@
 #include "library/jpeg/bilevel_jpeg.h"
 
-#include "library/jpeg/jpeg_density.h"
+#include "library/jpeg/jpeg_head.h"
 #include "library/jpeg/jpeg_destination.h"
 #include "library/jpeg/jpeg_tables.h"
 #include "library/jpeg/jpeg_trap.h"

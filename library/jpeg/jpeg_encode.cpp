@@ -1,7 +1,7 @@
 #include "library/jpeg/jpeg.h"
 
 #include "library/jpeg/bilevel_jpeg.h"
-#include "library/jpeg/jpeg_density.h"
+#include "library/jpeg/jpeg_head.h"
 #include "library/jpeg/jpeg_destination.h"
 #include "library/jpeg/jpeg_trap.h"
 
