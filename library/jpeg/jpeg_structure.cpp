@@ -1,7 +1,7 @@
 #include "library/jpeg/jpeg_structure.h"
 
+#include "library/exif/exif.h"
 #include "library/jpeg/app2_payloads.h"
-#include "library/jpeg/exif.h"
 #include "library/jpeg/jpeg_tables.h"
 
 #include <cerrno>
