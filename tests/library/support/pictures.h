@@ -44,6 +44,16 @@ inline korv::Bytes jpegOf(const korv::Image &image)
     return korv::jpeg::encode(image, {}).value();
 }
 
+/// The same with EXIF's orientation 6: a reader turns it to the right.
+inline korv::Bytes sidewaysJpegOf(const korv::Image &image)
+{
+    const korv::Bytes exif = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1,
+                              1,   18,  0,   3,   0, 0, 0,   1,   0, 6,  0, 0, 0, 0, 0, 0};
+    korv::jpeg::EncodeOptions options;
+    options.exif = exif;
+    return korv::jpeg::encode(image, options).value();
+}
+
 inline Colour colourAt(const korv::Image &image, int x, int y)
 {
     const std::uint8_t *pixel = image.row(y) + static_cast<std::size_t>(x) * 3;

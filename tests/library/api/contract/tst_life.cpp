@@ -24,22 +24,15 @@ protected:
                            KORV_LIFE_PROGRAM, library, scenario, m_picture});
     }
 
-    /// States EXIF's orientation 6, and its sides are no whole blocks.
-    static korv::Bytes sideways()
-    {
-        const korv::Bytes exif = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1,
-                                  1,   18,  0,   3,   0, 0, 0,   1,   0, 6,  0, 0, 0, 0, 0, 0};
-        korv::jpeg::EncodeOptions options;
-        options.exif = exif;
-        return korv::jpeg::encode(testing_support::wavyImage(319, 239), options).value();
-    }
-
     TemporaryFolder m_folder;
     const std::string m_picture = [this] {
         const std::string path = m_folder / "page.jpg";
         testing_support::writeFile(path,
                                    testing_support::jpegOf(testing_support::wavyImage(320, 240)));
-        testing_support::writeFile(path + ".sideways.jpg", sideways());
+        // whose sides are no whole blocks
+        testing_support::writeFile(
+            path + ".sideways.jpg",
+            testing_support::sidewaysJpegOf(testing_support::wavyImage(319, 239)));
         return path;
     }();
 };
