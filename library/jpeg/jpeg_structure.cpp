@@ -370,14 +370,6 @@ Result<Structure> readStructure(ByteView data)
     return walker.structure();
 }
 
-Result<std::size_t> findEnd(ByteView data)
-{
-    Result<Structure> structure = readStructure(data);
-    if (!structure)
-        return structure.error();
-    return structure.value().end;
-}
-
 Result<Info> readInfo(ByteView data)
 {
     Result<Structure> structure = readHeaders(data);

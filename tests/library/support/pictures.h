@@ -2,6 +2,7 @@
 
 #include "library/image/image.h"
 #include "library/jpeg/jpeg.h"
+#include "library/jpeg/jpeg_structure.h"
 
 #include <array>
 #include <cmath>
@@ -52,6 +53,15 @@ inline korv::Bytes sidewaysJpegOf(const korv::Image &image)
     korv::jpeg::EncodeOptions options;
     options.exif = exif;
     return korv::jpeg::encode(image, options).value();
+}
+
+/// Number of bytes from SOI to EOI inclusive. Errors as readStructure().
+inline korv::Result<std::size_t> jpegEnd(korv::ByteView data)
+{
+    const korv::Result<korv::jpeg::Structure> structure = korv::jpeg::readStructure(data);
+    if (!structure)
+        return structure.error();
+    return structure.value().end;
 }
 
 inline Colour colourAt(const korv::Image &image, int x, int y)
