@@ -12,6 +12,11 @@ namespace korv::crop {
 
 namespace {
 
+// OpenCV's warp takes twice the processor time (41 against 19 ms for a frame of 8 megapixels, 6.6
+// against 3.8 ms for one of 2): shared by two cores, too, finding and cutting a sheet would take 1.1
+// times as long as decoding a frame of 2 megapixels, and the limit is 1.0. It also knows 32 places
+// between two pixels, and this one 256.
+
 constexpr int kFractionBits = 8; ///< of a mixing weight
 constexpr int kOne = 1 << kFractionBits;
 constexpr int kHalf = kOne / 2;

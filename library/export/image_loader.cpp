@@ -1,5 +1,6 @@
 #include "library/export/image_loader.h"
 
+#include "library/base/exception_error.h"
 #include "library/files/source_file.h"
 #include "library/formats/bmp_reader.h"
 #include "library/formats/png_reader.h"
@@ -81,6 +82,8 @@ Result<Image> loadImage(ByteView content, std::uint64_t directory)
         return unknownFormat();
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "no memory for the picture"};
+    } catch (...) {
+        return errorInFlight(-EBADMSG);
     }
 }
 

@@ -1,9 +1,9 @@
 #include "library/formats/png_reader.h"
 
 #include "library/base/memory_verdict.h"
+#include "library/exif/exif.h"
 #include "library/image/colour_profile.h"
 #include "library/image/rotate.h"
-#include "library/jpeg/exif.h"
 
 #include <cerrno>
 #include <cmath>

@@ -1,113 +1,57 @@
 #include "library/image/rotate.h"
 
-#include <algorithm>
+#include "library/image/mat_view.h"
+#include "library/image/opencv_threads.h"
+
 #include <utility>
+
+#include <opencv2/core.hpp>
 
 namespace korv {
 
 namespace {
 
-template <int Channels> struct Pixel
+Image transposed(const Image &image)
 {
-    std::uint8_t value[Channels];
-};
-
-Image sameKind(const Image &image, int width, int height)
-{
-    Image result(width, height, image.format());
+    Image result = Image::unset(image.height(), image.width(), image.format());
     result.setDpi(image.dpi());
     result.setBilevel(image.isBilevel());
+    cv::Mat columns = matView(result);
+    cv::transpose(matView(image), columns);
     return result;
 }
 
-/// Blocks keep both the rows read and the rows written in the cache.
-template <int Channels> void quarterTurn(const Image &from, Image &to, bool left)
+void mirror(Image &image, const Turn &turn)
 {
-    constexpr int kBlock = 32;
-    const int width = from.width();
-    const int height = from.height();
-    for (int blockY = 0; blockY < height; blockY += kBlock) {
-        const int endY = std::min(blockY + kBlock, height);
-        for (int blockX = 0; blockX < width; blockX += kBlock) {
-            const int endX = std::min(blockX + kBlock, width);
-            for (int x = blockX; x < endX; ++x) {
-                auto *out = reinterpret_cast<Pixel<Channels> *>(to.row(left ? width - 1 - x : x));
-                for (int y = blockY; y < endY; ++y) {
-                    const auto *in = reinterpret_cast<const Pixel<Channels> *>(from.row(y));
-                    out[left ? y : height - 1 - y] = in[x];
-                }
-            }
-        }
-    }
+    if (!turn.mirrorX && !turn.mirrorY)
+        return;
+    // OpenCV's code: 0 mirrors top and bottom, above left and right, below both
+    const int code = turn.mirrorX ? (turn.mirrorY ? -1 : 1) : 0;
+    cv::Mat pixels = matView(image);
+    cv::flip(pixels, pixels, code);
 }
 
-template <int Channels> void mirrorRows(Image &image)
+Image turned(Image image, const Turn &turn)
 {
-    for (int y = 0; y < image.height(); ++y) {
-        auto *row = reinterpret_cast<Pixel<Channels> *>(image.row(y));
-        std::reverse(row, row + image.width());
-    }
-}
-
-void mirrorLeftRight(Image &image)
-{
-    image.channels() == 1 ? mirrorRows<1>(image) : mirrorRows<3>(image);
-}
-
-void mirrorTopBottom(Image &image)
-{
-    for (int y = 0; y < image.height() / 2; ++y) {
-        std::uint8_t *upper = image.row(y);
-        std::swap_ranges(upper, upper + image.stride(), image.row(image.height() - 1 - y));
-    }
+    if (turn.isNone())
+        return image;
+    keepOpenCvInThisThread();
+    if (turn.transpose)
+        image = transposed(image);
+    mirror(image, turn);
+    return image;
 }
 
 } // namespace
 
-Image rotate(const Image &image, Rotation rotation)
+Image rotate(Image image, Rotation rotation)
 {
-    if (rotation == Rotation::None)
-        return image;
-    if (rotation == Rotation::Half) {
-        Image result = image;
-        mirrorLeftRight(result);
-        mirrorTopBottom(result);
-        return result;
-    }
-    Image result = sameKind(image, image.height(), image.width());
-    const bool left = rotation == Rotation::Left90;
-    image.channels() == 1 ? quarterTurn<1>(image, result, left)
-                          : quarterTurn<3>(image, result, left);
-    return result;
+    return turned(std::move(image), Turn::of(rotation));
 }
 
 Image applyOrientation(Image image, int orientation)
 {
-    // EXIF 2.3, table of tag 0x0112: where the stored picture's first row and column belong
-    switch (orientation) {
-    case 2:
-        mirrorLeftRight(image);
-        return image;
-    case 3:
-        return rotate(image, Rotation::Half);
-    case 4:
-        mirrorTopBottom(image);
-        return image;
-    case 5:
-        image = rotate(image, Rotation::Right90);
-        mirrorLeftRight(image);
-        return image;
-    case 6:
-        return rotate(image, Rotation::Right90);
-    case 7:
-        image = rotate(image, Rotation::Left90);
-        mirrorLeftRight(image);
-        return image;
-    case 8:
-        return rotate(image, Rotation::Left90);
-    default:
-        return image;
-    }
+    return turned(std::move(image), Turn::ofOrientation(orientation));
 }
 
 } // namespace korv

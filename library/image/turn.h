@@ -1,8 +1,9 @@
 #pragma once
 
-#include "library/image/rotate.h"
-
 namespace korv {
+
+/// Left and right are as the viewer sees it: Left90 is counter-clockwise.
+enum class Rotation { None = 0, Left90 = 1, Right90 = 2, Half = 3 };
 
 /// One of the eight ways to lay a picture: first the diagonal swaps rows and columns, then the
 /// sides are mirrored.

@@ -1,7 +1,7 @@
 #include "library/jpeg/bilevel_jpeg.h"
 
-#include "library/jpeg/jpeg_density.h"
 #include "library/jpeg/jpeg_destination.h"
+#include "library/jpeg/jpeg_head.h"
 #include "library/jpeg/jpeg_tables.h"
 #include "library/jpeg/jpeg_trap.h"
 
@@ -222,8 +222,7 @@ bool BilevelCompressor::encode(const Image &image, ByteView exif, ByteDestinatio
         jvirt_barray_ptr blocks =
             m_state.mem->request_virt_barray(common, JPOOL_IMAGE, TRUE, across, down, 1);
         jpeg_write_coefficients(&m_state, &blocks);
-        if (!exif.empty())
-            jpeg_write_marker(&m_state, JPEG_APP0 + 1, exif.data, static_cast<unsigned>(exif.size));
+        writeExif(m_state, exif);
         jpeg_write_marker(&m_state, JPEG_COM, reinterpret_cast<const JOCTET *>(kBilevelComment),
                           sizeof kBilevelComment - 1);
         for (JDIMENSION y = 0; y < down; ++y) {

@@ -47,10 +47,6 @@ struct DecodeOptions
     bool gray = false; ///< luma only: the chroma planes are not even decoded
 };
 
-/// Number of bytes from SOI to EOI inclusive, found by the marker structure; never reads past
-/// `data.size`. -EBADMSG when there is no complete JPEG at the start of the data.
-Result<std::size_t> findEnd(ByteView data);
-
 /// Reads headers only. -EBADMSG when they are broken.
 Result<Info> readInfo(ByteView data);
 
@@ -58,9 +54,6 @@ Result<Info> readInfo(ByteView data);
 /// so a short file that promises a huge picture lies. Arithmetic coding knows no such bound; there a
 /// huge picture is believed from one byte for 4096 pixels on.
 bool isPlausible(const Info &info, std::size_t size);
-
-/// The chroma sampling to keep when a picture with these headers is encoded again.
-Subsampling subsamplingOf(const Info &info);
 
 /// Decodes to Gray8 (one component) or Rgb24; a picture marked as bilevel becomes bilevel again.
 /// The colours are sRGB: an ICC profile is applied, but for luma alone. EXIF orientation is not

@@ -4,15 +4,6 @@
 
 namespace korv::jpeg {
 
-Subsampling subsamplingOf(const Info &info)
-{
-    if (info.components == 1)
-        return Subsampling::Gray;
-    if (info.plainChroma && info.lumaHorizontal >= 2)
-        return info.lumaVertical >= 2 ? Subsampling::S420 : Subsampling::S422;
-    return Subsampling::S444;
-}
-
 bool isWidelyReadable(const Structure &structure)
 {
     const Info &info = structure.info;

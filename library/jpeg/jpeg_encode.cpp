@@ -1,8 +1,8 @@
 #include "library/jpeg/jpeg.h"
 
 #include "library/jpeg/bilevel_jpeg.h"
-#include "library/jpeg/jpeg_density.h"
 #include "library/jpeg/jpeg_destination.h"
+#include "library/jpeg/jpeg_head.h"
 #include "library/jpeg/jpeg_trap.h"
 
 #include <algorithm>
@@ -92,9 +92,7 @@ bool Compressor::encode(const Image &image, const EncodeOptions &options,
         m_state.dest = destination.manager();
         configure(image, options);
         jpeg_start_compress(&m_state, TRUE);
-        if (!options.exif.empty())
-            jpeg_write_marker(&m_state, JPEG_APP0 + 1, options.exif.data,
-                              static_cast<unsigned>(options.exif.size));
+        writeExif(m_state, options.exif);
         JSAMPROW rows[kRowsAtOnce];
         while (m_state.next_scanline < m_state.image_height) {
             const int first = static_cast<int>(m_state.next_scanline);

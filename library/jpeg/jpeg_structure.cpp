@@ -1,7 +1,7 @@
 #include "library/jpeg/jpeg_structure.h"
 
+#include "library/exif/exif.h"
 #include "library/jpeg/app2_payloads.h"
-#include "library/jpeg/exif.h"
 #include "library/jpeg/jpeg_tables.h"
 
 #include <cerrno>
@@ -368,14 +368,6 @@ Result<Structure> readStructure(ByteView data)
     if (Result<void> read = walker.readScans(); !read)
         return read.error();
     return walker.structure();
-}
-
-Result<std::size_t> findEnd(ByteView data)
-{
-    Result<Structure> structure = readStructure(data);
-    if (!structure)
-        return structure.error();
-    return structure.value().end;
 }
 
 Result<Info> readInfo(ByteView data)

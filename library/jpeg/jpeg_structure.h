@@ -36,7 +36,7 @@ struct Structure
 /// Walks up to the first scan. -EBADMSG when the headers are broken.
 Result<Structure> readHeaders(ByteView data);
 
-/// Walks from SOI to EOI. -EBADMSG when there is no complete JPEG at the start of the data.
+/// Walks from SOI to EOI; never reads past `data.size`. -EBADMSG when there is no complete JPEG at the start of the data.
 Result<Structure> readStructure(ByteView data);
 
 /// Whether every common reader shows the bytes rightly: 8 bits, Huffman coded, gray or YCbCr or

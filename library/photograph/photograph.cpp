@@ -5,8 +5,7 @@
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
 #include "library/jpeg/jpeg.h"
-#include "library/jpeg/rework/jpeg_repair.h"
-#include "library/jpeg/rework/jpeg_transform.h"
+#include "library/jpeg/rework/jpeg_reuse.h"
 #include "library/photograph/lineart.h"
 
 #include <cerrno>
@@ -16,8 +15,6 @@
 namespace korv {
 
 namespace {
-
-constexpr int kUnchangedQuality = 95; ///< from here on the camera's own bytes are good enough
 
 /// What a photograph needs, as far as it needs no pixels; nothing when it needs them.
 std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
@@ -29,14 +26,8 @@ std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
     transform.turn =
         Turn::ofOrientation(structure.info.orientation).then(Turn::of(options.rotation));
     transform.gray = options.colour == ColourStyle::Gray && structure.info.components > 1;
-    if (options.quality < kUnchangedQuality && !jpeg::isAsCoarseAs(structure, options.quality))
-        transform.quality = options.quality;
+    transform.quality = jpeg::neededQuality(structure, options.quality);
     return transform;
-}
-
-bool changesNothing(const jpeg::Transform &transform)
-{
-    return transform.turn.isNone() && !transform.gray && transform.quality == 0;
 }
 
 Image straightened(Image image, CropMode crop)
@@ -92,8 +83,7 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
     image = straightened(std::move(image), options.crop);
-    if (options.rotation != Rotation::None)
-        image = rotate(image, options.rotation);
+    image = rotate(std::move(image), options.rotation);
     image = inColour(std::move(image), options.colour);
     image.setDpi(effectiveDpi(image.width(), image.height(), 0));
     jpeg::EncodeOptions encoding;
@@ -124,11 +114,8 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return Error{-EFBIG, "photograph too large"};
         const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
         const ByteView picture = frame.first(structure.value().end);
-        if (work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value())) {
-            if (jpeg::needsRepair(structure.value()))
-                return stored(jpeg::repair(frame, structure.value(), 0));
-            return picture;
-        }
+        if (work && jpeg::canStay(structure.value(), *work))
+            return jpeg::asItIs(frame, structure.value(), storage);
         if (work && jpeg::canTransform(structure.value(), *work))
             return stored(change(picture, structure.value(), *work, options));
         return stored(remake(picture, info, options));

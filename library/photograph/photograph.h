@@ -2,8 +2,8 @@
 
 #include "library/base/bytes.h"
 #include "library/base/result.h"
+#include "library/exif/exif_writer.h"
 #include "library/image/rotate.h"
-#include "library/jpeg/rework/exif_writer.h"
 
 namespace korv {
 

@@ -1,5 +1,6 @@
 #include "tests/faults/desk.h"
 #include "tests/faults/memory_shim.h"
+#include "tests/library/support/pictures.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <algorithm>
@@ -205,6 +206,22 @@ TEST_P(MemoryShortageSource, readingAnswersSo)
             };
         },
         "0001.jpg");
+}
+
+TEST(MemoryShortageSideways, turningAnswersSo)
+{
+    sweep(
+        [](const Desk &desk) {
+            const std::string from = desk.path("source.jpg");
+            pictures::writeBytes(
+                from, testing_support::sidewaysJpegOf(testing_support::wavyImage(200, 150)));
+            // once, as Init would: OpenCV's threading library crashes otherwise
+            library().convert(from.c_str(), desk.path("source.png").c_str());
+            return [from, to = desk.path("0001.bmp")] {
+                return library().convert(from.c_str(), to.c_str());
+            };
+        },
+        "0001.bmp");
 }
 
 TEST_P(MemoryShortagePhotograph, savingAnswersSo)

@@ -5,6 +5,7 @@
 #include "library/photograph/photograph.h"
 #include "tests/fuzz/check.h"
 #include "tests/fuzz/input.h"
+#include "tests/library/support/pictures.h"
 
 #include <cerrno>
 
@@ -21,9 +22,9 @@ void checkEnd(ByteView data, std::size_t end)
 {
     FUZZ_CHECK(end >= 4 && end <= data.size);
     FUZZ_CHECK(data[end - 2] == 0xFF && data[end - 1] == 0xD9);
-    const Result<std::size_t> alone = jpeg::findEnd(data.first(end));
+    const Result<std::size_t> alone = testing_support::jpegEnd(data.first(end));
     FUZZ_CHECK(alone && alone.value() == end);
-    FUZZ_CHECK(!jpeg::findEnd(data.first(end - 1)));
+    FUZZ_CHECK(!testing_support::jpegEnd(data.first(end - 1)));
 }
 
 void checkHeaders(ByteView data, const jpeg::Structure &structure)
@@ -117,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
 {
     const ByteView data(bytes, size);
     const Result<jpeg::Structure> read = jpeg::readStructure(data);
-    const Result<std::size_t> end = jpeg::findEnd(data);
+    const Result<std::size_t> end = testing_support::jpegEnd(data);
     FUZZ_CHECK(static_cast<bool>(read) == static_cast<bool>(end));
     if (!read) {
         FUZZ_CHECK(read.code() == -EBADMSG && end.code() == -EBADMSG);

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <string>
 
 namespace korv {
 
@@ -12,8 +10,6 @@ namespace {
 
 // strips and tables; a lying tag must not ask for more
 constexpr tmsize_t kMaxAllocation = tmsize_t{1} << 30;
-
-using TiffOptions = Handle<TIFFOpenOptions, TIFFOpenOptionsFree>;
 
 TiffMemory *memoryOf(thandle_t self)
 {
@@ -25,12 +21,10 @@ TiffMemory *memoryOf(thandle_t self)
 TiffMemory::TiffMemory(ByteView content, std::uint64_t directory)
     : m_content(content)
 {
-    const TiffOptions options(TIFFOpenOptionsAlloc());
+    const TiffOptions options = m_report.options();
     if (!options)
         return;
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxAllocation);
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, this);
     // "m": no mapping, the content is in memory already; "h": not the first directory
     m_tiff.reset(TIFFClientOpenExt("memory", directory == 0 ? "rm" : "rmh", this, onRead, onWrite,
                                    onSeek, onClose, onSize, nullptr, nullptr, options.get()));
@@ -38,10 +32,14 @@ TiffMemory::TiffMemory(ByteView content, std::uint64_t directory)
         m_tiff.reset();
 }
 
+Error TiffMemory::error() const
+{
+    return m_report.error(-EBADMSG);
+}
+
 Error TiffMemory::error(const char *problem) const
 {
-    const int code = m_memory.codeOr(-EBADMSG);
-    return {code, std::string("TIFF: ") + problem};
+    return m_report.error(-EBADMSG, problem);
 }
 
 tmsize_t TiffMemory::onRead(thandle_t self, void *to, tmsize_t size)
@@ -66,12 +64,8 @@ tmsize_t TiffMemory::onWrite(thandle_t, void *, tmsize_t)
 toff_t TiffMemory::onSeek(thandle_t self, toff_t offset, int whence)
 {
     TiffMemory *memory = memoryOf(self);
-    if (whence == SEEK_CUR)
-        offset += memory->m_at;
-    else if (whence == SEEK_END)
-        offset += memory->m_content.size;
-    memory->m_at = offset;
-    return offset;
+    memory->m_at = tiffSeek(memory->m_at, memory->m_content.size, offset, whence);
+    return memory->m_at;
 }
 
 int TiffMemory::onClose(thandle_t)
@@ -82,18 +76,6 @@ int TiffMemory::onClose(thandle_t)
 toff_t TiffMemory::onSize(thandle_t self)
 {
     return memoryOf(self)->m_content.size;
-}
-
-int TiffMemory::onError(TIFF *, void *self, const char *, const char *format, va_list arguments)
-{
-    TiffMemory *memory = memoryOf(self);
-    std::vsnprintf(memory->m_problem, sizeof memory->m_problem, format, arguments);
-    return 1; // handled: nothing goes to standard error
-}
-
-int TiffMemory::onWarning(TIFF *, void *, const char *, const char *, va_list)
-{
-    return 1;
 }
 
 } // namespace korv

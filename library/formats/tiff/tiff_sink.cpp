@@ -4,14 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 
 namespace korv {
 
 namespace {
-
-using TiffOptions = Handle<TIFFOpenOptions, TIFFOpenOptionsFree>;
 
 TiffSink *sinkOf(thandle_t self)
 {
@@ -44,11 +41,9 @@ TiffSink::~TiffSink()
 void TiffSink::open(const char *mode)
 {
     m_at = 0;
-    const TiffOptions options(TIFFOpenOptionsAlloc());
+    const TiffOptions options = m_report.options();
     if (!options)
         return;
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, this);
     m_tiff.reset(TIFFClientOpenExt("document", mode, this, onRead, onWrite, onSeek, onClose, onSize,
                                    nullptr, nullptr, options.get()));
 }
@@ -78,10 +73,7 @@ Result<void> TiffSink::close()
 
 Error TiffSink::error() const
 {
-    if (m_error.code != 0)
-        return m_error;
-    const int code = m_memory.codeOr(-EIO);
-    return Error{code, std::string("TIFF: ") + m_problem};
+    return m_error.code != 0 ? m_error : m_report.error(-EIO);
 }
 
 tmsize_t TiffSink::onRead(thandle_t self, void *to, tmsize_t size)
@@ -112,12 +104,8 @@ tmsize_t TiffSink::onWrite(thandle_t self, void *from, tmsize_t size)
 toff_t TiffSink::onSeek(thandle_t self, toff_t offset, int whence)
 {
     TiffSink *sink = sinkOf(self);
-    if (whence == SEEK_CUR)
-        offset += sink->m_at;
-    else if (whence == SEEK_END)
-        offset += sink->m_sink.size();
-    sink->m_at = offset;
-    return offset;
+    sink->m_at = tiffSeek(sink->m_at, sink->m_sink.size(), offset, whence);
+    return sink->m_at;
 }
 
 int TiffSink::onClose(thandle_t)
@@ -128,18 +116,6 @@ int TiffSink::onClose(thandle_t)
 toff_t TiffSink::onSize(thandle_t self)
 {
     return sinkOf(self)->m_sink.size();
-}
-
-int TiffSink::onError(TIFF *, void *self, const char *, const char *format, va_list arguments)
-{
-    TiffSink *sink = sinkOf(self);
-    std::vsnprintf(sink->m_problem, sizeof sink->m_problem, format, arguments);
-    return 1; // handled: nothing goes to standard error
-}
-
-int TiffSink::onWarning(TIFF *, void *, const char *, const char *, va_list)
-{
-    return 1;
 }
 
 } // namespace korv

@@ -1,12 +1,7 @@
 #pragma once
 
-#include "library/base/handle.h"
-#include "library/base/memory_verdict.h"
 #include "library/files/byte_sink.h"
-
-#include <string>
-
-#include <tiffio.h>
+#include "library/formats/tiff/tiff_report.h"
 
 namespace korv {
 
@@ -41,17 +36,12 @@ private:
     static toff_t onSeek(thandle_t self, toff_t offset, int whence);
     static int onClose(thandle_t self);
     static toff_t onSize(thandle_t self);
-    static int onError(TIFF *tiff, void *self, const char *module, const char *format,
-                       va_list arguments);
-    static int onWarning(TIFF *tiff, void *self, const char *module, const char *format,
-                         va_list arguments);
 
     ByteSink &m_sink;
     std::uint64_t m_at = 0;
     Error m_error; ///< code 0: none yet
-    MemoryVerdict m_memory; ///< before libtiff begins
-    char m_problem[200] = "not written";
-    Handle<TIFF, TIFFClose> m_tiff; ///< last member: closing it still calls back
+    TiffReport m_report{"not written"}; ///< before libtiff begins
+    TiffHandle m_tiff; ///< last member: closing it still calls back
 };
 
 } // namespace korv

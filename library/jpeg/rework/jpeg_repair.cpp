@@ -1,12 +1,11 @@
 #include "library/jpeg/rework/jpeg_repair.h"
 
 #include "library/image/resolution.h"
+#include "library/jpeg/jpeg_head.h"
 #include "library/jpeg/jpeg_segments.h"
 #include "library/jpeg/jpeg_tables.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <vector>
 
 namespace korv::jpeg {
@@ -31,7 +30,7 @@ bool hasOddGraySampling(const Structure &structure)
 
 Bytes jfifSegment(double dpi)
 {
-    const auto density = static_cast<unsigned>(std::clamp(std::lround(dpi), 1L, 65535L));
+    const unsigned density = jfifDensity(dpi);
     const auto high = static_cast<std::uint8_t>(density >> 8);
     const auto low = static_cast<std::uint8_t>(density & 255);
     return {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 1, high, low, high, low, 0, 0};

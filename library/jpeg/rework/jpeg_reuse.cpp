@@ -2,7 +2,6 @@
 
 #include "library/image/resolution.h"
 #include "library/jpeg/rework/jpeg_repair.h"
-#include "library/jpeg/rework/jpeg_transform.h"
 
 #include <cerrno>
 #include <cstring>
@@ -52,6 +51,27 @@ bool hasOrdinarySampling(const jpeg::Info &info)
 
 } // namespace
 
+namespace jpeg {
+
+int neededQuality(const Structure &structure, int quality)
+{
+    return quality >= kUnchangedQuality || isAsCoarseAs(structure, quality) ? 0 : quality;
+}
+
+bool canStay(const Structure &structure, const Transform &transform)
+{
+    return transform.isNone() && isWidelyReadable(structure);
+}
+
+Result<ByteView> asItIs(ByteView content, const Structure &structure, Bytes &storage)
+{
+    if (!needsRepair(structure))
+        return content.first(structure.end);
+    return stored(repair(content, structure, structure.info.dpi), storage);
+}
+
+} // namespace jpeg
+
 bool fitsTiff(const jpeg::Info &info)
 {
     return info.components != 4 && info.precision == 8 && info.huffman && !info.progressive
@@ -70,17 +90,12 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
         return Error{-EBADMSG, "JPEG: too many scans"};
     if (options.plainOnly && !hasOrdinarySampling(info))
         return ByteView();
-    const bool tooFine =
-        options.quality < kUnchangedQuality && !jpeg::isAsCoarseAs(structure, options.quality);
-    const bool mustBecomePlain = options.plainOnly && info.progressive;
-    if (!tooFine && !mustBecomePlain && jpeg::isWidelyReadable(structure)) {
-        if (!jpeg::needsRepair(structure))
-            return content.first(structure.end);
-        return stored(jpeg::repair(content, structure, info.dpi), storage);
-    }
     jpeg::Transform transform;
     transform.turn = Turn::ofOrientation(info.orientation);
-    transform.quality = tooFine ? options.quality : 0;
+    transform.quality = jpeg::neededQuality(structure, options.quality);
+    const bool mustBecomePlain = options.plainOnly && info.progressive;
+    if (!mustBecomePlain && jpeg::canStay(structure, transform))
+        return jpeg::asItIs(content, structure, storage);
     if (!jpeg::canTransform(structure, transform))
         return ByteView();
     return stored(jpeg::transformed(content.first(structure.end), structure, transform,

@@ -3,6 +3,23 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/jpeg/jpeg_structure.h"
+#include "library/jpeg/rework/jpeg_transform.h"
+
+namespace korv::jpeg {
+
+/// The Transform::quality of a picture that goes into a file of `quality` (1..100): 0 when its steps
+/// are coarse enough. From 95 on, every JPEG's are.
+int neededQuality(const Structure &structure, int quality);
+
+/// Whether the bytes can stay what they are, because nothing has to change and every common reader
+/// shows them rightly.
+bool canStay(const Structure &structure, const Transform &transform);
+
+/// Such a picture from SOI to EOI: a part of the content, or repaired in `storage` where strict
+/// readers want more. `structure` is that of the content. -EBADMSG as repair().
+Result<ByteView> asItIs(ByteView content, const Structure &structure, Bytes &storage);
+
+} // namespace korv::jpeg
 
 namespace korv {
 

@@ -12,6 +12,8 @@ struct Transform
     Turn turn;
     bool gray = false; ///< leaves out chroma
     int quality = 0; ///< 1..100 makes finer steps as coarse as that quality's; 0 leaves them
+
+    bool isNone() const { return turn.isNone() && !gray && quality == 0; }
 };
 
 /// Whether the transformed picture would hold every pixel: a turn that mirrors a side moves the
@@ -19,9 +21,10 @@ struct Transform
 /// gray or YCbCr in Huffman coding) are not transformed either.
 bool canTransform(const Structure &structure, const Transform &transform);
 
-/// The transformed picture as baseline JPEG, with its resolution in the JFIF head. Comments stay,
-/// and so do colour profiles unless the colours go; EXIF does not, its orientation has to be part
-/// of the turn. `exif` is an APP1 payload to take its place; empty for none.
+/// The transformed picture as baseline JPEG, with its resolution in the JFIF head (that of the data
+/// when `dpi` is 0). Comments stay, and so do colour profiles unless the colours go; EXIF does not,
+/// its orientation has to be part of the turn. `exif` is an APP1 payload to take its place; empty
+/// for none.
 /// `structure` is that of the data. Precondition: canTransform(). -EBADMSG not decodable, -EFBIG
 /// over the size limits, -ENOMEM.
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,

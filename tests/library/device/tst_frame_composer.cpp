@@ -39,7 +39,7 @@ TEST_P(FrameSizes, frameIsACompletePictureOfThatSizeAndSmallerThanItsPixels)
     const korv::Bytes frame =
         frameOf(composer, pageOf(testing_support::wavyImage(width, height)), 7);
     EXPECT_LT(frame.size(), static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
-    EXPECT_EQ(korv::jpeg::findEnd(frame).value(), frame.size());
+    EXPECT_EQ(testing_support::jpegEnd(frame).value(), frame.size());
     const auto decoded = korv::jpeg::decode(frame);
     ASSERT_TRUE(decoded) << decoded.error().text;
     EXPECT_EQ(decoded.value().width(), width);

@@ -58,7 +58,7 @@ TEST_P(RowJpegSizes, decodesToThePicture)
     const korv::ByteView head = encoded.value().before(0);
     korv::Bytes file(head.begin(), head.end());
     encoded.value().appendRows(file, 0);
-    EXPECT_EQ(korv::jpeg::findEnd(file).value(), file.size());
+    EXPECT_EQ(testing_support::jpegEnd(file).value(), file.size());
     const auto decoded = korv::jpeg::decode(file);
     ASSERT_TRUE(decoded) << decoded.error().text;
     ASSERT_EQ(decoded.value().width(), width);

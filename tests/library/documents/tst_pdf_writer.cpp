@@ -3,7 +3,6 @@
 #include "library/documents/pixel_coders.h"
 #include "library/export/page_maker.h"
 #include "library/files/memory_sink.h"
-#include "library/image/colour.h"
 #include "library/image/resolution.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
@@ -243,5 +242,5 @@ TEST_F(PdfWriterTest, secondReaderShowsTheSamePixels)
             support::readFile(m_home.scratch() / (std::to_string(number) + ".ppm")));
     };
     EXPECT_LT(pictures::difference(page(1), jpeg::decode(colour).value()), 1.5);
-    EXPECT_LT(pictures::difference(page(2), toRgb(lineart)), 0.5);
+    EXPECT_LT(pictures::difference(page(2), pictures::toRgb(lineart)), 0.5);
 }

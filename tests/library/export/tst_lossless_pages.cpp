@@ -3,7 +3,6 @@
 #include "library/files/memory_sink.h"
 #include "library/formats/packed_bits.h"
 #include "library/formats/png_writer.h"
-#include "library/image/colour.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
@@ -46,7 +45,7 @@ protected:
     {
         const ProgramResult result = runProgram(command);
         EXPECT_EQ(result.status, 0) << result.errors;
-        return toRgb(pictures::fromPnm(result.output));
+        return pictures::toRgb(pictures::fromPnm(result.output));
     }
     /// The picture in a PDF, taken out by poppler.
     Image pictureIn(const std::string &pdf) const
@@ -66,14 +65,14 @@ TEST_F(LosslessPagesTest, pngKeepsItsPixelsInPdfAtTheHighestQuality)
     for (const Image &image : {pictures::numbered(123, 77, PixelFormat::Rgb24),
                                pictures::numbered(123, 77, PixelFormat::Gray8)}) {
         const std::string pdf = convert(image, "a.pdf", 100);
-        EXPECT_TRUE(pictures::same(pictureIn(pdf), toRgb(image)));
+        EXPECT_TRUE(pictures::same(pictureIn(pdf), pictures::toRgb(image)));
         EXPECT_THAT(runProgram({"pdfimages", "-list", pdf}).output, Not(HasSubstr("jpeg")));
         ASSERT_EQ(runProgram({"mutool", "draw", "-q", "-A", "0", "-w", "123", "-h", "77", "-c",
                               "rgb", "-o", path("a.ppm"), pdf})
                       .status,
                   0);
-        const Image drawn = toRgb(pictures::fromPnm(support::readFile(path("a.ppm"))));
-        EXPECT_LT(pictures::difference(drawn, toRgb(image)), 1);
+        const Image drawn = pictures::toRgb(pictures::fromPnm(support::readFile(path("a.ppm"))));
+        EXPECT_LT(pictures::difference(drawn, pictures::toRgb(image)), 1);
         fs::remove(pdf);
     }
     EXPECT_THAT(
@@ -86,15 +85,16 @@ TEST_F(LosslessPagesTest, pngKeepsItsPixelsInTiffAndOfdAtTheHighestQuality)
     for (const Image &image : {pictures::numbered(123, 77, PixelFormat::Rgb24),
                                pictures::numbered(123, 77, PixelFormat::Gray8)}) {
         const std::string tiff = convert(image, "a.tif", 100);
-        EXPECT_TRUE(pictures::same(
-            read({"convert", tiff, "-depth", "8", "-type", "TrueColor", "ppm:-"}), toRgb(image)));
+        EXPECT_TRUE(
+            pictures::same(read({"convert", tiff, "-depth", "8", "-type", "TrueColor", "ppm:-"}),
+                           pictures::toRgb(image)));
         EXPECT_THAT(runProgram({"tiffinfo", tiff}).output, HasSubstr("AdobeDeflate"));
         const std::string ofd = convert(image, "a.ofd", 100);
         const ProgramResult png = runProgram({"unzip", "-p", ofd, "Doc_0/Res/image_0.png"});
         pictures::writeBytes(path("in.png"), {png.output.data(), png.output.size()});
         EXPECT_TRUE(pictures::same(
             read({"convert", path("in.png"), "-depth", "8", "-type", "TrueColor", "ppm:-"}),
-            toRgb(image)));
+            pictures::toRgb(image)));
         fs::remove(tiff);
         fs::remove(ofd);
     }
@@ -106,11 +106,12 @@ TEST_F(LosslessPagesTest, pageOfDotsIsNoLargerThanItsBits)
     const std::uintmax_t bits = packedStride(800) * 600;
     const std::string pdf = convert(image, "dots.pdf", 95);
     EXPECT_LT(fs::file_size(pdf), bits);
-    EXPECT_TRUE(pictures::same(pictureIn(pdf), toRgb(image)));
+    EXPECT_TRUE(pictures::same(pictureIn(pdf), pictures::toRgb(image)));
     const std::string tiff = convert(image, "dots.tif", 95);
     EXPECT_LT(fs::file_size(tiff), bits);
-    EXPECT_TRUE(pictures::same(
-        read({"convert", tiff, "-depth", "8", "-type", "TrueColor", "ppm:-"}), toRgb(image)));
+    EXPECT_TRUE(
+        pictures::same(read({"convert", tiff, "-depth", "8", "-type", "TrueColor", "ppm:-"}),
+                       pictures::toRgb(image)));
     EXPECT_THAT(runProgram({"tiffinfo", tiff}).output, HasSubstr("Bits/Sample: 1"));
 }
 

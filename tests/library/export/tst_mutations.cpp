@@ -8,6 +8,7 @@
 #include "library/jpeg/rework/jpeg_repair.h"
 #include "library/photograph/photograph.h"
 #include "tests/library/support/guarded_buffer.h"
+#include "tests/library/support/pictures.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <cerrno>
@@ -164,7 +165,7 @@ TEST(Mutations, findEndMendAndPhotograph)
             ASSERT_LE(structure.value().end, data.size());
             const Result<Bytes> mended = jpeg::repair(guarded.view(), structure.value(), 0);
             if (mended) {
-                ASSERT_TRUE(jpeg::findEnd(mended.value())) << round;
+                ASSERT_TRUE(testing_support::jpegEnd(mended.value())) << round;
             }
             PhotographOptions options;
             options.rotation = static_cast<Rotation>(round % 4);

@@ -2,6 +2,7 @@
 
 #include "library/documents/pixel_coders.h"
 #include "library/jpeg/jpeg_structure.h"
+#include "tests/library/support/pictures.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
@@ -63,7 +64,7 @@ TEST_F(PageMakerTest, videoFrameIsMended)
     ASSERT_TRUE(page);
     EXPECT_TRUE(
         pictures::same(jpeg::decode(page.value().jpeg).value(), jpeg::decode(frame).value()));
-    EXPECT_EQ(jpeg::findEnd(page.value().jpeg).value(), page.value().jpeg.size);
+    EXPECT_EQ(testing_support::jpegEnd(page.value().jpeg).value(), page.value().jpeg.size);
 }
 
 TEST_F(PageMakerTest, progressiveJpegIsKeptOnlyWhereTheContainerTakesIt)

@@ -45,7 +45,7 @@ protected:
         const auto [extension, kind] = GetParam();
         const std::string source = path("source");
         pictures::writeBytes(source, jpegOf(kind));
-        m_expected = toRgb(loadImage(pictures::readBytes(source)).value());
+        m_expected = pictures::toRgb(loadImage(pictures::readBytes(source)).value());
         m_made = path(std::string("made.") + extension);
         const Result<void> converted = convertImage(source, m_made, 95);
         ASSERT_TRUE(converted) << converted.error().text;
@@ -58,7 +58,7 @@ protected:
         const ProgramResult result = runProgram(command);
         ASSERT_EQ(result.status, 0) << result.errors;
         const std::string pnm = output.empty() ? result.output : support::readFile(output);
-        EXPECT_LT(pictures::difference(toRgb(pictures::fromPnm(pnm)), m_expected), 1.5);
+        EXPECT_LT(pictures::difference(pictures::toRgb(pictures::fromPnm(pnm)), m_expected), 1.5);
     }
     void expectMutoolSees(const std::string &file) const
     {
@@ -117,7 +117,7 @@ TEST_P(PdfReadersTest, twoProgramsSeeTheSourcesPixels)
         runProgram({"pdftoppm", "-scale-to-x", std::to_string(kWidth * kScale), "-scale-to-y",
                     std::to_string(kHeight * kScale), m_made});
     ASSERT_EQ(large.status, 0) << large.errors;
-    const Image rendered = toRgb(pictures::fromPnm(large.output));
+    const Image rendered = pictures::toRgb(pictures::fromPnm(large.output));
     ASSERT_EQ(rendered.width(), kWidth * kScale);
     ASSERT_EQ(rendered.height(), kHeight * kScale);
     Image middles(kWidth, kHeight, PixelFormat::Rgb24);

@@ -25,5 +25,5 @@ TEST(ToGray, grayStaysAndWhiteIsWhite)
 {
     const Image gray = pictures::numbered(20, 20, PixelFormat::Gray8);
     EXPECT_TRUE(pictures::same(toGray(gray), gray));
-    EXPECT_TRUE(pictures::same(toGray(toRgb(gray)), gray));
+    EXPECT_TRUE(pictures::same(toGray(pictures::toRgb(gray)), gray));
 }

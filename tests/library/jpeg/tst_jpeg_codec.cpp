@@ -1,7 +1,9 @@
 #include "library/jpeg/jpeg.h"
 #include "library/jpeg/jpeg_structure.h"
+#include "library/jpeg/rework/jpeg_transform.h"
 
 #include "tests/library/support/guarded_buffer.h"
+#include "tests/library/support/pictures.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
@@ -18,7 +20,7 @@ TEST(JpegCodec, colourComesBackNearlyEqual)
          {jpeg::Subsampling::S444, jpeg::Subsampling::S422, jpeg::Subsampling::S420}) {
         const Result<Bytes> encoded = jpeg::encode(picture, {95, subsampling});
         ASSERT_TRUE(encoded);
-        EXPECT_EQ(jpeg::subsamplingOf(jpeg::readInfo(encoded.value()).value()), subsampling);
+        EXPECT_EQ(jpeg::keptSubsampling(jpeg::readInfo(encoded.value()).value(), {}), subsampling);
         const Result<Image> decoded = jpeg::decode(encoded.value());
         ASSERT_TRUE(decoded);
         EXPECT_LT(pictures::difference(decoded.value(), picture), 3);
@@ -135,7 +137,7 @@ TEST(JpegCodec, progressivePictureIsRead)
     ASSERT_EQ(made.status, 0) << made.errors;
     const Bytes progressive(made.output.begin(), made.output.end());
     EXPECT_TRUE(jpeg::readInfo(progressive).value().progressive);
-    EXPECT_EQ(jpeg::findEnd(progressive).value(), progressive.size());
+    EXPECT_EQ(testing_support::jpegEnd(progressive).value(), progressive.size());
     EXPECT_TRUE(pictures::same(jpeg::decode(progressive).value(), jpeg::decode(encoded).value()));
 }
 
@@ -159,6 +161,6 @@ TEST(JpegCodec, endlessScansAreRefused)
     for (int i = 0; i < 3000; ++i)
         bomb.insert(bomb.end(), scan.begin(), scan.end());
     bomb.insert(bomb.end(), {0xFF, 0xD9});
-    EXPECT_TRUE(jpeg::findEnd(bomb));
+    EXPECT_TRUE(testing_support::jpegEnd(bomb));
     EXPECT_EQ(jpeg::decode(bomb).code(), -EBADMSG);
 }

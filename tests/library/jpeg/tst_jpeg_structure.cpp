@@ -1,6 +1,8 @@
 #include "library/jpeg/jpeg_structure.h"
 
+#include "library/jpeg/rework/jpeg_transform.h"
 #include "tests/library/support/guarded_buffer.h"
+#include "tests/library/support/pictures.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <cerrno>
@@ -28,7 +30,7 @@ TEST(JpegFindEnd, endIsBehindTheEndMarkerWhateverFollows)
     for (const int padding : {0x00, 0xFF, 0xD9}) {
         data.resize(size);
         data.insert(data.end(), 100, static_cast<std::uint8_t>(padding));
-        const Result<std::size_t> end = jpeg::findEnd(data);
+        const Result<std::size_t> end = testing_support::jpegEnd(data);
         ASSERT_TRUE(end);
         EXPECT_EQ(end.value(), size);
     }
@@ -39,18 +41,18 @@ TEST(JpegFindEnd, neverReadsPastTheLimit)
     const Bytes data = pictures::jpegOf(pictures::page(64, 48));
     for (std::size_t size = 0; size < data.size(); ++size) {
         const GuardedBuffer cut(ByteView(data).first(size));
-        EXPECT_EQ(jpeg::findEnd(cut.view()).code(), -EBADMSG) << size;
+        EXPECT_EQ(testing_support::jpegEnd(cut.view()).code(), -EBADMSG) << size;
         jpeg::readInfo(cut.view()).code();
     }
     const GuardedBuffer whole{ByteView(data)};
-    ASSERT_TRUE(jpeg::findEnd(whole.view()));
-    EXPECT_EQ(jpeg::findEnd(whole.view()).value(), data.size());
+    ASSERT_TRUE(testing_support::jpegEnd(whole.view()));
+    EXPECT_EQ(testing_support::jpegEnd(whole.view()).value(), data.size());
 }
 
 TEST(JpegFindEnd, videoFrameWithoutTablesIsComplete)
 {
     const Bytes frame = pictures::videoFrame(pictures::page(160, 120));
-    const Result<std::size_t> end = jpeg::findEnd(frame);
+    const Result<std::size_t> end = testing_support::jpegEnd(frame);
     ASSERT_TRUE(end);
     EXPECT_EQ(end.value(), frame.size() - 37);
 }
@@ -60,7 +62,7 @@ TEST(JpegFindEnd, halfAFrameFollowedByTheNextIsRefused)
     const Bytes data = pictures::jpegOf(pictures::page(160, 120));
     Bytes half(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(data.size() / 2));
     half.insert(half.end(), data.begin(), data.end());
-    EXPECT_EQ(jpeg::findEnd(half).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(half).code(), -EBADMSG);
 }
 
 TEST(JpegFindEnd, endMarkerInsideASegmentIsNotTheEnd)
@@ -68,7 +70,7 @@ TEST(JpegFindEnd, endMarkerInsideASegmentIsNotTheEnd)
     Bytes data = pictures::jpegOf(pictures::page(64, 48));
     const Bytes comment = {0xFF, 0xFE, 0, 6, 0xFF, 0xD9, 0xFF, 0xD9};
     data.insert(data.begin() + 20, comment.begin(), comment.end());
-    const Result<std::size_t> end = jpeg::findEnd(data);
+    const Result<std::size_t> end = testing_support::jpegEnd(data);
     ASSERT_TRUE(end);
     EXPECT_EQ(end.value(), data.size());
 }
@@ -79,26 +81,26 @@ TEST(JpegFindEnd, brokenStructuresAreRefused)
     Bytes noScan(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(markerAt(good, 0xDA)));
     noScan.push_back(0xFF);
     noScan.push_back(0xD9);
-    EXPECT_EQ(jpeg::findEnd(noScan).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(noScan).code(), -EBADMSG);
 
     Bytes longSegment = good;
     longSegment[4] = 0xFF;
-    EXPECT_EQ(jpeg::findEnd(longSegment).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(longSegment).code(), -EBADMSG);
 
     Bytes shortSegment = good;
     shortSegment[4] = 0;
     shortSegment[5] = 1;
-    EXPECT_EQ(jpeg::findEnd(shortSegment).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(shortSegment).code(), -EBADMSG);
 
     Bytes noSize = good;
     const std::size_t frame = markerAt(good, 0xC0);
     for (std::size_t i = 5; i < 9; ++i)
         noSize[frame + i] = 0;
-    EXPECT_EQ(jpeg::findEnd(noSize).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(noSize).code(), -EBADMSG);
 
-    EXPECT_EQ(jpeg::findEnd(ByteView()).code(), -EBADMSG);
-    EXPECT_EQ(jpeg::findEnd(Bytes(1000, 0xFF)).code(), -EBADMSG);
-    EXPECT_EQ(jpeg::findEnd(Bytes{0xFF, 0xD8, 0xFF, 0xD9}).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(ByteView()).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(Bytes(1000, 0xFF)).code(), -EBADMSG);
+    EXPECT_EQ(testing_support::jpegEnd(Bytes{0xFF, 0xD8, 0xFF, 0xD9}).code(), -EBADMSG);
 }
 
 TEST(JpegReadInfo, sizeComponentsSamplingAndDensity)
@@ -117,7 +119,7 @@ TEST(JpegReadInfo, sizeComponentsSamplingAndDensity)
     EXPECT_EQ(info.value().lumaVertical, 1);
     EXPECT_TRUE(info.value().plainChroma);
     EXPECT_FALSE(info.value().progressive);
-    EXPECT_EQ(jpeg::subsamplingOf(info.value()), jpeg::Subsampling::S422);
+    EXPECT_EQ(jpeg::keptSubsampling(info.value(), {}), jpeg::Subsampling::S422);
 }
 
 TEST(JpegStructure, offsetsAreWhereTheValuesLie)

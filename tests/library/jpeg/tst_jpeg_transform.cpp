@@ -1,6 +1,7 @@
 #include "library/jpeg/rework/jpeg_transform.h"
 
 #include "library/image/colour.h"
+#include "library/image/rotate.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"

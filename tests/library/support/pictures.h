@@ -2,6 +2,7 @@
 
 #include "library/image/image.h"
 #include "library/jpeg/jpeg.h"
+#include "library/jpeg/jpeg_structure.h"
 
 #include <array>
 #include <cmath>
@@ -42,6 +43,25 @@ inline korv::Image wavyImage(int width, int height)
 inline korv::Bytes jpegOf(const korv::Image &image)
 {
     return korv::jpeg::encode(image, {}).value();
+}
+
+/// The same with EXIF's orientation 6: a reader turns it to the right.
+inline korv::Bytes sidewaysJpegOf(const korv::Image &image)
+{
+    const korv::Bytes exif = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1,
+                              1,   18,  0,   3,   0, 0, 0,   1,   0, 6,  0, 0, 0, 0, 0, 0};
+    korv::jpeg::EncodeOptions options;
+    options.exif = exif;
+    return korv::jpeg::encode(image, options).value();
+}
+
+/// Number of bytes from SOI to EOI inclusive. Errors as readStructure().
+inline korv::Result<std::size_t> jpegEnd(korv::ByteView data)
+{
+    const korv::Result<korv::jpeg::Structure> structure = korv::jpeg::readStructure(data);
+    if (!structure)
+        return structure.error();
+    return structure.value().end;
 }
 
 inline Colour colourAt(const korv::Image &image, int x, int y)

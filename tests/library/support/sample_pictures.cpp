@@ -160,6 +160,21 @@ double difference(const Image &a, const Image &b)
     return sum / static_cast<double>(count);
 }
 
+Image toRgb(const Image &image)
+{
+    if (image.format() == PixelFormat::Rgb24)
+        return image;
+    Image result(image.width(), image.height(), PixelFormat::Rgb24);
+    result.setDpi(image.dpi());
+    for (int y = 0; y < image.height(); ++y) {
+        const std::uint8_t *in = image.row(y);
+        std::uint8_t *out = result.row(y);
+        for (int x = 0; x < image.width(); ++x, out += 3)
+            out[0] = out[1] = out[2] = in[x];
+    }
+    return result;
+}
+
 bool same(const Image &a, const Image &b)
 {
     return difference(a, b) == 0;

@@ -25,6 +25,9 @@ korv::Bytes jpegInHalves(const korv::Image &rgb, int quality = 95);
 /// What a USB camera sends: no JFIF head but "AVI1", no Huffman tables, 4:2:2, padding behind.
 korv::Bytes videoFrame(const korv::Image &image);
 
+/// Rgb24 with three equal channels where there was one.
+korv::Image toRgb(const korv::Image &image);
+
 /// Parses binary PBM, PGM or PPM with 255 levels, which the reading programs write.
 korv::Image fromPnm(const std::string &pnm);
 

@@ -6,6 +6,7 @@
 #include "library/video/planar_jpeg.h"
 #include "tests/library/support/folder_entries.h"
 #include "tests/library/support/guarded_buffer.h"
+#include "tests/library/support/pictures.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/library/support/wait.h"
 
@@ -139,7 +140,7 @@ TEST_P(PlanarHalves, pixelsAreThoseOfOnePieceWhateverTheSizesInARow)
         const bool hasTwo = height > mcuHeight(GetParam());
         EXPECT_EQ(restartMarkers(jpeg), hasTwo ? 1 : 0);
         EXPECT_EQ(restartMarkers(whole), 0);
-        EXPECT_EQ(jpeg::findEnd(jpeg).value(), jpeg.size());
+        EXPECT_EQ(testing_support::jpegEnd(jpeg).value(), jpeg.size());
         const Decoded decoded = decodedStrictly(jpeg);
         EXPECT_TRUE(decoded.complete);
         EXPECT_EQ(decoded.warnings, 0);

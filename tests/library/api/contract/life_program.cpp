@@ -103,17 +103,40 @@ void expectNotInitialised()
     EXPECT(CALL(KorvCamera_GetVersion)(version, 8) > 0);
 }
 
+/// A frame's bytes with the room behind them that the library may read.
+std::vector<char> frameOf(const std::string &path)
+{
+    std::vector<char> frame(std::size_t{320} * 240 * 3);
+    std::FILE *file = std::fopen(path.c_str(), "rb");
+    EXPECT(file != nullptr);
+    EXPECT(std::fread(frame.data(), 1, frame.size(), file) > 0);
+    std::fclose(file);
+    return frame;
+}
+
+/// Pixels are turned where coefficients cannot be, and for a PNG of a picture that lies on its side.
+void expectPixelsAreTurned(const std::string &sideways, const char *suffix)
+{
+    std::vector<char> frame = frameOf(sideways);
+    EXPECT(CALL(KorvCamera_SaveVideoData)(frame.data(), 319, 239, 0,
+                                          (sideways + suffix + "p.jpg").c_str())
+           == 0);
+    EXPECT(
+        CALL(KorvCamera_ConvertImagetoImage)(sideways.c_str(), (sideways + suffix + ".png").c_str())
+        == 0);
+    unsigned char yuyv[4] = {235, 128, 235, 128};
+    unsigned char rgb[6] = {};
+    EXPECT(CALL(KorvCamera_YuYv422toRGB24)(yuyv, rgb, 2, 1, 0) == 0);
+    EXPECT(rgb[5] == 255);
+}
+
 void expectOptionsAndFilesWork(const char *suffix, bool pictureLibraryIsThere = true)
 {
     EXPECT(CALL(KorvCamera_SetImageColorStyle)(0) == 0);
     EXPECT(CALL(KorvCamera_SetImageJPGQuality)(60) == 0);
     EXPECT(CALL(KorvCamera_SetImageRotateMode)(1) == 0);
     EXPECT(CALL(KorvCamera_SetAutoCrop)(0) == 0);
-    std::vector<char> frame(std::size_t{320} * 240 * 3);
-    std::FILE *file = std::fopen(picture.c_str(), "rb");
-    EXPECT(file != nullptr);
-    EXPECT(std::fread(frame.data(), 1, frame.size(), file) > 0);
-    std::fclose(file);
+    std::vector<char> frame = frameOf(picture);
     EXPECT(CALL(KorvCamera_SaveVideoData)(frame.data(), 320, 240, 0,
                                           (picture + suffix + "p.jpg").c_str())
            == (pictureLibraryIsThere ? 0 : -ENODEV));
@@ -121,6 +144,7 @@ void expectOptionsAndFilesWork(const char *suffix, bool pictureLibraryIsThere = 
     EXPECT(CALL(KorvCamera_SaveVideoData)(frame.data(), 320, 240, 0,
                                           (picture + suffix + "q.jpg").c_str())
            == 0);
+    expectPixelsAreTurned(picture + ".sideways.jpg", suffix);
     for (const char *format : {".png", ".pdf"})
         EXPECT(CALL(KorvCamera_ConvertImagetoImage)(picture.c_str(),
                                                     (picture + suffix + format).c_str())

@@ -29,6 +29,10 @@ protected:
         const std::string path = m_folder / "page.jpg";
         testing_support::writeFile(path,
                                    testing_support::jpegOf(testing_support::wavyImage(320, 240)));
+        // whose sides are no whole blocks
+        testing_support::writeFile(
+            path + ".sideways.jpg",
+            testing_support::sidewaysJpegOf(testing_support::wavyImage(319, 239)));
         return path;
     }();
 };

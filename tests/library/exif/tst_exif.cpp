@@ -1,4 +1,4 @@
-#include "library/jpeg/exif.h"
+#include "library/exif/exif.h"
 
 #include "tests/library/support/guarded_buffer.h"
 

@@ -1,4 +1,4 @@
-#include "library/jpeg/rework/exif_writer.h"
+#include "library/exif/exif_writer.h"
 
 #include <algorithm>
 #include <cmath>
