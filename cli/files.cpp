@@ -2,6 +2,7 @@
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
+#include "cli/base/libraryline.h"
 #include "cli/childprocess.h"
 #include "cli/pagelist.h"
 #include "cli/workspace.h"
@@ -14,8 +15,6 @@
 namespace cli {
 namespace {
 
-constexpr char kLibraryPrefix[] = "korvcamera: ";
-
 /// Prints the library's own lines among ours under our name. Those about the hidden folder, which
 /// nobody outside knows, are left out.
 void relay(const std::string &line, const Workspace &workspace)
@@ -25,8 +24,7 @@ void relay(const std::string &line, const Workspace &workspace)
         return printError(line.substr(prefix.size()));
     if (line.find(workspace.folder()) != std::string::npos)
         return;
-    const bool isLibrarys = line.compare(0, sizeof kLibraryPrefix - 1, kLibraryPrefix) == 0;
-    printError(isLibrarys ? line.substr(sizeof kLibraryPrefix - 1) : line);
+    printError(textOfLibraryLine(line).value_or(line));
 }
 
 ExitCode publish(Session &session, const Options &options, const Workspace &workspace)

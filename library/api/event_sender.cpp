@@ -88,7 +88,7 @@ void EventSender::deliver(Receiver receiver, const DeviceEvent &event)
     try {
         text = messages::deviceEvent(event.action, event.device);
     } catch (const std::bad_alloc &) {
-        logLine("dropped a device event: out of memory");
+        logLine(LogLevel::Error, "dropped a device event", "out of memory");
         return;
     }
     const CallbackScope scope(CallbackScope::Kind::DeviceEvent);

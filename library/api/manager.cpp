@@ -1,6 +1,8 @@
 #include "library/api/manager.h"
 
 #include "library/api/callback_scope.h"
+#include "library/base/exception_error.h"
+#include "library/base/step_times.h"
 #include "library/export/convert.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
@@ -135,6 +137,7 @@ void Manager::endWithProcess() noexcept
         if (m_abandoned)
             m_abandoned->silence();
     } catch (...) { // the process ends anyway
+        logLine(LogLevel::Error, "could not end the session", errorInFlight().text);
     }
 }
 
@@ -230,9 +233,12 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (!photograph)
         return photograph.error();
     m_leftOvers.clearOnce(folderOf(path));
+    StepTimes times("photograph");
     // under a working name lies a photograph of which nobody knows any more
-    return writeFileAtomically(path, photograph.value(),
-                               isWorkingFile(path) ? Existing::Recover : Existing::Replace);
+    Result<void> written = writeFileAtomically(
+        path, photograph.value(), isWorkingFile(path) ? Existing::Recover : Existing::Replace);
+    times.ended("write the file");
+    return written;
 }
 
 Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)

@@ -1,5 +1,7 @@
 #include "library/api/session.h"
 
+#include "library/base/log.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -88,6 +90,14 @@ private:
 
 namespace {
 
+std::string sizeText(const std::vector<CaptureMode> &modes, int number)
+{
+    const auto mode = std::find_if(modes.begin(), modes.end(),
+                                   [=](const CaptureMode &each) { return each.number == number; });
+    return mode == modes.end() ? "no size"
+                               : std::to_string(mode->width) + "x" + std::to_string(mode->height);
+}
+
 Error noDevice(int index)
 {
     return Error{-ENODEV, "no device " + std::to_string(index)};
@@ -154,6 +164,7 @@ void Session::silence()
 
 void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
 {
+    logDebug([&] { return identity.label + ": arrived"; });
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_ending)
         return;
@@ -289,6 +300,12 @@ Result<void> Session::open(int index)
         return opened.error();
 
     device->device = std::move(opened).value();
+    logDebug([&] {
+        const std::vector<CaptureMode> &modes = device->device->modes();
+        return device->identity.label + ": opened as device " + std::to_string(index) + ", "
+            + std::to_string(modes.size()) + " resolutions, "
+            + sizeText(modes, device->device->currentMode()) + " chosen";
+    });
     const std::lock_guard<std::mutex> lock(m_mutex);
     device->modes = device->device->modes();
     device->currentMode = device->device->currentMode();
@@ -312,6 +329,7 @@ Result<void> Session::closeLocked(Slot &slot)
         static_cast<void>(slot.device->stop()); // the device is destroyed next, whatever it says
     slot.device.reset();
     slot.receiver.reset();
+    logDebug([&] { return slot.identity.label + ": closed"; });
     const std::lock_guard<std::mutex> lock(m_mutex);
     slot.open = false;
     slot.streaming = false;
@@ -328,6 +346,9 @@ Result<void> Session::selectMode(int index, int number)
         return Error{-EBUSY, "the resolution cannot change while the device streams"};
     if (Result<void> selected = device->device->selectMode(number); !selected)
         return selected;
+    logDebug([&] {
+        return device->identity.label + ": " + sizeText(device->modes, number) + " chosen";
+    });
     const std::lock_guard<std::mutex> lock(m_mutex);
     device->currentMode = device->device->currentMode();
     return {};
@@ -342,7 +363,7 @@ Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
         return notOpen(index);
     if (device->streaming)
         return Error{-EBUSY, "device " + std::to_string(index) + " is already streaming"};
-    auto receiver = std::make_unique<StreamReceiver>(callback, m_silent);
+    auto receiver = std::make_unique<StreamReceiver>(callback, m_silent, device->identity.label);
     if (Result<void> started = device->device->start(*receiver); !started)
         return started;
     device->receiver = std::move(receiver);

@@ -1,6 +1,7 @@
 #include "library/export/page_prefetcher.h"
 
 #include "library/base/exception_error.h"
+#include "library/base/log.h"
 #include "library/threads/thread.h"
 
 #include <algorithm>
@@ -33,8 +34,9 @@ PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const Pa
     try {
         for (std::size_t i = 0; i < threads; ++i)
             m_threads.push_back(startThread("korv-pages", [this] { work(); }));
-    } catch (const std::exception &) {
+    } catch (const std::exception &error) {
         // no thread, or no memory for one: those that did start suffice, and so does none
+        logLine(LogLevel::Debug, "fewer threads make pages than could", error.what());
     }
 }
 

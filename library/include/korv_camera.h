@@ -44,7 +44,8 @@
  *    is forked inside a callback must not return from it; Init answers -EDEADLK there.
  *  - The library's threads, and callbacks with them, block all signals but those of faults; so does
  *    a program that a callback starts, unless it is given another mask.
- *  - Diagnostics go to standard error; nothing is written to standard output.
+ *  - Diagnostics go to standard error; nothing is written to standard output. The environment
+ *    variable KORV_LOG chooses how much: error, warning, info (the default) or debug.
  */
 #ifndef KORV_CAMERA_H
 #define KORV_CAMERA_H

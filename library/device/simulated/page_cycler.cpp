@@ -58,7 +58,7 @@ void PageCycler::run()
         try {
             look();
         } catch (const std::exception &error) {
-            logLine(std::string("no page can be prepared: ") + error.what());
+            logLine(LogLevel::Warning, m_source.label(), "cannot prepare a page", error.what());
         }
         lock.lock();
         m_changed.wait_for(lock, m_timing.lookEvery, [this] { return m_stopping; });
@@ -108,14 +108,14 @@ PageCycler::Page PageCycler::prepared(const std::string &id)
     const Result<Image> picture = id.empty() ? Result<Image>(drawDesk(m_width, m_height))
                                              : m_source.render(id, m_width, m_height);
     if (!picture) {
-        logLine(picture.error().text);
+        logLine(LogLevel::Warning, m_source.label(), picture.error().text);
         return nullptr;
     }
     if (isStopping()) // nobody will see it
         return nullptr;
     Result<PreparedPage> page = PreparedPage::make(picture.value());
     if (!page) {
-        logLine(page.error().text);
+        logLine(LogLevel::Warning, m_source.label(), page.error().text);
         return nullptr;
     }
     if (m_kept.size() == kMaxKept)

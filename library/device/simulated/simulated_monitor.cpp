@@ -89,7 +89,7 @@ Result<void> SimulatedMonitor::start(DeviceObserver &observer)
     m_stop = std::move(stop).value();
     Result<void> looked = watch();
     if (!looked && !isShortage(looked.code())) {
-        logLine("desk " + m_desk + " cannot be watched: " + looked.error().text);
+        logLine(LogLevel::Error, "cannot watch the desk " + m_desk, looked.error().text);
         return {};
     }
     // after the watch: what comes now is seen by one of them, or by both, which does no harm
@@ -141,7 +141,7 @@ void SimulatedMonitor::run()
                 return;
         } catch (const std::exception &error) {
             m_behind = true;
-            logLine(error.what());
+            logLine(LogLevel::Warning, "cannot watch the desk, trying again", m_desk, error.what());
         }
     }
 }
@@ -149,7 +149,8 @@ void SimulatedMonitor::run()
 void SimulatedMonitor::fallBehind(const Error &reason)
 {
     if (!m_behind)
-        logLine("desk " + m_desk + " cannot be watched for now, trying again: " + reason.text);
+        logLine(LogLevel::Warning, "cannot watch the desk " + m_desk + ", trying again",
+                reason.text);
     m_behind = true;
 }
 
@@ -166,14 +167,14 @@ bool SimulatedMonitor::catchUp()
     }
     m_behind = !watched || !scanned;
     if (!m_behind)
-        logLine("desk " + m_desk + " is watched again");
+        logLine(LogLevel::Info, "watching the desk " + m_desk + " again");
     return true;
 }
 
 /// The desk is gone, and its cameras with it.
 void SimulatedMonitor::vanish()
 {
-    logLine("desk " + m_desk + " is gone");
+    logLine(LogLevel::Warning, "the desk " + m_desk + " is gone");
     const auto all = m_plugs; // no lock: only this thread changes it
     for (const auto &entry : all)
         pull(entry.first);
@@ -238,10 +239,9 @@ void SimulatedMonitor::explainPictures() const
         return;
     const bool holdsPictures = std::any_of(names.value().begin(), names.value().end(), isPageName);
     if (holdsPictures)
-        logLine(
-            "desk " + m_desk
-            + ": the pictures in it are not used; each sub-folder is a camera, with a name like "
-              "\"1209:0001 Name\", and the pictures inside are its pages");
+        logLine(LogLevel::Warning, "desk " + m_desk,
+                "the pictures in it are not used; each sub-folder is a camera, with a name like "
+                "\"1209:0001 Name\", and the pictures inside are its pages");
 }
 
 void SimulatedMonitor::plugIn(const std::string &folderName)
@@ -250,8 +250,8 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
         return;
     const std::optional<CameraFolderName> read = readCameraFolderName(folderName);
     if (!read) {
-        logLine("folder \"" + folderName
-                + "\" is not a camera: its name is not like \"1209:0001 Name\"");
+        logLine(LogLevel::Warning, "folder \"" + folderName + "\" is not a camera",
+                "its name is not like \"1209:0001 Name\"");
         return;
     }
     {
@@ -259,7 +259,8 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
         if (!m_plugs.emplace(folderName, std::make_shared<Plug>()).second)
             return;
     }
-    m_observer->onArrival({folderName, read->name, read->vid, read->pid});
+    m_observer->onArrival(
+        {folderName, read->name, read->vid, read->pid, "folder \"" + folderName + "\""});
 }
 
 void SimulatedMonitor::pull(const std::string &folderName)

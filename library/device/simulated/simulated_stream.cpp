@@ -14,6 +14,7 @@ SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const 
                                  CaptureMode mode, FrameSink &sink)
     : m_plug(std::move(plug))
     , m_mode(mode)
+    , m_label(pages.label())
     , m_sink(sink)
     , m_cycler(pages, mode.width, mode.height, {})
     , m_thread(startThread("korv-stream", [this] { run(); }))
@@ -42,7 +43,7 @@ void SimulatedStream::run()
     try {
         sendFrames();
     } catch (const std::exception &error) {
-        logLine(std::string("a simulated stream ends: ") + error.what());
+        logLine(LogLevel::Error, m_label, "stream thread terminated", error.what());
     }
 }
 
@@ -57,7 +58,7 @@ void SimulatedStream::sendFrames()
         if (const Result<ByteView> frame = composer.compose(page, number))
             m_sink.onFrame({frame.value(), m_mode.width, m_mode.height});
         else
-            logLine("a simulated frame is lost: " + frame.error().text);
+            logLine(LogLevel::Warning, m_label, "dropped a frame", frame.error().text);
         // a frame whose time has passed is not made up for
         number = std::max<std::int64_t>(number, (Clock::now() - begin) / kPeriod) + 1;
         page = m_cycler.waitForPage();

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace korv {
@@ -47,6 +48,7 @@ private:
 
     const std::shared_ptr<const Plug> m_plug;
     const CaptureMode m_mode;
+    const std::string m_label; ///< of the camera, in the log
     FrameSink &m_sink;
     PageCycler m_cycler;
 

@@ -116,8 +116,7 @@ void UdevMonitor::Watch::run() noexcept
     try {
         watch();
     } catch (const std::exception &error) {
-        logLine("device monitoring stopped");
-        logLine(error.what());
+        logLine(LogLevel::Error, "device monitoring stopped", error.what());
     }
     tell(&Watch::m_ended);
 }
@@ -146,11 +145,12 @@ void UdevMonitor::Watch::list()
     if (!listed) {
         m_listDue = Clock::now() + kTryEvery;
         if (!std::exchange(m_short, true))
-            logLine("cannot look for cameras, trying again: " + listed.error().text);
+            logLine(LogLevel::Warning, "cannot look for cameras, trying again",
+                    listed.error().text);
         return;
     }
     if (std::exchange(m_short, false))
-        logLine("looking for cameras again");
+        logLine(LogLevel::Info, "looking for cameras again");
     tell(&Watch::m_looked);
 }
 
@@ -231,7 +231,7 @@ UdevMonitor::~UdevMonitor()
         m_thread.join();
         return;
     }
-    logLine("monitor thread blocked in the driver; detaching it");
+    logLine(LogLevel::Warning, "monitor thread blocked in the driver; detaching it");
     m_thread.detach();
 }
 

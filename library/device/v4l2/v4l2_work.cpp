@@ -50,9 +50,9 @@ V4l2Work::V4l2Work(V4l2Access access, EventFd wakeUp)
 {
 }
 
-void V4l2Work::log(const char *text) const
+void V4l2Work::warn(const char *text) const
 {
-    logLine(m_label + ": " + text);
+    logLine(LogLevel::Warning, m_label, text);
 }
 
 // ---- the thread's life ----
@@ -79,7 +79,7 @@ void V4l2Work::run() noexcept
 void V4l2Work::giveUp(const char *reason) noexcept
 {
     try {
-        logLine(m_label + ": camera thread terminated: " + reason);
+        logLine(LogLevel::Error, m_label, "camera thread terminated", reason);
         bool usable = false;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
@@ -88,7 +88,8 @@ void V4l2Work::giveUp(const char *reason) noexcept
         // nobody would hear of it otherwise: no frame comes any more, and no stream starts
         if (usable && !m_reported)
             leave(V4l2Exit::Lost);
-    } catch (const std::exception &) { // the next call to this camera is told
+    } catch (const std::exception &error) { // the next call to this camera fails
+        logLine(LogLevel::Error, m_label, "could not report the camera as lost", error.what());
     }
 }
 
@@ -145,6 +146,11 @@ Result<std::vector<V4l2Mode>> V4l2Work::openNode()
     Result<std::vector<V4l2Mode>> modes = listModes(m_node);
     if (modes && modes.value().empty())
         return Error{-ENODEV, m_access.node + " offers no supported format"};
+    if (modes)
+        logDebug([&] {
+            return m_label + ": " + m_identity.card + " at " + m_identity.bus + ", "
+                + std::to_string(modes.value().size()) + " sizes";
+        });
     return modes;
 }
 
@@ -217,7 +223,7 @@ void V4l2Work::execute(StreamRequest &request)
         m_changed.notify_all();
     }
     if (!begun && answered)
-        logLine(m_label + ": does not stream: " + begun.error().text);
+        logLine(LogLevel::Error, m_label, "cannot start the stream", begun.error().text);
     if (begun.code() == -ENODEV) {
         if (wasThere)
             leave(V4l2Exit::Gone);
@@ -252,12 +258,12 @@ void V4l2Work::keepStreaming(StreamRequest &request, bool begun)
 bool V4l2Work::recover(StreamRequest &request, int attempt)
 {
     if (attempt > kRestarts + 1) {
-        log("no frames; closing and rediscovering the camera");
+        warn("no frames; closing and rediscovering the camera");
         leave(V4l2Exit::Lost);
         return false;
     }
     const bool again = attempt > kRestarts;
-    log(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
+    warn(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
     const Result<void> recovered = again ? reopen(request.mode) : m_stream->restart();
     if (recovered.code() == -ENODEV || !m_node.isOpen()) {
         leave(recovered.code() == -ENODEV ? V4l2Exit::Gone : V4l2Exit::Lost);
@@ -327,7 +333,7 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
     if (request->started)
         return *request->started;
     request->answered = true;
-    log("slow to start; continuing in the background");
+    warn("slow to start; continuing in the background");
     return {};
 }
 

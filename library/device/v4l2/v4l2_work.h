@@ -93,7 +93,7 @@ private:
         bool cancelled = false;
     };
 
-    void log(const char *text) const;
+    void warn(const char *text) const;
     void work();
     void giveUp(const char *reason) noexcept;
     Result<std::vector<V4l2Mode>> openNode();
