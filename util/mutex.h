@@ -1,12 +1,10 @@
 #pragma once
 
-#include "library/threads/thread_annotations.h"
+#include "util/threadannotations.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-
-namespace korv {
 
 /// A std::mutex that clang's lock analysis knows: members say what guards them with GUARDED_BY, and
 /// a build with -Wthread-safety refuses code that touches them without the lock.
@@ -72,5 +70,3 @@ public:
 private:
     std::condition_variable m_condition;
 };
-
-} // namespace korv

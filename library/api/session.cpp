@@ -54,12 +54,13 @@ public:
         : m_session(session)
         , m_index(index)
     {
-        std::unique_lock<std::mutex> lock(session.m_mutex);
-        const auto mayGoOn = [&] {
+        MutexLock lock(session.m_mutex);
+        for (;;) {
             m_slot = session.m_ending && purpose == Purpose::Use ? nullptr : session.slotAt(index);
-            return !m_slot || !m_slot->taken;
-        };
-        session.m_turnEnded.wait(lock, mayGoOn);
+            if (!m_slot || !m_slot->taken)
+                break;
+            session.m_turnEnded.wait(lock);
+        }
         if (m_slot)
             m_slot->taken = true;
     }
@@ -68,11 +69,11 @@ public:
     {
         if (!m_slot)
             return;
-        const std::lock_guard<std::mutex> lock(m_session.m_mutex);
+        const MutexLock lock(m_session.m_mutex);
         m_slot->taken = false;
         if (!m_slot->present && !m_slot->open)
             m_session.m_slots[static_cast<std::size_t>(m_index)].reset();
-        m_session.m_turnEnded.notify_all();
+        m_session.m_turnEnded.notifyAll();
     }
 
     DeviceLock(const DeviceLock &) = delete;
@@ -134,10 +135,10 @@ void Session::shutDown()
 {
     std::size_t count = 0;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_ending = true; // from here on the table does not grow
         count = m_slots.size();
-        m_turnEnded.notify_all();
+        m_turnEnded.notifyAll();
     }
     // all are told before the first is waited for: each may take its time
     for (std::size_t index = 0; index < count; ++index) {
@@ -165,7 +166,7 @@ void Session::silence()
 void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
 {
     logDebug([&] { return identity.label + ": arrived"; });
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_ending)
         return;
     auto slot = std::make_unique<Slot>();
@@ -178,7 +179,7 @@ void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
 
 void Session::departed(const DeviceMonitor &monitor, const std::string &key)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto place = std::find_if(m_slots.begin(), m_slots.end(), [&](const auto &slot) {
         return slot && slot->present && slot->monitor == &monitor && slot->identity.key == key;
     });
@@ -206,7 +207,7 @@ void Session::setReceiver(EventSender::Receiver receiver)
     EventSender::Mark mark = 0;
     {
         // both under one lock: a device that comes now is either in the list or posted after it
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         std::deque<DeviceEvent> present;
         for (std::size_t index = 0; index < m_slots.size(); ++index) {
             const Slot *slot = m_slots[index].get();
@@ -234,7 +235,7 @@ const Session::Slot *Session::openSlot(int index) const
 
 std::vector<IndexedDevice> Session::presentDevices() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     std::vector<IndexedDevice> devices;
     for (std::size_t index = 0; index < m_slots.size(); ++index) {
         if (m_slots[index] && m_slots[index]->present)
@@ -245,7 +246,7 @@ std::vector<IndexedDevice> Session::presentDevices() const
 
 std::vector<IndexedDevice> Session::openDevices() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     std::vector<IndexedDevice> devices;
     for (std::size_t index = 0; index < m_slots.size(); ++index) {
         if (m_slots[index] && m_slots[index]->open)
@@ -256,7 +257,7 @@ std::vector<IndexedDevice> Session::openDevices() const
 
 Result<std::vector<CaptureMode>> Session::modes(int index) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const Slot *slot = openSlot(index);
     if (!slot)
         return notOpen(index);
@@ -265,7 +266,7 @@ Result<std::vector<CaptureMode>> Session::modes(int index) const
 
 std::string Session::streamingName() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     std::string name;
     for (const std::unique_ptr<Slot> &slot : m_slots) {
         if (!slot || !slot->streaming)
@@ -279,7 +280,7 @@ std::string Session::streamingName() const
 
 Result<int> Session::currentMode(int index) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const Slot *slot = openSlot(index);
     if (!slot)
         return notOpen(index);
@@ -306,7 +307,7 @@ Result<void> Session::open(int index)
             + std::to_string(modes.size()) + " resolutions, "
             + sizeText(modes, device->device->currentMode()) + " chosen";
     });
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     device->modes = device->device->modes();
     device->currentMode = device->device->currentMode();
     device->open = true;
@@ -330,7 +331,7 @@ Result<void> Session::closeLocked(Slot &slot)
     slot.device.reset();
     slot.receiver.reset();
     logDebug([&] { return slot.identity.label + ": closed"; });
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     slot.open = false;
     slot.streaming = false;
     slot.modes.clear();
@@ -349,7 +350,7 @@ Result<void> Session::selectMode(int index, int number)
     logDebug([&] {
         return device->identity.label + ": " + sizeText(device->modes, number) + " chosen";
     });
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     device->currentMode = device->device->currentMode();
     return {};
 }
@@ -367,7 +368,7 @@ Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
     if (Result<void> started = device->device->start(*receiver); !started)
         return started;
     device->receiver = std::move(receiver);
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     device->streaming = true;
     return {};
 }
@@ -381,7 +382,7 @@ Result<void> Session::stopCapture(int index)
         return Error{-EINVAL, "device " + std::to_string(index) + " is not streaming"};
     const Result<void> stopped = device->device->stop();
     device->receiver.reset();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     device->streaming = false;
     return stopped;
 }

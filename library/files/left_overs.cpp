@@ -183,7 +183,7 @@ void LeftOvers::clearOnce(const std::string &folder) noexcept
 {
     try {
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             if (!m_cleared.insert(folder).second)
                 return;
         }

@@ -32,27 +32,28 @@ PageCycler::~PageCycler()
 
 void PageCycler::stop()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_stopping = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 bool PageCycler::isStopping()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_stopping;
 }
 
 std::shared_ptr<const PreparedPage> PageCycler::waitForPage()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_stopping || m_page; });
+    MutexLock lock(m_mutex);
+    while (!m_stopping && !m_page)
+        m_changed.wait(lock);
     return m_stopping ? nullptr : m_page;
 }
 
 void PageCycler::run()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     while (!m_stopping) {
         lock.unlock();
         try {
@@ -61,7 +62,8 @@ void PageCycler::run()
             logLine(LogLevel::Warning, m_source.label(), "cannot prepare a page", error.what());
         }
         lock.lock();
-        m_changed.wait_for(lock, m_timing.lookEvery, [this] { return m_stopping; });
+        const auto next = Clock::now() + m_timing.lookEvery;
+        while (!m_stopping && m_changed.waitUntil(lock, next)) { }
     }
 }
 
@@ -126,9 +128,9 @@ PageCycler::Page PageCycler::prepared(const std::string &id)
 
 void PageCycler::show(Page page)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_page = std::move(page);
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 } // namespace korv

@@ -116,7 +116,7 @@ Result<std::unique_ptr<CameraDevice>> SimulatedMonitor::open(const std::string &
 {
     std::shared_ptr<const Plug> plug;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         const auto found = m_plugs.find(key);
         if (found == m_plugs.end())
             return Error{-ENODEV, "camera folder " + key + " is gone"};
@@ -175,8 +175,7 @@ bool SimulatedMonitor::catchUp()
 void SimulatedMonitor::vanish()
 {
     logLine(LogLevel::Warning, "the desk " + m_desk + " is gone");
-    const auto all = m_plugs; // no lock: only this thread changes it
-    for (const auto &entry : all)
+    for (const auto &entry : plugs())
         pull(entry.first);
 }
 
@@ -231,11 +230,17 @@ Result<void> SimulatedMonitor::scan()
     return {};
 }
 
+SimulatedMonitor::Plugs SimulatedMonitor::plugs() const
+{
+    const MutexLock lock(m_mutex);
+    return m_plugs;
+}
+
 /// For whoever puts pictures where camera folders belong.
 void SimulatedMonitor::explainPictures() const
 {
     const Result<std::vector<std::string>> names = list();
-    if (!m_plugs.empty() || !names)
+    if (!plugs().empty() || !names)
         return;
     const bool holdsPictures = std::any_of(names.value().begin(), names.value().end(), isPageName);
     if (holdsPictures)
@@ -255,7 +260,7 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
         return;
     }
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (!m_plugs.emplace(folderName, std::make_shared<Plug>()).second)
             return;
     }
@@ -266,7 +271,7 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
 void SimulatedMonitor::pull(const std::string &folderName)
 {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         const auto found = m_plugs.find(folderName);
         if (found == m_plugs.end())
             return;
@@ -280,16 +285,10 @@ void SimulatedMonitor::pull(const std::string &folderName)
 /// again.
 void SimulatedMonitor::pullMissing()
 {
-    std::vector<std::string> missing;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const auto &entry : m_plugs) {
-            if (!isFolder(pathOf(entry.first)))
-                missing.push_back(entry.first);
-        }
+    for (const auto &entry : plugs()) {
+        if (!isFolder(pathOf(entry.first)))
+            pull(entry.first);
     }
-    for (const std::string &name : missing)
-        pull(name);
 }
 
 } // namespace korv

@@ -25,17 +25,18 @@ SimulatedStream::~SimulatedStream()
 {
     m_cycler.stop(); // first: the stream thread may be waiting for the first page
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_stopping = true;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     m_thread.join();
 }
 
 bool SimulatedStream::waitUntil(Clock::time_point due)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return !m_changed.wait_until(lock, due, [this] { return m_stopping; });
+    MutexLock lock(m_mutex);
+    while (!m_stopping && m_changed.waitUntil(lock, due)) { }
+    return !m_stopping;
 }
 
 void SimulatedStream::run()

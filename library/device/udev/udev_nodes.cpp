@@ -194,7 +194,7 @@ void UdevNodes::arrive(Entry &entry, const std::string &card)
     entry.state = State::Arrived;
     const std::string &name = entry.node.product.empty() ? card : entry.node.product;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_places[entry.key] = {entry.node.node, std::make_shared<NodeLease>(), name};
     }
     entry.shortageLogged = false;
@@ -208,7 +208,7 @@ void UdevNodes::depart(Entry &entry)
         return;
     entry.state = State::Departed;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_places.erase(entry.key);
     }
     m_departure(entry.key);
@@ -216,7 +216,7 @@ void UdevNodes::depart(Entry &entry)
 
 std::optional<UdevNodes::Place> UdevNodes::find(const std::string &key) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto found = m_places.find(key);
     if (found == m_places.end())
         return std::nullopt;

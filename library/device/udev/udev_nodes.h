@@ -2,12 +2,12 @@
 
 #include "library/device/device_monitor.h"
 #include "library/device/v4l2/v4l2_work.h"
+#include "library/threads/mutex.h"
 
 #include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -107,8 +107,8 @@ private:
     std::map<std::string, Entry> m_entries; // by path
     unsigned m_arrivals = 0;
 
-    mutable std::mutex m_mutex; // guards m_places
-    std::map<std::string, Place> m_places; // by key
+    mutable Mutex m_mutex;
+    std::map<std::string, Place> m_places GUARDED_BY(m_mutex); // by key
 };
 
 } // namespace korv

@@ -23,14 +23,15 @@ constexpr std::chrono::milliseconds kLookEvery{20};
 
 bool NodeLease::take(const std::function<bool()> &givenUp)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     while (m_taken) {
         lock.unlock();
         const bool end = givenUp();
         lock.lock();
         if (end)
             return false;
-        m_changed.wait_until(lock, std::chrono::steady_clock::now() + kLookEvery);
+        // a wake-up and the end of the time are the same here
+        static_cast<void>(m_changed.waitUntil(lock, Condition::Clock::now() + kLookEvery));
     }
     m_taken = true;
     return true;
@@ -38,9 +39,9 @@ bool NodeLease::take(const std::function<bool()> &givenUp)
 
 void NodeLease::giveBack()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_taken = false;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 V4l2Work::V4l2Work(V4l2Access access, EventFd wakeUp)
@@ -64,7 +65,7 @@ void V4l2Work::run() noexcept
     } catch (const std::exception &error) {
         giveUp(error.what());
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const Error ended{-ENOMEM, "the camera's thread has ended"};
     if (!m_opened)
         m_opened = ended;
@@ -72,7 +73,7 @@ void V4l2Work::run() noexcept
         m_request->started = ended;
     m_request.reset();
     m_ended = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 /// What little can be done when memory has run out, say. Work has let go of the camera already.
@@ -82,7 +83,7 @@ void V4l2Work::giveUp(const char *reason) noexcept
         logLine(LogLevel::Error, m_label, "camera thread terminated", reason);
         bool usable = false;
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             usable = m_opened && *m_opened;
         }
         // nobody would hear of it otherwise: no frame comes any more, and no stream starts
@@ -96,7 +97,7 @@ void V4l2Work::giveUp(const char *reason) noexcept
 void V4l2Work::work()
 {
     const auto isQuitting = [this] {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         return m_quitting;
     };
     if (!m_access.turn->take(isQuitting))
@@ -117,17 +118,17 @@ void V4l2Work::work()
     Result<std::vector<V4l2Mode>> opened = openNode();
     const bool usable = static_cast<bool>(opened);
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_opened = std::move(opened);
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     if (!usable)
         return;
     while (const std::shared_ptr<StreamRequest> request = nextRequest()) {
         execute(*request);
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_request.reset();
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
 }
 
@@ -159,7 +160,7 @@ std::shared_ptr<V4l2Work::StreamRequest> V4l2Work::nextRequest()
     for (;;) {
         m_wakeUp.clear();
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             if (m_quitting)
                 return nullptr;
             if (m_request)
@@ -197,7 +198,7 @@ void V4l2Work::leave(V4l2Exit fate)
 bool V4l2Work::isCancelled(const StreamRequest &request)
 {
     m_wakeUp.clear();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return request.cancelled || m_quitting;
 }
 
@@ -217,10 +218,10 @@ void V4l2Work::execute(StreamRequest &request)
         m_stream.reset(); // whoever hears of the failure may try again at once
     bool answered = false;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         request.started = begun;
         answered = request.answered;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     if (!begun && answered)
         logLine(LogLevel::Error, m_label, "cannot start the stream", begun.error().text);
@@ -306,9 +307,9 @@ void V4l2Work::pause(const StreamRequest &request)
 
 std::optional<Result<std::vector<V4l2Mode>>> V4l2Work::waitUntilOpen(Milliseconds longest)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_until(lock, std::chrono::steady_clock::now() + longest,
-                         [this] { return m_opened.has_value(); });
+    MutexLock lock(m_mutex);
+    const Deadline deadline = std::chrono::steady_clock::now() + longest;
+    while (!m_opened && m_changed.waitUntil(lock, deadline)) { }
     return m_opened;
 }
 
@@ -318,18 +319,17 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
     auto request = std::make_shared<StreamRequest>();
     request->mode = mode;
     request->sink = std::move(sink);
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     // an earlier stream that still ends is waited for, its camera being slow
     const auto deadline = std::chrono::steady_clock::now() + longest;
-    const bool idle =
-        m_changed.wait_until(lock, deadline, [this] { return m_ended || !m_request; });
+    while (!m_ended && m_request && m_changed.waitUntil(lock, deadline)) { }
     if (m_ended)
         return Error{-ENODEV, "the camera is closed"};
-    if (!idle)
+    if (m_request)
         return Error{-EBUSY, "the camera has not answered the end of its last stream yet"};
     m_request = request;
     m_wakeUp.set();
-    m_changed.wait_until(lock, deadline, [&] { return request->started.has_value(); });
+    while (!request->started && m_changed.waitUntil(lock, deadline)) { }
     if (request->started)
         return *request->started;
     request->answered = true;
@@ -339,7 +339,7 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
 
 void V4l2Work::cancel()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_request)
         m_request->cancelled = true;
     m_wakeUp.set();
@@ -347,21 +347,23 @@ void V4l2Work::cancel()
 
 void V4l2Work::quit()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_quitting = true;
     m_wakeUp.set();
 }
 
 bool V4l2Work::waitUntilIdle(Deadline deadline)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_until(lock, deadline, [this] { return !m_request; });
+    MutexLock lock(m_mutex);
+    while (m_request && m_changed.waitUntil(lock, deadline)) { }
+    return !m_request;
 }
 
 bool V4l2Work::waitUntilEnded(Deadline deadline)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_until(lock, deadline, [this] { return m_ended; });
+    MutexLock lock(m_mutex);
+    while (!m_ended && m_changed.waitUntil(lock, deadline)) { }
+    return m_ended;
 }
 
 } // namespace korv
