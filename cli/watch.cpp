@@ -69,7 +69,7 @@ private:
     std::queue<QString> m_events GUARDED_BY(m_mutex);
 };
 
-void printEvents(Session &session, EventQueue &queue, int &left)
+void printEvents(LibrarySession &session, EventQueue &queue, int &left)
 {
     while (const std::optional<QString> event = left != 0 ? queue.pop() : std::nullopt) {
         const Device device{deviceevent::index(*event), deviceevent::vid(*event),
@@ -81,7 +81,7 @@ void printEvents(Session &session, EventQueue &queue, int &left)
 
 } // namespace
 
-ExitCode watch(Session &session, const Options &options)
+ExitCode watch(LibrarySession &session, const Options &options)
 {
     EventQueue queue(session.wakeup());
     ExitCode code =

@@ -25,7 +25,7 @@ struct UsbCamera
 };
 
 /// A video node, looked at from outside the camera library.
-struct VideoNode
+struct VideoNodeInfo
 {
     std::string path;
     int openError = 0; ///< errno; 0: it opens
@@ -43,7 +43,7 @@ struct VideoNode
 std::vector<UsbCamera> usbCameras(const SystemFolders &folders);
 
 /// The video nodes, in the order of their numbers. Opens each of them for a moment.
-std::vector<VideoNode> videoNodes(const SystemFolders &folders);
+std::vector<VideoNodeInfo> videoNodes(const SystemFolders &folders);
 
 /// Frames a second that the node which this process streams from was set to; nothing when there is
 /// no such node, or its driver does not say.

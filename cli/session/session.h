@@ -21,14 +21,14 @@ std::string simulatedDesk();
 
 /// The camera library, loaded and initialised for one command, and the two outputs of the program.
 /// Thread: the main thread.
-class Session
+class LibrarySession
 {
 public:
-    explicit Session(const Options &options);
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
+    explicit LibrarySession(const Options &options);
+    LibrarySession(const LibrarySession &) = delete;
+    LibrarySession &operator=(const LibrarySession &) = delete;
     /// Un-initialises and unloads what open() got.
-    ~Session();
+    ~LibrarySession();
 
     /// Loads and initialises the library; says what went wrong and what helps.
     ExitCode open();
