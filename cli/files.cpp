@@ -56,7 +56,7 @@ ExitCode concludeChild(const LibrarySession &session, const ChildResult &result)
     return session.check(-result.code, "start the work");
 }
 
-/// Lets `work` write the file of that name in a folder of its own and publishes what came of it.
+/// Lets `work` write a file of that name in a private folder, and publishes the result.
 template <typename Work>
 ExitCode writeFile(LibrarySession &session, const Options &options, Work work)
 {
@@ -120,7 +120,7 @@ ExitCode convertPicture(LibrarySession &session, const Options &options, const W
     return ExitCode::Failure;
 }
 
-/// Makes the document inside the process of its own.
+/// Makes the document, in the child process.
 class Combiner
 {
 public:

@@ -31,7 +31,7 @@ bool FrameBuffer::Access::grow(std::size_t needed)
     Content &frame = content();
     if (frame.block && needed <= frame.capacity)
         return true;
-    // A block of nothing still is a block: "a frame was announced" is told from "never".
+    // Even an empty block is allocated, so that "a frame was announced" differs from "never".
     auto *block = static_cast<std::uint8_t *>(
         std::realloc(frame.block.get(), std::max<std::size_t>(needed, 1)));
     if (block == nullptr)

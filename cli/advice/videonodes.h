@@ -8,7 +8,7 @@
 
 namespace cli {
 
-/// Where the system shows its devices; a test has folders of its own.
+/// Where the system shows its devices; tests use other folders.
 struct SystemFolders
 {
     std::string dev = "/dev";
@@ -34,7 +34,7 @@ struct VideoNodeInfo
     bool capturesVideo = false;
     std::string card; ///< what the driver calls it
     std::vector<std::string> formats; ///< "MJPG", "YUYV"
-    bool usable = false; ///< one of the formats is of use to the camera library
+    bool usable = false; ///< the camera library supports one of the formats
     bool busy = false; ///< another program has its buffers
     std::vector<std::string> users; ///< programs that have it open: "cheese (4711)"
 };

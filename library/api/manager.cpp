@@ -236,7 +236,7 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
         return photograph.error();
     m_leftOvers.clearOnce(folderOf(path));
     StepTimes times("photograph");
-    // under a working name lies a photograph of which nobody knows any more
+    // a file under a working name is a photograph that its program has lost track of
     Result<void> written = writeFileAtomically(
         path, photograph.value(), isWorkingFile(path) ? Existing::Recover : Existing::Replace);
     times.ended("write the file");

@@ -327,7 +327,7 @@ Result<void> Session::close(int index)
 Result<void> Session::closeLocked(Slot &slot)
 {
     if (slot.streaming)
-        static_cast<void>(slot.device->stop()); // the device is destroyed next, whatever it says
+        static_cast<void>(slot.device->stop()); // the device is destroyed next in any case
     slot.device.reset();
     slot.receiver.reset();
     logDebug([&] { return slot.identity.label + ": closed"; });

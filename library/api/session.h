@@ -30,7 +30,7 @@ class Session
 public:
     using Monitors = std::vector<std::unique_ptr<DeviceMonitor>>;
 
-    /// Throws std::system_error or std::bad_alloc when there is no thread or memory to be had.
+    /// Throws std::system_error or std::bad_alloc when no thread or memory is available.
     explicit Session(Monitors monitors);
     ~Session();
     Session(const Session &) = delete;

@@ -55,7 +55,7 @@ bool HelperThread::hasThread()
     try {
         m_thread = startThread("korv-half", [this] { run(); });
     } catch (const std::system_error &) {
-        return false; // no thread to be had
+        return false; // no thread is available
     }
     return true;
 }

@@ -47,9 +47,9 @@ public:
 
     UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure);
 
-    /// Also of a node that changed: it may have become a camera, or its rights may be others.
+    /// Also called for a node that changed: it may have become a camera, or its rights may differ.
     void appeared(const VideoNode &node, TimePoint now);
-    /// A node that was there before anybody looked: its rights are what they are.
+    /// A node that existed before the monitor started: its rights are final, so it is not waited for.
     void wasThere(const VideoNode &node, TimePoint now);
     void vanished(const std::string &path);
     /// All nodes there are: after events were lost.

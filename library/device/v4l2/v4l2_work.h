@@ -22,12 +22,12 @@ enum class V4l2Exit {
     Lost, ///< there, but dead: only reopening it may help
 };
 
-/// Whose turn it is to have a camera open. A thread that was left behind with a silent camera keeps
-/// its turn until it has closed it.
+/// The right to have a camera's node open, held by one thread at a time. A thread that was left behind
+/// with a silent camera keeps it until it has closed the node.
 class NodeLease
 {
 public:
-    /// Waits until the turn is free, or until `givenUp`, asked again and again, says so.
+    /// Waits until the lease is free. False when `givenUp`, which is polled, returns true first.
     bool take(const std::function<bool()> &givenUp);
     void giveBack();
 
