@@ -49,7 +49,7 @@ std::vector<VideoNodeInfo> videoNodes(const SystemFolders &folders);
 /// no such node, or its driver does not say.
 std::optional<double> rateOfOurStream(const SystemFolders &folders);
 
-/// Those of them that this user may not open, in the same order. Opens none.
+/// The video nodes that this user may not open, in the same order. Opens none.
 std::vector<std::string> forbiddenNodes(const SystemFolders &folders);
 
 } // namespace cli
