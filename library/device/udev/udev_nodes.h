@@ -49,7 +49,7 @@ public:
 
     /// Also called for a node that changed: it may have become a camera, or its rights may differ.
     void appeared(const VideoNode &node, TimePoint now);
-    /// A node that existed before the monitor started: its rights are final, so it is not waited for.
+    /// A node that existed before the monitor started: its rights are final, so nobody waits for them.
     void wasThere(const VideoNode &node, TimePoint now);
     void vanished(const std::string &path);
     /// All nodes there are: after events were lost.

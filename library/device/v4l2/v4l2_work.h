@@ -22,8 +22,8 @@ enum class V4l2Exit {
     Lost, ///< there, but dead: only reopening it may help
 };
 
-/// The right to have a camera's node open, held by one thread at a time. A thread that was left behind
-/// with a silent camera keeps it until it has closed the node.
+/// The right to have a camera's node open, held by one thread at a time. A thread that was left
+/// behind with a silent camera keeps it until it has closed the node.
 class NodeLease
 {
 public:
