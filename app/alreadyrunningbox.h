@@ -2,7 +2,7 @@
 
 #include <QMessageBox>
 
-/// Says that the program runs already. Its size is fixed, and it stands a little above the middle
+/// Says that the program is already running. Its size is fixed, and it is a little above the middle
 /// of the primary screen.
 class AlreadyRunningBox : public QMessageBox
 {

@@ -101,7 +101,7 @@ public:
         decltype(&KorvCamera_RegCallBackCameraChange) RegCallBackCameraChange = nullptr;
     };
 
-    /// The table as it stands, for those who want to know what is bound.
+    /// The table of entry points, null where one is not bound.
     const EntryPoints &entryPoints() const { return m_entry; }
 
 private:

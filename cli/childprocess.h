@@ -7,7 +7,7 @@
 
 namespace cli {
 
-/// How a piece of work in a process of its own ended.
+/// How work in a child process ended.
 enum class ChildEnd { Done, Crashed, Interrupted, NotStarted };
 
 struct ChildResult
@@ -16,7 +16,7 @@ struct ChildResult
     int code = 0; ///< Done: what the work returned; Crashed: the signal; NotStarted: errno
 };
 
-/// Runs `work`, whose result is an exit status, in a process of its own and waits for it. That
+/// Runs `work`, whose result is an exit status, in a child process and waits for it. That
 /// process can be ended at any moment, which a call into the camera library cannot: a stop signal
 /// kills it, and it goes when we are killed. Each line that it writes to standard error is handed
 /// to `onLine`; an empty function lets them through. Call it from a process with one thread.

@@ -10,7 +10,7 @@
 namespace cli {
 namespace {
 
-ExitCode list(Session &session)
+ExitCode list(LibrarySession &session)
 {
     const std::vector<Device> devices = session.devices();
     for (const Device &device : devices)
@@ -22,7 +22,7 @@ ExitCode list(Session &session)
     return ExitCode::Success;
 }
 
-ExitCode modes(Session &session)
+ExitCode modes(LibrarySession &session)
 {
     ExitCode code = ExitCode::Success;
     const std::optional<Device> device = session.findDevice(code);
@@ -39,7 +39,7 @@ ExitCode modes(Session &session)
     return ExitCode::Success;
 }
 
-ExitCode carryOut(Session &session, const Options &options)
+ExitCode carryOut(LibrarySession &session, const Options &options)
 {
     // these load the library in a process of their own
     if (options.command == Command::Convert)
@@ -69,7 +69,7 @@ ExitCode carryOut(Session &session, const Options &options)
 
 ExitCode run(const Options &options)
 {
-    Session session(options);
+    LibrarySession session(options);
     const ExitCode code = carryOut(session, options);
     // what nobody could read is not done
     return code == ExitCode::Success && !session.outputWorks() ? ExitCode::Failure : code;

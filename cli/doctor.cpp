@@ -73,7 +73,7 @@ private:
 class Doctor
 {
 public:
-    Doctor(Session &session, const Options &options, const SystemFolders &folders)
+    Doctor(LibrarySession &session, const Options &options, const SystemFolders &folders)
         : m_session(session)
         , m_options(options)
         , m_folders(folders)
@@ -101,7 +101,7 @@ private:
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
     void noCamera(const std::string &text);
 
-    Session &m_session;
+    LibrarySession &m_session;
     const Options &m_options;
     const SystemFolders &m_folders;
     std::string m_desk; ///< the simulated one; empty without it
@@ -127,9 +127,9 @@ void Doctor::examineSystem()
     if (cameras.empty())
         m_session.print("  none");
 
-    const std::vector<VideoNode> nodes = videoNodes(m_folders);
+    const std::vector<VideoNodeInfo> nodes = videoNodes(m_folders);
     m_session.print("Video nodes");
-    for (const VideoNode &node : nodes)
+    for (const VideoNodeInfo &node : nodes)
         m_session.print("  " + describe(node));
     if (nodes.empty())
         m_session.print("  none");
@@ -294,7 +294,7 @@ ExitCode Doctor::conclude()
 
 } // namespace
 
-std::string describe(const VideoNode &node)
+std::string describe(const VideoNodeInfo &node)
 {
     const std::string start = node.path + "  ";
     if (node.openError != 0)
@@ -308,7 +308,7 @@ std::string describe(const VideoNode &node)
 }
 
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
-                                    const std::vector<VideoNode> &nodes)
+                                    const std::vector<VideoNodeInfo> &nodes)
 {
     std::vector<std::string> problems;
     for (const UsbCamera &camera : cameras) {
@@ -324,7 +324,7 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                               "shows what the computer sees");
     std::vector<std::string> forbidden;
     NodeRights rights; // of the first of them: a camera's nodes do not differ
-    for (const VideoNode &node : nodes) {
+    for (const VideoNodeInfo &node : nodes) {
         if (node.openError == EACCES || node.openError == EPERM) {
             if (forbidden.empty())
                 rights = node.rights;
@@ -341,7 +341,7 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
     return problems;
 }
 
-ExitCode doctor(Session &session, const Options &options, ExitCode opened,
+ExitCode doctor(LibrarySession &session, const Options &options, ExitCode opened,
                 const SystemFolders &folders)
 {
     if (opened != ExitCode::Success && opened != ExitCode::NoLibrary)

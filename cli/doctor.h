@@ -10,15 +10,15 @@ namespace cli {
 
 /// What is wrong with USB cameras and nodes, one sentence each; empty when nothing is.
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
-                                    const std::vector<VideoNode> &nodes);
+                                    const std::vector<VideoNodeInfo> &nodes);
 
 /// One line about a node.
-std::string describe(const VideoNode &node);
+std::string describe(const VideoNodeInfo &node);
 
 /// Looks at everything between the USB plug and a photograph, and says what is wrong. `opened` is
 /// what opening the session answered. Success when every camera gives its pictures; NoLibrary,
 /// NoDevice when there is no camera or not the one asked for; otherwise NoFrame or Failure.
-ExitCode doctor(Session &session, const Options &options, ExitCode opened,
+ExitCode doctor(LibrarySession &session, const Options &options, ExitCode opened,
                 const SystemFolders &folders = {});
 
 } // namespace cli

@@ -2,6 +2,7 @@
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
+#include "cli/base/libraryline.h"
 #include "cli/childprocess.h"
 #include "cli/pagelist.h"
 #include "cli/workspace.h"
@@ -14,8 +15,6 @@
 namespace cli {
 namespace {
 
-constexpr char kLibraryPrefix[] = "korvcamera: ";
-
 /// Prints the library's own lines among ours under our name. Those about the hidden folder, which
 /// nobody outside knows, are left out.
 void relay(const std::string &line, const Workspace &workspace)
@@ -25,11 +24,10 @@ void relay(const std::string &line, const Workspace &workspace)
         return printError(line.substr(prefix.size()));
     if (line.find(workspace.folder()) != std::string::npos)
         return;
-    const bool isLibrarys = line.compare(0, sizeof kLibraryPrefix - 1, kLibraryPrefix) == 0;
-    printError(isLibrarys ? line.substr(sizeof kLibraryPrefix - 1) : line);
+    printError(textOfLibraryLine(line).value_or(line));
 }
 
-ExitCode publish(Session &session, const Options &options, const Workspace &workspace)
+ExitCode publish(LibrarySession &session, const Options &options, const Workspace &workspace)
 {
     if (!workspace.holds(fileNameOf(options.destination))) {
         printError("the camera library wrote no " + options.destination + ", and did not say why");
@@ -42,7 +40,7 @@ ExitCode publish(Session &session, const Options &options, const Workspace &work
     return ExitCode::Success;
 }
 
-ExitCode concludeChild(const Session &session, const ChildResult &result)
+ExitCode concludeChild(const LibrarySession &session, const ChildResult &result)
 {
     switch (result.end) {
     case ChildEnd::Done:
@@ -58,8 +56,9 @@ ExitCode concludeChild(const Session &session, const ChildResult &result)
     return session.check(-result.code, "start the work");
 }
 
-/// Lets `work` write the file of that name in a folder of its own and publishes what came of it.
-template <typename Work> ExitCode writeFile(Session &session, const Options &options, Work work)
+/// Lets `work` write a file of that name in a private folder, and publishes the result.
+template <typename Work>
+ExitCode writeFile(LibrarySession &session, const Options &options, Work work)
 {
     const Workspace workspace(options.destination);
     if (workspace.error() != 0) {
@@ -83,7 +82,7 @@ template <typename Work> ExitCode writeFile(Session &session, const Options &opt
     return code;
 }
 
-ExitCode openLibrary(Session &session, const Options &options)
+ExitCode openLibrary(LibrarySession &session, const Options &options)
 {
     if (options.title)
         setenv("KORV_CAMERA_TITLE", options.title->c_str(), 1);
@@ -103,7 +102,7 @@ std::string refusal(const std::string &doing, const Answer &answer, const Worksp
         + (answer.reason.empty() || isAboutUs ? "" : " (" + answer.reason + ")");
 }
 
-ExitCode convertPicture(Session &session, const Options &options, const Workspace &workspace)
+ExitCode convertPicture(LibrarySession &session, const Options &options, const Workspace &workspace)
 {
     const std::string &source = options.sources.front();
     if (const ExitCode code = openLibrary(session, options); code != ExitCode::Success)
@@ -121,12 +120,12 @@ ExitCode convertPicture(Session &session, const Options &options, const Workspac
     return ExitCode::Failure;
 }
 
-/// Makes the document inside the process of its own.
+/// Makes the document, in the child process.
 class Combiner
 {
 public:
-    Combiner(Session &session, const Options &options, const std::vector<std::string> &sources,
-             const Workspace &workspace)
+    Combiner(LibrarySession &session, const Options &options,
+             const std::vector<std::string> &sources, const Workspace &workspace)
         : m_session(session)
         , m_options(options)
         , m_sources(sources)
@@ -211,7 +210,7 @@ private:
             printError(refusal("write " + m_options.destination, combined, m_workspace));
     }
 
-    Session &m_session;
+    LibrarySession &m_session;
     const Options &m_options;
     std::vector<std::string> m_sources;
     const Workspace &m_workspace;
@@ -221,14 +220,14 @@ private:
 
 } // namespace
 
-ExitCode convert(Session &session, const Options &options)
+ExitCode convert(LibrarySession &session, const Options &options)
 {
     return writeFile(session, options, [&](const Workspace &workspace) {
         return convertPicture(session, options, workspace);
     });
 }
 
-ExitCode combine(Session &session, const Options &options)
+ExitCode combine(LibrarySession &session, const Options &options)
 {
     std::vector<std::string> sources = options.sources;
     if (!options.fromFile.empty()) {

@@ -6,10 +6,10 @@ namespace cli {
 
 /// Converts one picture and prints the path of the new file. The session is not opened: the camera
 /// library is loaded by a process that a stop signal can end.
-ExitCode convert(Session &session, const Options &options);
+ExitCode convert(LibrarySession &session, const Options &options);
 
 /// Makes one document of several pictures and prints its path, in the same way. A page that cannot
 /// be read is named; the others are written all the same, unless the options are strict.
-ExitCode combine(Session &session, const Options &options);
+ExitCode combine(LibrarySession &session, const Options &options);
 
 } // namespace cli

@@ -36,7 +36,7 @@ int readAll(Wakeup &wakeup, int descriptor, std::string &text)
 
 } // namespace
 
-ExitCode addListedPages(Session &session, const std::string &list,
+ExitCode addListedPages(LibrarySession &session, const std::string &list,
                         std::vector<std::string> &sources)
 {
     const bool isInput = list == "-";

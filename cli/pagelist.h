@@ -6,7 +6,7 @@ namespace cli {
 
 /// Appends the paths in the file `list`, one a line, to `sources`; "-" is standard input. Empty lines
 /// count for nothing. Says what went wrong.
-ExitCode addListedPages(Session &session, const std::string &list,
+ExitCode addListedPages(LibrarySession &session, const std::string &list,
                         std::vector<std::string> &sources);
 
 } // namespace cli

@@ -14,7 +14,7 @@ namespace {
 using Clock = Wakeup::Clock;
 using std::chrono::milliseconds;
 
-ExitCode selectResolution(Session &session, const Options &options, const OpenDevice &camera,
+ExitCode selectResolution(LibrarySession &session, const Options &options, const OpenDevice &camera,
                           int index)
 {
     if (!options.resolution)
@@ -29,7 +29,7 @@ ExitCode selectResolution(Session &session, const Options &options, const OpenDe
     return ExitCode::Failure;
 }
 
-ExitCode setPhotographOptions(Session &session, const Options &options)
+ExitCode setPhotographOptions(LibrarySession &session, const Options &options)
 {
     CCameraSDK &library = session.library();
     ExitCode code = ExitCode::Success;
@@ -45,7 +45,7 @@ ExitCode setPhotographOptions(Session &session, const Options &options)
 }
 
 /// Waits for a frame newer than the one in `frame`, not taken before `notBefore`.
-ExitCode nextFrame(Session &session, const Options &options, FrameReceiver &receiver,
+ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceiver &receiver,
                    ReceivedFrame &frame, Clock::time_point notBefore)
 {
     if (notBefore > Clock::now()) {
@@ -82,7 +82,7 @@ bool isWhole(const std::string &photograph, const ReceivedFrame &frame)
 }
 
 /// Takes one photograph and prints the path that it got.
-ExitCode savePhotograph(Session &session, const Options &options, const Workspace &workspace,
+ExitCode savePhotograph(LibrarySession &session, const Options &options, const Workspace &workspace,
                         ReceivedFrame &frame, const std::string &wanted)
 {
     const std::string path = workspace.pathOf(fileNameOf(wanted));
@@ -103,8 +103,8 @@ ExitCode savePhotograph(Session &session, const Options &options, const Workspac
     return ExitCode::Success;
 }
 
-ExitCode savePhotographs(Session &session, const Options &options, const Workspace &workspace,
-                         FrameReceiver &receiver)
+ExitCode savePhotographs(LibrarySession &session, const Options &options,
+                         const Workspace &workspace, FrameReceiver &receiver)
 {
     ReceivedFrame frame;
     Clock::time_point due = Clock::now();
@@ -123,7 +123,7 @@ ExitCode savePhotographs(Session &session, const Options &options, const Workspa
 
 } // namespace
 
-ExitCode snap(Session &session, const Options &options)
+ExitCode snap(LibrarySession &session, const Options &options)
 {
     ExitCode code = ExitCode::Success;
     const std::optional<Device> device = session.findDevice(code);

@@ -5,6 +5,6 @@
 namespace cli {
 
 /// Takes the photographs that the options ask for and prints their names.
-ExitCode snap(Session &session, const Options &options);
+ExitCode snap(LibrarySession &session, const Options &options);
 
 } // namespace cli

@@ -5,9 +5,9 @@
 #include "camera/deviceevent.h"
 #include "cli/advice/deskadvice.h"
 #include "cli/base/malloc_text.h"
+#include "util/mutex.h"
 
 #include <atomic>
-#include <mutex>
 #include <queue>
 
 namespace cli {
@@ -40,7 +40,7 @@ public:
 
     std::optional<QString> pop()
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (m_events.empty())
             return std::nullopt;
         QString event = m_events.front();
@@ -58,18 +58,18 @@ private:
     void push(const QString &event)
     {
         {
-            const std::lock_guard lock(m_mutex);
+            const MutexLock lock(m_mutex);
             m_events.push(event);
         }
         m_wakeup.notify();
     }
 
     Wakeup &m_wakeup;
-    std::mutex m_mutex;
-    std::queue<QString> m_events;
+    Mutex m_mutex;
+    std::queue<QString> m_events GUARDED_BY(m_mutex);
 };
 
-void printEvents(Session &session, EventQueue &queue, int &left)
+void printEvents(LibrarySession &session, EventQueue &queue, int &left)
 {
     while (const std::optional<QString> event = left != 0 ? queue.pop() : std::nullopt) {
         const Device device{deviceevent::index(*event), deviceevent::vid(*event),
@@ -81,7 +81,7 @@ void printEvents(Session &session, EventQueue &queue, int &left)
 
 } // namespace
 
-ExitCode watch(Session &session, const Options &options)
+ExitCode watch(LibrarySession &session, const Options &options)
 {
     EventQueue queue(session.wakeup());
     ExitCode code =

@@ -5,6 +5,6 @@
 namespace cli {
 
 /// Prints device events until the options' limits are reached or the user stops it.
-ExitCode watch(Session &session, const Options &options);
+ExitCode watch(LibrarySession &session, const Options &options);
 
 } // namespace cli

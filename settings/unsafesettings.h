@@ -19,7 +19,7 @@ bool contains(const QByteArray &ini);
 QString toRead(const QString &fileName);
 
 /// The name under which settings are to be written: `fileName`. A file with such values is first
-/// renamed to NAME.bad, or NAME.bad.2 and so on where that is taken, which a trace line tells of.
+/// renamed to NAME.bad, or NAME.bad.2 and so on where that is taken, which a trace line reports.
 /// Where it cannot be renamed, a name that no file can have: what is there stays.
 QString toWrite(const QString &fileName);
 

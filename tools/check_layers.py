@@ -29,7 +29,7 @@ MAY_INCLUDE = {
     "cli/session": ["cli/advice", "cli/commandline", "cli/base", "camera", "util"],
     "cli": ["cli/session", "cli/advice", "cli/commandline", "cli/base", "camera", "util"],
     "library/include": [],
-    "library/threads": [],
+    "library/threads": ["util/mutex.h"],
     "library/base": ["library/threads"],
     "library/files": ["library/base", "library/threads"],
     "library/image": ["library/base", "library/threads"],

@@ -1,8 +1,9 @@
 #include "util/ownenvironment.h"
 
+#include "util/mutex.h"
+
 #include <cstdlib>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <unistd.h>
@@ -16,14 +17,17 @@ namespace {
 /// There is one environment in a process, hence one of these.
 struct State
 {
-    std::mutex mutex;
-    std::map<std::string, std::optional<std::string>> before; ///< none: was not set
-    int hidden = 0;
-    char **own = nullptr; ///< the environment while another one stands in its place
-    std::vector<std::string> texts;
-    std::vector<char *> entries;
-    std::vector<char *> copyOfOwn;
-    std::vector<std::vector<char *>> inUse; ///< copies that have become the environment
+    Mutex mutex;
+    /// None: was not set.
+    std::map<std::string, std::optional<std::string>> before GUARDED_BY(mutex);
+    int hidden GUARDED_BY(mutex) = 0;
+    /// The environment while another one stands in its place.
+    char **own GUARDED_BY(mutex) = nullptr;
+    std::vector<std::string> texts GUARDED_BY(mutex);
+    std::vector<char *> entries GUARDED_BY(mutex);
+    std::vector<char *> copyOfOwn GUARDED_BY(mutex);
+    /// Copies that have become the environment.
+    std::vector<std::vector<char *>> inUse GUARDED_BY(mutex);
 };
 
 State &state()
@@ -45,7 +49,7 @@ std::string nameIn(const std::string &entry)
 }
 
 /// The present entries but for those that were set here, and these as they were before.
-void makeEntries(State &here)
+void makeEntries(State &here) REQUIRES(here.mutex)
 {
     here.texts.clear();
     here.entries.clear();
@@ -70,7 +74,7 @@ void makeEntries(State &here)
 void set(const char *name, const char *value)
 {
     State &here = state();
-    const std::lock_guard<std::mutex> lock{here.mutex};
+    const MutexLock lock(here.mutex);
     here.before.emplace(name, valueOf(name)); // the first one stays
     if (value != nullptr)
         ::setenv(name, value, 1);
@@ -87,7 +91,7 @@ void setDefault(const char *name, const char *value)
 Hidden::Hidden()
 {
     State &here = state();
-    const std::lock_guard<std::mutex> lock{here.mutex};
+    const MutexLock lock(here.mutex);
     if (here.hidden++ > 0 || here.before.empty())
         return;
     makeEntries(here);
@@ -98,7 +102,7 @@ Hidden::Hidden()
 Hidden::~Hidden()
 {
     State &here = state();
-    const std::lock_guard<std::mutex> lock{here.mutex};
+    const MutexLock lock(here.mutex);
     if (--here.hidden > 0 || here.own == nullptr)
         return;
     if (environ == here.entries.data()) {

@@ -11,7 +11,7 @@ enum class Kind {
     OneDocument, ///< all photographs combined
 };
 
-/// Formats are compared exactly, in lower case. Picture formats are single files whatever the
+/// Formats are compared exactly, in lower case. Picture formats are single files regardless of the
 /// multi-page switch says.
 Kind kindOf(const QString &format, bool multiPage);
 

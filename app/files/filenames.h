@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// Names of the files the window writes. Folders are taken as they stand: no slash is added or
+/// Names of the files the window writes. Folders are used unchanged: no slash is added or
 /// removed.
 namespace filenames {
 

@@ -23,44 +23,43 @@ void FrameBuffer::reset()
 {
     m_pending.store(0);
     const SpinGuard guard{m_lock};
-    m_block.reset();
-    m_capacity = 0;
-    m_width = m_height = m_bufferWidth = m_bufferHeight = m_length = 0;
-    m_storedFrames = m_readyFrame = 0;
+    m_content = {};
 }
 
 bool FrameBuffer::Access::grow(std::size_t needed)
 {
-    if (m_buffer.m_block && needed <= m_buffer.m_capacity)
+    Content &frame = content();
+    if (frame.block && needed <= frame.capacity)
         return true;
-    // A block of nothing still is a block: "a frame was announced" is told from "never".
+    // Even an empty block is allocated, so that "a frame was announced" differs from "never".
     auto *block = static_cast<std::uint8_t *>(
-        std::realloc(m_buffer.m_block.get(), std::max<std::size_t>(needed, 1)));
+        std::realloc(frame.block.get(), std::max<std::size_t>(needed, 1)));
     if (block == nullptr)
         return false;
-    static_cast<void>(m_buffer.m_block.release());
-    m_buffer.m_block.reset(block);
-    m_buffer.m_capacity = needed;
+    static_cast<void>(frame.block.release());
+    frame.block.reset(block);
+    frame.capacity = needed;
     return true;
 }
 
 bool FrameBuffer::Access::makeRoom(int width, int height)
 {
-    const bool first = !m_buffer.m_block;
-    if (!first && width == m_buffer.m_width && height == m_buffer.m_height)
+    Content &frame = content();
+    const bool first = !frame.block;
+    if (!first && width == frame.width && height == frame.height)
         return true;
 
-    m_buffer.m_width = width;
-    m_buffer.m_height = height;
+    frame.width = width;
+    frame.height = height;
     if (!first && (width < 0 || height < 0))
         return true;
     if (first) {
-        m_buffer.m_bufferWidth = width;
-        m_buffer.m_bufferHeight = height;
+        frame.bufferWidth = width;
+        frame.bufferHeight = height;
     } else if (std::int64_t{width} * height
-               > std::int64_t{m_buffer.m_bufferWidth} * m_buffer.m_bufferHeight) {
-        m_buffer.m_bufferWidth = std::max(m_buffer.m_bufferWidth, width);
-        m_buffer.m_bufferHeight = std::max(m_buffer.m_bufferHeight, height);
+               > std::int64_t{frame.bufferWidth} * frame.bufferHeight) {
+        frame.bufferWidth = std::max(frame.bufferWidth, width);
+        frame.bufferHeight = std::max(frame.bufferHeight, height);
     }
 
     // The two maxima are kept apart, so their product may claim more than was ever allocated. The
@@ -69,23 +68,24 @@ bool FrameBuffer::Access::makeRoom(int width, int height)
     std::size_t needed = 0;
     if (pixelBytes(width, height, needed) && grow(needed))
         return true;
-    m_buffer.m_block.reset();
-    m_buffer.m_capacity = 0;
-    m_buffer.m_length = 0;
+    frame.block.reset();
+    frame.capacity = 0;
+    frame.length = 0;
     return false;
 }
 
 bool FrameBuffer::Access::store(const void *jpeg, int length, PreviewPicture &picture)
 {
+    Content &frame = content();
     const auto bytes = static_cast<std::size_t>(length);
     if (!grow(bytes))
         return false;
-    std::memcpy(m_buffer.m_block.get(), jpeg, bytes);
-    m_buffer.m_length = length;
-    ++m_buffer.m_storedFrames;
+    std::memcpy(frame.block.get(), jpeg, bytes);
+    frame.length = length;
+    ++frame.storedFrames;
     if (picture.isMade()) {
-        std::swap(m_buffer.m_ready, picture);
-        m_buffer.m_readyFrame = m_buffer.m_storedFrames;
+        std::swap(frame.ready, picture);
+        frame.readyFrame = frame.storedFrames;
     }
     m_buffer.m_pending.fetch_add(1);
     return true;
@@ -99,9 +99,10 @@ void FrameBuffer::Access::markPainted()
 
 bool FrameBuffer::Access::takeNewerPicture(PreviewPicture &picture)
 {
-    if (m_buffer.m_readyFrame == 0 || m_buffer.m_readyFrame != m_buffer.m_storedFrames)
+    Content &frame = content();
+    if (frame.readyFrame == 0 || frame.readyFrame != frame.storedFrames)
         return false;
-    std::swap(m_buffer.m_ready, picture);
-    m_buffer.m_readyFrame = 0;
+    std::swap(frame.ready, picture);
+    frame.readyFrame = 0;
     return true;
 }

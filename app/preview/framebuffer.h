@@ -39,18 +39,23 @@ private:
         void operator()(std::uint8_t *block) const { std::free(block); }
     };
 
+    struct Content
+    {
+        int width = 0;
+        int height = 0;
+        int bufferWidth = 0;
+        int bufferHeight = 0;
+        int length = 0;
+        std::size_t capacity = 0;
+        std::unique_ptr<std::uint8_t[], Free> block;
+        PreviewPicture ready;
+        std::uint64_t storedFrames = 0;
+        std::uint64_t readyFrame = 0;
+    };
+
     std::atomic<std::int32_t> m_pending{0};
     SpinLock m_lock;
-    int m_width = 0;
-    int m_height = 0;
-    int m_bufferWidth = 0;
-    int m_bufferHeight = 0;
-    int m_length = 0;
-    std::size_t m_capacity = 0;
-    std::unique_ptr<std::uint8_t[], Free> m_block;
-    PreviewPicture m_ready;
-    std::uint64_t m_storedFrames = 0;
-    std::uint64_t m_readyFrame = 0;
+    Content m_content GUARDED_BY(m_lock);
 };
 
 class FrameBuffer::Access
@@ -81,18 +86,21 @@ public:
     bool takeNewerPicture(PreviewPicture &picture);
 
     /// Number of the newest stored frame; 0 before the first.
-    std::uint64_t frameNumber() const { return m_buffer.m_storedFrames; }
+    std::uint64_t frameNumber() const { return content().storedFrames; }
 
     /// Null until the first frame arrived.
-    std::uint8_t *bytes() const { return m_buffer.m_block.get(); }
-    int length() const { return m_buffer.m_length; }
-    int width() const { return m_buffer.m_width; }
-    int height() const { return m_buffer.m_height; }
-    int bufferWidth() const { return m_buffer.m_bufferWidth; }
-    int bufferHeight() const { return m_buffer.m_bufferHeight; }
+    std::uint8_t *bytes() const { return content().block.get(); }
+    int length() const { return content().length; }
+    int width() const { return content().width; }
+    int height() const { return content().height; }
+    int bufferWidth() const { return content().bufferWidth; }
+    int bufferHeight() const { return content().bufferHeight; }
 
 private:
     bool grow(std::size_t needed);
+
+    /// What the lock guards: it is held as long as the Access lives, which clang cannot see.
+    Content &content() const NO_THREAD_SAFETY_ANALYSIS { return m_buffer.m_content; }
 
     FrameBuffer &m_buffer;
     SpinGuard m_guard;

@@ -4,7 +4,7 @@ bool FrameReceiver::receive(const void *jpeg, int length, QSize size, PreviewTar
 {
     if (m_buffer.waiting())
         return false; // the last frame is not painted yet: drop this one
-    const std::lock_guard<std::mutex> turn{m_turn};
+    const MutexLock turn(m_turn);
     // Another thread's frame may have come while this one waited for its turn.
     if (m_buffer.waiting())
         return false;

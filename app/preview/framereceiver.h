@@ -2,10 +2,9 @@
 
 #include "app/preview/framebuffer.h"
 #include "app/preview/previewrenderer.h"
+#include "util/mutex.h"
 
 #include <QSize>
-
-#include <mutex>
 
 /// Takes frames from the camera library into the frame buffer. Several threads may deliver at once:
 /// the camera that is being left may go on for a while when the next one has started. They take
@@ -26,7 +25,7 @@ public:
 
 private:
     FrameBuffer &m_buffer;
-    std::mutex m_turn; ///< sleeps, unlike the frame lock: a picture takes milliseconds to make
-    PreviewRenderer m_renderer; ///< who holds m_turn
-    PreviewPicture m_picture; ///< who holds m_turn
+    Mutex m_turn; ///< sleeps, unlike the frame lock: a picture takes milliseconds to make
+    PreviewRenderer m_renderer GUARDED_BY(m_turn);
+    PreviewPicture m_picture GUARDED_BY(m_turn);
 };

@@ -166,7 +166,7 @@ private:
     PreviewTarget m_previewTarget;
     FrameReceiver m_receiver{m_frame}; ///< the capture callback's
     PreviewRenderer m_paintRenderer;
-    PreviewPicture m_frontPicture; ///< what was painted last
+    PreviewPicture m_frontPicture; ///< the picture that was painted last
     std::uint64_t m_frontFrame = 0; ///< the stored frame that m_frontPicture shows
 };
 

@@ -41,7 +41,7 @@ void MainWindow::onslot_savebtn_createfile(int type)
     else
         exportOneDocument(photographs, folder, format);
 
-    // Saving is a move, whatever the library answered.
+    // Saving is a move, even when the library failed.
     removeExported(type);
 }
 

@@ -79,7 +79,7 @@ bool isUsable(std::uint32_t format)
     return std::find(kUsable.begin(), kUsable.end(), format) != kUsable.end();
 }
 
-void listFormats(const OpenNode &descriptor, VideoNode &node)
+void listFormats(const OpenNode &descriptor, VideoNodeInfo &node)
 {
     constexpr std::uint32_t kMaxNodes = 64;
     for (std::uint32_t index = 0; index < kMaxNodes; ++index) {
@@ -93,7 +93,7 @@ void listFormats(const OpenNode &descriptor, VideoNode &node)
     }
 }
 
-void examine(VideoNode &node)
+void examine(VideoNodeInfo &node)
 {
     const OpenNode descriptor(node.path);
     node.openError = descriptor.error();
@@ -182,11 +182,11 @@ std::vector<UsbCamera> usbCameras(const SystemFolders &folders)
     return cameras;
 }
 
-std::vector<VideoNode> videoNodes(const SystemFolders &folders)
+std::vector<VideoNodeInfo> videoNodes(const SystemFolders &folders)
 {
-    std::vector<VideoNode> nodes;
+    std::vector<VideoNodeInfo> nodes;
     for (const std::string &path : nodePaths(folders)) {
-        VideoNode node;
+        VideoNodeInfo node;
         node.path = path;
         node.rights = rightsOf(node.path);
         node.users = usersOf(node.path, folders.proc);

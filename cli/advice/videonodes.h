@@ -8,7 +8,7 @@
 
 namespace cli {
 
-/// Where the system shows its devices; a test has folders of its own.
+/// Where the system shows its devices; tests use other folders.
 struct SystemFolders
 {
     std::string dev = "/dev";
@@ -25,7 +25,7 @@ struct UsbCamera
 };
 
 /// A video node, looked at from outside the camera library.
-struct VideoNode
+struct VideoNodeInfo
 {
     std::string path;
     int openError = 0; ///< errno; 0: it opens
@@ -34,7 +34,7 @@ struct VideoNode
     bool capturesVideo = false;
     std::string card; ///< what the driver calls it
     std::vector<std::string> formats; ///< "MJPG", "YUYV"
-    bool usable = false; ///< one of the formats is of use to the camera library
+    bool usable = false; ///< the camera library supports one of the formats
     bool busy = false; ///< another program has its buffers
     std::vector<std::string> users; ///< programs that have it open: "cheese (4711)"
 };
@@ -43,13 +43,13 @@ struct VideoNode
 std::vector<UsbCamera> usbCameras(const SystemFolders &folders);
 
 /// The video nodes, in the order of their numbers. Opens each of them for a moment.
-std::vector<VideoNode> videoNodes(const SystemFolders &folders);
+std::vector<VideoNodeInfo> videoNodes(const SystemFolders &folders);
 
 /// Frames a second that the node which this process streams from was set to; nothing when there is
 /// no such node, or its driver does not say.
 std::optional<double> rateOfOurStream(const SystemFolders &folders);
 
-/// Those of them that this user may not open, in the same order. Opens none.
+/// The video nodes that this user may not open, in the same order. Opens none.
 std::vector<std::string> forbiddenNodes(const SystemFolders &folders);
 
 } // namespace cli

@@ -1,6 +1,7 @@
 #include "cli/base/librarycall.h"
 
 #include "cli/base/descriptor.h"
+#include "cli/base/libraryline.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -11,7 +12,8 @@
 namespace cli {
 namespace {
 
-constexpr char kReport[] = "korvcamera: KorvCamera_";
+/// How reports of the library's entry points begin.
+constexpr char kReport[] = "KorvCamera_";
 
 /// Standard error as a file while the object lives.
 class ErrorCapture
@@ -48,7 +50,7 @@ private:
     Descriptor m_previous;
 };
 
-/// "korvcamera: KorvCamera_Open: the reason (-5)" gives "the reason".
+/// "the reason" of "KorvCamera_Open: the reason (-5)".
 std::string reasonIn(const std::string &report)
 {
     const std::size_t colon = report.find(": ", sizeof kReport - 1);
@@ -72,8 +74,9 @@ Answer askLibrary(bool verbose, const std::function<int()> &call)
     }
     std::istringstream lines(said);
     for (std::string line; std::getline(lines, line);) {
-        if (line.compare(0, sizeof kReport - 1, kReport) == 0)
-            answer.reason = reasonIn(line);
+        const std::optional<std::string> text = textOfLibraryLine(line);
+        if (text && text->compare(0, sizeof kReport - 1, kReport) == 0)
+            answer.reason = reasonIn(*text);
         else
             std::fputs((line + "\n").c_str(), stderr);
     }

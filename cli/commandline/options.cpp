@@ -128,7 +128,8 @@ public:
             .add_option("--desk", m_options.desk,
                         "Simulated desk: a folder, or 'builtin' (default: $KORV_CAMERA_DESK)")
             ->type_name("DIR|builtin");
-        m_app.add_flag("-v,--verbose", m_options.verbose, "Print library calls to standard error");
+        m_app.add_flag("-v,--verbose", m_options.verbose,
+                       "Print library calls and debug messages to standard error");
         addDeviceCommands();
         addConvertCommand();
         addCombineCommand();

@@ -6,11 +6,11 @@
 
 namespace cli {
 
-/// What the shell gets; the same list stands in `korvcam --help`.
+/// The exit status; `korvcam --help` prints the same list.
 enum class ExitCode {
     Success = 0,
     Failure = 1, ///< the camera library or the system refused something, or a page was left out
-    Usage = 2, ///< the command line makes no sense
+    Usage = 2, ///< the command line is wrong
     NoDevice = 3, ///< there is no camera, or not the one asked for
     NoFrame = 4, ///< the camera sent no picture in time
     NoLibrary = 5, ///< the camera library cannot be loaded

@@ -13,7 +13,7 @@ constexpr std::array<const char *, 5> kNames{"A3", "A4", "A5", "letter", "card"}
 constexpr double kMinMillimetres = 2;
 constexpr double kMaxMillimetres = 5000;
 
-/// Whether the text is a length: digits, perhaps with a point among them, whatever the locale.
+/// Whether the text is a length: digits with at most one decimal point, in every locale.
 bool isLength(const std::string &text)
 {
     double length = 0;

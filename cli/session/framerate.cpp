@@ -12,7 +12,7 @@ using Seconds = std::chrono::duration<double>;
 
 /// Fewer distances between frames do not show what is usual.
 constexpr std::size_t kMinDistances = 4;
-/// A camera this slow is not usable, whatever it promises.
+/// A camera this slow is unusable, even if its mode promises no more.
 constexpr double kMinRate = 1;
 
 /// Frames that fit into the gaps, when the usual distance is that of the shorter ones.

@@ -8,7 +8,7 @@
 
 namespace cli {
 
-/// Frames of a while, against what the camera's mode promises.
+/// The frame rate measured for a while, and the one that the camera's mode promises.
 struct FrameRate
 {
     double measured = 0; ///< frames a second

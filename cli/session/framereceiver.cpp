@@ -31,7 +31,7 @@ int FrameReceiver::onFrame(void *data, int size, int width, int height)
 void FrameReceiver::keep(const unsigned char *data, int size, int width, int height)
 {
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_newest.jpeg.assign(data, data + size);
         m_newest.width = width;
         m_newest.height = height;
@@ -44,20 +44,20 @@ void FrameReceiver::keep(const unsigned char *data, int size, int width, int hei
 
 void FrameReceiver::noteArrivals()
 {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_notesArrivals = true;
     m_arrivals.clear();
 }
 
 std::vector<Wakeup::Clock::time_point> FrameReceiver::arrivals() const
 {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_arrivals;
 }
 
 bool FrameReceiver::take(ReceivedFrame &frame)
 {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (frame.number == m_newest.number)
         return false;
     frame = m_newest;

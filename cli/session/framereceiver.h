@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cli/base/wakeup.h"
+#include "util/mutex.h"
 
-#include <mutex>
 #include <vector>
 
 namespace cli {
@@ -43,10 +43,10 @@ private:
     void keep(const unsigned char *data, int size, int width, int height);
 
     Wakeup &m_wakeup;
-    mutable std::mutex m_mutex;
-    ReceivedFrame m_newest;
-    bool m_notesArrivals = false;
-    std::vector<Wakeup::Clock::time_point> m_arrivals;
+    mutable Mutex m_mutex;
+    ReceivedFrame m_newest GUARDED_BY(m_mutex);
+    bool m_notesArrivals GUARDED_BY(m_mutex) = false;
+    std::vector<Wakeup::Clock::time_point> m_arrivals GUARDED_BY(m_mutex);
 };
 
 } // namespace cli

@@ -37,14 +37,14 @@ std::string simulatedDesk()
     return environment("KORV_CAMERA_DESK");
 }
 
-Session::Session(const Options &options)
+LibrarySession::LibrarySession(const Options &options)
     : m_options(options)
     , m_trace(options.verbose ? Trace::Shown : Trace::Kept)
     , m_library(options.library.c_str())
 {
 }
 
-Session::~Session()
+LibrarySession::~LibrarySession()
 {
     if (m_initialised)
         m_library.UnInit();
@@ -52,11 +52,13 @@ Session::~Session()
         m_library.FreeLib();
 }
 
-ExitCode Session::open()
+ExitCode LibrarySession::open()
 {
     // read by the library when it is initialised
     if (!m_options.desk.empty())
         setenv("KORV_CAMERA_DESK", m_options.desk.c_str(), 1);
+    if (m_options.verbose)
+        setenv("KORV_LOG", "debug", 0); // unless the user has chosen a level
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
         printError("cannot load the camera library " + m_options.library
@@ -69,7 +71,7 @@ ExitCode Session::open()
     return code;
 }
 
-std::vector<Device> Session::devices(std::optional<int> wanted)
+std::vector<Device> LibrarySession::devices(std::optional<int> wanted)
 {
     const auto deadline = Wakeup::Clock::now() + kArrivalTime;
     for (;;) {
@@ -86,7 +88,7 @@ std::vector<Device> Session::devices(std::optional<int> wanted)
     }
 }
 
-bool Session::reportInaccessibleCameras(const SystemFolders &folders) const
+bool LibrarySession::reportInaccessibleCameras(const SystemFolders &folders) const
 {
     if (!usesRealCameras())
         return false;
@@ -96,7 +98,7 @@ bool Session::reportInaccessibleCameras(const SystemFolders &folders) const
     return !nodes.empty();
 }
 
-ExitCode Session::reportNoCamera() const
+ExitCode LibrarySession::reportNoCamera() const
 {
     if (reportInaccessibleCameras())
         return ExitCode::NoDevice;
@@ -106,7 +108,7 @@ ExitCode Session::reportNoCamera() const
     return ExitCode::NoDevice;
 }
 
-std::optional<Device> Session::findDevice(ExitCode &code)
+std::optional<Device> LibrarySession::findDevice(ExitCode &code)
 {
     for (Device &device : devices(m_options.device)) {
         if (!m_options.device || device.index == *m_options.device)
@@ -127,7 +129,7 @@ std::optional<Device> Session::findDevice(ExitCode &code)
     return std::nullopt;
 }
 
-void Session::print(const std::string &line)
+void LibrarySession::print(const std::string &line)
 {
     std::FILE *const output = m_trace.output();
     errno = EBADF;
@@ -139,7 +141,7 @@ void Session::print(const std::string &line)
     }
 }
 
-ExitCode Session::check(int result, const std::string &doing) const
+ExitCode LibrarySession::check(int result, const std::string &doing) const
 {
     if (result >= 0)
         return ExitCode::Success;
@@ -147,7 +149,7 @@ ExitCode Session::check(int result, const std::string &doing) const
     return ExitCode::Failure;
 }
 
-ExitCode Session::checkCamera(int result, const std::string &doing) const
+ExitCode LibrarySession::checkCamera(int result, const std::string &doing) const
 {
     const ExitCode code = check(result, doing);
     if (const std::string words = advice(result); result < 0 && !words.empty())
@@ -155,7 +157,7 @@ ExitCode Session::checkCamera(int result, const std::string &doing) const
     return code;
 }
 
-ExitCode Session::interrupted(const std::string &consequence) const
+ExitCode LibrarySession::interrupted(const std::string &consequence) const
 {
     switch (m_wakeup.stopSignal()) {
     case SIGTERM:

@@ -21,16 +21,16 @@ std::string simulatedDesk();
 
 /// The camera library, loaded and initialised for one command, and the two outputs of the program.
 /// Thread: the main thread.
-class Session
+class LibrarySession
 {
 public:
-    explicit Session(const Options &options);
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
+    explicit LibrarySession(const Options &options);
+    LibrarySession(const LibrarySession &) = delete;
+    LibrarySession &operator=(const LibrarySession &) = delete;
     /// Un-initialises and unloads what open() got.
-    ~Session();
+    ~LibrarySession();
 
-    /// Loads and initialises the library; says what went wrong and what helps.
+    /// Loads and initialises the library; reports what went wrong and what helps.
     ExitCode open();
 
     CCameraSDK &library() { return m_library; }
@@ -40,10 +40,10 @@ public:
     /// `wanted`, the answer waits for it for half a second.
     std::vector<Device> devices(std::optional<int> wanted = std::nullopt);
 
-    /// Says that there is no camera and why that may be; the code to end with.
+    /// Reports that there is no camera and why that may be; the code to end with.
     ExitCode reportNoCamera() const;
 
-    /// Tells of cameras that are there and that this user may not open; whether there are any.
+    /// Reports cameras that are present but that this user may not open; whether there are any.
     /// Silent where the machine's cameras are not used.
     bool reportInaccessibleCameras(const SystemFolders &folders = {}) const;
 

@@ -20,40 +20,41 @@ EventSender::~EventSender()
 
 EventSender::Mark EventSender::setReceiver(Receiver receiver, std::deque<DeviceEvent> first)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_receiver = receiver;
     m_waiting.clear();
     if (receiver)
         m_waiting.swap(first);
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return m_callsBegun;
 }
 
 void EventSender::post(DeviceEvent event)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (!m_receiver || m_stopping)
         return;
     m_waiting.push_back(std::move(event));
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void EventSender::waitUntilPast(Mark mark)
 {
     if (CallbackScope::ofThisThread() == CallbackScope::Kind::DeviceEvent)
         return;
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     // the counters may wrap around, their difference does not
-    m_changed.wait(lock, [&] { return static_cast<int>(m_callsEnded - mark) >= 0; });
+    while (static_cast<int>(m_callsEnded - mark) < 0)
+        m_changed.wait(lock);
 }
 
 void EventSender::silence()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_stopping = true;
     m_receiver = nullptr;
     m_waiting.clear();
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void EventSender::stop()
@@ -65,9 +66,10 @@ void EventSender::stop()
 
 void EventSender::run()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     while (true) {
-        m_changed.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
+        while (!m_stopping && m_waiting.empty())
+            m_changed.wait(lock);
         if (m_stopping)
             return;
         const DeviceEvent event = std::move(m_waiting.front());
@@ -78,7 +80,7 @@ void EventSender::run()
         deliver(receiver, event);
         lock.lock();
         ++m_callsEnded;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
 }
 
@@ -88,7 +90,7 @@ void EventSender::deliver(Receiver receiver, const DeviceEvent &event)
     try {
         text = messages::deviceEvent(event.action, event.device);
     } catch (const std::bad_alloc &) {
-        logLine("dropped a device event: out of memory");
+        logLine(LogLevel::Error, "dropped a device event", "out of memory");
         return;
     }
     const CallbackScope scope(CallbackScope::Kind::DeviceEvent);

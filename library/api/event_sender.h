@@ -1,10 +1,9 @@
 #pragma once
 
 #include "library/api/messages.h"
+#include "library/threads/mutex.h"
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <thread>
 
 namespace korv {
@@ -53,13 +52,13 @@ private:
     void run();
     static void deliver(Receiver receiver, const DeviceEvent &event);
 
-    std::mutex m_mutex; // guards everything below but the thread
-    std::condition_variable m_changed;
-    std::deque<DeviceEvent> m_waiting;
-    Receiver m_receiver = nullptr;
-    Mark m_callsBegun = 0;
-    Mark m_callsEnded = 0;
-    bool m_stopping = false;
+    Mutex m_mutex;
+    Condition m_changed;
+    std::deque<DeviceEvent> m_waiting GUARDED_BY(m_mutex);
+    Receiver m_receiver GUARDED_BY(m_mutex) = nullptr;
+    Mark m_callsBegun GUARDED_BY(m_mutex) = 0;
+    Mark m_callsEnded GUARDED_BY(m_mutex) = 0;
+    bool m_stopping GUARDED_BY(m_mutex) = false;
 
     std::thread m_thread; // last: it starts in the constructor and needs the rest
 };

@@ -33,10 +33,10 @@ template <typename Work> auto shielded(Work work) noexcept -> decltype(work(proc
 void report(const char *function, const Error &error) noexcept
 {
     try {
-        korv::logLine(std::string(function) + ": " + error.text + " (" + std::to_string(error.code)
-                      + ")");
+        korv::logLine(korv::LogLevel::Error, function,
+                      error.text + " (" + std::to_string(error.code) + ")");
     } catch (...) { // no memory for the whole line
-        korv::logLine(error.text);
+        korv::logLine(korv::LogLevel::Error, function, error.text);
     }
 }
 

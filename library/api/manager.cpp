@@ -1,6 +1,8 @@
 #include "library/api/manager.h"
 
 #include "library/api/callback_scope.h"
+#include "library/base/exception_error.h"
+#include "library/base/step_times.h"
 #include "library/export/convert.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
@@ -52,23 +54,24 @@ Manager::~Manager()
 
 // ---- life cycle ----
 
-void Manager::beginChange(std::unique_lock<std::mutex> &lock)
+void Manager::beginChange(MutexLock &lock)
 {
-    m_stateChanged.wait(lock, [this] { return m_state != State::Changing; });
+    while (m_state == State::Changing)
+        m_stateChanged.wait(lock);
 }
 
 void Manager::endChange(std::shared_ptr<Session> session)
 {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const MutexLock lock(m_stateMutex);
     m_state = session ? State::Ready : State::Down;
     m_session = std::move(session);
-    m_stateChanged.notify_all();
+    m_stateChanged.notifyAll();
 }
 
 Result<void> Manager::initialise()
 {
     {
-        std::unique_lock<std::mutex> lock(m_stateMutex);
+        MutexLock lock(m_stateMutex);
         if (m_processEnds)
             return processEnds();
         if (isInsideAnyCallback())
@@ -95,7 +98,7 @@ Result<void> Manager::uninitialise()
 {
     std::shared_ptr<Session> session;
     {
-        std::unique_lock<std::mutex> lock(m_stateMutex);
+        MutexLock lock(m_stateMutex);
         if (isInsideAnyCallback())
             return m_state == State::Down ? notInitialised() : insideCallback();
         beginChange(lock);
@@ -106,11 +109,11 @@ Result<void> Manager::uninitialise()
     }
     session->shutDown();
     {
-        const std::lock_guard<std::mutex> lock(m_optionsMutex);
+        const MutexLock lock(m_optionsMutex);
         m_options = {};
     }
     {
-        const std::lock_guard<std::mutex> lock(m_documentMutex);
+        const MutexLock lock(m_documentMutex);
         m_document.clear();
     }
     endChange(nullptr);
@@ -120,7 +123,7 @@ Result<void> Manager::uninitialise()
 void Manager::endWithProcess() noexcept
 {
     try {
-        std::unique_lock<std::mutex> lock(m_stateMutex);
+        MutexLock lock(m_stateMutex);
         m_processEnds = true;
         if (!isInsideAnyCallback()) {
             lock.unlock();
@@ -129,18 +132,20 @@ void Manager::endWithProcess() noexcept
         }
         // what waits for this callback waits for ever, so nothing of the session can be destroyed
         m_abandoned = std::move(m_session);
+        const std::shared_ptr<Session> abandoned = m_abandoned;
         if (m_state == State::Ready)
             m_state = State::Down;
         lock.unlock();
-        if (m_abandoned)
-            m_abandoned->silence();
+        if (abandoned)
+            abandoned->silence();
     } catch (...) { // the process ends anyway
+        logLine(LogLevel::Error, "could not end the session", errorInFlight().text);
     }
 }
 
 Result<std::shared_ptr<Session>> Manager::session() const
 {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const MutexLock lock(m_stateMutex);
     if (!m_session)
         return notInitialised();
     return m_session;
@@ -160,7 +165,7 @@ Result<void> Manager::setColour(int colour)
 {
     if (colour < 0 || colour > 2)
         return outOfRange("colour", colour);
-    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    const MutexLock lock(m_optionsMutex);
     m_options.colour = static_cast<ColourStyle>(colour);
     return {};
 }
@@ -169,7 +174,7 @@ Result<void> Manager::setQuality(int quality)
 {
     if (quality < 1 || quality > 100)
         return outOfRange("quality", quality);
-    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    const MutexLock lock(m_optionsMutex);
     m_options.quality = quality;
     return {};
 }
@@ -178,7 +183,7 @@ Result<void> Manager::setCrop(int mode)
 {
     if (mode != static_cast<int>(CropMode::Off) && mode != static_cast<int>(CropMode::Auto))
         return outOfRange("crop mode", mode);
-    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    const MutexLock lock(m_optionsMutex);
     m_options.crop = static_cast<CropMode>(mode);
     return {};
 }
@@ -187,14 +192,14 @@ Result<void> Manager::setRotation(int mode)
 {
     if (mode < 0 || mode > 3)
         return outOfRange("rotation", mode);
-    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    const MutexLock lock(m_optionsMutex);
     m_options.rotation = static_cast<Rotation>(mode);
     return {};
 }
 
 PhotographOptions Manager::options() const
 {
-    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    const MutexLock lock(m_optionsMutex);
     return m_options;
 }
 
@@ -230,9 +235,12 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (!photograph)
         return photograph.error();
     m_leftOvers.clearOnce(folderOf(path));
-    // under a working name lies a photograph of which nobody knows any more
-    return writeFileAtomically(path, photograph.value(),
-                               isWorkingFile(path) ? Existing::Recover : Existing::Replace);
+    StepTimes times("photograph");
+    // a file under a working name is a photograph that its program has lost track of
+    Result<void> written = writeFileAtomically(
+        path, photograph.value(), isWorkingFile(path) ? Existing::Recover : Existing::Replace);
+    times.ended("write the file");
+    return written;
 }
 
 Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)
@@ -255,7 +263,7 @@ Result<void> Manager::convert(const std::string &source, const std::string &dest
 
 Result<void> Manager::addPage(const std::string &source)
 {
-    const std::lock_guard<std::mutex> lock(m_documentMutex);
+    const MutexLock lock(m_documentMutex);
     return m_document.add(source);
 }
 
@@ -263,7 +271,7 @@ Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
     m_leftOvers.clearOnce(folderOf(destination));
-    const std::lock_guard<std::mutex> lock(m_documentMutex);
+    const MutexLock lock(m_documentMutex);
     return m_document.combine(destination, quality);
 }
 

@@ -4,12 +4,11 @@
 #include "library/export/pending_document.h"
 #include "library/files/left_overs.h"
 #include "library/photograph/photograph.h"
+#include "library/threads/mutex.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace korv {
@@ -59,24 +58,26 @@ private:
     PhotographDetails details() const;
     enum class State { Down, Changing, Ready };
 
-    void beginChange(std::unique_lock<std::mutex> &lock);
+    void beginChange(MutexLock &lock) REQUIRES(m_stateMutex);
     void endChange(std::shared_ptr<Session> session);
 
     const MonitorFactory m_monitors;
 
     std::atomic<bool> m_processEnds{false};
 
-    mutable std::mutex m_stateMutex; // guards m_state and m_session; never held while threads end
-    std::condition_variable m_stateChanged;
-    State m_state = State::Down;
-    std::shared_ptr<Session> m_session; // calls under way keep theirs
-    std::shared_ptr<Session> m_abandoned; // its threads still run as the process ends
+    mutable Mutex m_stateMutex; // never held while threads end
+    Condition m_stateChanged;
+    State m_state GUARDED_BY(m_stateMutex) = State::Down;
+    /// Calls under way keep theirs.
+    std::shared_ptr<Session> m_session GUARDED_BY(m_stateMutex);
+    /// Its threads still run as the process ends.
+    std::shared_ptr<Session> m_abandoned GUARDED_BY(m_stateMutex);
 
-    mutable std::mutex m_optionsMutex;
-    PhotographOptions m_options;
+    mutable Mutex m_optionsMutex;
+    PhotographOptions m_options GUARDED_BY(m_optionsMutex);
 
-    std::mutex m_documentMutex;
-    PendingDocument m_document;
+    Mutex m_documentMutex;
+    PendingDocument m_document GUARDED_BY(m_documentMutex);
 
     LeftOvers m_leftOvers;
 };

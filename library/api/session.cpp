@@ -1,5 +1,7 @@
 #include "library/api/session.h"
 
+#include "library/base/log.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -52,12 +54,13 @@ public:
         : m_session(session)
         , m_index(index)
     {
-        std::unique_lock<std::mutex> lock(session.m_mutex);
-        const auto mayGoOn = [&] {
+        MutexLock lock(session.m_mutex);
+        for (;;) {
             m_slot = session.m_ending && purpose == Purpose::Use ? nullptr : session.slotAt(index);
-            return !m_slot || !m_slot->taken;
-        };
-        session.m_turnEnded.wait(lock, mayGoOn);
+            if (!m_slot || !m_slot->taken)
+                break;
+            session.m_turnEnded.wait(lock);
+        }
         if (m_slot)
             m_slot->taken = true;
     }
@@ -66,11 +69,11 @@ public:
     {
         if (!m_slot)
             return;
-        const std::lock_guard<std::mutex> lock(m_session.m_mutex);
+        const MutexLock lock(m_session.m_mutex);
         m_slot->taken = false;
         if (!m_slot->present && !m_slot->open)
             m_session.m_slots[static_cast<std::size_t>(m_index)].reset();
-        m_session.m_turnEnded.notify_all();
+        m_session.m_turnEnded.notifyAll();
     }
 
     DeviceLock(const DeviceLock &) = delete;
@@ -87,6 +90,14 @@ private:
 };
 
 namespace {
+
+std::string sizeText(const std::vector<CaptureMode> &modes, int number)
+{
+    const auto mode = std::find_if(modes.begin(), modes.end(),
+                                   [=](const CaptureMode &each) { return each.number == number; });
+    return mode == modes.end() ? "no size"
+                               : std::to_string(mode->width) + "x" + std::to_string(mode->height);
+}
 
 Error noDevice(int index)
 {
@@ -124,10 +135,10 @@ void Session::shutDown()
 {
     std::size_t count = 0;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_ending = true; // from here on the table does not grow
         count = m_slots.size();
-        m_turnEnded.notify_all();
+        m_turnEnded.notifyAll();
     }
     // all are told before the first is waited for: each may take its time
     for (std::size_t index = 0; index < count; ++index) {
@@ -154,7 +165,8 @@ void Session::silence()
 
 void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    logDebug([&] { return identity.label + ": arrived"; });
+    const MutexLock lock(m_mutex);
     if (m_ending)
         return;
     auto slot = std::make_unique<Slot>();
@@ -167,7 +179,7 @@ void Session::arrived(DeviceMonitor &monitor, const DeviceIdentity &identity)
 
 void Session::departed(const DeviceMonitor &monitor, const std::string &key)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto place = std::find_if(m_slots.begin(), m_slots.end(), [&](const auto &slot) {
         return slot && slot->present && slot->monitor == &monitor && slot->identity.key == key;
     });
@@ -195,7 +207,7 @@ void Session::setReceiver(EventSender::Receiver receiver)
     EventSender::Mark mark = 0;
     {
         // both under one lock: a device that comes now is either in the list or posted after it
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         std::deque<DeviceEvent> present;
         for (std::size_t index = 0; index < m_slots.size(); ++index) {
             const Slot *slot = m_slots[index].get();
@@ -223,7 +235,7 @@ const Session::Slot *Session::openSlot(int index) const
 
 std::vector<IndexedDevice> Session::presentDevices() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     std::vector<IndexedDevice> devices;
     for (std::size_t index = 0; index < m_slots.size(); ++index) {
         if (m_slots[index] && m_slots[index]->present)
@@ -234,7 +246,7 @@ std::vector<IndexedDevice> Session::presentDevices() const
 
 std::vector<IndexedDevice> Session::openDevices() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     std::vector<IndexedDevice> devices;
     for (std::size_t index = 0; index < m_slots.size(); ++index) {
         if (m_slots[index] && m_slots[index]->open)
@@ -245,7 +257,7 @@ std::vector<IndexedDevice> Session::openDevices() const
 
 Result<std::vector<CaptureMode>> Session::modes(int index) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const Slot *slot = openSlot(index);
     if (!slot)
         return notOpen(index);
@@ -254,7 +266,7 @@ Result<std::vector<CaptureMode>> Session::modes(int index) const
 
 std::string Session::streamingName() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     std::string name;
     for (const std::unique_ptr<Slot> &slot : m_slots) {
         if (!slot || !slot->streaming)
@@ -268,7 +280,7 @@ std::string Session::streamingName() const
 
 Result<int> Session::currentMode(int index) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const Slot *slot = openSlot(index);
     if (!slot)
         return notOpen(index);
@@ -289,7 +301,13 @@ Result<void> Session::open(int index)
         return opened.error();
 
     device->device = std::move(opened).value();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    logDebug([&] {
+        const std::vector<CaptureMode> &modes = device->device->modes();
+        return device->identity.label + ": opened as device " + std::to_string(index) + ", "
+            + std::to_string(modes.size()) + " resolutions, "
+            + sizeText(modes, device->device->currentMode()) + " chosen";
+    });
+    const MutexLock lock(m_mutex);
     device->modes = device->device->modes();
     device->currentMode = device->device->currentMode();
     device->open = true;
@@ -309,10 +327,11 @@ Result<void> Session::close(int index)
 Result<void> Session::closeLocked(Slot &slot)
 {
     if (slot.streaming)
-        static_cast<void>(slot.device->stop()); // the device is destroyed next, whatever it says
+        static_cast<void>(slot.device->stop()); // the device is destroyed next in any case
     slot.device.reset();
     slot.receiver.reset();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    logDebug([&] { return slot.identity.label + ": closed"; });
+    const MutexLock lock(m_mutex);
     slot.open = false;
     slot.streaming = false;
     slot.modes.clear();
@@ -328,7 +347,10 @@ Result<void> Session::selectMode(int index, int number)
         return Error{-EBUSY, "the resolution cannot change while the device streams"};
     if (Result<void> selected = device->device->selectMode(number); !selected)
         return selected;
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    logDebug([&] {
+        return device->identity.label + ": " + sizeText(device->modes, number) + " chosen";
+    });
+    const MutexLock lock(m_mutex);
     device->currentMode = device->device->currentMode();
     return {};
 }
@@ -342,11 +364,11 @@ Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
         return notOpen(index);
     if (device->streaming)
         return Error{-EBUSY, "device " + std::to_string(index) + " is already streaming"};
-    auto receiver = std::make_unique<StreamReceiver>(callback, m_silent);
+    auto receiver = std::make_unique<StreamReceiver>(callback, m_silent, device->identity.label);
     if (Result<void> started = device->device->start(*receiver); !started)
         return started;
     device->receiver = std::move(receiver);
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     device->streaming = true;
     return {};
 }
@@ -360,7 +382,7 @@ Result<void> Session::stopCapture(int index)
         return Error{-EINVAL, "device " + std::to_string(index) + " is not streaming"};
     const Result<void> stopped = device->device->stop();
     device->receiver.reset();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     device->streaming = false;
     return stopped;
 }

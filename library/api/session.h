@@ -4,11 +4,10 @@
 #include "library/api/stream_receiver.h"
 #include "library/base/result.h"
 #include "library/device/device_monitor.h"
+#include "library/threads/mutex.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -31,7 +30,7 @@ class Session
 public:
     using Monitors = std::vector<std::unique_ptr<DeviceMonitor>>;
 
-    /// Throws std::system_error or std::bad_alloc when there is no thread or memory to be had.
+    /// Throws std::system_error or std::bad_alloc when no thread or memory is available.
     explicit Session(Monitors monitors);
     ~Session();
     Session(const Session &) = delete;
@@ -71,15 +70,17 @@ private:
 
     void arrived(DeviceMonitor &monitor, const DeviceIdentity &identity);
     void departed(const DeviceMonitor &monitor, const std::string &key);
-    std::size_t freeIndex();
-    const Slot *openSlot(int index) const;
-    Slot *slotAt(int index) const;
+    std::size_t freeIndex() REQUIRES(m_mutex);
+    const Slot *openSlot(int index) const REQUIRES(m_mutex);
+    Slot *slotAt(int index) const REQUIRES(m_mutex);
     Result<void> closeLocked(Slot &slot);
 
-    mutable std::mutex m_mutex; // guards the table, each slot's plain members and m_ending
-    std::condition_variable m_turnEnded;
-    std::vector<std::unique_ptr<Slot>> m_slots; // by index; null where the index is free
-    bool m_ending = false;
+    /// Also held to change the plain members of a slot; who has the turn may read them without.
+    mutable Mutex m_mutex;
+    Condition m_turnEnded;
+    /// By index; null where the index is free.
+    std::vector<std::unique_ptr<Slot>> m_slots GUARDED_BY(m_mutex);
+    bool m_ending GUARDED_BY(m_mutex) = false;
     std::atomic<bool> m_silent{false}; // no frame goes to the application any more
 
     EventSender m_events;

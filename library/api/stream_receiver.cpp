@@ -15,9 +15,9 @@ void StreamReceiver::onFrame(const Frame &frame)
         static_cast<std::uint64_t>(frame.width) * static_cast<std::uint64_t>(frame.height) * 3;
     if (frame.jpeg.size >= room || frame.jpeg.size > std::numeric_limits<int>::max()) {
         if (!m_reported)
-            logLine("frames of " + std::to_string(frame.jpeg.size) + " bytes are too long for "
-                    + std::to_string(frame.width) + "x" + std::to_string(frame.height)
-                    + " and dropped");
+            logLine(LogLevel::Warning, m_label, "dropping frames that are too long",
+                    std::to_string(frame.jpeg.size) + " bytes for " + std::to_string(frame.width)
+                        + "x" + std::to_string(frame.height));
         m_reported = true;
         return;
     }

@@ -3,6 +3,8 @@
 #include "library/device/camera_device.h"
 
 #include <atomic>
+#include <string>
+#include <utility>
 
 namespace korv {
 
@@ -12,10 +14,11 @@ class StreamReceiver : public FrameSink
 public:
     using Callback = int (*)(void *data, int size, int width, int height);
 
-    /// No call begins once `silent` is set. It is borrowed.
-    StreamReceiver(Callback callback, const std::atomic<bool> &silent)
+    /// No call begins once `silent` is set. It is borrowed. `label` names the camera in the log.
+    StreamReceiver(Callback callback, const std::atomic<bool> &silent, std::string label)
         : m_callback(callback)
         , m_silent(silent)
+        , m_label(std::move(label))
     {
     }
 
@@ -26,6 +29,7 @@ public:
 private:
     Callback m_callback;
     const std::atomic<bool> &m_silent;
+    const std::string m_label;
     bool m_reported = false; // of the stream thread
 };
 

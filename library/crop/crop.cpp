@@ -1,12 +1,16 @@
 #include "library/crop/crop.h"
 
+#include "library/base/log.h"
 #include "library/crop/outlines/crop_geometry.h"
 #include "library/crop/outlines/sheet_judge.h"
 #include "library/crop/sheet_search.h"
 #include "library/image/opencv_threads.h"
 
 #include <algorithm>
+#include <iomanip>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <vector>
 
 namespace korv {
@@ -75,6 +79,22 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
     return best;
 }
 
+/// What the search found, with the confidence, for the log.
+std::string descriptionOf(const Verdict &verdict)
+{
+    if (verdict.trust == std::numeric_limits<double>::lowest())
+        return "crop: no outline found";
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2) << "crop: confidence " << verdict.trust
+         << (verdict.trust < kMinConfidence ? ", too low; not cut"
+                 : verdict.hasTwin          ? ", but another sheet is about as large; not cut"
+                                            : "; cut")
+         << std::setprecision(0) << "; corners";
+    for (const cv::Point2d &corner : ordered(verdict.corners))
+        text << ' ' << corner.x << ',' << corner.y;
+    return text.str();
+}
+
 } // namespace
 
 std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
@@ -90,6 +110,7 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
         if (other.trust > verdict.trust)
             verdict = other;
     }
+    logDebug([&] { return descriptionOf(verdict); });
     if (verdict.trust < kMinConfidence || verdict.hasTwin)
         return std::nullopt;
     return quadrilateralOf(ordered(verdict.corners));

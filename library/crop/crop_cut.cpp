@@ -1,3 +1,10 @@
+// In: the decoded photograph and the corners of a sheet in it. Out: the sheet as if seen from
+// straight above.
+//
+// Its aspect comes from sheet_aspect. Of its two sides, the one that the camera saw shortened
+// grows; the other keeps its pixels, so that nothing that the frame shows is lost and no more is
+// made up than must be. The limits of size are those of every picture here (kMaxSide, kMaxPixels).
+
 #include "library/crop/crop.h"
 #include "library/crop/outlines/crop_geometry.h"
 #include "library/crop/perspective_warp.h"

@@ -1,3 +1,13 @@
+// In: the corners of a sheet as the camera sees them, and the frame's size. Out: width by height of
+// the flat sheet, after Zhang and He, "Whiteboard scanning and image enhancement" (2007), with the
+// focal length estimated from the right angles between its sides; the centre of the lens is the
+// frame's.
+//
+// A sheet seen from straight above has right angles at every focal length, so the estimate is held
+// near kUsualFocalLength; the two spreads weigh one against the other. Within 2 % the aspect is
+// that of a common format: A and B series (ISO 216) and letter lie 9 % apart, and corners that are
+// a pixel off move the aspect of a sheet that fills half of the frame by less than 1 %.
+
 #include "library/crop/sheet_aspect.h"
 
 #include "library/crop/outlines/crop_geometry.h"

@@ -17,6 +17,7 @@ struct DeviceIdentity
     std::string name; ///< UTF-8, 1..63 bytes, no comma
     int vid = 0;
     int pid = 0;
+    std::string label = {}; ///< names the camera in the log: "/dev/video0 (Model)"
 };
 
 /// One picture size a device offers; `number` is the contract's res-no.

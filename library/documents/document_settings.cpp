@@ -76,7 +76,7 @@ DocumentSettings settingsFromEnvironment()
     if (!size.empty()) {
         settings.sheet = sheetOf(size);
         if (!settings.sheet)
-            logLine("KORV_CAMERA_PAGE_SIZE: no page size: " + cleanUtf8(size));
+            logLine(LogLevel::Warning, "KORV_CAMERA_PAGE_SIZE", cleanUtf8(size), "not a page size");
     }
     return settings;
 }

@@ -144,7 +144,8 @@ std::optional<Result<void>> convertAsRowsCome(ByteView content, const jpeg::Info
     std::unique_ptr<BackgroundDecoder> decoder;
     try {
         decoder = std::make_unique<BackgroundDecoder>(content, info);
-    } catch (const std::system_error &) {
+    } catch (const std::system_error &error) {
+        logLine(LogLevel::Debug, "converting without a second thread", error.what());
         return std::nullopt;
     }
     return output.writeWith([&](AtomicFile &file) -> Result<void> {
@@ -164,8 +165,10 @@ void tellOfOtherPages(const std::string &source, ByteView content)
         return;
     const std::size_t pages = tiffPages(content).directories.size();
     if (pages > 1)
-        logLine(source + " has " + std::to_string(pages)
-                + " pages, of which a single picture holds the first; pdf, ofd and tiff hold all");
+        logLine(LogLevel::Warning,
+                source + " has " + std::to_string(pages)
+                    + " pages, of which a single picture holds the first; pdf, ofd and tiff hold"
+                      " all");
 }
 
 Result<void> convertPicture(const std::string &source, const Format &format, Output &output,

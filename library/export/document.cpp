@@ -55,14 +55,15 @@ public:
         std::string text = "page " + std::to_string(number) + " is missing: " + source;
         if (page.pages > 1)
             text += ", its page " + std::to_string(page.page + 1);
-        logLine(text + ": " + problem.text);
+        logLine(LogLevel::Warning, text, problem.text);
     }
 
     /// Call it when all pages are through.
     void tellTheRest() const
     {
         if (m_count > kMaxReported)
-            logLine(std::to_string(m_count - kMaxReported) + " more pages are missing");
+            logLine(LogLevel::Warning,
+                    std::to_string(m_count - kMaxReported) + " more pages are missing");
     }
 
     const Result<void> &firstProblem() const { return m_first; }

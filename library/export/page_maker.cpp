@@ -104,13 +104,13 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
 
 Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
 {
-    std::unique_lock<std::mutex> alone;
+    std::optional<MutexLock> alone;
     if (m_options.largePictures != nullptr) {
         const Result<PictureSize> size = pictureSize(content, directory);
         // nothing larger than reasonable is decoded; the product of such sides may not even exist
         if (size && isSupportedSize(size.value().width, size.value().height)
             && size.value().width * size.value().height > kLargePicture)
-            alone = std::unique_lock<std::mutex>(*m_options.largePictures);
+            alone.emplace(*m_options.largePictures);
     }
     if (recogniseFormat(content) == SourceFormat::Jpeg) {
         const Result<jpeg::Structure> structure = jpeg::readStructure(content);

@@ -3,10 +3,10 @@
 #include "library/base/result.h"
 #include "library/documents/page.h"
 #include "library/jpeg/jpeg_structure.h"
+#include "library/threads/mutex.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -19,8 +19,7 @@ struct PageOptions
     bool plainJpegOnly = false; ///< the container wants baseline JPEG with ordinary sampling
     PixelCoder codePixels = nullptr; ///< of the container
     std::optional<SheetSize> sheet; ///< the pages are such sheets, upright or across
-    std::mutex *largePictures =
-        nullptr; ///< makers that share it decode one large picture at a time
+    Mutex *largePictures = nullptr; ///< makers that share it decode one large picture at a time
 };
 
 /// Turns picture files and pixels into pages. A page stays valid until the next one is made; the

@@ -1,6 +1,7 @@
 #include "library/export/page_prefetcher.h"
 
 #include "library/base/exception_error.h"
+#include "library/base/log.h"
 #include "library/threads/thread.h"
 
 #include <algorithm>
@@ -33,18 +34,19 @@ PagePrefetcher::PagePrefetcher(const std::vector<std::string> &sources, const Pa
     try {
         for (std::size_t i = 0; i < threads; ++i)
             m_threads.push_back(startThread("korv-pages", [this] { work(); }));
-    } catch (const std::exception &) {
+    } catch (const std::exception &error) {
         // no thread, or no memory for one: those that did start suffice, and so does none
+        logLine(LogLevel::Debug, "fewer threads make pages than could", error.what());
     }
 }
 
 PagePrefetcher::~PagePrefetcher()
 {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_stopped = true;
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     for (std::thread &thread : m_threads)
         thread.join();
 }
@@ -66,31 +68,35 @@ void PagePrefetcher::make(const PageTask &task, Slot &slot)
     }
 }
 
+/// The page given last is in use until the next one is asked for.
+bool PagePrefetcher::hasRoom() const
+{
+    const std::size_t oldest = m_toGive == 0 ? 0 : m_toGive - 1;
+    return m_taken < oldest + m_slots.size();
+}
+
 /// False when nobody needs more pages.
 bool PagePrefetcher::waitForRoom()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    // the page given last is in use until the next one is asked for
-    m_changed.wait(lock, [this] {
-        const std::size_t oldest = m_toGive == 0 ? 0 : m_toGive - 1;
-        return m_stopped || m_complete || m_taken < oldest + m_slots.size();
-    });
+    MutexLock lock(m_mutex);
+    while (!m_stopped && !m_complete && !hasRoom())
+        m_changed.wait(lock);
     return !m_stopped && !m_complete;
 }
 
 std::optional<PageTask> PagePrefetcher::take(std::size_t &index)
 {
     // files are opened here, so only those wait who would take a page as well
-    const std::lock_guard<std::mutex> feeding(m_feedMutex);
+    const MutexLock feeding(m_feedMutex);
     if (!waitForRoom())
         return std::nullopt;
     std::optional<PageTask> task = m_feed.next();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (task)
         index = m_taken++;
     else
         m_complete = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return task;
 }
 
@@ -99,29 +105,38 @@ void PagePrefetcher::work()
     std::size_t index = 0;
     while (const std::optional<PageTask> task = take(index)) {
         make(*task, slotOf(index));
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         slotOf(index).ready = true;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
+}
+
+/// For a caller that makes its pages itself.
+const SourcePage *PagePrefetcher::makeNext()
+{
+    std::optional<PageTask> task;
+    {
+        const MutexLock feeding(m_feedMutex);
+        task = m_feed.next();
+    }
+    if (!task)
+        return nullptr;
+    Slot &only = m_slots.front(); // the page given last is not in use any more
+    make(*task, only);
+    return &only.page;
 }
 
 const SourcePage *PagePrefetcher::next()
 {
-    const std::size_t index = m_toGive;
-    if (m_threads.empty()) {
-        const std::optional<PageTask> task = m_feed.next();
-        if (!task)
-            return nullptr;
-        ++m_toGive;
-        make(*task, slotOf(index));
-        return &slotOf(index).page;
-    }
-    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_threads.empty())
+        return makeNext();
+    MutexLock lock(m_mutex);
+    const std::size_t index = m_toGive++;
     if (index > 0)
         slotOf(index - 1).ready = false;
-    ++m_toGive;
-    m_changed.notify_all();
-    m_changed.wait(lock, [&] { return slotOf(index).ready || (m_complete && index >= m_taken); });
+    m_changed.notifyAll();
+    while (!slotOf(index).ready && !(m_complete && index >= m_taken))
+        m_changed.wait(lock);
     return slotOf(index).ready ? &slotOf(index).page : nullptr;
 }
 

@@ -2,9 +2,8 @@
 
 #include "library/export/page_feed.h"
 #include "library/export/page_maker.h"
+#include "library/threads/mutex.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -52,22 +51,24 @@ private:
     };
 
     Slot &slotOf(std::size_t index) { return m_slots[index % m_slots.size()]; }
+    const SourcePage *makeNext();
+    bool hasRoom() const REQUIRES(m_mutex);
     bool waitForRoom();
     std::optional<PageTask> take(std::size_t &index);
     void make(const PageTask &task, Slot &slot);
     void work();
 
     const std::vector<std::string> &m_sources;
-    std::mutex m_largePictures;
+    Mutex m_largePictures;
     std::vector<Slot> m_slots;
-    std::mutex m_feedMutex; ///< held to take the next page; before m_mutex
-    PageFeed m_feed;
-    std::mutex m_mutex; ///< guards what follows, and each slot's `ready`
-    std::condition_variable m_changed;
-    std::size_t m_taken = 0; ///< pages that somebody makes or has made
-    std::size_t m_toGive = 0; ///< index of the next page to give
-    bool m_complete = false; ///< all pages are taken
-    bool m_stopped = false;
+    Mutex m_feedMutex; ///< held to take the next page; before m_mutex
+    PageFeed m_feed GUARDED_BY(m_feedMutex);
+    Mutex m_mutex; ///< also guards each slot's `ready`
+    Condition m_changed;
+    std::size_t m_taken GUARDED_BY(m_mutex) = 0; ///< pages that somebody makes or has made
+    std::size_t m_toGive GUARDED_BY(m_mutex) = 0; ///< index of the next page to give
+    bool m_complete GUARDED_BY(m_mutex) = false; ///< all pages are taken
+    bool m_stopped GUARDED_BY(m_mutex) = false;
     std::vector<std::thread> m_threads;
 };
 

@@ -172,7 +172,7 @@ public:
             if (keepIn(folder, source, extension, renaming, why))
                 return;
         }
-        logLine("could not keep " + source + ": " + why);
+        logLine(LogLevel::Error, "could not keep " + source, why);
     }
 
     void syncFolders() const
@@ -181,7 +181,7 @@ public:
             const Result<Folder> folder = Folder::open(path);
             // one that cannot be read cannot be synced; its files were
             if (!folder || (folder.value().isReadable() && !folder.value().sync(-1)))
-                logLine("could not sync the folder " + path);
+                logLine(LogLevel::Warning, "could not sync the folder " + path);
         }
     }
 
@@ -210,7 +210,7 @@ private:
             if (kept) {
                 m_next = number + 1;
                 m_touched.insert(folder);
-                logLine("kept " + source + " as " + path);
+                logLine(LogLevel::Info, "kept " + source + " as " + path);
                 return {};
             }
             if (kept.code() != -EEXIST)
@@ -246,7 +246,7 @@ void rescuePages(const std::vector<std::string> &sources, const std::string &des
             if (holdsSomething(source))
                 rescuer.keep(source);
         } catch (const std::exception &failure) {
-            logLine("could not keep " + source + ": " + failure.what());
+            logLine(LogLevel::Error, "could not keep " + source, failure.what());
         }
     }
     rescuer.syncFolders();

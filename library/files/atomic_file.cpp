@@ -290,7 +290,7 @@ Result<void> AtomicFile::commit()
         return named;
     m_named = true;
     if (m_number != 0)
-        logLine(m_path + " exists already; the new file is " + path());
+        logLine(LogLevel::Info, m_path + " exists; writing " + path() + " instead");
     // the name is there already
     if (Result<void> synced = m_folder.sync(m_file.get()); !synced)
         return Error{synced.code(), "sync the folder of " + m_path};

@@ -1,6 +1,8 @@
 #include "library/files/left_overs.h"
 
+#include "library/base/exception_error.h"
 #include "library/base/handle.h"
+#include "library/base/log.h"
 #include "library/files/file_names.h"
 
 #include <cerrno>
@@ -181,12 +183,13 @@ void LeftOvers::clearOnce(const std::string &folder) noexcept
 {
     try {
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             if (!m_cleared.insert(folder).second)
                 return;
         }
         clear(folder);
     } catch (...) { // tidying up is never a reason to fail
+        logLine(LogLevel::Debug, "could not tidy up", folder, errorInFlight().text);
     }
 }
 

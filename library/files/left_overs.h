@@ -1,8 +1,8 @@
 #pragma once
 
 #include "library/files/folder.h"
+#include "library/threads/mutex.h"
 
-#include <mutex>
 #include <set>
 #include <string>
 
@@ -39,8 +39,8 @@ public:
     void clearOnce(const std::string &folder) noexcept;
 
 private:
-    std::mutex m_mutex; // guards m_cleared; not held while clearing
-    std::set<std::string> m_cleared;
+    Mutex m_mutex; // not held while clearing
+    std::set<std::string> m_cleared GUARDED_BY(m_mutex);
 };
 
 } // namespace korv

@@ -127,8 +127,9 @@ Result<void> makeWay(const Folder &folder, const std::string &path)
             continue;
         Result<void> moved = moveToFreeName(folder, name, folder, newName);
         if (moved)
-            logLine("a photograph was left as " + path + "; it is " + folderOf(path) + "/" + newName
-                    + " now");
+            logLine(LogLevel::Info,
+                    "kept the photograph left behind as " + path + " as " + folderOf(path) + "/"
+                        + newName);
         if (moved.code() != -EEXIST)
             return moved;
     }

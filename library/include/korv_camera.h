@@ -19,7 +19,7 @@
  *    device.
  *  - A working file is one whose name begins with a dot and ends in "-preview-", four or more digits
  *    and ".jpg": ".desk-preview-0001.jpg". Its program has not exported it yet, and deletes it after
- *    the export whatever the result was, as the application does. The library sees to it that no
+ *    the export even if the export failed, as the application does. The library makes sure that no
  *    photograph is lost by that: SaveVideoData destroys none that is there already, and a failed
  *    export keeps its sources. Under other names nobody deletes anything, and nothing is kept.
  *  - Unfinished files lie in the new file's folder, nameless or as ".korv-*.part". Those of programs
@@ -36,7 +36,7 @@
  *    also while a driver hangs, but ends nothing. Call UnInit before it: until then callbacks go on.
  *  - exit(3), or the return from main, ends what UnInit would have ended. Inside a callback, exit(3)
  *    waits for nothing: no callback begins afterwards, but one in another thread may still be
- *    running. Whoever calls later, a destructor of a global object for one, is answered as after
+ *    running. A later call, such as one from the destructor of a global object, is answered as after
  *    UnInit; Init answers -ENODEV then, and so does SaveVideoData with crop or lineart.
  *  - In a child made by fork(2) the library is as if just loaded, without devices, threads, options
  *    and pages; the child may call Init. Its parent's library goes on undisturbed, but a camera that
@@ -44,7 +44,8 @@
  *    is forked inside a callback must not return from it; Init answers -EDEADLK there.
  *  - The library's threads, and callbacks with them, block all signals but those of faults; so does
  *    a program that a callback starts, unless it is given another mask.
- *  - Diagnostics go to standard error; nothing is written to standard output.
+ *  - Diagnostics go to standard error; nothing is written to standard output. The environment
+ *    variable KORV_LOG chooses how much: error, warning, info (the default) or debug.
  */
 #ifndef KORV_CAMERA_H
 #define KORV_CAMERA_H
@@ -104,9 +105,9 @@ KORV_CAMERA_API char *KorvCamera_GetWorkDevList(void);
  * -EACCES no permission, -ETIMEDOUT it does not answer. */
 KORV_CAMERA_API int KorvCamera_Open(int index);
 
-/* Ends the stream, if any, and closes the device. No frame callback runs after it returned. A device
- * that has left while it was open stays open, without frames, until this is called for it. -ENODEV
- * when the device is not open. */
+/* Ends the stream, if any, and closes the device. No frame callback runs after it returned. A
+ * device that has left while it was open stays open, without frames, until this is called for it.
+ * -ENODEV when the device is not open. */
 KORV_CAMERA_API int KorvCamera_Close(int index);
 
 /* The resolutions of an open device, largest first:
@@ -123,7 +124,7 @@ KORV_CAMERA_API int KorvCamera_SetCurResolutionNo(int index, int res_no);
 
 /* Starts the stream of an open device. Errors: -EINVAL null callback, -ENODEV not open,
  * -ENODEV has left, -EBUSY already streaming or held by another program, -EIO it refuses. A device
- * that takes longer than half a second to answer counts as started; its frames come when they come,
+ * that takes longer than half a second to answer counts as started; its frames arrive later,
  * or it leaves. */
 KORV_CAMERA_API int KorvCamera_StartCapture(int index, KorvCamera_FrameCallback cb);
 
@@ -153,8 +154,8 @@ KORV_CAMERA_API int KorvCamera_SetImageRotateMode(int mode);
 
 /* ---- pictures and files ---- */
 
-/* Turns one YUYV 4:2:2 picture (width x height x 2 bytes, ITU-R BT.601, as USB cameras send it) into
- * 24-bit RGB (width x height x 3 bytes, rows without padding, the byte order R, G, B).
+/* Turns one YUYV 4:2:2 picture (width x height x 2 bytes, ITU-R BT.601, as USB cameras send it)
+ * into 24-bit RGB (width x height x 3 bytes, rows without padding, the byte order R, G, B).
  * `reserved` is not used; pass 0. -EINVAL: null pointer, size 0 or over 65,500 a side, odd width. */
 KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char *dst,
                                               unsigned int width, unsigned int height,
@@ -162,22 +163,23 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
 
 /* Writes a photograph to `path` as JPEG, made from a frame as the frame callback delivered it, with
  * the options in force: crop, rotate, colour, encode, in that order. The frame's length is found by
- * its structure; no byte beyond width x height x 3 is read. The file appears whole or not at all. An
- * existing file is replaced; but a working file, which an ended program left or another one in the
- * same folder has taken, makes way first: it becomes "recovered-0001.jpg" beside it (next free number,
- * the extension of its content), and standard error tells so. When the photograph cannot be made or
- * written, it stays where it is; only when the last step fails, naming, may it have made way already.
- * Never waits for a stream: it may be called while the receiver holds a
- * lock that its frame callback wants. `reserved` is not used; pass 0.
- * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a complete
- * JPEG; -ENOMEM; or what the file system answered.
- * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse as
- * the quality's, the file is the frame byte for byte, but for tables and a head that strict readers
- * miss, and less a list of further pictures behind it. A rotation alone loses nothing where the
- * frame's edges allow it. Every other photograph states the resolution at which its long side is that
- * of an A4 sheet, and in EXIF the date and, while exactly one device streams, its name. The structure is checked, the
- * coded data between the markers are not: where bytes pass through, here or into a document, damage
- * inside them is not noticed, and whoever decodes them sees it. */
+ * its structure; no byte beyond width x height x 3 is read. The file appears whole or not at all.
+ * An existing file is replaced; but a working file, which an ended program left or another one in
+ * the same folder has taken, makes way first: it becomes "recovered-0001.jpg" beside it (next free
+ * number, the extension of its content), and a line on standard error says so. When the photograph
+ * cannot be made or written, it stays where it is; only when the last step fails, naming, may it
+ * have made way already. Never waits for a stream: it may be called while the receiver holds a lock
+ * that its frame callback wants. `reserved` is not used; pass 0.
+ * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a
+ * complete JPEG; -ENOMEM; or what the file system answered.
+ * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse
+ * as the quality's, the file is the frame byte for byte, except that tables and a header that
+ * strict readers require are added and a list of further pictures is dropped. A rotation alone
+ * loses nothing where the frame's edges allow it. Every other photograph states the resolution at
+ * which its long side is that of an A4 sheet, and in EXIF the date and, while exactly one device
+ * streams, its name. The structure is checked, the coded data between the markers are not: where
+ * bytes pass through, here or into a document, damage inside them goes unnoticed until somebody
+ * decodes them. */
 KORV_CAMERA_API int KorvCamera_SaveVideoData(void *data, int width, int height, int reserved,
                                              const char *path);
 
@@ -190,48 +192,50 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
 /* Converts the image file `src` to the new file `dst`. The extension of dst, in any case, chooses
  * the format: jpg, jpeg, png, bmp, tif, tiff, pdf, ofd. The format of src (JPEG, PNG, BMP, TIFF) is
  * recognised by its content. Pictures come out upright, transparent ones on white. Colours that an
- * ICC profile describes become sRGB; where a JPEG's bytes pass through, its profile comes along. At a
- * quality of 100, pixels that come from no JPEG enter pdf, ofd and tiff without loss. A TIFF of many
- * pages gives them all to pdf, ofd and tiff; a jpg, png or bmp is its first page, and standard error
- * tells that there are more. Reduced pictures and masks in a TIFF are no pages. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
- * 96 dpi, which are common placeholder values, has the long side of an A4 sheet.
+ * ICC profile describes become sRGB; where a JPEG's bytes pass through, its profile comes along. At
+ * a quality of 100, pixels that come from no JPEG enter pdf, ofd and tiff without loss. A TIFF of
+ * many pages gives them all to pdf, ofd and tiff; a jpg, png or bmp is its first page, and standard
+ * error says that there are more. Reduced pictures and masks in a TIFF do not count as pages. In
+ * pdf, ofd and tiff a page without a resolution, or with one of 72 or 96 dpi, which are common
+ * placeholder values, has the long side of an A4 sheet.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form
- * "0001 (1).pdf", the result is 0, and standard error tells the name. Of two programs that want the
- * same name at the same time, each gets its own.
- * When it fails and src is a working file, src is kept, for its program deletes it: under the further
- * name "0001-rescued-0001.jpg" (next free number, the extension of its content) beside dst, by a hard
- * link, or by a copy where links are not possible; beside src when nothing can be made there. With no
- * room for a copy either, src itself gets such a name, and is no longer where it was. Standard error
- * tells the name. Any other src is left alone, and every src in a process whose environment has a
- * value for KORV_CAMERA_NO_RESCUE, which says that it deletes none. A null pointer and an unknown extension are wrong
- * calls, which a caller can know beforehand, before it deletes anything: those do nothing at all.
- * Errors: -EINVAL null pointer or unknown extension (nothing is written); -EBADMSG src is no readable
- * picture; -EFBIG picture too large; -ENOENT, -ENOSPC ... what the file system answered. When only
- * the last step fails, syncing the folder, the whole new file stays. */
+ * "0001 (1).pdf", the result is 0, and standard error names it. Of two programs that want the same
+ * name at the same time, each gets its own.
+ * When it fails and src is a working file, src is kept, for its program deletes it: under the
+ * further name "0001-rescued-0001.jpg" (next free number, the extension of its content) beside dst,
+ * by a hard link, or by a copy where links are not possible; beside src when nothing can be made
+ * there. With no room for a copy either, src itself gets such a name, and is no longer where it
+ * was. Standard error names it. Any other src is left alone, and every src in a process whose
+ * environment has a value for KORV_CAMERA_NO_RESCUE, which says that it deletes none. A null
+ * pointer and an unknown extension are usage errors that a caller can detect beforehand: such calls
+ * do nothing at all.
+ * Errors: -EINVAL null pointer or unknown extension (nothing is written); -EBADMSG src is not a
+ * readable picture; -EFBIG picture too large; -ENOENT, -ENOSPC ... what the file system answered.
+ * When only the last step fails, syncing the folder, the whole new file stays. */
 KORV_CAMERA_API int KorvCamera_ConvertImagetoImage(const char *src, const char *dst);
 
 /* Adds an image file to the pending document. The file must stay in place until the document is
- * combined. A working file that is refused is no page, but the next combine keeps it as a page that
- * cannot be read. Errors: as ConvertImagetoImage for src. */
+ * combined. A working file that is refused does not become a page, but the next combine keeps it
+ * like a page that cannot be read. Errors: as ConvertImagetoImage for src. */
 KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
 
-/* Writes the pending pages, in the order they were added, to the new file `dst`: pdf, ofd, tif, tiff
- * by extension. An existing file is never touched, as in ConvertImagetoImage. The pending document
- * is empty afterwards, whatever the result. A page that cannot be had does not spoil the document:
- * the others are written, standard error tells its number in the document that was asked for, its
- * file and why, the file is kept as in ConvertImagetoImage if it is a working file, and the result is
- * the first such error.
+/* Writes the pending pages, in the order they were added, to the new file `dst`: pdf, ofd, tif,
+ * tiff by extension. An existing file is never touched, as in ConvertImagetoImage. The pending
+ * document is empty afterwards in any case. A page that cannot be read does not spoil the document:
+ * the others are written, standard error gives its number in the document that was asked for, its
+ * file and why, the file is kept as in ConvertImagetoImage if it is a working file, and the result
+ * is the first such error.
  * A TIFF's list of pages that breaks off, or runs in a circle, counts as one such page behind those
  * that it lists. When the document cannot be written, every working file is kept so. A tiff past
  * 4 GiB is a BigTIFF.
- * Two environment variables are read at each call. KORV_CAMERA_TITLE is the title, UTF-8; not set or
- * empty: the new file's name. KORV_CAMERA_PAGE_SIZE makes all pages one size: A3, A4, A5, letter, card
- * or WIDTHxHEIGHT in millimetres, 2 to 5000 each; upright or across as suits the picture, which fills
- * it as far as its shape allows and lies in the middle. In a tiff, which has no paper, the resolution
- * is the one at which the picture just fits. Any other size is told on standard error and ignored; not
- * set or empty: each page is as large as its picture.
+ * Two environment variables are read at each call. KORV_CAMERA_TITLE is the title, UTF-8; not set
+ * or empty: the new file's name. KORV_CAMERA_PAGE_SIZE makes all pages one size: A3, A4, A5,
+ * letter, card or WIDTHxHEIGHT in millimetres, 2 to 5000 each; upright or across as suits the
+ * picture, which fills it as far as its shape allows and lies in the middle. In a tiff, which has
+ * no paper, the resolution is the one at which the picture just fits. Any other size is reported on
+ * standard error and ignored; not set or empty: each page is as large as its picture.
  * Errors: -ENODATA no page pending; -EINVAL unknown extension (nothing is written or kept, as
  * there; the sources are where they were); -EFBIG a pdf past 10 GB; otherwise as there. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);

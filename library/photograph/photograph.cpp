@@ -1,6 +1,7 @@
 #include "library/photograph/photograph.h"
 
 #include "library/base/exception_error.h"
+#include "library/base/step_times.h"
 #include "library/crop/crop.h"
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
@@ -30,13 +31,18 @@ std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
     return transform;
 }
 
-Image straightened(Image image, CropMode crop)
+Image straightened(Image image, CropMode crop, StepTimes &times)
 {
     if (crop == CropMode::Off)
         return image;
     HelperThread core;
     const std::optional<Quadrilateral> sheet = findSheet(image, core);
-    return sheet ? cutSheet(image, *sheet, core) : image;
+    times.ended("find the sheet");
+    if (!sheet)
+        return image;
+    Image cut = cutSheet(image, *sheet, core);
+    times.ended("cut it out");
+    return cut;
 }
 
 Image inColour(Image image, ColourStyle style)
@@ -73,7 +79,8 @@ Result<Bytes> change(ByteView picture, const jpeg::Structure &structure,
     return jpeg::transformed(picture, structure, work, dpi, exif);
 }
 
-Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options)
+Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options,
+                     StepTimes &times)
 {
     // colour helps to find the sheet, so it goes last; without a search chroma is never decoded
     jpeg::DecodeOptions decoding;
@@ -82,9 +89,11 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
     if (!decoded)
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
-    image = straightened(std::move(image), options.crop);
+    times.ended("decode");
+    image = straightened(std::move(image), options.crop, times);
     image = rotate(std::move(image), options.rotation);
     image = inColour(std::move(image), options.colour);
+    times.ended("rotate and colour");
     image.setDpi(effectiveDpi(image.width(), image.height(), 0));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
@@ -92,7 +101,9 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
         info, Turn::ofOrientation(info.orientation).then(Turn::of(options.rotation)));
     const Bytes exif = exifOf(options, image.width(), image.height(), image.dpi());
     encoding.exif = exif;
-    return jpeg::encode(image, encoding);
+    Result<Bytes> encoded = jpeg::encode(image, encoding);
+    times.ended("encode");
+    return encoded;
 }
 
 } // namespace
@@ -106,7 +117,9 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
         return ByteView(storage);
     };
     try {
+        StepTimes times("photograph");
         const Result<jpeg::Structure> structure = jpeg::readStructure(frame);
+        times.ended("read the markers");
         if (!structure)
             return structure.error();
         const jpeg::Info &info = structure.value().info;
@@ -114,11 +127,17 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return Error{-EFBIG, "photograph too large"};
         const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
         const ByteView picture = frame.first(structure.value().end);
-        if (work && jpeg::canStay(structure.value(), *work))
-            return jpeg::asItIs(frame, structure.value(), storage);
-        if (work && jpeg::canTransform(structure.value(), *work))
-            return stored(change(picture, structure.value(), *work, options));
-        return stored(remake(picture, info, options));
+        if (work && jpeg::canStay(structure.value(), *work)) {
+            Result<ByteView> kept = jpeg::asItIs(frame, structure.value(), storage);
+            times.ended("repair");
+            return kept;
+        }
+        if (work && jpeg::canTransform(structure.value(), *work)) {
+            Result<Bytes> changed = change(picture, structure.value(), *work, options);
+            times.ended("change the coefficients");
+            return stored(std::move(changed));
+        }
+        return stored(remake(picture, info, options, times));
     } catch (...) {
         return errorInFlight(-EBADMSG);
     }

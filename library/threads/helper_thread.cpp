@@ -39,10 +39,10 @@ HelperThread::~HelperThread()
     if (!m_thread.joinable())
         return;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_stopping = true;
     }
-    m_changed.notify_one();
+    m_changed.notifyOne();
     m_thread.join();
 }
 
@@ -55,7 +55,7 @@ bool HelperThread::hasThread()
     try {
         m_thread = startThread("korv-half", [this] { run(); });
     } catch (const std::system_error &) {
-        return false; // no thread to be had
+        return false; // no thread is available
     }
     return true;
 }
@@ -65,8 +65,9 @@ void HelperThread::run()
     const auto hasWork = [this] { return m_work != nullptr || m_stopping; };
     for (;;) {
         waitBriefly(hasWork);
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, hasWork);
+        MutexLock lock(m_mutex);
+        while (!hasWork())
+            m_changed.wait(lock);
         if (m_work == nullptr)
             return;
         lock.unlock();
@@ -74,25 +75,26 @@ void HelperThread::run()
         lock.lock();
         m_failure = std::move(failure);
         m_work = nullptr;
-        m_changed.notify_one();
+        m_changed.notifyOne();
     }
 }
 
 void HelperThread::submit(const std::function<void()> &work)
 {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_work = &work;
     }
-    m_changed.notify_one();
+    m_changed.notifyOne();
 }
 
 std::exception_ptr HelperThread::join()
 {
     const auto isDone = [this] { return m_work == nullptr; };
     waitBriefly(isDone);
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, isDone);
+    MutexLock lock(m_mutex);
+    while (!isDone())
+        m_changed.wait(lock);
     return std::exchange(m_failure, nullptr);
 }
 

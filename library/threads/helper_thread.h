@@ -1,11 +1,11 @@
 #pragma once
 
+#include "library/threads/mutex.h"
+
 #include <atomic>
-#include <condition_variable>
 #include <exception>
 #include <functional>
 #include <iterator>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -49,12 +49,12 @@ private:
     std::exception_ptr join();
     void run(); ///< the thread
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    // these three change by m_mutex
+    Mutex m_mutex;
+    Condition m_changed;
+    // these two are read without m_mutex and changed with it, so that no wake-up is lost
     std::atomic<const std::function<void()> *> m_work = nullptr; ///< until it is done
     std::atomic<bool> m_stopping = false;
-    std::exception_ptr m_failure;
+    std::exception_ptr m_failure GUARDED_BY(m_mutex);
     std::thread m_thread;
 };
 

@@ -25,7 +25,7 @@ private:
 /// would surprise the program, and an interrupted call the driver. `name`, at most 15 characters, is
 /// what top, gdb and core files show (pthread_setname_np(3)); it must be a literal.
 ///
-/// Throws std::system_error or std::bad_alloc when there is no thread to be had.
+/// Throws std::system_error or std::bad_alloc when no thread is available.
 template <typename Work> std::thread startThread(const char *name, Work work)
 {
     const SignalBlock block;

@@ -22,7 +22,7 @@ namespace {
 using cli::ExitCode;
 using cli::SystemFolders;
 using cli::UsbCamera;
-using cli::VideoNode;
+using cli::VideoNodeInfo;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -72,9 +72,9 @@ protected:
     SystemFolders m_folders;
 };
 
-VideoNode pictureNode()
+VideoNodeInfo pictureNode()
 {
-    VideoNode node;
+    VideoNodeInfo node;
     node.path = "/dev/video0";
     node.rights = {"video", true, false};
     node.isV4l2 = true;
@@ -153,7 +153,7 @@ TEST_F(DoctorSystem, foldersThatDoNotExistHoldNothing)
 
 TEST(DoctorProblems, healthyCameraHasNone)
 {
-    VideoNode metadata = pictureNode();
+    VideoNodeInfo metadata = pictureNode();
     metadata.capturesVideo = false;
     EXPECT_THAT(cli::problemsOf({kCamera}, {pictureNode(), metadata}), IsEmpty());
     EXPECT_EQ(cli::describe(pictureNode()), "/dev/video0  Cam: Cam  MJPG YUYV");
@@ -169,18 +169,18 @@ TEST(DoctorProblems, eachCauseIsNamed)
                 ElementsAre(HasSubstr("modprobe uvcvideo")));
     EXPECT_THAT(cli::problemsOf({kCamera}, {}), ElementsAre(HasSubstr("no /dev/video node")));
 
-    VideoNode forbidden = pictureNode();
+    VideoNodeInfo forbidden = pictureNode();
     forbidden.openError = EACCES;
-    VideoNode itsMetadata = forbidden;
+    VideoNodeInfo itsMetadata = forbidden;
     itsMetadata.path = "/dev/video1";
     EXPECT_THAT(cli::problemsOf({kCamera}, {forbidden, itsMetadata}),
                 ElementsAre("/dev/video0 /dev/video1: this user may not open them; "
                             "`sudo adduser $USER video`, then log in again"));
-    VideoNode useless = pictureNode();
+    VideoNodeInfo useless = pictureNode();
     useless.usable = false;
     useless.formats = {"H264"};
     EXPECT_THAT(cli::problemsOf({kCamera}, {useless}), ElementsAre(HasSubstr("H264")));
-    VideoNode busy = pictureNode();
+    VideoNodeInfo busy = pictureNode();
     busy.busy = true;
     EXPECT_THAT(cli::problemsOf({kCamera}, {busy}), ElementsAre(HasSubstr("another program")));
     busy.users = {"cheese (4711)"};
@@ -189,7 +189,7 @@ TEST(DoctorProblems, eachCauseIsNamed)
 
 TEST(DoctorProblems, rightsThatWaitForALoginOrForTheAdministratorAreToldApart)
 {
-    VideoNode node = pictureNode();
+    VideoNodeInfo node = pictureNode();
     node.openError = EACCES;
     node.rights.userIsMember = true;
     EXPECT_THAT(cli::problemsOf({kCamera}, {node}),

@@ -11,6 +11,7 @@ namespace {
 using support::Finished;
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::Not;
 using testing::StartsWith;
 
 constexpr int kArrivalMs = 10'000;
@@ -71,6 +72,38 @@ TEST_F(Korvcam, listsTheBuiltInCamera)
     const Finished done = run({"list"});
     EXPECT_EQ(done.status, 0) << done.errors;
     EXPECT_THAT(done.output, MatchesRegex("0  [0-9a-f]{4}:[0-9a-f]{4}  [^\n]+\n"));
+}
+
+TEST_F(Korvcam, verboseShowsTheLibrarysDebugLines)
+{
+    const std::vector<std::string> snapping = {"snap", "-r", "640x480",    "--crop",
+                                               "-f",   "-o", file("a.jpg")};
+    const Finished quiet = run(snapping);
+    EXPECT_THAT(quiet.errors, Not(HasSubstr("debug")));
+
+    std::vector<std::string> verbosely = snapping;
+    verbosely.insert(verbosely.begin(), "--verbose");
+    const Finished verbose = run(verbosely);
+    EXPECT_EQ(verbose.output, quiet.output);
+    for (const char *line :
+         {"built-in camera: opened as device 0, 6 resolutions, 3264x2448 chosen\n",
+          "built-in camera: 640x480 chosen\n", "crop: confidence ", "photograph: read the markers ",
+          ", decode ", ", find the sheet ", ", encode ", "built-in camera: closed\n"})
+        EXPECT_THAT(verbose.errors, HasSubstr(line));
+}
+
+TEST_F(Korvcam, theLevelInTheEnvironmentWins)
+{
+    std::vector<std::string> listing = command({"--verbose", "list"}, "builtin");
+    listing.insert(listing.begin(), {"env", "KORV_LOG=error"});
+    const Finished chosen = support::runProgram(listing);
+    EXPECT_THAT(chosen.errors, HasSubstr("[LoadLib]load camera sdk success"));
+    EXPECT_THAT(chosen.errors, Not(HasSubstr("debug")));
+
+    listing[1] = "KORV_LOG=loud";
+    EXPECT_THAT(support::runProgram(listing).errors,
+                HasSubstr("korvcamera: warning: KORV_LOG: loud: not a level; known are error, "
+                          "warning, info and debug\n"));
 }
 
 TEST_F(Korvcam, emptyDeskHasNoCamera)

@@ -1,3 +1,10 @@
+// In: the planes of the search picture. Out: for each colour, how far its pixels are scattered: the
+// standard deviation of their places, in frame diagonals, so that it means the same for every size.
+//
+// Colours are counted in bins of 16 levels of luma and 8 of each colour difference: paper under
+// uneven light changes its luma much and its colour little. Every second pixel of every second row
+// is enough: a bin that matters has hundreds.
+
 #include "library/crop/edges/colour_spread.h"
 
 #include <cmath>

@@ -1,3 +1,14 @@
+// In: three planes of the search picture. Out: its edges, which are the pixels on a ridge of change
+// (Canny's thinning, without his linking) that stand out from their neighbourhood, with the
+// direction of the change and a weight.
+//
+// Each pixel counts with the plane in which Sobel's operator answers most; luma's answer is halved.
+// There is no fixed threshold beyond noise: an edge is as strong as 5/4 of the mean around it, so
+// that the grain of a desk raises the bar where it lies and nowhere else. kNeighbourhood is 1/16 of
+// the long side: larger than the grain of wood or cloth, smaller than a sheet. kHeaviest keeps a
+// few very strong edges, such as a cable's, from outvoting a long faint one. The values belong to
+// the search picture's size, and the weights were fitted with them (docs/crop.md).
+
 #include "library/crop/edges/edge_finder.h"
 
 #include <algorithm>

@@ -1,3 +1,11 @@
+// In: edges, a search's or two searches' after each other. Out: for each pixel, at once, whether an
+// edge of a given direction lies on it or beside it, and the step to it; lines are followed along
+// this map instead of through lists.
+//
+// A direction is one of 16, as many as a 16-bit word has bits. An edge is entered in all directions
+// within 9 degrees (kDoubt) of its own, since Sobel's direction is no surer than that on a faint
+// edge a few pixels long.
+
 #include "library/crop/edges/edge_map.h"
 
 #include <array>

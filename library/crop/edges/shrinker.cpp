@@ -1,3 +1,9 @@
+// In: the decoded photograph, RGB or gray. Out: rows of it at a given scale, each pixel the mean of
+// a block of 1 to 4 by 1 to 4 pixels around the place that it stands for; blocks may leave gaps.
+//
+// Four pixels across suffice: the mean of 16 has a quarter of the sensor's noise. A sum of 16 bytes
+// also fits into 16 bits with room to spare, which is what the lanes hold.
+
 #include "library/crop/edges/shrinker.h"
 
 #include "library/crop/edges/colour_lanes.h"

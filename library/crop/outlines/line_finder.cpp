@@ -1,3 +1,14 @@
+// In: likely lines, the map of edges, the colours of the search picture. Out: at most 56 different
+// lines that may hold a side of the sheet, each with its densest run and how steady the colours'
+// step across it is.
+//
+// A line is fitted twice by least squares to the edges of its run, which brings it from a cell's
+// width to below a pixel. Then the best are taken, at most 10 of each 15 degrees: the grain of a
+// desk would else fill all places. Half of the places go by length and half by contrast, since a
+// sheet's side may be long and faint or short and clear. 56 lines keep the number of outlines that
+// quad_finder forms of them small enough to judge each. Distances are in pixels of the search
+// picture, and the weights were fitted with them (docs/crop.md).
+
 #include "library/crop/outlines/line_finder.h"
 
 #include <algorithm>

@@ -1,3 +1,12 @@
+// In: the edges of the search picture. Out: up to 220 lines through many of them, as fine as a
+// cell: one degree by two pixels (Hough's transform, in which an edge votes only for lines that its
+// own direction allows, within two degrees).
+//
+// kMinVotes asks for 24 faint edges in a row or eight heavy ones, the length from which line_finder
+// takes up a run. kPeaksTried is more than the 56 lines kept there, because votes rank lines worse
+// than their runs do. The values belong to the search picture's size, and the weights were fitted
+// with them (docs/crop.md).
+
 #include "library/crop/outlines/line_votes.h"
 
 #include <algorithm>

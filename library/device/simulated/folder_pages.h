@@ -21,6 +21,7 @@ public:
     /// The page fills the picture when it has its proportions, and lies on the desk otherwise.
     Result<Image> render(const std::string &page, int width, int height) const override;
     Size largestPage() const override;
+    std::string label() const override { return "folder \"" + m_folder + "\""; }
 
 private:
     std::string m_folder;

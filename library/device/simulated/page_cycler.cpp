@@ -32,36 +32,38 @@ PageCycler::~PageCycler()
 
 void PageCycler::stop()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_stopping = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 bool PageCycler::isStopping()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_stopping;
 }
 
 std::shared_ptr<const PreparedPage> PageCycler::waitForPage()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_stopping || m_page; });
+    MutexLock lock(m_mutex);
+    while (!m_stopping && !m_page)
+        m_changed.wait(lock);
     return m_stopping ? nullptr : m_page;
 }
 
 void PageCycler::run()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     while (!m_stopping) {
         lock.unlock();
         try {
             look();
         } catch (const std::exception &error) {
-            logLine(std::string("no page can be prepared: ") + error.what());
+            logLine(LogLevel::Warning, m_source.label(), "cannot prepare a page", error.what());
         }
         lock.lock();
-        m_changed.wait_for(lock, m_timing.lookEvery, [this] { return m_stopping; });
+        const auto next = Clock::now() + m_timing.lookEvery;
+        while (!m_stopping && m_changed.waitUntil(lock, next)) { }
     }
 }
 
@@ -108,14 +110,14 @@ PageCycler::Page PageCycler::prepared(const std::string &id)
     const Result<Image> picture = id.empty() ? Result<Image>(drawDesk(m_width, m_height))
                                              : m_source.render(id, m_width, m_height);
     if (!picture) {
-        logLine(picture.error().text);
+        logLine(LogLevel::Warning, m_source.label(), picture.error().text);
         return nullptr;
     }
     if (isStopping()) // nobody will see it
         return nullptr;
     Result<PreparedPage> page = PreparedPage::make(picture.value());
     if (!page) {
-        logLine(page.error().text);
+        logLine(LogLevel::Warning, m_source.label(), page.error().text);
         return nullptr;
     }
     if (m_kept.size() == kMaxKept)
@@ -126,9 +128,9 @@ PageCycler::Page PageCycler::prepared(const std::string &id)
 
 void PageCycler::show(Page page)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_page = std::move(page);
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 } // namespace korv

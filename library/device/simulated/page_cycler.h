@@ -2,11 +2,10 @@
 
 #include "library/device/simulated/frame_composer.h"
 #include "library/device/simulated/page_source.h"
+#include "library/threads/mutex.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -61,10 +60,10 @@ private:
     std::set<std::string> m_unreadable;
     std::vector<std::pair<std::string, Page>> m_kept; ///< the latest last
 
-    std::mutex m_mutex; // guards what follows
-    std::condition_variable m_changed;
-    Page m_page;
-    bool m_stopping = false;
+    Mutex m_mutex;
+    Condition m_changed;
+    Page m_page GUARDED_BY(m_mutex);
+    bool m_stopping GUARDED_BY(m_mutex) = false;
 
     std::thread m_thread; // last: it needs the rest
 };

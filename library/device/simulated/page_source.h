@@ -30,6 +30,9 @@ public:
         int height = 0;
     };
     virtual Size largestPage() const { return {}; }
+
+    /// Names the camera in the log.
+    virtual std::string label() const { return "built-in camera"; }
 };
 
 } // namespace korv

@@ -89,7 +89,7 @@ Result<void> SimulatedMonitor::start(DeviceObserver &observer)
     m_stop = std::move(stop).value();
     Result<void> looked = watch();
     if (!looked && !isShortage(looked.code())) {
-        logLine("desk " + m_desk + " cannot be watched: " + looked.error().text);
+        logLine(LogLevel::Error, "cannot watch the desk " + m_desk, looked.error().text);
         return {};
     }
     // after the watch: what comes now is seen by one of them, or by both, which does no harm
@@ -116,7 +116,7 @@ Result<std::unique_ptr<CameraDevice>> SimulatedMonitor::open(const std::string &
 {
     std::shared_ptr<const Plug> plug;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         const auto found = m_plugs.find(key);
         if (found == m_plugs.end())
             return Error{-ENODEV, "camera folder " + key + " is gone"};
@@ -141,7 +141,7 @@ void SimulatedMonitor::run()
                 return;
         } catch (const std::exception &error) {
             m_behind = true;
-            logLine(error.what());
+            logLine(LogLevel::Warning, "cannot watch the desk, trying again", m_desk, error.what());
         }
     }
 }
@@ -149,7 +149,8 @@ void SimulatedMonitor::run()
 void SimulatedMonitor::fallBehind(const Error &reason)
 {
     if (!m_behind)
-        logLine("desk " + m_desk + " cannot be watched for now, trying again: " + reason.text);
+        logLine(LogLevel::Warning, "cannot watch the desk " + m_desk + ", trying again",
+                reason.text);
     m_behind = true;
 }
 
@@ -166,16 +167,15 @@ bool SimulatedMonitor::catchUp()
     }
     m_behind = !watched || !scanned;
     if (!m_behind)
-        logLine("desk " + m_desk + " is watched again");
+        logLine(LogLevel::Info, "watching the desk " + m_desk + " again");
     return true;
 }
 
 /// The desk is gone, and its cameras with it.
 void SimulatedMonitor::vanish()
 {
-    logLine("desk " + m_desk + " is gone");
-    const auto all = m_plugs; // no lock: only this thread changes it
-    for (const auto &entry : all)
+    logLine(LogLevel::Warning, "the desk " + m_desk + " is gone");
+    for (const auto &entry : plugs())
         pull(entry.first);
 }
 
@@ -230,18 +230,23 @@ Result<void> SimulatedMonitor::scan()
     return {};
 }
 
+SimulatedMonitor::Plugs SimulatedMonitor::plugs() const
+{
+    const MutexLock lock(m_mutex);
+    return m_plugs;
+}
+
 /// For whoever puts pictures where camera folders belong.
 void SimulatedMonitor::explainPictures() const
 {
     const Result<std::vector<std::string>> names = list();
-    if (!m_plugs.empty() || !names)
+    if (!plugs().empty() || !names)
         return;
     const bool holdsPictures = std::any_of(names.value().begin(), names.value().end(), isPageName);
     if (holdsPictures)
-        logLine(
-            "desk " + m_desk
-            + ": the pictures in it are not used; each sub-folder is a camera, with a name like "
-              "\"1209:0001 Name\", and the pictures inside are its pages");
+        logLine(LogLevel::Warning, "desk " + m_desk,
+                "the pictures in it are not used; each sub-folder is a camera, with a name like "
+                "\"1209:0001 Name\", and the pictures inside are its pages");
 }
 
 void SimulatedMonitor::plugIn(const std::string &folderName)
@@ -250,22 +255,23 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
         return;
     const std::optional<CameraFolderName> read = readCameraFolderName(folderName);
     if (!read) {
-        logLine("folder \"" + folderName
-                + "\" is not a camera: its name is not like \"1209:0001 Name\"");
+        logLine(LogLevel::Warning, "folder \"" + folderName + "\" is not a camera",
+                "its name is not like \"1209:0001 Name\"");
         return;
     }
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (!m_plugs.emplace(folderName, std::make_shared<Plug>()).second)
             return;
     }
-    m_observer->onArrival({folderName, read->name, read->vid, read->pid});
+    m_observer->onArrival(
+        {folderName, read->name, read->vid, read->pid, "folder \"" + folderName + "\""});
 }
 
 void SimulatedMonitor::pull(const std::string &folderName)
 {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         const auto found = m_plugs.find(folderName);
         if (found == m_plugs.end())
             return;
@@ -279,16 +285,10 @@ void SimulatedMonitor::pull(const std::string &folderName)
 /// again.
 void SimulatedMonitor::pullMissing()
 {
-    std::vector<std::string> missing;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const auto &entry : m_plugs) {
-            if (!isFolder(pathOf(entry.first)))
-                missing.push_back(entry.first);
-        }
+    for (const auto &entry : plugs()) {
+        if (!isFolder(pathOf(entry.first)))
+            pull(entry.first);
     }
-    for (const std::string &name : missing)
-        pull(name);
 }
 
 } // namespace korv

@@ -3,10 +3,10 @@
 #include "library/base/event_fd.h"
 #include "library/device/device_monitor.h"
 #include "library/device/simulated/simulated_stream.h"
+#include "library/threads/mutex.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -46,6 +46,9 @@ public:
     Result<std::unique_ptr<CameraDevice>> open(const std::string &key) override;
 
 private:
+    using Plugs =
+        std::map<std::string, std::shared_ptr<Plug>>; ///< by folder name, which is the key
+
     void run();
     bool readEvents();
     void fallBehind(const Error &reason);
@@ -58,6 +61,7 @@ private:
     void plugIn(const std::string &folderName);
     void pull(const std::string &folderName);
     void pullMissing();
+    Plugs plugs() const;
     std::string pathOf(const std::string &folderName) const { return m_desk + "/" + folderName; }
 
     const std::string m_desk;
@@ -66,8 +70,8 @@ private:
     std::optional<EventFd> m_stop;
     bool m_behind = false; ///< not everything can be seen for now; of the thread, once it runs
 
-    std::mutex m_mutex; // guards m_plugs
-    std::map<std::string, std::shared_ptr<Plug>> m_plugs; // by folder name, which is the key
+    mutable Mutex m_mutex;
+    Plugs m_plugs GUARDED_BY(m_mutex);
 
     std::thread m_thread; // touches m_observer, m_inotify, m_behind, m_plugs
 };

@@ -14,6 +14,7 @@ SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const 
                                  CaptureMode mode, FrameSink &sink)
     : m_plug(std::move(plug))
     , m_mode(mode)
+    , m_label(pages.label())
     , m_sink(sink)
     , m_cycler(pages, mode.width, mode.height, {})
     , m_thread(startThread("korv-stream", [this] { run(); }))
@@ -24,17 +25,18 @@ SimulatedStream::~SimulatedStream()
 {
     m_cycler.stop(); // first: the stream thread may be waiting for the first page
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_stopping = true;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     m_thread.join();
 }
 
 bool SimulatedStream::waitUntil(Clock::time_point due)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return !m_changed.wait_until(lock, due, [this] { return m_stopping; });
+    MutexLock lock(m_mutex);
+    while (!m_stopping && m_changed.waitUntil(lock, due)) { }
+    return !m_stopping;
 }
 
 void SimulatedStream::run()
@@ -42,7 +44,7 @@ void SimulatedStream::run()
     try {
         sendFrames();
     } catch (const std::exception &error) {
-        logLine(std::string("a simulated stream ends: ") + error.what());
+        logLine(LogLevel::Error, m_label, "stream thread terminated", error.what());
     }
 }
 
@@ -57,7 +59,7 @@ void SimulatedStream::sendFrames()
         if (const Result<ByteView> frame = composer.compose(page, number))
             m_sink.onFrame({frame.value(), m_mode.width, m_mode.height});
         else
-            logLine("a simulated frame is lost: " + frame.error().text);
+            logLine(LogLevel::Warning, m_label, "dropped a frame", frame.error().text);
         // a frame whose time has passed is not made up for
         number = std::max<std::int64_t>(number, (Clock::now() - begin) / kPeriod) + 1;
         page = m_cycler.waitForPage();

@@ -2,12 +2,12 @@
 
 #include "library/device/camera_device.h"
 #include "library/device/simulated/page_cycler.h"
+#include "library/threads/mutex.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
+#include <string>
 #include <thread>
 
 namespace korv {
@@ -47,12 +47,13 @@ private:
 
     const std::shared_ptr<const Plug> m_plug;
     const CaptureMode m_mode;
+    const std::string m_label; ///< of the camera, in the log
     FrameSink &m_sink;
     PageCycler m_cycler;
 
-    std::mutex m_mutex; // guards m_stopping
-    std::condition_variable m_changed;
-    bool m_stopping = false;
+    Mutex m_mutex;
+    Condition m_changed;
+    bool m_stopping GUARDED_BY(m_mutex) = false;
 
     std::thread m_thread; // last: it needs the rest
 };

@@ -4,6 +4,7 @@
 #include "library/device/udev/node_source.h"
 #include "library/device/udev/udev_nodes.h"
 #include "library/threads/call_gate.h"
+#include "library/threads/mutex.h"
 #include "library/threads/thread.h"
 
 #include <array>
@@ -45,13 +46,13 @@ public:
     /// From an open camera's thread: waits for nothing.
     void report(const std::string &key, V4l2Exit fate)
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_reports.emplace_back(key, fate);
         m_wakeUp.set();
     }
     void quit()
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_quitting = true;
         m_wakeUp.set();
     }
@@ -59,13 +60,16 @@ public:
     void silence() { m_observer.shut(); }
     void waitForFirstLook()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait_for(lock, kFirstLook, [this] { return m_looked; });
+        MutexLock lock(m_mutex);
+        const auto end = Clock::now() + kFirstLook;
+        while (!m_looked && m_changed.waitUntil(lock, end)) { }
     }
     bool waitUntilEnded()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, kEndTime, [this] { return m_ended; });
+        MutexLock lock(m_mutex);
+        const auto end = Clock::now() + kEndTime;
+        while (!m_ended && m_changed.waitUntil(lock, end)) { }
+        return m_ended;
     }
 
 private:
@@ -96,19 +100,19 @@ private:
     bool m_firstList = true;
     bool m_short = false; ///< of descriptors or memory: logged, and tried again
 
-    std::mutex m_mutex; // guards the following
-    std::condition_variable m_changed;
-    std::vector<std::pair<std::string, V4l2Exit>> m_reports;
-    bool m_quitting = false;
-    bool m_looked = false;
-    bool m_ended = false;
+    Mutex m_mutex;
+    Condition m_changed;
+    std::vector<std::pair<std::string, V4l2Exit>> m_reports GUARDED_BY(m_mutex);
+    bool m_quitting GUARDED_BY(m_mutex) = false;
+    bool m_looked GUARDED_BY(m_mutex) = false;
+    bool m_ended GUARDED_BY(m_mutex) = false;
 };
 
 void UdevMonitor::Watch::tell(bool Watch::*flag)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     this->*flag = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void UdevMonitor::Watch::run() noexcept
@@ -116,8 +120,7 @@ void UdevMonitor::Watch::run() noexcept
     try {
         watch();
     } catch (const std::exception &error) {
-        logLine("device monitoring stopped");
-        logLine(error.what());
+        logLine(LogLevel::Error, "device monitoring stopped", error.what());
     }
     tell(&Watch::m_ended);
 }
@@ -146,11 +149,12 @@ void UdevMonitor::Watch::list()
     if (!listed) {
         m_listDue = Clock::now() + kTryEvery;
         if (!std::exchange(m_short, true))
-            logLine("cannot look for cameras, trying again: " + listed.error().text);
+            logLine(LogLevel::Warning, "cannot look for cameras, trying again",
+                    listed.error().text);
         return;
     }
     if (std::exchange(m_short, false))
-        logLine("looking for cameras again");
+        logLine(LogLevel::Info, "looking for cameras again");
     tell(&Watch::m_looked);
 }
 
@@ -190,7 +194,7 @@ bool UdevMonitor::Watch::handleReports()
 {
     std::vector<std::pair<std::string, V4l2Exit>> reports;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_wakeUp.clear();
         if (m_quitting)
             return false;
@@ -231,7 +235,7 @@ UdevMonitor::~UdevMonitor()
         m_thread.join();
         return;
     }
-    logLine("monitor thread blocked in the driver; detaching it");
+    logLine(LogLevel::Warning, "monitor thread blocked in the driver; detaching it");
     m_thread.detach();
 }
 

@@ -13,7 +13,8 @@ namespace korv {
 /// The cameras of this machine: V4L2 nodes, found and lost by udev(7). Where no udevd runs, by the
 /// kernel's own events.
 ///
-/// One thread; when a camera does not answer as this ends, it is left behind and ends by itself.
+/// It has one thread. When a camera does not answer as the monitor ends, the thread is detached and
+/// ends when the driver returns.
 class UdevMonitor : public DeviceMonitor
 {
 public:

@@ -170,8 +170,8 @@ void UdevNodes::lookAt(Entry &entry, TimePoint now)
     case Finding::Shortage:
         entry.nextLook = now + kShortageTime;
         if (!std::exchange(entry.shortageLogged, true))
-            logLine(nodeLabel(entry.node.node, entry.node.product) + ": "
-                    + std::strerror(-seen.error) + "; trying again");
+            logLine(LogLevel::Warning, nodeLabel(entry.node.node, entry.node.product),
+                    std::strerror(-seen.error) + std::string("; trying again"));
         return;
     case Finding::NoRights:
     case Finding::Unusable:
@@ -182,8 +182,8 @@ void UdevNodes::lookAt(Entry &entry, TimePoint now)
     } else if (now - entry.firstSeen < kRightsTime) {
         entry.nextLook = now + kLookAgain;
     } else {
-        logLine(nodeLabel(entry.node.node, entry.node.product) + ": "
-                + whyNotToOpen(entry.node.node));
+        logLine(LogLevel::Warning, nodeLabel(entry.node.node, entry.node.product),
+                whyNotToOpen(entry.node.node));
         arrive(entry, seen.card);
     }
 }
@@ -194,11 +194,12 @@ void UdevNodes::arrive(Entry &entry, const std::string &card)
     entry.state = State::Arrived;
     const std::string &name = entry.node.product.empty() ? card : entry.node.product;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_places[entry.key] = {entry.node.node, std::make_shared<NodeLease>(), name};
     }
     entry.shortageLogged = false;
-    m_arrival({entry.key, usableDeviceName(name), entry.node.vid, entry.node.pid});
+    m_arrival({entry.key, usableDeviceName(name), entry.node.vid, entry.node.pid,
+               nodeLabel(entry.node.node, name)});
 }
 
 void UdevNodes::depart(Entry &entry)
@@ -207,7 +208,7 @@ void UdevNodes::depart(Entry &entry)
         return;
     entry.state = State::Departed;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_places.erase(entry.key);
     }
     m_departure(entry.key);
@@ -215,7 +216,7 @@ void UdevNodes::depart(Entry &entry)
 
 std::optional<UdevNodes::Place> UdevNodes::find(const std::string &key) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto found = m_places.find(key);
     if (found == m_places.end())
         return std::nullopt;

@@ -2,12 +2,12 @@
 
 #include "library/device/device_monitor.h"
 #include "library/device/v4l2/v4l2_work.h"
+#include "library/threads/mutex.h"
 
 #include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,9 +47,9 @@ public:
 
     UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure);
 
-    /// Also of a node that changed: it may have become a camera, or its rights may be others.
+    /// Also called for a node that changed: it may have become a camera, or its rights may differ.
     void appeared(const VideoNode &node, TimePoint now);
-    /// A node that was there before anybody looked: its rights are what they are.
+    /// A node that existed before the monitor started: its rights are final, so nobody waits for them.
     void wasThere(const VideoNode &node, TimePoint now);
     void vanished(const std::string &path);
     /// All nodes there are: after events were lost.
@@ -107,8 +107,8 @@ private:
     std::map<std::string, Entry> m_entries; // by path
     unsigned m_arrivals = 0;
 
-    mutable std::mutex m_mutex; // guards m_places
-    std::map<std::string, Place> m_places; // by key
+    mutable Mutex m_mutex;
+    std::map<std::string, Place> m_places GUARDED_BY(m_mutex); // by key
 };
 
 } // namespace korv

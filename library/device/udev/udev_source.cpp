@@ -158,9 +158,10 @@ Result<std::unique_ptr<NodeSource>> UdevSource::create()
         if (!monitor && isShortage(-errno))
             return shortage();
         if (!monitor)
-            logLine("cameras plugged in from now on will not be seen: no device events");
+            logLine(LogLevel::Warning,
+                    "no device events; cameras plugged in from now on will not be found");
     } else {
-        logLine("libudev cannot be used; real cameras are not looked for");
+        logLine(LogLevel::Error, "cannot use libudev; real cameras will not be found");
     }
     return std::unique_ptr<NodeSource>(
         new UdevSource(daemonRuns, std::move(context), std::move(monitor)));

@@ -17,7 +17,7 @@ void endThread(V4l2Work &work, std::thread &thread, V4l2Work::Deadline deadline)
         thread.join();
         return;
     }
-    logLine(work.label() + ": thread blocked in the driver; detaching it");
+    logLine(LogLevel::Warning, work.label(), "thread blocked in the driver; detaching it");
     thread.detach();
 }
 
@@ -102,7 +102,7 @@ Result<void> V4l2Device::stop()
     m_sink->shut();
     m_sink.reset();
     if (!m_work->waitUntilIdle(*m_stopDeadline))
-        logLine(m_work->label() + ": no answer; the stream ends in the background");
+        logLine(LogLevel::Warning, m_work->label(), "slow to stop; continuing in the background");
     return {};
 }
 

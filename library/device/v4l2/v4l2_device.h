@@ -20,8 +20,8 @@ struct V4l2Patience
     std::chrono::milliseconds stop{500};
 };
 
-/// A real camera. No call waits longer than V4l2Patience says, whatever the camera does; a thread
-/// that hangs in the driver is left behind and ends by itself.
+/// A real camera. No call waits longer than V4l2Patience says, even if the driver hangs; a thread
+/// that hangs there is detached and ends when the driver returns.
 class V4l2Device : public CameraDevice
 {
 public:

@@ -27,6 +27,8 @@ class V4l2Frames
 public:
     explicit V4l2Frames(const V4l2Format &format);
 
+    const V4l2Format &format() const { return m_format; }
+
     /// The frame's bytes are the given ones where nothing had to change, else this object's until
     /// the next call. -EBADMSG not a complete picture.
     Result<Frame> make(ByteView bytes);

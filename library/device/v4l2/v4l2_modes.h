@@ -22,7 +22,7 @@ struct FrameInterval
     double seconds() const { return isKnown() ? static_cast<double>(numerator) / denominator : 0; }
 };
 
-/// A picture size of a node, with the pixel format it is to be had in.
+/// A picture size of a node, with the pixel format that the node offers it in.
 struct V4l2Mode
 {
     CaptureMode mode;
@@ -44,7 +44,7 @@ struct V4l2Identity
     }
 };
 
-/// How the pixel formats that are not JPEG lie in memory; nothing for those that we cannot use.
+/// The memory layout of a pixel format that is not JPEG; nothing for an unsupported one.
 std::optional<VideoLayout> layoutOf(std::uint32_t pixelFormat);
 bool isJpegFormat(std::uint32_t pixelFormat);
 

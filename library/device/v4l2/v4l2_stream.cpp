@@ -7,6 +7,7 @@
 #include <linux/videodev2.h>
 #include <poll.h>
 #include <string>
+#include <utility>
 
 namespace korv {
 namespace {
@@ -67,10 +68,22 @@ Result<void> V4l2Stream::setFormat(const V4l2Mode &mode)
                      "the driver selected the unsupported pixel format "
                          + formatName(agreed.pixelFormat)};
     if (agreed.width != mode.mode.width || agreed.height != mode.mode.height)
-        logLine(m_label + ": frames of " + sizeText(agreed.width, agreed.height) + " instead of "
-                + sizeText(mode.mode.width, mode.mode.height));
+        logLine(LogLevel::Warning, m_label,
+                "frames of " + sizeText(agreed.width, agreed.height) + " instead of "
+                    + sizeText(mode.mode.width, mode.mode.height));
     m_frames.emplace(agreed);
     return {};
+}
+
+/// What was agreed with the driver, for the log.
+std::string V4l2Stream::agreement() const
+{
+    const V4l2Format &format = m_frames->format();
+    std::string text = formatName(format.pixelFormat) + " " + sizeText(format.width, format.height);
+    if (m_interval.isKnown())
+        text += ", a frame each " + std::to_string(m_interval.numerator) + "/"
+            + std::to_string(m_interval.denominator) + " s";
+    return text + ", " + std::to_string(m_buffers.count()) + " buffers";
 }
 
 void V4l2Stream::setInterval(const V4l2Mode &mode)
@@ -94,6 +107,7 @@ Result<void> V4l2Stream::begin(const V4l2Mode &mode)
     setInterval(mode);
     if (Result<void> allocated = m_buffers.allocate(); !allocated)
         return allocated;
+    logDebug([&] { return m_label + ": " + agreement(); });
     return m_buffers.streamOn();
 }
 
@@ -148,6 +162,10 @@ Result<bool> V4l2Stream::takeBuffers(CallGate<FrameSink> &sink)
         if (!next)
             return next.error();
         const bool usable = !next.value().damaged && !next.value().bytes.empty();
+        if (!usable)
+            logDroppedFrame(next.value().damaged ? "the driver marked it as damaged" : "empty");
+        else if (newest)
+            logDroppedFrame("a newer one is there");
         // what a slow receiver had no time for goes back: the next picture it sees is a new one
         const std::optional<std::uint32_t> back = usable
             ? (newest ? std::optional(newest->index) : std::nullopt)
@@ -169,6 +187,11 @@ Result<bool> V4l2Stream::takeBuffers(CallGate<FrameSink> &sink)
     return alive;
 }
 
+void V4l2Stream::logDroppedFrame(const char *reason) const
+{
+    logLine(LogLevel::Debug, m_label, "dropped a frame", reason);
+}
+
 void V4l2Stream::deliver(CallGate<FrameSink> &sink, ByteView bytes)
 {
     const Result<Frame> frame = m_frames->make(bytes);
@@ -176,9 +199,9 @@ void V4l2Stream::deliver(CallGate<FrameSink> &sink, ByteView bytes)
         sink.call([&](FrameSink &receiver) { receiver.onFrame(frame.value()); });
         return;
     }
-    if (!m_reportedIncomplete)
-        logLine(m_label + ": dropping incomplete frames: " + frame.error().text);
-    m_reportedIncomplete = true;
+    if (std::exchange(m_reportedIncomplete, true))
+        return logDroppedFrame(frame.error().text.c_str());
+    logLine(LogLevel::Warning, m_label, "dropping incomplete frames", frame.error().text);
 }
 
 V4l2Stream::End V4l2Stream::meaningOf(const Error &error) const

@@ -53,7 +53,9 @@ public:
 private:
     Result<void> setFormat(const V4l2Mode &mode);
     void setInterval(const V4l2Mode &mode);
+    std::string agreement() const;
     Result<bool> takeBuffers(CallGate<FrameSink> &sink);
+    void logDroppedFrame(const char *reason) const;
     void deliver(CallGate<FrameSink> &sink, ByteView bytes);
     End meaningOf(const Error &error) const;
 

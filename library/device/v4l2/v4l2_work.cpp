@@ -23,14 +23,15 @@ constexpr std::chrono::milliseconds kLookEvery{20};
 
 bool NodeLease::take(const std::function<bool()> &givenUp)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     while (m_taken) {
         lock.unlock();
         const bool end = givenUp();
         lock.lock();
         if (end)
             return false;
-        m_changed.wait_until(lock, std::chrono::steady_clock::now() + kLookEvery);
+        // a wake-up and the end of the time are the same here
+        static_cast<void>(m_changed.waitUntil(lock, Condition::Clock::now() + kLookEvery));
     }
     m_taken = true;
     return true;
@@ -38,9 +39,9 @@ bool NodeLease::take(const std::function<bool()> &givenUp)
 
 void NodeLease::giveBack()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_taken = false;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 V4l2Work::V4l2Work(V4l2Access access, EventFd wakeUp)
@@ -50,9 +51,9 @@ V4l2Work::V4l2Work(V4l2Access access, EventFd wakeUp)
 {
 }
 
-void V4l2Work::log(const char *text) const
+void V4l2Work::warn(const char *text) const
 {
-    logLine(m_label + ": " + text);
+    logLine(LogLevel::Warning, m_label, text);
 }
 
 // ---- the thread's life ----
@@ -64,7 +65,7 @@ void V4l2Work::run() noexcept
     } catch (const std::exception &error) {
         giveUp(error.what());
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const Error ended{-ENOMEM, "the camera's thread has ended"};
     if (!m_opened)
         m_opened = ended;
@@ -72,30 +73,31 @@ void V4l2Work::run() noexcept
         m_request->started = ended;
     m_request.reset();
     m_ended = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 /// What little can be done when memory has run out, say. Work has let go of the camera already.
 void V4l2Work::giveUp(const char *reason) noexcept
 {
     try {
-        logLine(m_label + ": camera thread terminated: " + reason);
+        logLine(LogLevel::Error, m_label, "camera thread terminated", reason);
         bool usable = false;
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             usable = m_opened && *m_opened;
         }
         // nobody would hear of it otherwise: no frame comes any more, and no stream starts
         if (usable && !m_reported)
             leave(V4l2Exit::Lost);
-    } catch (const std::exception &) { // the next call to this camera is told
+    } catch (const std::exception &error) { // the next call to this camera fails
+        logLine(LogLevel::Error, m_label, "could not report the camera as lost", error.what());
     }
 }
 
 void V4l2Work::work()
 {
     const auto isQuitting = [this] {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         return m_quitting;
     };
     if (!m_access.turn->take(isQuitting))
@@ -116,17 +118,17 @@ void V4l2Work::work()
     Result<std::vector<V4l2Mode>> opened = openNode();
     const bool usable = static_cast<bool>(opened);
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_opened = std::move(opened);
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     if (!usable)
         return;
     while (const std::shared_ptr<StreamRequest> request = nextRequest()) {
         execute(*request);
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_request.reset();
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
 }
 
@@ -145,6 +147,11 @@ Result<std::vector<V4l2Mode>> V4l2Work::openNode()
     Result<std::vector<V4l2Mode>> modes = listModes(m_node);
     if (modes && modes.value().empty())
         return Error{-ENODEV, m_access.node + " offers no supported format"};
+    if (modes)
+        logDebug([&] {
+            return m_label + ": " + m_identity.card + " at " + m_identity.bus + ", "
+                + std::to_string(modes.value().size()) + " sizes";
+        });
     return modes;
 }
 
@@ -153,7 +160,7 @@ std::shared_ptr<V4l2Work::StreamRequest> V4l2Work::nextRequest()
     for (;;) {
         m_wakeUp.clear();
         {
-            const std::lock_guard<std::mutex> lock(m_mutex);
+            const MutexLock lock(m_mutex);
             if (m_quitting)
                 return nullptr;
             if (m_request)
@@ -191,7 +198,7 @@ void V4l2Work::leave(V4l2Exit fate)
 bool V4l2Work::isCancelled(const StreamRequest &request)
 {
     m_wakeUp.clear();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return request.cancelled || m_quitting;
 }
 
@@ -211,13 +218,13 @@ void V4l2Work::execute(StreamRequest &request)
         m_stream.reset(); // whoever hears of the failure may try again at once
     bool answered = false;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         request.started = begun;
         answered = request.answered;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     if (!begun && answered)
-        logLine(m_label + ": does not stream: " + begun.error().text);
+        logLine(LogLevel::Error, m_label, "cannot start the stream", begun.error().text);
     if (begun.code() == -ENODEV) {
         if (wasThere)
             leave(V4l2Exit::Gone);
@@ -252,12 +259,12 @@ void V4l2Work::keepStreaming(StreamRequest &request, bool begun)
 bool V4l2Work::recover(StreamRequest &request, int attempt)
 {
     if (attempt > kRestarts + 1) {
-        log("no frames; closing and rediscovering the camera");
+        warn("no frames; closing and rediscovering the camera");
         leave(V4l2Exit::Lost);
         return false;
     }
     const bool again = attempt > kRestarts;
-    log(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
+    warn(again ? "still no frames; reopening the camera" : "no frames; restarting the stream");
     const Result<void> recovered = again ? reopen(request.mode) : m_stream->restart();
     if (recovered.code() == -ENODEV || !m_node.isOpen()) {
         leave(recovered.code() == -ENODEV ? V4l2Exit::Gone : V4l2Exit::Lost);
@@ -300,9 +307,9 @@ void V4l2Work::pause(const StreamRequest &request)
 
 std::optional<Result<std::vector<V4l2Mode>>> V4l2Work::waitUntilOpen(Milliseconds longest)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_until(lock, std::chrono::steady_clock::now() + longest,
-                         [this] { return m_opened.has_value(); });
+    MutexLock lock(m_mutex);
+    const Deadline deadline = std::chrono::steady_clock::now() + longest;
+    while (!m_opened && m_changed.waitUntil(lock, deadline)) { }
     return m_opened;
 }
 
@@ -312,28 +319,27 @@ Result<void> V4l2Work::start(const V4l2Mode &mode, std::shared_ptr<CallGate<Fram
     auto request = std::make_shared<StreamRequest>();
     request->mode = mode;
     request->sink = std::move(sink);
-    std::unique_lock<std::mutex> lock(m_mutex);
+    MutexLock lock(m_mutex);
     // an earlier stream that still ends is waited for, its camera being slow
     const auto deadline = std::chrono::steady_clock::now() + longest;
-    const bool idle =
-        m_changed.wait_until(lock, deadline, [this] { return m_ended || !m_request; });
+    while (!m_ended && m_request && m_changed.waitUntil(lock, deadline)) { }
     if (m_ended)
         return Error{-ENODEV, "the camera is closed"};
-    if (!idle)
+    if (m_request)
         return Error{-EBUSY, "the camera has not answered the end of its last stream yet"};
     m_request = request;
     m_wakeUp.set();
-    m_changed.wait_until(lock, deadline, [&] { return request->started.has_value(); });
+    while (!request->started && m_changed.waitUntil(lock, deadline)) { }
     if (request->started)
         return *request->started;
     request->answered = true;
-    log("slow to start; continuing in the background");
+    warn("slow to start; continuing in the background");
     return {};
 }
 
 void V4l2Work::cancel()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_request)
         m_request->cancelled = true;
     m_wakeUp.set();
@@ -341,21 +347,23 @@ void V4l2Work::cancel()
 
 void V4l2Work::quit()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_quitting = true;
     m_wakeUp.set();
 }
 
 bool V4l2Work::waitUntilIdle(Deadline deadline)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_until(lock, deadline, [this] { return !m_request; });
+    MutexLock lock(m_mutex);
+    while (m_request && m_changed.waitUntil(lock, deadline)) { }
+    return !m_request;
 }
 
 bool V4l2Work::waitUntilEnded(Deadline deadline)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_until(lock, deadline, [this] { return m_ended; });
+    MutexLock lock(m_mutex);
+    while (!m_ended && m_changed.waitUntil(lock, deadline)) { }
+    return m_ended;
 }
 
 } // namespace korv

@@ -5,12 +5,11 @@
 #include "library/device/v4l2/v4l2_modes.h"
 #include "library/device/v4l2/v4l2_stream.h"
 #include "library/threads/call_gate.h"
+#include "library/threads/mutex.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,19 +22,19 @@ enum class V4l2Exit {
     Lost, ///< there, but dead: only reopening it may help
 };
 
-/// Whose turn it is to have a camera open. A thread that was left behind with a silent camera keeps
-/// its turn until it has closed it.
+/// The right to have a camera's node open, held by one thread at a time. A thread that was left
+/// behind with a silent camera keeps it until it has closed the node.
 class NodeLease
 {
 public:
-    /// Waits until the turn is free, or until `givenUp`, asked again and again, says so.
+    /// Waits until the lease is free. False when `givenUp`, which is polled, returns true first.
     bool take(const std::function<bool()> &givenUp);
     void giveBack();
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_taken = false;
+    Mutex m_mutex;
+    Condition m_changed;
+    bool m_taken GUARDED_BY(m_mutex) = false;
 };
 
 /// What it takes to open a camera.
@@ -93,7 +92,7 @@ private:
         bool cancelled = false;
     };
 
-    void log(const char *text) const;
+    void warn(const char *text) const;
     void work();
     void giveUp(const char *reason) noexcept;
     Result<std::vector<V4l2Mode>> openNode();
@@ -112,12 +111,13 @@ private:
     const std::string m_label; ///< of the camera, in the log
     const EventFd m_wakeUp; // set when something below changed
 
-    std::mutex m_mutex; // guards the following, orders included
-    std::condition_variable m_changed;
-    std::optional<Result<std::vector<V4l2Mode>>> m_opened;
-    std::shared_ptr<StreamRequest> m_request; // until it is carried out
-    bool m_quitting = false;
-    bool m_ended = false;
+    /// Also guards what changes in a request: `started`, `answered` and `cancelled`.
+    Mutex m_mutex;
+    Condition m_changed;
+    std::optional<Result<std::vector<V4l2Mode>>> m_opened GUARDED_BY(m_mutex);
+    std::shared_ptr<StreamRequest> m_request GUARDED_BY(m_mutex); ///< until it is carried out
+    bool m_quitting GUARDED_BY(m_mutex) = false;
+    bool m_ended GUARDED_BY(m_mutex) = false;
 
     // of the thread
     V4l2Node m_node;

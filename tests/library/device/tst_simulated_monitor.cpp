@@ -245,7 +245,8 @@ TEST_F(SimulatedMonitorTest, watchThatIsRefusedForNowComesLater)
         ASSERT_TRUE(monitor.start(m_observer));
     }
     EXPECT_TRUE(m_observer.hears({"+Cam 1 1"}));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is watched again"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("info: watching the desk " + m_desk.path() + " again"));
 }
 
 TEST_F(SimulatedMonitorTest, camerasLeaveWithTheirDesk)

@@ -128,8 +128,9 @@ TEST_F(UdevMonitorTest, shortageDelaysTheCamerasAndIsLoggedOnce)
     EXPECT_THAT(heard(), IsEmpty());
     EXPECT_TRUE(hears({"+Cam"}));
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "korvcamera: cannot look for cameras, trying again: listening is short of something\n"
-              "korvcamera: looking for cameras again\n");
+              "korvcamera: warning: cannot look for cameras, trying again: listening is short of "
+              "something\n"
+              "korvcamera: info: looking for cameras again\n");
 }
 
 TEST_F(UdevMonitorTest, lostEventsAreMadeUpForInSpiteOfAShortage)

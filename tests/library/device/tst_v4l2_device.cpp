@@ -129,6 +129,7 @@ TEST_F(V4l2DeviceTest, newestFrameIsFoundInHoweverManyBuffersTheDriverGives)
     m_calls->script({});
     m_calls->letTimeStand();
     const auto device = streaming();
+    ASSERT_TRUE(becomesTrue([&] { return m_calls->isStreaming(); }));
     m_calls->deliverNow(all);
     ASSERT_TRUE(becomesTrue([&] { return m_frames.count() > 0; }));
     EXPECT_EQ(m_frames.count(), 1);
@@ -142,6 +143,7 @@ TEST_F(V4l2DeviceTest, slowReceiverGetsTheNewestFrame)
     m_calls->script({});
     m_calls->letTimeStand();
     const auto device = streaming();
+    ASSERT_TRUE(becomesTrue([&] { return m_calls->isStreaming(); }));
     m_calls->deliverNow(all);
     ASSERT_TRUE(becomesTrue([&] { return m_frames.count() > 0; }));
     EXPECT_TRUE(becomesTrue([&] { return m_frames.latest() == all.back(); }));

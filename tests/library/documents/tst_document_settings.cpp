@@ -130,6 +130,7 @@ TEST_F(DocumentSettingsTest, sizeThatIsNoneIsToldAndIgnored)
     ::setenv("KORV_CAMERA_PAGE_SIZE", "A9", 1);
     testing::internal::CaptureStderr();
     const std::string pdf = combine("a.pdf", 300, 150);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("no page size: A9"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("warning: KORV_CAMERA_PAGE_SIZE: A9: not a page size"));
     EXPECT_THAT(runProgram({"pdfinfo", pdf}).output, HasSubstr("830.769 x 415.385 pts"));
 }

@@ -14,7 +14,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -153,7 +152,7 @@ TEST_F(HostileSourceTest, pngSidesBeyondAllNumbersAreTooLarge)
     std::fill_n(png.begin() + 16, 8, std::uint8_t{0xFF});
     expectRefused(png, {-EFBIG, -EBADMSG});
     pictures::writeBytes(path("source.png"), png);
-    std::mutex largePictures;
+    Mutex largePictures;
     PageOptions options;
     options.largePictures = &largePictures;
     PageMaker maker(options);

@@ -1,11 +1,10 @@
-#include "library/threads/mutex.h"
+#include "util/mutex.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
 
-using namespace korv;
 using namespace std::chrono_literals;
 
 namespace {
