@@ -68,6 +68,11 @@ MAY_INCLUDE = {
                                  "library/video", "library/jpeg", "library/image",
                                  "library/base", "library/threads"],
 }
+# how numbers and texts are written is every room's matter
+MAY_INCLUDE["library/values"] = ["library/base"]
+for folder, allowed in MAY_INCLUDE.items():
+    if "library/base" in allowed and folder != "library/values":
+        allowed.append("library/values")
 MAY_INCLUDE["library/api"] = [folder for folder in MAY_INCLUDE if folder.startswith("library/")]
 TREES = {folder.split("/")[0] for folder in MAY_INCLUDE}
 WITHOUT_QT = ("util", "library")

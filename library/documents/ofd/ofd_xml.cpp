@@ -1,6 +1,6 @@
 #include "library/documents/ofd/ofd_xml.h"
 
-#include "library/documents/utf8.h"
+#include "library/values/utf8.h"
 
 #include <sstream>
 

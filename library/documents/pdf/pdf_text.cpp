@@ -1,6 +1,6 @@
 #include "library/documents/pdf/pdf_text.h"
 
-#include "library/documents/utf8.h"
+#include "library/values/utf8.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "library/documents/pdf/xmp.h"
 
 #include "library/documents/pdf/pdf_text.h"
-#include "library/documents/utf8.h"
+#include "library/values/utf8.h"
 
 namespace korv {
 

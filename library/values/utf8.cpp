@@ -1,4 +1,4 @@
-#include "library/documents/utf8.h"
+#include "library/values/utf8.h"
 
 #include <cstddef>
 
