@@ -20,6 +20,7 @@ readonly kRunPackages=(
     "libtiff-dev|TIFF files"
     "liblcms2-dev|colour profiles of pictures"
     "libpugixml-dev|the XML in OFD files"
+    "libutfcpp-dev|UTF-8 texts"
     "libdeflate-dev|compression in OFD files"
     "libopencv-core-dev|finds the sheet in a photograph"
     "libopencv-imgproc-dev|finds the sheet in a photograph"

@@ -1,106 +1,61 @@
 #include "library/values/utf8.h"
 
-#include <cstddef>
+#include <iterator>
+
+#include <utf8.h>
 
 namespace korv {
 
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
-unsigned byteAt(const std::string &text, std::size_t at)
+bool isXmlCharacter(char32_t character)
 {
-    return static_cast<unsigned char>(text[at]);
-}
-
-int followersOf(unsigned first)
-{
-    if (first < 0x80)
-        return 0;
-    if (first >= 0xC2 && first < 0xE0)
-        return 1;
-    if (first >= 0xE0 && first < 0xF0)
-        return 2;
-    return first >= 0xF0 && first < 0xF5 ? 3 : -1;
-}
-
-bool isScalar(char32_t letter, int followers)
-{
-    constexpr char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
-    return letter >= kSmallest[followers] && letter <= 0x10FFFF
-        && (letter < 0xD800 || letter > 0xDFFF);
-}
-
-/// Decodes one letter and moves on; a broken sequence takes one byte.
-char32_t nextLetter(const std::string &text, std::size_t &at)
-{
-    const unsigned first = byteAt(text, at);
-    const int followers = followersOf(first);
-    if (followers <= 0 || at + static_cast<std::size_t>(followers) >= text.size()) {
-        ++at;
-        return followers == 0 ? first : kReplacement;
-    }
-    char32_t letter = first & (0x3FU >> followers);
-    for (int i = 1; i <= followers; ++i) {
-        const unsigned next = byteAt(text, at + static_cast<std::size_t>(i));
-        if ((next & 0xC0) != 0x80) {
-            ++at;
-            return kReplacement;
-        }
-        letter = letter << 6 | (next & 0x3F);
-    }
-    if (!isScalar(letter, followers)) {
-        ++at;
-        return kReplacement;
-    }
-    at += static_cast<std::size_t>(followers) + 1;
-    return letter;
-}
-
-bool isXmlLetter(char32_t letter)
-{
-    return letter >= 0x20 ? letter != 0xFFFE && letter != 0xFFFF
-                          : letter == '\t' || letter == '\n' || letter == '\r';
-}
-
-void append(std::string &text, char32_t letter)
-{
-    const auto byte = [&](char32_t value) { text += static_cast<char>(value); };
-    if (letter < 0x80) {
-        byte(letter);
-    } else if (letter < 0x800) {
-        byte(0xC0 | letter >> 6);
-        byte(0x80 | (letter & 0x3F));
-    } else if (letter < 0x10000) {
-        byte(0xE0 | letter >> 12);
-        byte(0x80 | (letter >> 6 & 0x3F));
-        byte(0x80 | (letter & 0x3F));
-    } else {
-        byte(0xF0 | letter >> 18);
-        byte(0x80 | (letter >> 12 & 0x3F));
-        byte(0x80 | (letter >> 6 & 0x3F));
-        byte(0x80 | (letter & 0x3F));
-    }
+    return character >= 0x20 ? character != 0xFFFE && character != 0xFFFF
+                             : character == '\t' || character == '\n' || character == '\r';
 }
 
 } // namespace
 
-std::u32string decodeUtf8(const std::string &text)
+std::string validUtf8(const std::string &text, const std::string &replacement)
 {
-    std::u32string letters;
-    for (std::size_t at = 0; at < text.size();)
-        letters += nextLetter(text, at);
-    return letters;
+    std::string valid;
+    for (auto at = text.begin();;) {
+        const auto invalid = ::utf8::find_invalid(at, text.end());
+        valid.append(at, invalid);
+        if (invalid == text.end())
+            return valid;
+        // utf8::replace_invalid() would put one replacement for several bytes
+        valid += replacement;
+        at = std::next(invalid);
+    }
 }
 
 std::string cleanUtf8(const std::string &text)
 {
     std::string clean;
-    for (std::size_t at = 0; at < text.size();) {
-        const char32_t letter = nextLetter(text, at);
-        append(clean, isXmlLetter(letter) ? letter : kReplacement);
+    const std::string valid = validUtf8(text);
+    for (auto at = valid.begin(); at != valid.end();) {
+        const auto start = at;
+        if (isXmlCharacter(::utf8::unchecked::next(at)))
+            clean.append(start, at);
+        else
+            clean += kReplacementCharacter;
     }
     return clean;
+}
+
+std::string firstCharacters(const std::string &validText, std::size_t maxSize)
+{
+    const std::string bytes = validText.substr(0, maxSize);
+    // only the character that the cut has broken is invalid
+    return {bytes.begin(), ::utf8::find_invalid(bytes.begin(), bytes.end())};
+}
+
+std::u16string utf16(const std::string &validText)
+{
+    std::u16string units;
+    ::utf8::unchecked::utf8to16(validText.begin(), validText.end(), std::back_inserter(units));
+    return units;
 }
 
 } // namespace korv

@@ -21,23 +21,13 @@ std::string literal(const std::string &ascii)
     return text + ")";
 }
 
-void appendUnit(std::string &text, unsigned unit)
-{
-    char digits[8];
-    std::snprintf(digits, sizeof digits, "%04X", unit & 0xFFFF);
-    text += digits;
-}
-
-std::string utf16(const std::string &utf8)
+std::string hexadecimal(const std::string &utf8)
 {
     std::string text = "<FEFF";
-    for (const char32_t letter : decodeUtf8(utf8)) {
-        if (letter < 0x10000) {
-            appendUnit(text, letter);
-        } else {
-            appendUnit(text, 0xD800 + (letter - 0x10000) / 0x400);
-            appendUnit(text, 0xDC00 + (letter - 0x10000) % 0x400);
-        }
+    for (const char16_t unit : utf16(validUtf8(utf8))) {
+        char digits[8];
+        std::snprintf(digits, sizeof digits, "%04X", static_cast<unsigned>(unit));
+        text += digits;
     }
     return text + ">";
 }
@@ -48,7 +38,7 @@ std::string pdfText(const std::string &utf8)
 {
     const bool plain = std::all_of(utf8.begin(), utf8.end(),
                                    [](char letter) { return letter >= ' ' && letter <= '~'; });
-    return plain ? literal(utf8) : utf16(utf8);
+    return plain ? literal(utf8) : hexadecimal(utf8);
 }
 
 std::string isoDate(std::time_t time)
