@@ -19,7 +19,7 @@ readonly kRunPackages=(
     "libpng-dev|PNG files"
     "libtiff-dev|TIFF files"
     "liblcms2-dev|colour profiles of pictures"
-    "libpugixml-dev|the XML in OFD files"
+    "libpugixml-dev|the XML in OFD files and in the metadata of PDF files"
     "libutfcpp-dev|UTF-8 texts"
     "libdeflate-dev|compression in OFD files"
     "libopencv-core-dev|finds the sheet in a photograph"

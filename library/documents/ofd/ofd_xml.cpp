@@ -1,8 +1,7 @@
 #include "library/documents/ofd/ofd_xml.h"
 
 #include "library/values/utf8.h"
-
-#include <sstream>
+#include "library/documents/xml_text.h"
 
 namespace korv {
 
@@ -53,9 +52,7 @@ OfdXml::OfdXml(const std::string &rootName)
 
 std::string OfdXml::text() const
 {
-    std::ostringstream stream;
-    m_document.save(stream, "", pugi::format_raw, pugi::encoding_utf8);
-    return stream.str();
+    return xmlText(m_document);
 }
 
 } // namespace korv
