@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/advice/noderights.h"
+#include "util/noderights.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "cli/advice/noderights.h"
+#include "util/noderights.h"
 
 #include <algorithm>
 #include <cerrno>
