@@ -1,7 +1,7 @@
 #include "library/documents/ofd/ofd_xml.h"
 
-#include "library/values/utf8.h"
 #include "library/documents/xml_text.h"
+#include "library/values/utf8.h"
 
 namespace korv {
 

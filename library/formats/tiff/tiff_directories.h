@@ -7,8 +7,8 @@
 
 namespace korv {
 
-// Both work on a written TIFF in this machine's byte order, whose directories lie one behind the
-// other. Errors: what the sink answered, -EIO when it holds no such TIFF.
+// Both work on a written little-endian TIFF whose directories lie one behind the other. Errors: what
+// the sink answered, -EIO when it holds no such TIFF.
 
 /// Puts `total` into the PageNumber tag of every directory (TIFF 6.0 or BigTIFF). Tags and data stay
 /// where they are.

@@ -1,5 +1,7 @@
 #include "library/jpeg/rework/exif_writer.h"
 
+#include "library/values/byte_order.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -10,22 +12,13 @@ namespace korv {
 
 namespace {
 
+using bigendian::put16;
+using bigendian::put32;
+
 enum Type : std::uint16_t { Ascii = 2, Short = 3, Long = 4, Rational = 5, Undefined = 7 };
 
 constexpr std::uint32_t kBlockHead = 8;
 constexpr std::uint32_t kEntry = 12;
-
-void put16(Bytes &to, std::uint32_t value)
-{
-    to.push_back(static_cast<std::uint8_t>(value >> 8));
-    to.push_back(static_cast<std::uint8_t>(value));
-}
-
-void put32(Bytes &to, std::uint32_t value)
-{
-    put16(to, value >> 16);
-    put16(to, value & 0xFFFF);
-}
 
 /// One directory of tags, big-endian; call the setters in the order of the tags.
 class Directory
