@@ -2,6 +2,7 @@
 
 #include "library/base/handle.h"
 #include "library/values/byte_order.h"
+#include "library/values/dates.h"
 
 #include <cerrno>
 
@@ -44,8 +45,8 @@ Result<Bytes> deflated(ByteView content)
 ZipWriter::ZipWriter(ByteSink &sink, std::time_t modified)
     : m_sink(sink)
 {
-    std::tm local{};
-    if (::localtime_r(&modified, &local) == nullptr || local.tm_year < 80 || local.tm_year > 207) {
+    std::tm local = localTime(modified);
+    if (local.tm_year < 80 || local.tm_year > 207) {
         local = {};
         local.tm_year = 80;
         local.tm_mday = 1;

@@ -1,8 +1,8 @@
 #include "library/documents/pdf/xmp.h"
 
-#include "library/values/utf8.h"
-#include "library/documents/pdf/pdf_text.h"
 #include "library/documents/xml_text.h"
+#include "library/values/dates.h"
+#include "library/values/utf8.h"
 
 namespace korv {
 
