@@ -2,8 +2,8 @@
 
 #include "library/documents/decimal.h"
 #include "library/documents/ofd/ofd_xml.h"
-#include "library/documents/random_hex.h"
 #include "library/values/dates.h"
+#include "library/values/random_text.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
-#include "library/values/utf8.h"
 #include "library/documents/decimal.h"
 #include "library/documents/pdf/pdf_text.h"
-#include "library/documents/random_hex.h"
+#include "library/values/random_text.h"
+#include "library/values/utf8.h"
 
 #include <clocale>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "library/documents/random_hex.h"
+#include "library/values/random_text.h"
 
 #include <random>
 
