@@ -62,7 +62,7 @@ MAY_INCLUDE = {
     "library/device/v4l2": ["library/device", "library/video", "library/jpeg/rework",
                             "library/jpeg", "library/image", "library/base", "library/threads"],
     "library/device/udev": ["library/device/v4l2", "library/device", "library/base",
-                            "library/threads"],
+                            "library/threads", "util/noderights.h"],
     "library/device/simulated/drawing": ["library/image", "library/base", "library/threads"],
     "library/device/simulated": ["library/device/simulated/drawing", "library/device",
                                  "library/video", "library/jpeg", "library/image",

@@ -1,19 +1,36 @@
 #include "util/noderights.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
-namespace cli {
+namespace noderights {
 namespace {
 
-bool isMember(gid_t group)
+/// Room for an entry of the system's lists of users and groups.
+using EntryText = std::array<char, 4096>;
+
+std::string nameOf(gid_t group)
 {
-    const struct passwd *const user = getpwuid(getuid());
-    if (!user)
+    EntryText text{};
+    struct group entry = {};
+    struct group *found = nullptr;
+    if (getgrgid_r(group, &entry, text.data(), text.size(), &found) != 0 || found == nullptr)
+        return std::to_string(group);
+    return found->gr_name;
+}
+
+bool listsUserIn(gid_t group)
+{
+    EntryText text{};
+    struct passwd entry = {};
+    struct passwd *user = nullptr;
+    if (getpwuid_r(getuid(), &entry, text.data(), text.size(), &user) != 0 || user == nullptr)
         return false;
     std::vector<gid_t> groups(64);
     int count = static_cast<int>(groups.size());
@@ -34,10 +51,10 @@ NodeRights rightsOf(const std::string &path)
         return {};
     constexpr mode_t kGroupRights = S_IRGRP | S_IWGRP;
     NodeRights rights;
-    const struct group *const entry = getgrgid(state.st_gid);
-    rights.group = entry ? entry->gr_name : std::to_string(state.st_gid);
+    rights.group = nameOf(state.st_gid);
     rights.groupMayOpen = (state.st_mode & kGroupRights) == kGroupRights;
-    rights.userIsMember = isMember(state.st_gid);
+    rights.userIsMember = listsUserIn(state.st_gid);
+    rights.processIsMember = group_member(state.st_gid) != 0;
     return rights;
 }
 
@@ -46,17 +63,13 @@ bool isForbidden(const std::string &path)
     return access(path.c_str(), R_OK | W_OK) != 0 && errno == EACCES;
 }
 
-std::string adviceOnRights(const std::vector<std::string> &paths, const NodeRights &rights)
+std::string remedyFor(const NodeRights &rights)
 {
-    std::string text;
-    for (const std::string &path : paths)
-        text += (text.empty() ? "" : " ") + path;
-    text += std::string(": this user may not open ") + (paths.size() == 1 ? "it" : "them") + "; ";
     if (!rights.groupMayOpen)
-        return text + "no group may, the administrator has to give the rights";
-    if (rights.userIsMember)
-        return text + "the group " + rights.group + " counts from the next login on: log in again";
-    return text + "`sudo adduser $USER " + rights.group + "`, then log in again";
+        return "no group may, the administrator has to give the rights";
+    if (rights.userIsMember && !rights.processIsMember)
+        return "the group " + rights.group + " counts from the next login on: log in again";
+    return "`sudo adduser $USER " + rights.group + "`, then log in again";
 }
 
-} // namespace cli
+} // namespace noderights

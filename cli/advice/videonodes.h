@@ -8,6 +8,10 @@
 
 namespace cli {
 
+using noderights::isForbidden;
+using noderights::NodeRights;
+using noderights::rightsOf;
+
 /// Where the system shows its devices; a test has folders of its own.
 struct SystemFolders
 {
