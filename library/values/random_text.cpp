@@ -4,15 +4,19 @@
 
 namespace korv {
 
-std::string randomHex(int bytes)
+std::string randomText(std::size_t length, std::string_view letters)
 {
-    constexpr char kDigits[] = "0123456789abcdef";
     std::random_device random;
-    std::uniform_int_distribution<std::size_t> digit(0, 15);
+    std::uniform_int_distribution<std::size_t> letter(0, letters.size() - 1);
     std::string text;
-    for (int i = 0; i < 2 * bytes; ++i)
-        text += kDigits[digit(random)];
+    for (std::size_t i = 0; i < length; ++i)
+        text += letters[letter(random)];
     return text;
+}
+
+std::string randomHex(std::size_t bytes)
+{
+    return randomText(2 * bytes, "0123456789abcdef");
 }
 
 } // namespace korv
