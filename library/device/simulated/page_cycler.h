@@ -41,13 +41,13 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Page = std::shared_ptr<const PreparedPage>;
+    using SharedPage = std::shared_ptr<const PreparedPage>;
 
     void run();
     void look();
-    Page choose(const std::vector<std::string> &present);
-    Page prepared(const std::string &id);
-    void show(Page page);
+    SharedPage choose(const std::vector<std::string> &present);
+    SharedPage prepared(const std::string &id);
+    void show(SharedPage page);
     bool isStopping();
 
     const PageSource &m_source;
@@ -59,11 +59,11 @@ private:
     std::string m_shown; ///< id; empty for the empty desk
     Clock::time_point m_turnDue;
     std::set<std::string> m_unreadable;
-    std::vector<std::pair<std::string, Page>> m_kept; ///< the latest last
+    std::vector<std::pair<std::string, SharedPage>> m_kept; ///< the latest last
 
     std::mutex m_mutex; // guards what follows
     std::condition_variable m_changed;
-    Page m_page;
+    SharedPage m_page;
     bool m_stopping = false;
 
     std::thread m_thread; // last: it needs the rest
