@@ -11,7 +11,7 @@ namespace {
 std::string escaped(const std::string &utf8)
 {
     pugi::xml_document text;
-    text.append_child(pugi::node_pcdata).set_value(cleanUtf8(utf8).c_str());
+    xmlAnswer(xmlAnswer(text.append_child(pugi::node_pcdata)).set_value(cleanUtf8(utf8).c_str()));
     return xmlText(text);
 }
 
