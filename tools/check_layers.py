@@ -63,12 +63,17 @@ MAY_INCLUDE = {
     "library/device/v4l2": ["library/device", "library/video", "library/jpeg/rework",
                             "library/jpeg", "library/image", "library/base", "library/threads"],
     "library/device/udev": ["library/device/v4l2", "library/device", "library/base",
-                            "library/threads"],
+                            "library/threads", "util/noderights.h"],
     "library/device/simulated/drawing": ["library/image", "library/base", "library/threads"],
     "library/device/simulated": ["library/device/simulated/drawing", "library/device",
                                  "library/video", "library/jpeg", "library/image",
                                  "library/base", "library/threads"],
 }
+# how numbers and texts are written is every room's matter
+MAY_INCLUDE["library/values"] = ["library/base"]
+for folder, allowed in MAY_INCLUDE.items():
+    if "library/base" in allowed and folder != "library/values":
+        allowed.append("library/values")
 MAY_INCLUDE["library/api"] = [folder for folder in MAY_INCLUDE if folder.startswith("library/")]
 TREES = {folder.split("/")[0] for folder in MAY_INCLUDE}
 WITHOUT_QT = ("util", "library")

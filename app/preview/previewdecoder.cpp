@@ -22,6 +22,10 @@ struct ErrorManager
 
 void stayQuiet(j_common_ptr) { }
 
+// Why not QImageReader with a scaled size: it takes as long (8 megapixels: 15 to 17 ms of processor
+// time against 15 to 16) and judges alike (30,000 damaged frames), but it prints a line for every
+// frame that libjpeg complains about. Many cameras put stray bytes before the end of each frame.
+
 /// One decode. The object owns the libjpeg state; longjmp only ever leaves frames of libjpeg and of
 /// the two functions below, which hold nothing that needs destruction.
 class Decode

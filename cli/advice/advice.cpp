@@ -26,4 +26,14 @@ std::string advice(int result)
     }
 }
 
+std::string adviceOnRights(const std::vector<std::string> &paths,
+                           const noderights::NodeRights &rights)
+{
+    std::string text;
+    for (const std::string &path : paths)
+        text += (text.empty() ? "" : " ") + path;
+    return text + ": this user may not open " + (paths.size() == 1 ? "it" : "them") + "; "
+        + noderights::remedyFor(rights);
+}
+
 } // namespace cli

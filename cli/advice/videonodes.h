@@ -1,12 +1,16 @@
 #pragma once
 
-#include "cli/advice/noderights.h"
+#include "util/noderights.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace cli {
+
+using noderights::isForbidden;
+using noderights::NodeRights;
+using noderights::rightsOf;
 
 /// Where the system shows its devices; tests use other folders.
 struct SystemFolders

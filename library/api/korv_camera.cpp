@@ -3,7 +3,7 @@
 
 #include "library/api/messages.h"
 #include "library/api/process_manager.h"
-#include "library/base/exception_error.h"
+#include "library/base/exceptions_to_errors.h"
 #include "library/base/log.h"
 #include "library/image/opencv_threads.h"
 #include "library/video/yuyv.h"
@@ -14,21 +14,12 @@
 #include <cstring>
 
 using korv::Error;
+using korv::exceptionsToErrors;
 using korv::Manager;
 using korv::processManager;
 using korv::Result;
 
 namespace {
-
-/// Runs `work` and turns what it says, or throws, into a Result. No exception leaves the library.
-template <typename Work> auto shielded(Work work) noexcept -> decltype(work(processManager()))
-{
-    try {
-        return work(processManager());
-    } catch (...) {
-        return korv::errorInFlight();
-    }
-}
 
 void report(const char *function, const Error &error) noexcept
 {
@@ -49,10 +40,10 @@ int numberOf(const Result<int> &result)
     return result.value();
 }
 
-/// For entry points that answer with a number.
+/// For entry points that answer with a number. No exception leaves the library.
 template <typename Work> int guarded(const char *function, Work work) noexcept
 {
-    const auto result = shielded(work);
+    const auto result = exceptionsToErrors([&] { return work(processManager()); });
     if (result)
         return numberOf(result);
     report(function, result.error());
@@ -62,7 +53,7 @@ template <typename Work> int guarded(const char *function, Work work) noexcept
 /// For entry points that answer with a text: null instead of an error.
 template <typename Work> char *guardedText(const char *function, Work work) noexcept
 {
-    Result<korv::MallocText> result = shielded(work);
+    Result<korv::MallocText> result = exceptionsToErrors([&] { return work(processManager()); });
     if (result)
         return result.value().release();
     report(function, result.error());

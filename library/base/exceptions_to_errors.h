@@ -4,9 +4,9 @@
 
 namespace korv {
 
-/// Runs `work`, a function that returns Result<void>, and turns exceptions of the standard library
-/// and of the libraries behind us into errors.
-template <typename Work> Result<void> exceptionsToErrors(Work &&work)
+/// Runs `work`, a function that returns a Result, and turns exceptions of the standard library and
+/// of the libraries behind us into errors.
+template <typename Work> auto exceptionsToErrors(Work &&work) -> decltype(work())
 {
     try {
         return work();

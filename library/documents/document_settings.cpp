@@ -1,7 +1,7 @@
 #include "library/documents/document_settings.h"
 
 #include "library/base/log.h"
-#include "library/documents/utf8.h"
+#include "library/values/utf8.h"
 
 #include <algorithm>
 #include <charconv>

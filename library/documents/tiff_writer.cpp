@@ -2,6 +2,7 @@
 
 #include "library/formats/tiff/tiff_directories.h"
 #include "library/jpeg/rework/jpeg_reuse.h"
+#include "library/values/dates.h"
 
 #include <algorithm>
 
@@ -15,15 +16,6 @@ constexpr int kMaxPages = 0xFFFF; ///< the tag holds 16 bits
 int statedTotal(int pages)
 {
     return pages > kMaxPages ? 0 : pages;
-}
-
-std::string tiffDate(std::time_t time)
-{
-    std::tm local{};
-    char date[20] = "1970:01:01 00:00:00";
-    if (::localtime_r(&time, &local) != nullptr)
-        std::strftime(date, sizeof date, "%Y:%m:%d %H:%M:%S", &local);
-    return date;
 }
 
 } // namespace

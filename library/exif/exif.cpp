@@ -1,5 +1,7 @@
 #include "library/exif/exif.h"
 
+#include "library/values/byte_order.h"
+
 #include <cstring>
 
 namespace korv {
@@ -18,27 +20,17 @@ class TiffBlock
 public:
     explicit TiffBlock(ByteView data)
         : m_data(data)
-        , m_little(data[0] == 'I')
+        , m_order(data[0] == 'I' ? ByteOrder::Little : ByteOrder::Big)
     {
     }
 
     std::size_t size() const { return m_data.size; }
-    unsigned u16(std::size_t at) const
-    {
-        const unsigned first = m_data[at];
-        const unsigned second = m_data[at + 1];
-        return m_little ? second << 8 | first : first << 8 | second;
-    }
-    std::size_t u32(std::size_t at) const
-    {
-        const std::size_t first = u16(at);
-        const std::size_t second = u16(at + 2);
-        return m_little ? second << 16 | first : first << 16 | second;
-    }
+    std::size_t u16(std::size_t at) const { return numberAt(m_data.data + at, 2, m_order); }
+    std::size_t u32(std::size_t at) const { return numberAt(m_data.data + at, 4, m_order); }
 
 private:
     ByteView m_data;
-    bool m_little;
+    ByteOrder m_order;
 };
 
 } // namespace

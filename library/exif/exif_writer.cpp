@@ -1,5 +1,8 @@
 #include "library/exif/exif_writer.h"
 
+#include "library/values/byte_order.h"
+#include "library/values/dates.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -10,22 +13,13 @@ namespace korv {
 
 namespace {
 
+using bigendian::put16;
+using bigendian::put32;
+
 enum Type : std::uint16_t { Ascii = 2, Short = 3, Long = 4, Rational = 5, Undefined = 7 };
 
 constexpr std::uint32_t kBlockHead = 8;
 constexpr std::uint32_t kEntry = 12;
-
-void put16(Bytes &to, std::uint32_t value)
-{
-    to.push_back(static_cast<std::uint8_t>(value >> 8));
-    to.push_back(static_cast<std::uint8_t>(value));
-}
-
-void put32(Bytes &to, std::uint32_t value)
-{
-    put16(to, value >> 16);
-    put16(to, value & 0xFFFF);
-}
 
 /// One directory of tags, big-endian; call the setters in the order of the tags.
 class Directory
@@ -100,36 +94,17 @@ private:
     std::vector<Entry> m_entries;
 };
 
-struct LocalTime
+Directory detailsOf(std::time_t taken, int width, int height, bool otherColours)
 {
-    std::string date = "1970:01:01 00:00:00";
-    std::string offset = "+00:00";
-};
-
-LocalTime localTimeOf(std::time_t time)
-{
-    LocalTime result;
-    std::tm local{};
-    char text[40];
-    if (::localtime_r(&time, &local) == nullptr)
-        return result;
-    if (std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &local) == 19)
-        result.date = text;
-    // strftime writes +hhmm
-    if (std::strftime(text, sizeof text, "%z", &local) == 5)
-        result.offset = std::string(text, 3) + ":" + (text + 3);
-    return result;
-}
-
-Directory detailsOf(const LocalTime &time, int width, int height, bool otherColours)
-{
+    const std::string date = tiffDate(taken);
+    const std::string offset = isoOffset(taken);
     Directory directory;
     directory.set(0x9000, Undefined, 4, {'0', '2', '3', '1'}); // ExifVersion
-    directory.setText(0x9003, time.date); // DateTimeOriginal
-    directory.setText(0x9004, time.date); // DateTimeDigitized
-    directory.setText(0x9010, time.offset); // OffsetTime
-    directory.setText(0x9011, time.offset); // OffsetTimeOriginal
-    directory.setText(0x9012, time.offset); // OffsetTimeDigitized
+    directory.setText(0x9003, date); // DateTimeOriginal
+    directory.setText(0x9004, date); // DateTimeDigitized
+    directory.setText(0x9010, offset); // OffsetTime
+    directory.setText(0x9011, offset); // OffsetTimeOriginal
+    directory.setText(0x9012, offset); // OffsetTimeDigitized
     directory.set(0x9101, Undefined, 4, {1, 2, 3, 0}); // ComponentsConfiguration: Y, Cb, Cr
     directory.set(0xA000, Undefined, 4, {'0', '1', '0', '0'}); // FlashpixVersion
     directory.setShort(0xA001, otherColours ? 0xFFFF : 1); // ColorSpace
@@ -138,8 +113,7 @@ Directory detailsOf(const LocalTime &time, int width, int height, bool otherColo
     return directory;
 }
 
-Directory headOf(const PhotographDetails &details, const LocalTime &time, double dpi,
-                 std::uint32_t detailsAt)
+Directory headOf(const PhotographDetails &details, double dpi, std::uint32_t detailsAt)
 {
     Directory directory;
     if (!details.camera.empty())
@@ -148,7 +122,7 @@ Directory headOf(const PhotographDetails &details, const LocalTime &time, double
     directory.setRational(0x011A, dpi); // XResolution
     directory.setRational(0x011B, dpi); // YResolution
     directory.setShort(0x0128, 2); // ResolutionUnit: inch
-    directory.setText(0x0132, time.date); // DateTime
+    directory.setText(0x0132, tiffDate(details.taken)); // DateTime
     directory.setShort(0x0213, 1); // YCbCrPositioning: in the middle
     directory.setLong(0x8769, detailsAt); // where the details are
     return directory;
@@ -159,15 +133,14 @@ Directory headOf(const PhotographDetails &details, const LocalTime &time, double
 Bytes exifPayload(const PhotographDetails &details, int width, int height, double dpi,
                   bool otherColours)
 {
-    const LocalTime time = localTimeOf(details.taken);
     // how long the first directory is does not depend on what it says of the second
     const auto length =
-        static_cast<std::uint32_t>(headOf(details, time, dpi, 0).bytes(kBlockHead).size());
+        static_cast<std::uint32_t>(headOf(details, dpi, 0).bytes(kBlockHead).size());
     const std::uint32_t detailsAt = kBlockHead + length;
     Bytes payload = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, kBlockHead};
-    const Bytes head = headOf(details, time, dpi, detailsAt).bytes(kBlockHead);
+    const Bytes head = headOf(details, dpi, detailsAt).bytes(kBlockHead);
     payload.insert(payload.end(), head.begin(), head.end());
-    const Bytes rest = detailsOf(time, width, height, otherColours).bytes(detailsAt);
+    const Bytes rest = detailsOf(details.taken, width, height, otherColours).bytes(detailsAt);
     payload.insert(payload.end(), rest.begin(), rest.end());
     return payload;
 }

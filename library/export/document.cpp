@@ -1,10 +1,10 @@
 #include "library/export/document.h"
 
 #include "library/base/log.h"
-#include "library/documents/utf8.h"
 #include "library/export/page_prefetcher.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
+#include "library/values/utf8.h"
 
 #include <cerrno>
 #include <ctime>

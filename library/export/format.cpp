@@ -48,15 +48,51 @@ std::unique_ptr<DocumentWriter> make(ByteSink &sink, const DocumentOptions &opti
     return std::make_unique<Writer>(sink, options);
 }
 
+constexpr Format jpegPicture(const char *extension)
+{
+    Format format;
+    format.extension = extension;
+    format.kind = FormatKind::Jpeg;
+    format.writePicture = writeJpegPicture;
+    return format;
+}
+
+enum class RowsWanted { AllAtOnce, AsTheyCome };
+
+constexpr Format picture(const char *extension, decltype(Format::writePicture) write,
+                         RowsWanted rows)
+{
+    Format format;
+    format.extension = extension;
+    format.kind = FormatKind::Picture;
+    format.writePicture = write;
+    format.takesRowsAsTheyCome = rows == RowsWanted::AsTheyCome;
+    return format;
+}
+
+enum class JpegsTaken { All, PlainOnly };
+
+template <typename Writer>
+constexpr Format document(const char *extension, PixelCoder codePixels, JpegsTaken jpegs)
+{
+    Format format;
+    format.extension = extension;
+    format.kind = FormatKind::Document;
+    format.makeDocument = make<Writer>;
+    format.codePixels = codePixels;
+    format.plainJpegOnly = jpegs == JpegsTaken::PlainOnly;
+    return format;
+}
+
 constexpr std::array<Format, 8> kFormats = {{
-    {"jpg", FormatKind::Jpeg, false, nullptr, false, writeJpegPicture, nullptr},
-    {"jpeg", FormatKind::Jpeg, false, nullptr, false, writeJpegPicture, nullptr},
-    {"png", FormatKind::Picture, false, nullptr, true, writePngPicture, nullptr},
-    {"bmp", FormatKind::Picture, false, nullptr, false, writeBmpPicture, nullptr},
-    {"tif", FormatKind::Document, true, codePixelsForTiff, false, nullptr, make<TiffWriter>},
-    {"tiff", FormatKind::Document, true, codePixelsForTiff, false, nullptr, make<TiffWriter>},
-    {"pdf", FormatKind::Document, false, codePixelsForPdf, false, nullptr, make<PdfWriter>},
-    {"ofd", FormatKind::Document, false, codePixelsAsPng, false, nullptr, make<OfdWriter>},
+    jpegPicture("jpg"),
+    jpegPicture("jpeg"),
+    picture("png", writePngPicture, RowsWanted::AsTheyCome),
+    picture("bmp", writeBmpPicture, RowsWanted::AllAtOnce),
+    document<TiffWriter>("tif", codePixelsForTiff, JpegsTaken::PlainOnly),
+    document<TiffWriter>("tiff", codePixelsForTiff, JpegsTaken::PlainOnly),
+    document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All),
+    document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All),
 }};
 
 } // namespace

@@ -27,15 +27,15 @@ struct PictureOptions
 /// One way to write a file. The table in format.cpp is the only place that knows extensions.
 struct Format
 {
-    const char *extension; ///< lower case, without the dot
-    FormatKind kind;
-    bool plainJpegOnly; ///< documents: see PageOptions
-    PixelCoder codePixels; ///< documents: see PageOptions
-    bool takesRowsAsTheyCome; ///< pictures: see PictureOptions
+    const char *extension = ""; ///< lower case, without the dot
+    FormatKind kind = FormatKind::Picture;
     /// Writes one picture; null for documents.
-    Result<void> (*writePicture)(const Image &, const PictureOptions &, ByteSink &);
+    Result<void> (*writePicture)(const Image &, const PictureOptions &, ByteSink &) = nullptr;
+    bool takesRowsAsTheyCome = false; ///< pictures: see PictureOptions
     /// Begins a document; null for single pictures.
-    std::unique_ptr<DocumentWriter> (*makeDocument)(ByteSink &, const DocumentOptions &);
+    std::unique_ptr<DocumentWriter> (*makeDocument)(ByteSink &, const DocumentOptions &) = nullptr;
+    PixelCoder codePixels = nullptr; ///< documents: see PageOptions
+    bool plainJpegOnly = false; ///< documents: see PageOptions
 };
 
 /// By the path's extension in any case; null when there is none that is known.

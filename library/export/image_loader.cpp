@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 namespace korv {
@@ -20,20 +21,12 @@ namespace {
 
 constexpr std::size_t kCheckedPart = 64 * 1024;
 
-std::uint64_t tiffPage(ByteView content, std::uint64_t directory)
-{
-    if (directory != kFirstPage)
-        return directory;
-    const TiffPages pages = tiffPages(content);
-    return pages.directories.empty() ? kFirstPage : pages.directories.front();
-}
-
 Error unknownFormat()
 {
     return Error{-EBADMSG, "not a JPEG, PNG, BMP or TIFF picture"};
 }
 
-Result<Image> loadJpeg(ByteView content)
+Result<Image> loadJpeg(ByteView content, std::uint64_t)
 {
     const Result<jpeg::Info> info = jpeg::readInfo(content);
     if (!info)
@@ -44,12 +37,61 @@ Result<Image> loadJpeg(ByteView content)
     return applyOrientation(std::move(image).value(), info.value().orientation);
 }
 
-Result<PictureSize> jpegSize(ByteView content)
+Result<PictureSize> jpegSize(ByteView content, std::uint64_t)
 {
     const Result<jpeg::Structure> structure = jpeg::readStructure(content);
     if (!structure)
         return structure.error();
     return PictureSize{structure.value().info.width, structure.value().info.height};
+}
+
+std::uint64_t tiffPage(ByteView content, std::uint64_t directory)
+{
+    if (directory != kFirstPage)
+        return directory;
+    const TiffPages pages = tiffPages(content);
+    return pages.directories.empty() ? kFirstPage : pages.directories.front();
+}
+
+Result<Image> loadTiff(ByteView content, std::uint64_t directory)
+{
+    return readTiff(content, tiffPage(content, directory));
+}
+
+Result<PictureSize> sizeOfTiff(ByteView content, std::uint64_t directory)
+{
+    return tiffSize(content, tiffPage(content, directory));
+}
+
+/// For formats with one page only.
+template <auto Read> auto onlyPage(ByteView content, std::uint64_t)
+{
+    return Read(content);
+}
+
+/// One way to read a file. source_format.cpp says how each kind begins and what it is called.
+struct Reader
+{
+    SourceFormat format;
+    bool headSuffices; ///< to judge a file: nothing behind its head counts
+    Result<PictureSize> (*size)(ByteView content, std::uint64_t directory);
+    Result<Image> (*load)(ByteView content, std::uint64_t directory);
+};
+
+constexpr Reader kReaders[] = {
+    {SourceFormat::Jpeg, false, jpegSize, loadJpeg},
+    {SourceFormat::Png, true, onlyPage<pngSize>, onlyPage<readPng>},
+    {SourceFormat::Bmp, true, onlyPage<bmpSize>, onlyPage<readBmp>},
+    {SourceFormat::Tiff, false, sizeOfTiff, loadTiff},
+};
+
+/// Null when nothing reads such content.
+const Reader *readerFor(ByteView content)
+{
+    const SourceFormat format = recogniseFormat(content);
+    const auto *found = std::find_if(std::begin(kReaders), std::end(kReaders),
+                                     [&](const Reader &reader) { return reader.format == format; });
+    return found == std::end(kReaders) ? nullptr : found;
 }
 
 Result<void> checkPage(ByteView content, std::uint64_t directory)
@@ -66,20 +108,11 @@ Result<void> checkPage(ByteView content, std::uint64_t directory)
 
 Result<Image> loadImage(ByteView content, std::uint64_t directory)
 {
-    try {
-        switch (recogniseFormat(content)) {
-        case SourceFormat::Jpeg:
-            return loadJpeg(content);
-        case SourceFormat::Png:
-            return readPng(content);
-        case SourceFormat::Bmp:
-            return readBmp(content);
-        case SourceFormat::Tiff:
-            return readTiff(content, tiffPage(content, directory));
-        case SourceFormat::Unknown:
-            break;
-        }
+    const Reader *reader = readerFor(content);
+    if (reader == nullptr)
         return unknownFormat();
+    try {
+        return reader->load(content, directory);
     } catch (const std::bad_alloc &) {
         return Error{-ENOMEM, "no memory for the picture"};
     } catch (...) {
@@ -89,19 +122,10 @@ Result<Image> loadImage(ByteView content, std::uint64_t directory)
 
 Result<PictureSize> pictureSize(ByteView content, std::uint64_t directory)
 {
-    switch (recogniseFormat(content)) {
-    case SourceFormat::Jpeg:
-        return jpegSize(content);
-    case SourceFormat::Png:
-        return pngSize(content);
-    case SourceFormat::Bmp:
-        return bmpSize(content);
-    case SourceFormat::Tiff:
-        return tiffSize(content, tiffPage(content, directory));
-    case SourceFormat::Unknown:
-        break;
-    }
-    return unknownFormat();
+    const Reader *reader = readerFor(content);
+    if (reader == nullptr)
+        return unknownFormat();
+    return reader->size(content, directory);
 }
 
 Result<void> checkImage(ByteView content)
@@ -132,12 +156,11 @@ Result<void> checkImageFile(const std::string &path)
     if (size > 2 * kCheckedPart) {
         if (Result<void> read = file.value().read(0, kCheckedPart, part); !read)
             return read;
-        const SourceFormat format = recogniseFormat(part);
-        if (format == SourceFormat::Png || format == SourceFormat::Bmp
-            || format == SourceFormat::Unknown)
+        const Reader *reader = readerFor(part);
+        if (reader == nullptr || reader->headSuffices)
             return checkImage(part);
         const Result<jpeg::Structure> head = jpeg::readHeaders(part);
-        if (format == SourceFormat::Jpeg && head
+        if (reader->format == SourceFormat::Jpeg && head
             && isSupportedSize(head.value().info.width, head.value().info.height)) {
             if (Result<void> read = file.value().read(size - kCheckedPart, kCheckedPart, part);
                 !read)

@@ -25,18 +25,10 @@ std::string extensionByContent(const std::string &path)
     std::uint8_t head[16] = {};
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     const ssize_t count = file ? ::pread(file.get(), head, sizeof head, 0) : 0;
-    switch (recogniseFormat({head, static_cast<std::size_t>(count > 0 ? count : 0)})) {
-    case SourceFormat::Jpeg:
-        return ".jpg";
-    case SourceFormat::Png:
-        return ".png";
-    case SourceFormat::Bmp:
-        return ".bmp";
-    case SourceFormat::Tiff:
-        return ".tif";
-    case SourceFormat::Unknown:
-        break;
-    }
+    const SourceFormat format =
+        recogniseFormat({head, static_cast<std::size_t>(count > 0 ? count : 0)});
+    if (format != SourceFormat::Unknown)
+        return extensionFor(format);
     const std::string extension = extensionOf(path);
     return extension.empty() ? std::string() : "." + extension;
 }

@@ -4,12 +4,12 @@
 #include "library/base/handle.h"
 #include "library/base/log.h"
 #include "library/files/file_names.h"
+#include "library/values/random_text.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
-#include <random>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +29,7 @@ constexpr mode_t kMode = 0666; // the process's umask takes its share
 constexpr int kNameAttempts = 100;
 constexpr std::string_view kHead = ".korv-";
 constexpr std::string_view kTail = ".part";
+constexpr std::string_view kRandomLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
 constexpr std::size_t kRandomLength = 12;
 constexpr std::size_t kMaxNameLength = 255;
 
@@ -47,20 +48,10 @@ std::string machineMark()
     return mark;
 }
 
-std::string randomLetters()
-{
-    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
-    std::random_device random;
-    std::uniform_int_distribution<std::size_t> letter(0, kLetters.size() - 1);
-    std::string letters;
-    for (std::size_t i = 0; i < kRandomLength; ++i)
-        letters += kLetters[letter(random)];
-    return letters;
-}
-
 std::string partName(const std::string &claimed)
 {
-    std::string name = std::string(kHead) + machineMark() + randomLetters();
+    std::string name =
+        std::string(kHead) + machineMark() + randomText(kRandomLength, kRandomLetters);
     const std::string addition = claimed.empty() ? claimed : "+" + claimed;
     // a claim that is too long to be noted is not cleared, that is all
     if (name.size() + addition.size() + kTail.size() <= kMaxNameLength)

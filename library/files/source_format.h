@@ -10,4 +10,7 @@ enum class SourceFormat { Unknown, Jpeg, Png, Bmp, Tiff };
 /// By the first bytes; file names do not count.
 SourceFormat recogniseFormat(ByteView content);
 
+/// What names of such files end with, dot included; empty for Unknown.
+const char *extensionFor(SourceFormat format);
+
 } // namespace korv

@@ -2,6 +2,7 @@
 
 #include "library/formats/bmp_runs.h"
 #include "library/image/colour_profile.h"
+#include "library/values/byte_order.h"
 
 #include <algorithm>
 #include <array>
@@ -50,12 +51,12 @@ Error bad(const char *why)
 
 std::uint32_t u16(ByteView data, std::size_t at)
 {
-    return static_cast<std::uint32_t>(data[at] | data[at + 1] << 8);
+    return littleendian::u16(data.data + at);
 }
 
 std::uint32_t u32(ByteView data, std::size_t at)
 {
-    return u16(data, at) | u16(data, at + 2) << 16;
+    return littleendian::u32(data.data + at);
 }
 
 std::int32_t s32(ByteView data, std::size_t at)

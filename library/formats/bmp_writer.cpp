@@ -1,6 +1,7 @@
 #include "library/formats/bmp_writer.h"
 
 #include "library/formats/packed_bits.h"
+#include "library/values/byte_order.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,20 +13,11 @@ namespace korv {
 
 namespace {
 
+using littleendian::put16;
+using littleendian::put32;
+
 constexpr std::size_t kHeaders = 14 + 40;
 constexpr std::size_t kChunk = 256 * 1024;
-
-void put16(Bytes &to, unsigned value)
-{
-    to.push_back(static_cast<std::uint8_t>(value & 255));
-    to.push_back(static_cast<std::uint8_t>(value >> 8 & 255));
-}
-
-void put32(Bytes &to, std::uint32_t value)
-{
-    put16(to, value & 0xFFFF);
-    put16(to, value >> 16);
-}
 
 struct Layout
 {

@@ -1,5 +1,7 @@
 #include "library/formats/png_data.h"
 
+#include "library/values/byte_order.h"
+
 #include <cstring>
 
 namespace korv {
@@ -12,8 +14,7 @@ Bytes pngData(ByteView png)
     data.reserve(png.size);
     for (std::size_t at = kSignature; at + kAround <= png.size;) {
         const std::uint8_t *chunk = png.data + at;
-        const std::size_t length = std::size_t{chunk[0]} << 24 | std::size_t{chunk[1]} << 16
-            | std::size_t{chunk[2]} << 8 | chunk[3];
+        const std::size_t length = bigendian::u32(chunk);
         if (length > png.size - at - kAround)
             break;
         if (std::memcmp(chunk + 4, "IDAT", 4) == 0)

@@ -4,6 +4,7 @@
 #include "library/exif/exif.h"
 #include "library/image/colour_profile.h"
 #include "library/image/rotate.h"
+#include "library/values/byte_order.h"
 
 #include <cerrno>
 #include <cmath>
@@ -25,25 +26,18 @@ constexpr png_alloc_size_t kMaxChunkSize = 8'000'000; // profiles
 // on, up to 2 GB for a file of a hundred bytes, and keeps what they hold.
 constexpr png_byte kIgnoredChunks[] = "eXIf\0iTXt\0pCAL\0sCAL\0sPLT\0tEXt\0tIME\0zTXt";
 
-std::uint32_t big32(ByteView data, std::size_t at)
-{
-    return static_cast<std::uint32_t>(data[at]) << 24
-        | static_cast<std::uint32_t>(data[at + 1]) << 16
-        | static_cast<std::uint32_t>(data[at + 2]) << 8 | data[at + 3];
-}
-
 /// What the eXIf chunk says, if there is one, undamaged.
 int orientationOf(ByteView content)
 {
     constexpr std::size_t kAround = 12; // length, type, checksum
     std::size_t at = 8;
     while (content.size - at >= kAround) {
-        const std::size_t length = big32(content, at);
+        const std::size_t length = bigendian::u32(content.data + at);
         if (length > content.size - at - kAround)
             break;
         const std::uint8_t *type = content.data + at + 4;
         if (std::memcmp(type, "eXIf", 4) == 0
-            && libdeflate_crc32(0, type, 4 + length) == big32(content, at + 8 + length))
+            && libdeflate_crc32(0, type, 4 + length) == bigendian::u32(type + 4 + length))
             return exifBlockOrientation({type + 4, length}, 1);
         at += kAround + length;
     }
@@ -198,7 +192,7 @@ Result<PictureSize> pngSize(ByteView content)
 {
     if (content.size < kHeaderEnd || std::memcmp(content.data + 12, "IHDR", 4) != 0)
         return Error{-EBADMSG, "PNG: no header"};
-    const PictureSize size{big32(content, 16), big32(content, 20)};
+    const PictureSize size{bigendian::u32(content.data + 16), bigendian::u32(content.data + 20)};
     if (size.width == 0 || size.height == 0)
         return Error{-EBADMSG, "PNG: no size"};
     return size;

@@ -1,6 +1,7 @@
 #include "library/image/colour_profile.h"
 
 #include "library/base/handle.h"
+#include "library/values/byte_order.h"
 
 #include <algorithm>
 #include <array>
@@ -49,18 +50,12 @@ ContextHandle makeContext()
     return ContextHandle(cmsCreateContext(&memory, nullptr));
 }
 
-std::size_t statedSize(ByteView profile)
-{
-    return std::size_t{profile[0]} << 24 | std::size_t{profile[1]} << 16
-        | std::size_t{profile[2]} << 8 | profile[3];
-}
-
 /// The profile without what stands behind it; empty when it is none, or too large.
 ByteView cutToSize(ByteView profile)
 {
     if (profile.size < kHeader)
         return {};
-    const std::size_t size = statedSize(profile);
+    const std::size_t size = bigendian::u32(profile.data);
     if (size < kHeader || size > profile.size || size > kMaxProfileSize)
         return {};
     return profile.first(size);

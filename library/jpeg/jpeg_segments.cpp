@@ -1,6 +1,7 @@
 #include "library/jpeg/jpeg_segments.h"
 
 #include "library/image/colour_profile.h"
+#include "library/values/byte_order.h"
 
 #include <array>
 
@@ -22,7 +23,7 @@ std::vector<Segment> headerSegments(ByteView data, const Structure &structure)
             ++at;
         if (at >= structure.scanStart)
             break;
-        const std::size_t length = std::size_t{data[at + 2]} << 8 | data[at + 3];
+        const std::size_t length = bigendian::u16(data.data + at + 2);
         segments.push_back({at, at + 2 + length, data[at + 1], {data.data + at + 4, length - 2}});
         at += 2 + length;
     }

@@ -3,6 +3,7 @@
 #include "library/exif/exif.h"
 #include "library/jpeg/app2_payloads.h"
 #include "library/jpeg/jpeg_tables.h"
+#include "library/values/byte_order.h"
 
 #include <cerrno>
 #include <cstring>
@@ -25,11 +26,6 @@ constexpr std::uint8_t kComment = 0xFE;
 Error broken(const char *why)
 {
     return Error{-EBADMSG, std::string("not a complete JPEG: ") + why};
-}
-
-unsigned big16(ByteView data, std::size_t at)
-{
-    return static_cast<unsigned>(data[at]) << 8 | data[at + 1];
 }
 
 bool startsWith(ByteView payload, const char *text, std::size_t length)
@@ -108,7 +104,7 @@ Result<ByteView> Walker::payload()
 {
     if (m_data.size - m_at < 2)
         return broken("data end inside a segment");
-    const std::size_t length = big16(m_data, m_at);
+    const std::size_t length = bigendian::u16(m_data.data + m_at);
     if (length < 2 || length > m_data.size - m_at)
         return broken("segment longer than the data");
     const ByteView result{m_data.data + m_at + 2, length - 2};
@@ -124,8 +120,8 @@ Result<void> Walker::readFrame(std::uint8_t marker, ByteView payload, std::size_
         return broken("short frame header");
     Info &info = m_result.info;
     info.precision = payload[0];
-    info.height = static_cast<int>(big16(payload, 1));
-    info.width = static_cast<int>(big16(payload, 3));
+    info.height = static_cast<int>(bigendian::u16(payload.data + 1));
+    info.width = static_cast<int>(bigendian::u16(payload.data + 3));
     info.components = payload[5];
     info.progressive = marker == 0xC2 || marker == 0xCA;
     info.huffman = marker <= 0xC2;
@@ -162,7 +158,7 @@ void Walker::readQuantTables(ByteView payload)
             return; // the decoder will say so; here it only leaves the steps unknown
         unsigned sum = 0;
         for (std::size_t i = 0; i < 64; ++i)
-            sum += width == 2 ? big16(payload, at + 2 * i) : payload[at + i];
+            sum += width == 2 ? bigendian::u16(payload.data + at + 2 * i) : payload[at + i];
         m_quantSteps[table] = sum;
         at += 64 * width;
     }
@@ -192,7 +188,7 @@ void Walker::readApplicationHead(std::size_t markerAt, ByteView payload)
     if (markerAt != 2 || !startsWith(payload, "JFIF\0", 5) || payload.size < 14)
         return;
     m_result.jfif = markerAt;
-    const unsigned density = big16(payload, 8);
+    const unsigned density = bigendian::u16(payload.data + 8);
     if (payload[7] == 1)
         m_result.info.dpi = density;
     else if (payload[7] == 2)

@@ -1,7 +1,7 @@
 #include "tests/faults/application.h"
 
 #include "tests/faults/desk.h"
-#include "tests/faults/fault_shim.h"
+#include "tests/faults/shims/fault_shim.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "tests/faults/sequence.h"
 
-#include "tests/faults/fault_shim.h"
+#include "tests/faults/shims/fault_shim.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "tests/faults/child.h"
 #include "tests/faults/desk.h"
-#include "tests/faults/fault_shim.h"
+#include "tests/faults/shims/fault_shim.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <cerrno>

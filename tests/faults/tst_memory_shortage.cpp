@@ -1,5 +1,5 @@
 #include "tests/faults/desk.h"
-#include "tests/faults/memory_shim.h"
+#include "tests/faults/shims/memory_shim.h"
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/sample_pictures.h"
 

@@ -1,5 +1,5 @@
 #include "tests/faults/desk.h"
-#include "tests/faults/fault_shim.h"
+#include "tests/faults/shims/fault_shim.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 

@@ -1,7 +1,7 @@
 // Whatever happens in whatever order, no photograph is lost.
 
-#include "tests/faults/fault_shim.h"
 #include "tests/faults/sequence.h"
+#include "tests/faults/shims/fault_shim.h"
 #include "tests/support/temp_home.h"
 
 #include <cstdlib>

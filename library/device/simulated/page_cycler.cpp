@@ -73,14 +73,14 @@ void PageCycler::look()
     const bool isShownPresent = std::find(present.begin(), present.end(), m_shown) != present.end();
     if (isShownPresent && Clock::now() < m_turnDue)
         return;
-    if (Page page = choose(present)) {
+    if (SharedPage page = choose(present)) {
         show(std::move(page));
         m_turnDue = Clock::now() + m_timing.turnEvery;
     }
 }
 
 /// The next readable page behind the one shown, round and round; the empty desk when there is none.
-PageCycler::Page PageCycler::choose(const std::vector<std::string> &present)
+PageCycler::SharedPage PageCycler::choose(const std::vector<std::string> &present)
 {
     std::vector<std::string> order = present;
     const auto next = std::find_if(order.begin(), order.end(),
@@ -89,7 +89,7 @@ PageCycler::Page PageCycler::choose(const std::vector<std::string> &present)
     for (const std::string &id : order) {
         if (m_unreadable.count(id) != 0)
             continue;
-        if (Page page = prepared(id)) {
+        if (SharedPage page = prepared(id)) {
             m_shown = id;
             return page;
         }
@@ -99,7 +99,7 @@ PageCycler::Page PageCycler::choose(const std::vector<std::string> &present)
     return prepared(m_shown);
 }
 
-PageCycler::Page PageCycler::prepared(const std::string &id)
+PageCycler::SharedPage PageCycler::prepared(const std::string &id)
 {
     const auto kept = std::find_if(m_kept.begin(), m_kept.end(),
                                    [&](const auto &entry) { return entry.first == id; });
@@ -126,7 +126,7 @@ PageCycler::Page PageCycler::prepared(const std::string &id)
     return m_kept.back().second;
 }
 
-void PageCycler::show(Page page)
+void PageCycler::show(SharedPage page)
 {
     const MutexLock lock(m_mutex);
     m_page = std::move(page);

@@ -40,13 +40,13 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Page = std::shared_ptr<const PreparedPage>;
+    using SharedPage = std::shared_ptr<const PreparedPage>;
 
     void run();
     void look();
-    Page choose(const std::vector<std::string> &present);
-    Page prepared(const std::string &id);
-    void show(Page page);
+    SharedPage choose(const std::vector<std::string> &present);
+    SharedPage prepared(const std::string &id);
+    void show(SharedPage page);
     bool isStopping();
 
     const PageSource &m_source;
@@ -58,11 +58,11 @@ private:
     std::string m_shown; ///< id; empty for the empty desk
     Clock::time_point m_turnDue;
     std::set<std::string> m_unreadable;
-    std::vector<std::pair<std::string, Page>> m_kept; ///< the latest last
+    std::vector<std::pair<std::string, SharedPage>> m_kept; ///< the latest last
 
     Mutex m_mutex;
     Condition m_changed;
-    Page m_page GUARDED_BY(m_mutex);
+    SharedPage m_page GUARDED_BY(m_mutex);
     bool m_stopping GUARDED_BY(m_mutex) = false;
 
     std::thread m_thread; // last: it needs the rest

@@ -2,7 +2,8 @@
 
 #include "library/documents/decimal.h"
 #include "library/documents/ofd/ofd_xml.h"
-#include "library/documents/random_hex.h"
+#include "library/values/dates.h"
+#include "library/values/random_text.h"
 
 #include <algorithm>
 #include <utility>
@@ -38,11 +39,8 @@ std::string pageLocation(std::size_t index)
 
 std::string ofdDate(std::time_t time)
 {
-    std::tm local{};
-    char date[16] = "1970-01-01";
-    if (::localtime_r(&time, &local) != nullptr)
-        std::strftime(date, sizeof date, "%Y-%m-%d", &local);
-    return date;
+    const std::string date = isoDate(time);
+    return date.substr(0, date.find('T'));
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 #include "library/documents/ofd/ofd_xml.h"
 
-#include "library/documents/utf8.h"
-
-#include <sstream>
+#include "library/documents/xml_text.h"
+#include "library/values/utf8.h"
 
 namespace korv {
 
@@ -19,43 +18,40 @@ std::string prefixed(const std::string &name)
 
 OfdElement OfdElement::child(const std::string &name)
 {
-    return OfdElement(m_node.append_child(prefixed(name).c_str()));
+    return OfdElement(xmlAnswer(m_node.append_child(prefixed(name).c_str())));
 }
 
 OfdElement &OfdElement::text(const std::string &name, const std::string &text)
 {
-    m_node.append_child(prefixed(name).c_str()).text().set(cleanUtf8(text).c_str());
+    pugi::xml_node node = xmlAnswer(m_node.append_child(prefixed(name).c_str()));
+    xmlAnswer(node.text().set(cleanUtf8(text).c_str()));
     return *this;
 }
 
 OfdElement &OfdElement::attribute(const char *name, const std::string &value)
 {
-    m_node.append_attribute(name).set_value(cleanUtf8(value).c_str());
+    xmlAnswer(xmlAnswer(m_node.append_attribute(name)).set_value(cleanUtf8(value).c_str()));
     return *this;
 }
 
 OfdElement &OfdElement::attribute(const char *name, unsigned value)
 {
-    m_node.append_attribute(name).set_value(value);
+    xmlAnswer(xmlAnswer(m_node.append_attribute(name)).set_value(value));
     return *this;
 }
 
 OfdXml::OfdXml(const std::string &rootName)
     : m_root(pugi::xml_node())
 {
-    pugi::xml_node declaration = m_document.append_child(pugi::node_declaration);
-    declaration.append_attribute("version").set_value("1.0");
-    declaration.append_attribute("encoding").set_value("UTF-8");
-    pugi::xml_node node = m_document.append_child(prefixed(rootName).c_str());
-    node.append_attribute("xmlns:ofd").set_value(kNamespace);
-    m_root = OfdElement(node);
+    OfdElement declaration(xmlAnswer(m_document.append_child(pugi::node_declaration)));
+    declaration.attribute("version", "1.0").attribute("encoding", "UTF-8");
+    m_root = OfdElement(xmlAnswer(m_document.append_child(prefixed(rootName).c_str())));
+    m_root.attribute("xmlns:ofd", kNamespace);
 }
 
 std::string OfdXml::text() const
 {
-    std::ostringstream stream;
-    m_document.save(stream, "", pugi::format_raw, pugi::encoding_utf8);
-    return stream.str();
+    return xmlText(m_document);
 }
 
 } // namespace korv

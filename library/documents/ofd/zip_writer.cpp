@@ -1,6 +1,8 @@
 #include "library/documents/ofd/zip_writer.h"
 
 #include "library/base/handle.h"
+#include "library/values/byte_order.h"
+#include "library/values/dates.h"
 
 #include <cerrno>
 
@@ -10,6 +12,10 @@ namespace korv {
 
 namespace {
 
+using littleendian::put16;
+using littleendian::put32;
+using littleendian::put64;
+
 constexpr std::uint32_t kFull32 = 0xFFFFFFFF; ///< "look into the ZIP64 field"
 constexpr std::uint32_t kFull16 = 0xFFFF;
 constexpr unsigned kVersion = 20; ///< folders and deflate
@@ -17,24 +23,6 @@ constexpr unsigned kVersion64 = 45;
 constexpr int kDeflateLevel = 6;
 
 using Deflater = Handle<libdeflate_compressor, libdeflate_free_compressor>;
-
-void put16(Bytes &to, unsigned value)
-{
-    to.push_back(static_cast<std::uint8_t>(value & 255));
-    to.push_back(static_cast<std::uint8_t>(value >> 8 & 255));
-}
-
-void put32(Bytes &to, std::uint32_t value)
-{
-    put16(to, value & 0xFFFF);
-    put16(to, value >> 16);
-}
-
-void put64(Bytes &to, std::uint64_t value)
-{
-    put32(to, static_cast<std::uint32_t>(value & kFull32));
-    put32(to, static_cast<std::uint32_t>(value >> 32));
-}
 
 std::uint32_t bounded32(std::uint64_t value)
 {
@@ -57,8 +45,8 @@ Result<Bytes> deflated(ByteView content)
 ZipWriter::ZipWriter(ByteSink &sink, std::time_t modified)
     : m_sink(sink)
 {
-    std::tm local{};
-    if (::localtime_r(&modified, &local) == nullptr || local.tm_year < 80 || local.tm_year > 207) {
+    std::tm local = localTime(modified);
+    if (local.tm_year < 80 || local.tm_year > 207) {
         local = {};
         local.tm_year = 80;
         local.tm_mday = 1;

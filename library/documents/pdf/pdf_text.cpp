@@ -1,10 +1,10 @@
 #include "library/documents/pdf/pdf_text.h"
 
-#include "library/documents/utf8.h"
+#include "library/values/dates.h"
+#include "library/values/utf8.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 
 namespace korv {
 
@@ -21,23 +21,13 @@ std::string literal(const std::string &ascii)
     return text + ")";
 }
 
-void appendUnit(std::string &text, unsigned unit)
-{
-    char digits[8];
-    std::snprintf(digits, sizeof digits, "%04X", unit & 0xFFFF);
-    text += digits;
-}
-
-std::string utf16(const std::string &utf8)
+std::string hexadecimal(const std::string &utf8)
 {
     std::string text = "<FEFF";
-    for (const char32_t letter : decodeUtf8(utf8)) {
-        if (letter < 0x10000) {
-            appendUnit(text, letter);
-        } else {
-            appendUnit(text, 0xD800 + (letter - 0x10000) / 0x400);
-            appendUnit(text, 0xDC00 + (letter - 0x10000) % 0x400);
-        }
+    for (const char16_t unit : utf16(validUtf8(utf8))) {
+        char digits[8];
+        std::snprintf(digits, sizeof digits, "%04X", static_cast<unsigned>(unit));
+        text += digits;
     }
     return text + ">";
 }
@@ -48,21 +38,7 @@ std::string pdfText(const std::string &utf8)
 {
     const bool plain = std::all_of(utf8.begin(), utf8.end(),
                                    [](char letter) { return letter >= ' ' && letter <= '~'; });
-    return plain ? literal(utf8) : utf16(utf8);
-}
-
-std::string isoDate(std::time_t time)
-{
-    std::tm local{};
-    if (::localtime_r(&time, &local) == nullptr)
-        return "1970-01-01T00:00:00+00:00";
-    const long minutes = local.tm_gmtoff / 60;
-    char date[80];
-    std::snprintf(date, sizeof date, "%04d-%02d-%02dT%02d:%02d:%02d%c%02ld:%02ld",
-                  local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                  local.tm_min, local.tm_sec, minutes < 0 ? '-' : '+', std::labs(minutes) / 60,
-                  std::labs(minutes) % 60);
-    return date;
+    return plain ? literal(utf8) : hexadecimal(utf8);
 }
 
 std::string pdfDate(std::time_t time)

@@ -9,9 +9,6 @@ namespace korv {
 /// UTF-16BE in hexadecimal. Bytes that are no UTF-8 become U+FFFD.
 std::string pdfText(const std::string &utf8);
 
-/// A date of ISO 8601 in local time with its offset: 2026-01-31T23:59:58+08:00.
-std::string isoDate(std::time_t time);
-
 /// A date (7.9.4) in local time with its offset: D:YYYYMMDDHHmmSS+08'00'.
 std::string pdfDate(std::time_t time);
 

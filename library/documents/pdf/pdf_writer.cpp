@@ -4,8 +4,8 @@
 #include "library/documents/pdf/pdf_text.h"
 #include "library/documents/pdf/srgb_profile.h"
 #include "library/documents/pdf/xmp.h"
-#include "library/documents/random_hex.h"
 #include "library/formats/png_data.h"
+#include "library/values/random_text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,17 +1,21 @@
 #include "library/documents/pdf/srgb_profile.h"
 
+#include "library/values/byte_order.h"
+
 #include <array>
 #include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
 
+// Little CMS makes the same profile (588 bytes, these are 520), but crashes while it does when memory
+// runs out, and a conversion to PDF has to answer -ENOMEM then.
 namespace korv {
 
 namespace {
 
-// Little CMS makes the same profile (588 bytes, these are 520), but crashes while it does when memory
-// runs out, and a conversion to PDF has to answer -ENOMEM then.
+using bigendian::put16;
+using bigendian::put32;
 
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>; ///< rows
@@ -106,18 +110,6 @@ Matrix adaptation()
     for (std::size_t i = 0; i < 3; ++i)
         scale[i][i] = to[i] / from[i];
     return product(inverse(kBradford), product(scale, kBradford));
-}
-
-void put16(Bytes &to, unsigned value)
-{
-    to.push_back(static_cast<std::uint8_t>(value >> 8 & 255));
-    to.push_back(static_cast<std::uint8_t>(value & 255));
-}
-
-void put32(Bytes &to, std::uint32_t value)
-{
-    put16(to, value >> 16);
-    put16(to, value & 0xFFFF);
 }
 
 void putText(Bytes &to, const std::string &ascii)

@@ -1,7 +1,8 @@
 #include "library/documents/pdf/xmp.h"
 
-#include "library/documents/pdf/pdf_text.h"
-#include "library/documents/utf8.h"
+#include "library/documents/xml_text.h"
+#include "library/values/dates.h"
+#include "library/values/utf8.h"
 
 namespace korv {
 
@@ -9,26 +10,9 @@ namespace {
 
 std::string escaped(const std::string &utf8)
 {
-    std::string text;
-    for (const char letter : cleanUtf8(utf8)) {
-        switch (letter) {
-        case '&':
-            text += "&amp;";
-            break;
-        case '<':
-            text += "&lt;";
-            break;
-        case '>':
-            text += "&gt;";
-            break;
-        case '\r':
-            text += "&#13;"; // readers of XML would make a line feed of it
-            break;
-        default:
-            text += letter;
-        }
-    }
-    return text;
+    pugi::xml_document text;
+    xmlAnswer(xmlAnswer(text.append_child(pugi::node_pcdata)).set_value(cleanUtf8(utf8).c_str()));
+    return xmlText(text);
 }
 
 /// RFC 4122's way to write 16 bytes.

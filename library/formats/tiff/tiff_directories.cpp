@@ -1,11 +1,16 @@
 #include "library/formats/tiff/tiff_directories.h"
 
+#include "library/values/byte_order.h"
+
 #include <cerrno>
 #include <cstring>
 
 namespace korv {
 
 namespace {
+
+using littleendian::put16;
+using littleendian::put64;
 
 constexpr std::uint16_t kPageNumberTag = 297;
 constexpr std::uint16_t kBigVersion = 43;
@@ -22,26 +27,6 @@ struct Layout
 
 constexpr Layout kClassic = {4, 4, 2, 12, 8};
 constexpr Layout kBig = {8, 8, 8, 20, 12};
-
-template <typename Number> Number numberAt(const std::uint8_t *bytes)
-{
-    Number number;
-    std::memcpy(&number, bytes, sizeof number);
-    return number;
-}
-
-template <typename Number> void append(Bytes &bytes, Number number)
-{
-    const auto *first = reinterpret_cast<const std::uint8_t *>(&number);
-    bytes.insert(bytes.end(), first, first + sizeof number);
-}
-
-std::uint64_t unsignedAt(const std::uint8_t *bytes, std::size_t size)
-{
-    if (size == 2)
-        return numberAt<std::uint16_t>(bytes);
-    return size == 4 ? numberAt<std::uint32_t>(bytes) : numberAt<std::uint64_t>(bytes);
-}
 
 Result<void> readExactly(ByteSink &sink, std::uint64_t offset, std::uint8_t *to, std::size_t size)
 {
@@ -67,8 +52,8 @@ public:
         std::uint8_t head[kBigTiffHeadSize];
         if (Result<void> read = readExactly(m_sink, 0, head, sizeof head); !read)
             return read;
-        m_layout = numberAt<std::uint16_t>(head + 2) == kBigVersion ? kBig : kClassic;
-        m_next = unsignedAt(head + m_layout.firstOffsetAt, m_layout.offsetSize);
+        m_layout = littleendian::u16(head + 2) == kBigVersion ? kBig : kClassic;
+        m_next = offsetAt(head + m_layout.firstOffsetAt);
         return {};
     }
 
@@ -81,7 +66,7 @@ public:
         std::uint8_t number[8];
         if (Result<void> counted = readExactly(m_sink, m_at, number, m_layout.countSize); !counted)
             return counted;
-        const std::uint64_t count = unsignedAt(number, m_layout.countSize);
+        const std::uint64_t count = numberAt(number, m_layout.countSize, ByteOrder::Little);
         if (count > 0xFFFF)
             return Error{-EIO, "TIFF: not a directory"};
         m_size = static_cast<std::size_t>(count) * m_layout.entrySize;
@@ -89,7 +74,7 @@ public:
         if (Result<void> table = readExactly(m_sink, entriesAt(), m_bytes.data(), m_bytes.size());
             !table)
             return table;
-        m_next = unsignedAt(m_bytes.data() + m_size, m_layout.offsetSize);
+        m_next = offsetAt(m_bytes.data() + m_size);
         return {};
     }
 
@@ -98,6 +83,11 @@ public:
     ByteView entries() const { return ByteView(m_bytes).first(m_size); }
 
 private:
+    std::uint64_t offsetAt(const std::uint8_t *bytes) const
+    {
+        return numberAt(bytes, m_layout.offsetSize, ByteOrder::Little);
+    }
+
     ByteSink &m_sink;
     Layout m_layout = kClassic;
     std::uint64_t m_at = 0;
@@ -107,7 +97,7 @@ private:
 };
 
 /// Bytes of one value, by the type's number; 0 for an unknown one.
-std::size_t sizeOfType(std::uint16_t type)
+std::size_t sizeOfType(std::uint32_t type)
 {
     constexpr std::uint8_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
     return type < sizeof kSizes ? kSizes[type] : 0;
@@ -117,18 +107,17 @@ std::size_t sizeOfType(std::uint16_t type)
 /// there, up to four here.
 Result<void> appendWideEntry(ByteSink &sink, const std::uint8_t *entry, Bytes &wide)
 {
-    const auto tag = numberAt<std::uint16_t>(entry);
-    const auto type = numberAt<std::uint16_t>(entry + 2);
-    const auto count = numberAt<std::uint32_t>(entry + 4);
+    const std::uint32_t type = littleendian::u16(entry + 2);
+    const std::uint32_t count = littleendian::u32(entry + 4);
     const std::uint64_t size = std::uint64_t{count} * sizeOfType(type);
     if (size == 0)
         return Error{-EIO, "TIFF: not a value"};
-    append(wide, tag);
-    append(wide, type);
-    append(wide, std::uint64_t{count});
-    const auto offset = numberAt<std::uint32_t>(entry + kClassic.valueAt);
+    put16(wide, littleendian::u16(entry));
+    put16(wide, type);
+    put64(wide, count);
+    const std::uint32_t offset = littleendian::u32(entry + kClassic.valueAt);
     if (size > kBig.offsetSize) {
-        append(wide, std::uint64_t{offset});
+        put64(wide, offset);
         return {};
     }
     std::uint8_t value[8] = {};
@@ -145,7 +134,7 @@ Result<void> appendWideEntry(ByteSink &sink, const std::uint8_t *entry, Bytes &w
 Result<Bytes> wideDirectory(ByteSink &sink, ByteView entries)
 {
     Bytes wide;
-    append(wide, std::uint64_t{entries.size / kClassic.entrySize});
+    put64(wide, entries.size / kClassic.entrySize);
     for (std::size_t i = 0; i < entries.size; i += kClassic.entrySize) {
         if (Result<void> widened = appendWideEntry(sink, entries.data + i, wide); !widened)
             return widened.error();
@@ -157,6 +146,8 @@ Result<Bytes> wideDirectory(ByteSink &sink, ByteView entries)
 
 Result<void> patchPageTotal(ByteSink &sink, std::uint16_t total)
 {
+    Bytes bytes;
+    put16(bytes, total);
     Directories directories(sink);
     if (Result<void> begun = directories.begin(); !begun)
         return begun;
@@ -166,11 +157,11 @@ Result<void> patchPageTotal(ByteSink &sink, std::uint16_t total)
         const ByteView entries = directories.entries();
         const Layout &layout = directories.layout();
         for (std::size_t i = 0; i < entries.size; i += layout.entrySize) {
-            if (numberAt<std::uint16_t>(entries.data + i) != kPageNumberTag)
+            if (littleendian::u16(entries.data + i) != kPageNumberTag)
                 continue;
             // two 16-bit numbers, so they stand in the entry itself: index, total
             const std::uint64_t at = directories.entriesAt() + i + layout.valueAt + 2;
-            if (Result<void> patched = sink.writeAt(at, {&total, sizeof total}); !patched)
+            if (Result<void> patched = sink.writeAt(at, bytes); !patched)
                 return patched;
         }
     }
@@ -194,19 +185,16 @@ Result<void> widenTiff(ByteSink &sink)
         if (!wide)
             return wide.error();
         const std::uint64_t next = at + wide.value().size() + kBig.offsetSize;
-        append(wide.value(), directories.hasNext() ? next : std::uint64_t{0});
+        put64(wide.value(), directories.hasNext() ? next : 0);
         if (Result<void> written = sink.writeAt(at, wide.value()); !written)
             return written;
         at = next;
     }
-    std::uint8_t order[2] = {};
-    if (Result<void> read = readExactly(sink, 0, order, sizeof order); !read)
-        return read;
-    Bytes head(order, order + sizeof order);
-    append(head, kBigVersion);
-    append(head, static_cast<std::uint16_t>(kBig.offsetSize));
-    append(head, std::uint16_t{0});
-    append(head, first);
+    Bytes head = {'I', 'I'};
+    put16(head, kBigVersion);
+    put16(head, static_cast<std::uint32_t>(kBig.offsetSize));
+    put16(head, 0);
+    put64(head, first);
     return sink.writeAt(0, head);
 }
 

@@ -7,8 +7,13 @@
 
 namespace korv {
 
-// Both work on a written TIFF in this machine's byte order, whose directories lie one behind the
-// other. Errors: what the sink answered, -EIO when it holds no such TIFF.
+// Two things that libtiff does not offer. It can only write a directory again at the end of the file,
+// after a walk along the whole chain for each, and it cannot go on as BigTIFF. Writing a document a
+// second time instead would take 470 ms of processor time for 400 pages and 747 MB; widening it takes
+// 1.4 ms, and needs no source that may have gone meanwhile.
+//
+// Both work on a written little-endian TIFF whose directories lie one behind the other. Errors: what
+// the sink answered, -EIO when it holds no such TIFF.
 
 /// Puts `total` into the PageNumber tag of every directory (TIFF 6.0 or BigTIFF). Tags and data stay
 /// where they are.

@@ -1,5 +1,7 @@
 #include "library/formats/tiff/tiff_pages.h"
 
+#include "library/values/byte_order.h"
+
 #include <algorithm>
 #include <unordered_set>
 
@@ -27,7 +29,7 @@ class Reader
 public:
     explicit Reader(ByteView content)
         : m_content(content)
-        , m_little(content.size > 0 && content[0] == 'I')
+        , m_order(content.size > 0 && content[0] == 'I' ? ByteOrder::Little : ByteOrder::Big)
     {
     }
 
@@ -37,20 +39,13 @@ public:
     }
     std::uint64_t number(std::uint64_t at, std::size_t size) const
     {
-        if (!has(at, size))
-            return 0;
-        std::uint64_t value = 0;
-        for (std::size_t i = 0; i < size; ++i) {
-            const std::size_t byte = m_little ? size - 1 - i : i;
-            value = value << 8 | m_content[static_cast<std::size_t>(at) + byte];
-        }
-        return value;
+        return has(at, size) ? numberAt(m_content.data + at, size, m_order) : 0;
     }
     std::uint64_t size() const { return m_content.size; }
 
 private:
     ByteView m_content;
-    bool m_little;
+    ByteOrder m_order;
 };
 
 std::size_t sizeOfType(std::uint64_t type)

@@ -12,7 +12,7 @@ namespace korv {
 
 namespace {
 
-struct Page
+struct TiffPageInfo
 {
     std::int64_t width = 0;
     std::int64_t height = 0;
@@ -37,7 +37,8 @@ double dpiOf(TIFF *tiff)
     return unit == RESUNIT_CENTIMETER ? resolution * 2.54 : resolution;
 }
 
-void describeTransparency(TIFF *tiff, std::uint16_t samples, std::uint16_t photometric, Page &page)
+void describeTransparency(TIFF *tiff, std::uint16_t samples, std::uint16_t photometric,
+                          TiffPageInfo &page)
 {
     std::uint16_t count = 0;
     const std::uint16_t *kinds = nullptr;
@@ -50,7 +51,7 @@ void describeTransparency(TIFF *tiff, std::uint16_t samples, std::uint16_t photo
     page.unscaledGray = gray && kinds[0] == EXTRASAMPLE_UNASSALPHA;
 }
 
-Result<Page> describe(const TiffMemory &memory)
+Result<TiffPageInfo> describe(const TiffMemory &memory)
 {
     TIFF *tiff = memory.handle();
     if (tiff == nullptr)
@@ -68,7 +69,7 @@ Result<Page> describe(const TiffMemory &memory)
     TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
     TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
     TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
-    Page page;
+    TiffPageInfo page;
     page.width = width;
     page.height = height;
     page.gray = samples == 1
@@ -94,7 +95,7 @@ ByteView profileOf(TIFF *tiff)
 /// Whether that many pixels can come out of a file of this size. Group 3 and 4 take at least one
 /// bit a row; LZW, deflate, JPEG and the run lengths make at most some thousand bytes of one. The
 /// newer codings have no such bound, and blank pages shrink that much in them.
-bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
+bool isPlausible(TIFF *tiff, const TiffPageInfo &page, std::size_t fileSize)
 {
     constexpr std::int64_t kMaxBytesPerByte = 4096;
     constexpr std::int64_t kMaxPixelsPerByte = 4096 * 8;
@@ -124,7 +125,7 @@ bool isPlausible(TIFF *tiff, const Page &page, std::size_t fileSize)
 class PieceReader
 {
 public:
-    PieceReader(TIFF *tiff, const Page &page, Image &image)
+    PieceReader(TIFF *tiff, const TiffPageInfo &page, Image &image)
         : m_tiff(tiff)
         , m_page(page)
         , m_image(image)
@@ -153,7 +154,7 @@ private:
     }
 
     TIFF *m_tiff;
-    const Page &m_page;
+    const TiffPageInfo &m_page;
     Image &m_image;
     std::vector<std::uint32_t> m_raster;
 };
@@ -233,7 +234,7 @@ bool PieceReader::readTiles()
 Result<PictureSize> tiffSize(ByteView content, std::uint64_t directory)
 {
     const TiffMemory memory(content, directory);
-    const Result<Page> page = describe(memory);
+    const Result<TiffPageInfo> page = describe(memory);
     if (!page)
         return page.error();
     return PictureSize{page.value().width, page.value().height};
@@ -242,10 +243,10 @@ Result<PictureSize> tiffSize(ByteView content, std::uint64_t directory)
 Result<Image> readTiff(ByteView content, std::uint64_t directory)
 {
     const TiffMemory memory(content, directory);
-    const Result<Page> described = describe(memory);
+    const Result<TiffPageInfo> described = describe(memory);
     if (!described)
         return described.error();
-    const Page &page = described.value();
+    const TiffPageInfo &page = described.value();
     if (!isSupportedSize(page.width, page.height))
         return Error{-EFBIG, "TIFF: picture too large"};
     if (!isPlausible(memory.handle(), page, content.size))

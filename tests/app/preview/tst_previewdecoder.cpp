@@ -126,6 +126,24 @@ TEST(PreviewDecoder, whatIsNoJpegIsRefused)
     EXPECT_FALSE(ourVerdict(png));
 }
 
+// Many cameras put stray bytes before the end of every frame: a line for each would fill the terminal.
+TEST(PreviewDecoder, damageIsPassedOverInSilence)
+{
+    static int messages;
+    messages = 0;
+    const QtMessageHandler before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &) { ++messages; });
+    testing::internal::CaptureStderr();
+    QByteArray bytes = jpegOf(drawing({160, 120}));
+    bytes.insert(bytes.size() - 2, "\x12\x34\x56", 3);
+    EXPECT_TRUE(ourVerdict(bytes));
+    EXPECT_TRUE(ourVerdict(bytes.left(bytes.size() / 2)));
+    EXPECT_FALSE(ourVerdict(bytes.left(40)));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    qInstallMessageHandler(before);
+    EXPECT_EQ(messages, 0);
+}
+
 // Truncation and damage mostly still decode; what counts is that both decoders agree.
 TEST(PreviewDecoder, verdictAgreesWithAFullDecodeOnDamagedFrames)
 {

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -96,6 +97,32 @@ TEST(NodeRights, nodeThatMayBeOpenedIsInUse)
     const std::string node = folder / "video0";
     ::close(::open(node.c_str(), O_CREAT | O_CLOEXEC, 0600));
     EXPECT_THAT(whyNotToOpen(node), HasSubstr("another program"));
+}
+
+// Whoever has been added to the group stays outside of it until the next login.
+TEST(NodeRights, loginBeforeJoiningTheGroupIsTold)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root, to become a user with other groups than the system lists";
+    constexpr uid_t kNobody = 65534;
+    const testing_support::TemporaryFolder folder;
+    const std::string node = folder / "video0";
+    ::close(::open(node.c_str(), O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(::chown(node.c_str(), 0, kNobody), 0); // the user's own group, by the list
+    ASSERT_EQ(::chmod(node.c_str(), 0660), 0);
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    const auto answers = [&](gid_t group, const std::string &wanted) {
+        if (::setgroups(0, nullptr) != 0 || ::setgid(group) != 0 || ::setuid(kNobody) != 0)
+            std::exit(2);
+        std::exit(whyNotToOpen(node) == wanted ? 0 : 1);
+    };
+    const std::string name = ::getgrgid(kNobody)->gr_name;
+    EXPECT_EXIT(answers(kNobody + 1000,
+                        "no permission: the group " + name
+                            + " counts from the next login on: log in again"),
+                testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(answers(kNobody, "is busy; another program may be using it"),
+                testing::ExitedWithCode(0), "");
 }
 
 TEST(NodeRights, missingGroupIsNamed)

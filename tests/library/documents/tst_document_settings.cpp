@@ -63,6 +63,16 @@ TEST_F(DocumentSettingsTest, sheetsHaveNamesOrSides)
         EXPECT_FALSE(sheetOf(text)) << text;
 }
 
+// A reader of XML makes a line feed of a carriage return that stands for itself (XML 1.0, 2.11).
+TEST_F(DocumentSettingsTest, carriageReturnInATitleSurvivesReadersOfXml)
+{
+    ::setenv("KORV_CAMERA_TITLE", "one\rtwo", 1);
+    EXPECT_THAT(runProgram({"pdfinfo", "-meta", combine("a.pdf")}).output,
+                HasSubstr(">one&#13;two<"));
+    EXPECT_THAT(unzipped(combine("a.ofd"), "OFD.xml"),
+                HasSubstr("<ofd:Title>one&#13;two</ofd:Title>"));
+}
+
 TEST_F(DocumentSettingsTest, titleStandsInEveryDocument)
 {
     ::setenv("KORV_CAMERA_TITLE", "R\xC3\xA9union <1> & \xE9\xA1\xB5", 1);

@@ -1,7 +1,7 @@
 #include "library/documents/decimal.h"
 #include "library/documents/pdf/pdf_text.h"
-#include "library/documents/random_hex.h"
-#include "library/documents/utf8.h"
+#include "library/values/random_text.h"
+#include "library/values/utf8.h"
 
 #include <clocale>
 #include <gtest/gtest.h>
@@ -50,7 +50,7 @@ TEST(Utf8, brokenSequencesBecomeTheReplacement)
     EXPECT_EQ(cleanUtf8("x\xE9\xA1"), "x\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_EQ(cleanUtf8(std::string("\x01", 1)), "\xEF\xBF\xBD");
     EXPECT_EQ(cleanUtf8("\xEF\xBF\xBF"), "\xEF\xBF\xBD");
-    EXPECT_EQ(decodeUtf8("\xF4\x8F\xBF\xBF"), std::u32string(1, 0x10FFFF));
+    EXPECT_EQ(utf16("\xF4\x8F\xBF\xBF"), u"\U0010FFFF");
 }
 
 TEST(RandomHex, hasTheLengthAndDiffers)

@@ -1,4 +1,4 @@
-#include "tests/faults/fault_shim.h"
+#include "tests/faults/shims/fault_shim.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "tests/faults/memory_shim.h"
+#include "tests/faults/shims/memory_shim.h"
 
 #include <atomic>
 #include <cerrno>
