@@ -223,13 +223,16 @@ std::shared_ptr<const Settings> Manager::settings() const
 // ---- pictures and files ----
 
 /// A frame does not say where it comes from. While one device streams it can only be that one's.
-PhotographDetails Manager::details() const
+void Manager::describeOrigin(PhotographOptions &options, int width, int height) const
 {
-    PhotographDetails details;
-    details.taken = std::time(nullptr);
-    if (const auto present = session())
-        details.camera = present.value()->streamingName();
-    return details;
+    options.details.taken = std::time(nullptr);
+    const auto present = session();
+    if (!present)
+        return;
+    if (const auto device = present.value()->streamingDevice()) {
+        options.details.camera = device->name;
+        options.scale = settings()->scale(device->vid, device->pid, width, height);
+    }
 }
 
 Result<void> Manager::savePhotograph(const void *frame, int width, int height,
@@ -247,7 +250,7 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (m_processEnds && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
         return processEnds();
     Bytes storage;
-    wanted.details = details();
+    describeOrigin(wanted, width, height);
     const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), wanted, storage);
     if (!photograph)
         return photograph.error();

@@ -61,7 +61,7 @@ public:
     Result<void> combine(const std::string &destination);
 
 private:
-    PhotographDetails details() const;
+    void describeOrigin(PhotographOptions &options, int width, int height) const;
     enum class State { Down, Changing, Ready };
 
     void beginChange(std::unique_lock<std::mutex> &lock);

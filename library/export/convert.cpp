@@ -80,7 +80,8 @@ Result<void> convertJpeg(ByteView content, Output &output, int quality)
     if (!image)
         return image.error();
     Image &picture = image.value();
-    picture.setDpi(effectiveDpi(picture.width(), picture.height(), picture.dpi()));
+    picture.setResolution(
+        effectiveResolution(picture.width(), picture.height(), picture.resolution()));
     const jpeg::Info &info = structure.value().info;
     const Result<Bytes> encoded = jpeg::encode(
         picture, {quality, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))});
@@ -96,7 +97,7 @@ public:
         : m_image(info.width, info.height,
                   info.components == 1 ? PixelFormat::Gray8 : PixelFormat::Rgb24)
     {
-        m_image.setDpi(info.dpi);
+        m_image.setResolution(info.resolution);
         m_thread = startThread("korv-decoder", [this, content] { decode(content); });
     }
     ~BackgroundDecoder() { static_cast<void>(finish()); }

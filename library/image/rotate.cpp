@@ -12,10 +12,11 @@ template <int Channels> struct Pixel
     std::uint8_t value[Channels];
 };
 
-Image sameKind(const Image &image, int width, int height)
+/// What a quarter turn fills.
+Image turnedCanvas(const Image &image)
 {
-    Image result(width, height, image.format());
-    result.setDpi(image.dpi());
+    Image result(image.height(), image.width(), image.format());
+    result.setResolution(image.resolution().transposed());
     result.setBilevel(image.isBilevel());
     return result;
 }
@@ -74,7 +75,7 @@ Image rotate(const Image &image, Rotation rotation)
         mirrorTopBottom(result);
         return result;
     }
-    Image result = sameKind(image, image.height(), image.width());
+    Image result = turnedCanvas(image);
     const bool left = rotation == Rotation::Left90;
     image.channels() == 1 ? quarterTurn<1>(image, result, left)
                           : quarterTurn<3>(image, result, left);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <iterator>
 
 #include <strings.h>
@@ -24,6 +25,23 @@ constexpr NamedSheet kSheets[] = {
 // readers of PDF take pages of 3 to 14,400 points a side (ISO 32000-1, annex C.2)
 constexpr double kShortestSide = 2;
 constexpr double kMaxPageSide = 5000;
+
+constexpr const char *kSheetsByShape[] = {"A4", "letter", "card"};
+
+constexpr double kShapeTolerance = 0.02;
+constexpr double kSizeTolerance = 0.03; ///< of each side
+
+/// The sheet, turned as the other one is.
+SheetSize turnedLike(const SheetSize &sheet, double width, double height)
+{
+    return (width > height) == (sheet.width > sheet.height) ? sheet
+                                                            : SheetSize{sheet.height, sheet.width};
+}
+
+bool isWithin(double value, double wanted, double tolerance)
+{
+    return std::abs(value / wanted - 1) <= tolerance;
+}
 
 /// A number without sign or exponent, with '.' whatever the locale.
 std::optional<double> sideOf(const char *first, const char *last)
@@ -56,6 +74,28 @@ std::optional<SheetSize> sheetOf(const std::string &text)
     if (!width || !height)
         return std::nullopt;
     return SheetSize{*width, *height};
+}
+
+std::optional<SheetSize> sheetByShape(int width, int height)
+{
+    for (const char *name : kSheetsByShape) {
+        const SheetSize sheet = turnedLike(*sheetOf(name), width, height);
+        if (isWithin(static_cast<double>(width) / height, sheet.width / sheet.height,
+                     kShapeTolerance))
+            return sheet;
+    }
+    return std::nullopt;
+}
+
+SheetSize sheetBySize(const SheetSize &measured)
+{
+    for (const NamedSheet &named : kSheets) {
+        const SheetSize sheet = turnedLike(named.size, measured.width, measured.height);
+        if (isWithin(measured.width, sheet.width, kSizeTolerance)
+            && isWithin(measured.height, sheet.height, kSizeTolerance))
+            return sheet;
+    }
+    return measured;
 }
 
 } // namespace korv

@@ -16,4 +16,13 @@ struct SheetSize
 /// millimetres, "100x62.5", of 2 to 5000 a side. Nothing for any other text.
 std::optional<SheetSize> sheetOf(const std::string &text);
 
+/// The sheet that a cut-out picture of so many pixels is, by its shape alone: within 2 % of the shape
+/// of ISO 216's A series, A4, because they cannot be told apart; likewise a letter or a card.
+/// Upright or across as the picture. Nothing for other shapes.
+std::optional<SheetSize> sheetByShape(int width, int height);
+
+/// The common sheet that differs from the measured one by less than what measuring does; otherwise
+/// the measured one.
+SheetSize sheetBySize(const SheetSize &measured);
+
 } // namespace korv

@@ -8,6 +8,7 @@
 #include "library/jpeg/rework/jpeg_repair.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 #include "library/photograph/lineart.h"
+#include "library/photograph/photograph_resolution.h"
 
 #include <cerrno>
 #include <optional>
@@ -39,13 +40,17 @@ bool changesNothing(const jpeg::Transform &transform)
     return transform.turn.isNone() && !transform.gray && transform.quality == 0;
 }
 
-Image straightened(Image image, CropMode crop)
+/// Cuts the sheet out; whether there was one.
+Motif straighten(Image &image, CropMode crop)
 {
     if (crop == CropMode::Off)
-        return image;
+        return Motif::Desk;
     HelperThread core;
     const std::optional<Quadrilateral> sheet = findSheet(image, core);
-    return sheet ? cutSheet(image, *sheet, core) : image;
+    if (!sheet)
+        return Motif::Desk;
+    image = cutSheet(image, *sheet, core);
+    return Motif::Sheet;
 }
 
 Image inColour(Image image, ColourStyle style)
@@ -62,12 +67,12 @@ Image inColour(Image image, ColourStyle style)
 }
 
 /// Nothing when the details are not known.
-Bytes exifOf(const PhotographOptions &options, int width, int height, double dpi,
+Bytes exifOf(const PhotographOptions &options, int width, int height, const Resolution &resolution,
              bool otherColours = false)
 {
     if (options.details.taken == 0)
         return {};
-    return exifPayload(options.details, width, height, dpi, otherColours);
+    return exifPayload(options.details, width, height, resolution, otherColours);
 }
 
 /// On the coefficients.
@@ -75,11 +80,12 @@ Result<Bytes> change(ByteView picture, const jpeg::Structure &structure,
                      const jpeg::Transform &work, const PhotographOptions &options)
 {
     const jpeg::Info &info = structure.info;
-    const double dpi = effectiveDpi(info.width, info.height, 0);
     const bool across = work.turn.transpose;
-    const Bytes exif = exifOf(options, across ? info.height : info.width,
-                              across ? info.width : info.height, dpi, structure.hasProfile);
-    return jpeg::transformed(picture, structure, work, dpi, exif);
+    const int width = across ? info.height : info.width;
+    const int height = across ? info.width : info.height;
+    const Resolution resolution = photographResolution(width, height, Motif::Desk, options.scale);
+    const Bytes exif = exifOf(options, width, height, resolution, structure.hasProfile);
+    return jpeg::transformed(picture, structure, work, resolution, exif);
 }
 
 Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options)
@@ -91,16 +97,16 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
     if (!decoded)
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
-    image = straightened(std::move(image), options.crop);
+    const Motif motif = straighten(image, options.crop);
     if (options.rotation != Rotation::None)
         image = rotate(image, options.rotation);
     image = inColour(std::move(image), options.colour);
-    image.setDpi(effectiveDpi(image.width(), image.height(), 0));
+    image.setResolution(photographResolution(image.width(), image.height(), motif, options.scale));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
     encoding.subsampling = jpeg::keptSubsampling(
         info, Turn::ofOrientation(info.orientation).then(Turn::of(options.rotation)));
-    const Bytes exif = exifOf(options, image.width(), image.height(), image.dpi());
+    const Bytes exif = exifOf(options, image.width(), image.height(), image.resolution());
     encoding.exif = exif;
     return jpeg::encode(image, encoding);
 }
@@ -124,7 +130,10 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return Error{-EFBIG, "photograph too large"};
         const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
         const ByteView picture = frame.first(structure.value().end);
-        if (work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value())) {
+        const bool statesScale =
+            options.scale > 0 && work && jpeg::canTransform(structure.value(), *work);
+        if (work && !statesScale && changesNothing(*work)
+            && jpeg::isWidelyReadable(structure.value())) {
             if (jpeg::needsRepair(structure.value()))
                 return stored(jpeg::repair(frame, structure.value(), 0));
             return picture;

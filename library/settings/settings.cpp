@@ -48,4 +48,13 @@ const CameraSettings *Settings::camera(int vid, int pid) const
     return found != cameras.end() ? &found->second : nullptr;
 }
 
+double Settings::scale(int vid, int pid, int width, int height) const
+{
+    const CameraSettings *model = camera(vid, pid);
+    if (model == nullptr)
+        return 0;
+    const auto found = model->scales.find({width, height});
+    return found != model->scales.end() ? found->second : 0;
+}
+
 } // namespace korv

@@ -36,6 +36,9 @@ struct Settings
 
     /// Null when no file says anything about the model. Lives as long as the settings.
     const CameraSettings *camera(int vid, int pid) const;
+    /// Pixels per millimetre on the desk under a camera whose frames have that size; 0 when nobody
+    /// measured it.
+    double scale(int vid, int pid, int width, int height) const;
 };
 
 } // namespace korv

@@ -76,16 +76,18 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
     if (!tooFine && !mustBecomePlain && jpeg::isWidelyReadable(structure)) {
         if (!jpeg::needsRepair(structure))
             return content.first(structure.end);
-        return stored(jpeg::repair(content, structure, info.dpi), storage);
+        return stored(jpeg::repair(content, structure, info.resolution), storage);
     }
     jpeg::Transform transform;
     transform.turn = Turn::ofOrientation(info.orientation);
     transform.quality = tooFine ? options.quality : 0;
     if (!jpeg::canTransform(structure, transform))
         return ByteView();
-    return stored(jpeg::transformed(content.first(structure.end), structure, transform,
-                                    effectiveDpi(info.width, info.height, info.dpi)),
-                  storage);
+    const Resolution resolution = effectiveResolution(info.width, info.height, info.resolution);
+    return stored(
+        jpeg::transformed(content.first(structure.end), structure, transform,
+                          transform.turn.transpose ? resolution.transposed() : resolution),
+        storage);
 }
 
 } // namespace korv

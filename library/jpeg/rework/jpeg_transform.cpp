@@ -1,5 +1,6 @@
 #include "library/jpeg/rework/jpeg_transform.h"
 
+#include "library/jpeg/jpeg_density.h"
 #include "library/jpeg/jpeg_destination.h"
 #include "library/jpeg/jpeg_trap.h"
 
@@ -94,7 +95,8 @@ public:
     Transcoder &operator=(const Transcoder &) = delete;
 
     Error error() const { return m_trap.error(); }
-    bool run(ByteView data, double dpi, ByteView exif, ByteDestination &destination);
+    bool run(ByteView data, const Resolution &resolution, ByteView exif,
+             ByteDestination &destination);
 
 private:
     /// Of one component, as many rows of blocks as an MCU has.
@@ -109,7 +111,7 @@ private:
     };
 
     void readCoefficients(ByteView data);
-    void configure(double dpi);
+    void configure(const Resolution &resolution);
     void chooseSteps();
     void turnSteps();
     void requantise();
@@ -205,7 +207,7 @@ void Transcoder::turnSteps()
     }
 }
 
-void Transcoder::configure(double dpi)
+void Transcoder::configure(const Resolution &resolution)
 {
     jpeg_create_compress(&m_out);
     m_out.client_data = &m_trap;
@@ -228,10 +230,7 @@ void Transcoder::configure(double dpi)
             std::swap(m_out.comp_info[i].h_samp_factor, m_out.comp_info[i].v_samp_factor);
         turnSteps();
     }
-    const auto density = static_cast<UINT16>(std::clamp(std::lround(dpi), 1L, 65535L));
-    m_out.density_unit = 1;
-    m_out.X_density = density;
-    m_out.Y_density = density;
+    stateDensity(m_out, resolution);
 }
 
 void Transcoder::requantise()
@@ -309,11 +308,12 @@ void Transcoder::copyMarkers()
     }
 }
 
-bool Transcoder::run(ByteView data, double dpi, ByteView exif, ByteDestination &destination)
+bool Transcoder::run(ByteView data, const Resolution &resolution, ByteView exif,
+                     ByteDestination &destination)
 {
     return m_trap.run([&] {
         readCoefficients(data);
-        configure(dpi);
+        configure(resolution);
         requantise();
         jvirt_barray_ptr *result = m_coefficients;
         if (!m_transform.turn.isNone()) {
@@ -367,7 +367,7 @@ Subsampling keptSubsampling(const Info &info, const Turn &turn)
 }
 
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,
-                          double dpi, ByteView exif)
+                          const Resolution &resolution, ByteView exif)
 {
     if (!isSupportedSize(structure.info.width, structure.info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
@@ -376,7 +376,7 @@ Result<Bytes> transformed(ByteView data, const Structure &structure, const Trans
     try {
         ByteDestination destination(data.size + data.size / 8);
         Transcoder transcoder(transform);
-        if (!transcoder.run(data, dpi, exif, destination))
+        if (!transcoder.run(data, resolution, exif, destination))
             return transcoder.error();
         return destination.take();
     } catch (const std::bad_alloc &) {
