@@ -3,7 +3,7 @@
 #include "tests/library/support/desk.h"
 #include "tests/library/support/sample_pictures.h"
 
-#include <cmath>
+#include <fstream>
 
 namespace {
 
