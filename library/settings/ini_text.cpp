@@ -105,7 +105,7 @@ private:
         if (!isHeading)
             return line;
         const std::size_t end = line.find(']');
-        if (end == std::string_view::npos || line.find(" ;") < end) {
+        if (end == std::string_view::npos || commentIn(line) < end) {
             report("no section: " + std::string(line));
             return kUnreadable;
         }
@@ -130,6 +130,15 @@ private:
 };
 
 } // namespace
+
+std::size_t commentIn(std::string_view line)
+{
+    std::size_t at = line.find(';');
+    while (at != std::string_view::npos
+           && (at == 0 || kBlanks.find(line[at - 1]) == std::string_view::npos))
+        at = line.find(';', at + 1);
+    return at != std::string_view::npos ? at - 1 : at;
+}
 
 IniText parseIni(std::string_view text)
 {

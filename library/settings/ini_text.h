@@ -32,6 +32,10 @@ struct IniText
     std::vector<Problem> problems; ///< lines that are neither of these, nor comments nor empty
 };
 
+/// Where the comment behind a value begins in a line: at white space that a ';' follows. Npos when
+/// there is none.
+std::size_t commentIn(std::string_view line);
+
 /// Parses an INI text: "[section]", "name = value", comments from ';' or '#' at the start of a line
 /// and from " ;" after a value. White space in front of a line means nothing, so that no line
 /// continues the one before. A line has less than 200 bytes. Throws std::bad_alloc only.

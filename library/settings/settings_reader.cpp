@@ -15,11 +15,6 @@ namespace {
 constexpr std::size_t kMaxSize = 64 * 1024;
 constexpr std::size_t kMaxReported = 20; ///< problems of one file
 
-bool isNoText(unsigned char byte)
-{
-    return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7F;
-}
-
 /// Collects what one file says.
 class FileReader
 {
@@ -114,9 +109,19 @@ Result<std::string> readSettingsText(const std::string &path)
         return read.error();
     if (content.size() > kMaxSize)
         return Error{-EFBIG, path};
-    if (std::any_of(content.begin(), content.end(), isNoText))
+    std::string text(content.begin(), content.end());
+    if (!isSettingsText(text))
         return Error{-EILSEQ, path + " is no text"};
-    return std::string(content.begin(), content.end());
+    return text;
+}
+
+bool isSettingsText(std::string_view content)
+{
+    return std::none_of(content.begin(), content.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        const bool isLayout = byte == '\t' || byte == '\n' || byte == '\r';
+        return (byte < 0x20 && !isLayout) || byte == 0x7F;
+    });
 }
 
 } // namespace korv

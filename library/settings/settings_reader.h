@@ -5,6 +5,7 @@
 #include "library/settings/settings_paths.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace korv {
@@ -36,5 +37,8 @@ SettingsReading readSettings(const SettingsPaths &paths);
 
 /// The text of one file. Errors: -ENOENT, -EFBIG, -EILSEQ no text, and those of readSourceFile().
 Result<std::string> readSettingsText(const std::string &path);
+
+/// Whether a file of these bytes is read: no control characters but tabs and line ends.
+bool isSettingsText(std::string_view content);
 
 } // namespace korv

@@ -69,7 +69,7 @@ bool canBeWritten(const SettingChange &change)
 
 std::string withComment(const std::string &line, const std::string &old)
 {
-    const std::size_t comment = old.find(" ;");
+    const std::size_t comment = commentIn(old);
     const std::string end = old.size() > 1 && old[old.size() - 2] == '\r' ? "\r\n" : "\n";
     const std::string kept = comment != std::string::npos ? old.substr(comment) : end;
     return line + (line.size() + kept.size() <= kMaxLine ? kept : end);
@@ -163,6 +163,16 @@ Result<void> replaceText(const std::string &path, const std::string &text)
 
 } // namespace
 
+Result<std::string> changedSettings(std::string text, const std::vector<SettingChange> &changes)
+{
+    for (const SettingChange &change : changes) {
+        if (!canBeWritten(change))
+            return Error{-EINVAL, "not a setting: [" + change.section + "] " + change.name};
+        text = changed(text, change);
+    }
+    return text;
+}
+
 Result<void> changeSettings(const std::string &path, const std::vector<SettingChange> &changes)
 {
     const std::string file = withoutLinks(path);
@@ -170,17 +180,14 @@ Result<void> changeSettings(const std::string &path, const std::vector<SettingCh
     if (!read && read.code() != -ENOENT)
         return read.error();
     const std::string before = read ? read.value() : std::string();
-    std::string text = before;
-    for (const SettingChange &change : changes) {
-        if (!canBeWritten(change))
-            return Error{-EINVAL, "not a setting: [" + change.section + "] " + change.name};
-        text = changed(text, change);
-    }
-    if (text == before)
+    const Result<std::string> text = changedSettings(before, changes);
+    if (!text)
+        return text.error();
+    if (text.value() == before)
         return {};
     if (Result<void> folder = makeFolderOf(file); !folder)
         return folder;
-    return replaceText(file, text);
+    return replaceText(file, text.value());
 }
 
 } // namespace korv

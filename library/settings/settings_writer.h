@@ -25,4 +25,7 @@ struct SettingChange
 /// readSettings() would leave out, otherwise what the system answered.
 Result<void> changeSettings(const std::string &path, const std::vector<SettingChange> &changes);
 
+/// The same with a text in place of a file. Error: -EINVAL.
+Result<std::string> changedSettings(std::string text, const std::vector<SettingChange> &changes);
+
 } // namespace korv

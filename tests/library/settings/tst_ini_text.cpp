@@ -86,4 +86,13 @@ TEST(IniText, keysBehindAHeadingThatCannotBeReadBelongToNoOtherSection)
     EXPECT_THAT(entriesOf(ini), ElementsAre("3 [?] one=1", "5 [?] two=2", "7 [?] three=3"));
     EXPECT_THAT(problemsOf(ini),
                 ElementsAre("2 no section: [b", "4 the line is too long", "6 no section: [d ; ]"));
+    EXPECT_THAT(entriesOf(parseIni("[a]\n[b\t;]\none = 1\n")), ElementsAre("3 [?] one=1"));
+}
+
+TEST(IniText, commentBeginsAtWhiteSpaceBeforeASemicolon)
+{
+    EXPECT_EQ(korv::commentIn("a = b ; c ; d"), 5U);
+    EXPECT_EQ(korv::commentIn("a = b\t;"), 5U);
+    EXPECT_EQ(korv::commentIn(";a = b;c"), std::string::npos);
+    EXPECT_EQ(korv::commentIn(""), std::string::npos);
 }

@@ -47,6 +47,11 @@ TEST_F(SettingsWriterTest, keyKeepsItsPlaceAndItsComment)
     EXPECT_EQ(changed(kText, {{"documents", "title", "new one"}}), expected);
 }
 
+TEST_F(SettingsWriterTest, commentBehindATabIsKept)
+{
+    EXPECT_EQ(changed("[a]\nx = 1\t; why\n", {{"a", "x", "2"}}), "[a]\nx = 2\t; why\n");
+}
+
 TEST_F(SettingsWriterTest, newKeyGoesBehindTheLastOfItsSection)
 {
     std::string expected = kText;
