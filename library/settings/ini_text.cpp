@@ -1,7 +1,6 @@
 #include "library/settings/ini_text.h"
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
 #include <utility>
 
@@ -62,7 +61,7 @@ private:
             if (m_thrown || m_rest.empty())
                 return nullptr;
             const std::string_view line = readable(nextLine(), size);
-            std::memcpy(buffer, line.data(), line.size());
+            std::copy(line.begin(), line.end(), buffer);
             buffer[line.size()] = '\0';
             return buffer;
         } catch (...) {
