@@ -21,8 +21,8 @@ std::optional<SheetSize> sheetOf(const std::string &text);
 /// Upright or across as the picture. Nothing for other shapes.
 std::optional<SheetSize> sheetByShape(int width, int height);
 
-/// The common sheet that differs from the measured one by less than what measuring does; otherwise
-/// the measured one.
+/// The common sheet that the measured one is, within 3 % on both sides, which is what measuring may
+/// be off; otherwise the measured one.
 SheetSize sheetBySize(const SheetSize &measured);
 
 } // namespace korv

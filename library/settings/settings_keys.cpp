@@ -11,6 +11,10 @@ namespace {
 
 using Refusal = std::optional<std::string>;
 
+// in pixels per millimetre: a room seen by a webcam, a stamp under a microscope
+constexpr double kMinScale = 0.1;
+constexpr double kMaxScale = 1000;
+
 template <typename Value> Refusal store(const std::string &text, Value &member, Value standard)
 {
     std::optional<Value> value = text.empty() ? std::move(standard) : valueOf<Value>(text);
@@ -51,7 +55,13 @@ Refusal intoScales(const std::string &mode, const std::string &text, CameraSetti
         settings.scales.erase(*size);
         return std::nullopt;
     }
-    return store(text, settings.scales[*size], 0.0);
+    const std::optional<double> scale = valueOf<double>(text);
+    if (!scale)
+        return std::string(refusalOf<double>()) + ": " + text;
+    if (*scale < kMinScale || *scale > kMaxScale)
+        return "no scale from 0.1 to 1000: " + text;
+    settings.scales[*size] = *scale;
+    return std::nullopt;
 }
 
 Refusal applyToCamera(const std::string &name, const std::string &value, CameraSettings &settings)

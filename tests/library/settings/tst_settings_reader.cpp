@@ -126,20 +126,25 @@ TEST_F(SettingsReaderTest, whatIsWrongIsReportedWithItsLineAndOtherwiseIgnored)
                                              "scale.12x0 = 1\n"
                                              "scale.1x1 = -3\n"
                                              "scale.1x1 = 1e3\n"
+                                             "scale.1x1 = 0.01\n"
+                                             "scale.1x1 = 99999999999\n"
                                              "gain = 1\n");
     const std::string file = path("user");
-    EXPECT_THAT(
-        reading.problems,
-        ElementsAre(
-            file + ":1: title stands before the first section",
-            file + ":3: page-size: no page size: A9", file + ":4: unknown key pagesize",
-            file + ":5: neither a section nor NAME = VALUE",
-            file + ":8: unknown section [photograph]", file + ":10: unknown section [camera 1b17]",
-            file + ":12: control.: a control needs a name",
-            file + ":13: scale.12: no size in pixels: 12",
-            file + ":14: scale.12x0: no size in pixels: 12x0",
-            file + ":15: scale.1x1: no positive number: -3",
-            file + ":16: scale.1x1: no positive number: 1e3", file + ":17: unknown key gain"));
+    EXPECT_THAT(reading.problems,
+                ElementsAre(file + ":1: title stands before the first section",
+                            file + ":3: page-size: no page size: A9",
+                            file + ":4: unknown key pagesize",
+                            file + ":5: neither a section nor NAME = VALUE",
+                            file + ":8: unknown section [photograph]",
+                            file + ":10: unknown section [camera 1b17]",
+                            file + ":12: control.: a control needs a name",
+                            file + ":13: scale.12: no size in pixels: 12",
+                            file + ":14: scale.12x0: no size in pixels: 12x0",
+                            file + ":15: scale.1x1: no positive number: -3",
+                            file + ":16: scale.1x1: no positive number: 1e3",
+                            file + ":17: scale.1x1: no scale from 0.1 to 1000: 0.01",
+                            file + ":18: scale.1x1: no scale from 0.1 to 1000: 99999999999",
+                            file + ":19: unknown key gain"));
     EXPECT_EQ(reading.settings.title, "kept");
     EXPECT_FALSE(reading.settings.pageSize);
     EXPECT_TRUE(reading.settings.cameras.empty());
