@@ -1,5 +1,7 @@
 #include "cli/commands.h"
 
+#include "cli/calibrate.h"
+#include "cli/config.h"
 #include "cli/doctor.h"
 #include "cli/files.h"
 #include "cli/session/opendevice.h"
@@ -46,6 +48,9 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return convert(session, options);
     if (options.command == Command::Combine)
         return combine(session, options);
+    // about files only
+    if (options.command == Command::Config)
+        return config(session);
     const ExitCode opened = session.open();
     if (options.command == Command::Doctor)
         return doctor(session, options, opened);
@@ -60,6 +65,8 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return snap(session, options);
     case Command::Watch:
         return watch(session, options);
+    case Command::Calibrate:
+        return calibrate(session, options);
     default:
         return ExitCode::Failure;
     }

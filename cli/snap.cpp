@@ -81,9 +81,10 @@ bool isWhole(const std::string &photograph, const ReceivedFrame &frame)
         || (size.width == frame.height && size.height == frame.width);
 }
 
-/// Takes one photograph and prints the path that it got.
+/// Saves one photograph and hands it on.
 ExitCode savePhotograph(LibrarySession &session, const Options &options, const Workspace &workspace,
-                        ReceivedFrame &frame, const std::string &wanted)
+                        ReceivedFrame &frame, const std::string &wanted,
+                        const PhotographReceiver &taken)
 {
     const std::string path = workspace.pathOf(fileNameOf(wanted));
     // the library's own words would name a folder that nobody knows
@@ -97,14 +98,13 @@ ExitCode savePhotograph(LibrarySession &session, const Options &options, const W
     const Published published = workspace.publish(wanted, options.force);
     if (published.error != 0)
         return session.check(-published.error, "save " + wanted);
-    session.print(published.path);
-    if (foundNoSheet)
-        printError(published.path + ": no sheet was found; this is the whole picture");
+    taken({published.path, frame.width, frame.height, foundNoSheet});
     return ExitCode::Success;
 }
 
 ExitCode savePhotographs(LibrarySession &session, const Options &options,
-                         const Workspace &workspace, FrameReceiver &receiver)
+                         const Workspace &workspace, FrameReceiver &receiver,
+                         const PhotographReceiver &taken)
 {
     ReceivedFrame frame;
     Clock::time_point due = Clock::now();
@@ -114,7 +114,7 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
             return code;
         due = Clock::now() + milliseconds(options.intervalMs);
         code = savePhotograph(session, options, workspace, frame,
-                              numberedPath(options.destination, number, options.count));
+                              numberedPath(options.destination, number, options.count), taken);
         if (code != ExitCode::Success)
             return code;
     }
@@ -124,6 +124,15 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
 } // namespace
 
 ExitCode snap(LibrarySession &session, const Options &options)
+{
+    return snap(session, options, [&](const TakenPhotograph &photograph) {
+        session.print(photograph.path);
+        if (photograph.isWhole)
+            printError(photograph.path + ": no sheet was found; this is the whole picture");
+    });
+}
+
+ExitCode snap(LibrarySession &session, const Options &options, const PhotographReceiver &taken)
 {
     ExitCode code = ExitCode::Success;
     const std::optional<Device> device = session.findDevice(code);
@@ -147,7 +156,7 @@ ExitCode snap(LibrarySession &session, const Options &options)
             session.library().StartCapture(device->index, &FrameReceiver::onFrame),
             "start " + device->name);
     if (code == ExitCode::Success)
-        code = savePhotographs(session, options, workspace, receiver);
+        code = savePhotographs(session, options, workspace, receiver, taken);
     return code;
 }
 

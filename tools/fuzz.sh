@@ -10,11 +10,11 @@ Builds the fuzz targets below build/fuzz with clang (installing it when it is mi
 of them, or without TARGET all in turn, for SECONDS each (600).
 Inputs that show something new are kept in build/fuzz/corpus/TARGET, those that break something in
 build/fuzz/found/TARGET. The exit status is 0 when nothing broke.
-TARGET is one of: jpeg image_loader raster crop camera_json settings preview
+TARGET is one of: jpeg image_loader raster crop library_settings camera_json settings preview
 TEXT
 }
 
-targets=(jpeg image_loader raster crop camera_json settings preview)
+targets=(jpeg image_loader raster crop library_settings camera_json settings preview)
 seconds=600
 case ${1:-} in
     -h | --help) usage && exit ;;

@@ -133,6 +133,7 @@ public:
         addDeviceCommands();
         addConvertCommand();
         addCombineCommand();
+        addSettingsCommands();
     }
 
     ParseResult parse(int argc, const char *const *argv)
@@ -200,6 +201,14 @@ private:
             ->check(hidden(CLI::Range(0, kHighestIndex)));
     }
 
+    void addResolutionOption(CLI::App *sub)
+    {
+        sub->add_option("-r,--resolution", m_resolution,
+                        "Size, one of `modes` (default: the one in use)")
+            ->type_name("WxH")
+            ->check(CLI::Validator(checkResolution, ""));
+    }
+
     void addQualityOption(CLI::App *sub)
     {
         sub->add_option("-q,--quality", m_options.quality, "JPEG quality (default: 95)")
@@ -260,10 +269,7 @@ private:
         CLI::App *const snap = addCommand(Command::Snap, "snap", "Take photographs");
         addDeviceOption(snap);
         addQualityOption(snap);
-        snap->add_option("-r,--resolution", m_resolution,
-                         "Size, one of `modes` (default: the one in use)")
-            ->type_name("WxH")
-            ->check(CLI::Validator(checkResolution, ""));
+        addResolutionOption(snap);
         addChoice(snap, "--color", m_color, kColors, "Colors of the photographs");
         snap->add_flag_callback(
             "--crop", [this] { m_options.crop = 0; },
@@ -330,6 +336,20 @@ private:
             if (m_options.sources.empty() && m_options.fromFile.empty())
                 throw CLI::ValidationError("a source or --from-file is required");
         });
+    }
+
+    void addSettingsCommands()
+    {
+        addCommand(Command::Config, "config",
+                   "Show the settings in force and where they come from");
+        CLI::App *const calibrate =
+            addCommand(Command::Calibrate, "calibrate",
+                       "Measure the desk by an A4 sheet under the camera, for pages of true size");
+        addDeviceOption(calibrate);
+        addResolutionOption(calibrate);
+        calibrate->add_flag("--card", m_options.card,
+                            "A bank card or identity card lies there (default: an A4 sheet)");
+        addTimeoutOption(calibrate);
     }
 
     CLI::App m_app;

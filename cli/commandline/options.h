@@ -20,7 +20,7 @@ enum class ExitCode {
     Terminated = 143,
 };
 
-enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch };
+enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch, Config, Calibrate };
 
 /// Picture size in pixels.
 struct Resolution
@@ -57,6 +57,7 @@ struct Options
     std::string destination;
     bool force = false; ///< replace an existing destination (snap, convert, combine)
     bool strict = false; ///< write no document when a page cannot be read
+    bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
     std::optional<std::string> title; ///< of the document; nothing: its file's name
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };

@@ -7,6 +7,7 @@
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
 #include "library/jpeg/jpeg.h"
+#include "library/values/utf8.h"
 
 #include <cerrno>
 #include <cstring>
@@ -35,6 +36,11 @@ Error insideCallback()
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
 }
 
+DocumentSettings documentSettings(const Settings &settings)
+{
+    return {cleanUtf8(settings.title), settings.pageSize};
+}
+
 bool isInsideAnyCallback()
 {
     return CallbackScope::ofThisThread() != CallbackScope::Kind::None;
@@ -42,8 +48,9 @@ bool isInsideAnyCallback()
 
 } // namespace
 
-Manager::Manager(MonitorFactory monitors)
+Manager::Manager(MonitorFactory monitors, SettingsReader readSettings)
     : m_monitors(std::move(monitors))
+    , m_readSettings(std::move(readSettings))
 {
 }
 
@@ -82,6 +89,7 @@ Result<void> Manager::initialise()
         m_state = State::Changing;
     }
     try {
+        setSettings(m_readSettings ? m_readSettings() : Settings());
         auto session = std::make_shared<Session>(m_monitors());
         Result<void> started = session->start();
         if (!started)
@@ -112,6 +120,7 @@ Result<void> Manager::uninitialise()
         const MutexLock lock(m_optionsMutex);
         m_options = {};
     }
+    setSettings({});
     {
         const MutexLock lock(m_documentMutex);
         m_document.clear();
@@ -203,16 +212,32 @@ PhotographOptions Manager::options() const
     return m_options;
 }
 
+void Manager::setSettings(Settings settings)
+{
+    auto kept = std::make_shared<const Settings>(std::move(settings));
+    const MutexLock lock(m_optionsMutex);
+    m_settings = std::move(kept);
+}
+
+std::shared_ptr<const Settings> Manager::settings() const
+{
+    const MutexLock lock(m_optionsMutex);
+    return m_settings;
+}
+
 // ---- pictures and files ----
 
 /// A frame does not say where it comes from. While one device streams it can only be that one's.
-PhotographDetails Manager::details() const
+void Manager::describeOrigin(PhotographOptions &options, int width, int height) const
 {
-    PhotographDetails details;
-    details.taken = std::time(nullptr);
-    if (const auto present = session())
-        details.camera = present.value()->streamingName();
-    return details;
+    options.details.taken = std::time(nullptr);
+    const auto present = session();
+    if (!present)
+        return;
+    if (const auto device = present.value()->streamingDevice()) {
+        options.details.camera = device->name;
+        options.scale = settings()->scale(device->vid, device->pid, width, height);
+    }
 }
 
 Result<void> Manager::savePhotograph(const void *frame, int width, int height,
@@ -230,7 +255,7 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     if (m_processEnds && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
         return processEnds();
     Bytes storage;
-    wanted.details = details();
+    describeOrigin(wanted, width, height);
     const Result<ByteView> photograph = makePhotograph(ByteView(frame, room), wanted, storage);
     if (!photograph)
         return photograph.error();
@@ -252,13 +277,13 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
     m_leftOvers.clearOnce(folderOf(path));
-    return writeImage(image, path, options().quality);
+    return writeImage(image, path, options().quality, documentSettings(*settings()));
 }
 
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
     m_leftOvers.clearOnce(folderOf(destination));
-    return convertImage(source, destination, options().quality);
+    return convertImage(source, destination, options().quality, documentSettings(*settings()));
 }
 
 Result<void> Manager::addPage(const std::string &source)
@@ -270,9 +295,10 @@ Result<void> Manager::addPage(const std::string &source)
 Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
+    const DocumentSettings wanted = documentSettings(*settings());
     m_leftOvers.clearOnce(folderOf(destination));
     const MutexLock lock(m_documentMutex);
-    return m_document.combine(destination, quality);
+    return m_document.combine(destination, quality, wanted);
 }
 
 } // namespace korv

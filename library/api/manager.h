@@ -4,6 +4,7 @@
 #include "library/export/pending_document.h"
 #include "library/files/left_overs.h"
 #include "library/photograph/photograph.h"
+#include "library/settings/settings.h"
 #include "library/threads/mutex.h"
 
 #include <atomic>
@@ -23,8 +24,10 @@ class Manager
 public:
     using MonitorFactory = std::function<Session::Monitors()>;
 
-    /// `monitors` is asked at each initialise().
-    explicit Manager(MonitorFactory monitors);
+    using SettingsReader = std::function<Settings()>;
+
+    /// Both are called at each initialise(), the settings first; null: there are none.
+    explicit Manager(MonitorFactory monitors, SettingsReader readSettings = nullptr);
     ~Manager();
     Manager(const Manager &) = delete;
     Manager &operator=(const Manager &) = delete;
@@ -47,6 +50,8 @@ public:
     Result<void> setCrop(int mode);
     Result<void> setRotation(int mode);
     PhotographOptions options() const;
+    /// Those read by the last initialise(); none after uninitialise(). Never null.
+    std::shared_ptr<const Settings> settings() const;
 
     Result<void> savePhotograph(const void *frame, int width, int height, const std::string &path);
     Result<void> saveRgb(const void *pixels, int width, int height, const std::string &path);
@@ -55,13 +60,15 @@ public:
     Result<void> combine(const std::string &destination);
 
 private:
-    PhotographDetails details() const;
+    void describeOrigin(PhotographOptions &options, int width, int height) const;
     enum class State { Down, Changing, Ready };
 
     void beginChange(MutexLock &lock) REQUIRES(m_stateMutex);
     void endChange(std::shared_ptr<Session> session);
+    void setSettings(Settings settings);
 
     const MonitorFactory m_monitors;
+    const SettingsReader m_readSettings;
 
     std::atomic<bool> m_processEnds{false};
 
@@ -75,6 +82,8 @@ private:
 
     mutable Mutex m_optionsMutex;
     PhotographOptions m_options GUARDED_BY(m_optionsMutex);
+    std::shared_ptr<const Settings> m_settings GUARDED_BY(m_optionsMutex) =
+        std::make_shared<const Settings>();
 
     Mutex m_documentMutex;
     PendingDocument m_document GUARDED_BY(m_documentMutex);

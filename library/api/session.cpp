@@ -264,18 +264,18 @@ Result<std::vector<CaptureMode>> Session::modes(int index) const
     return slot->modes;
 }
 
-std::string Session::streamingName() const
+std::optional<DeviceIdentity> Session::streamingDevice() const
 {
     const MutexLock lock(m_mutex);
-    std::string name;
+    std::optional<DeviceIdentity> found;
     for (const std::unique_ptr<Slot> &slot : m_slots) {
         if (!slot || !slot->streaming)
             continue;
-        if (!name.empty())
-            return {};
-        name = slot->identity.name;
+        if (found)
+            return std::nullopt;
+        found = slot->identity;
     }
-    return name;
+    return found;
 }
 
 Result<int> Session::currentMode(int index) const

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,8 +55,8 @@ public:
     Result<void> close(int index);
     Result<std::vector<CaptureMode>> modes(int index) const;
     Result<int> currentMode(int index) const;
-    /// The name of the one device that streams; empty when none does, or several.
-    std::string streamingName() const;
+    /// The one device that streams; nothing when none does, or several.
+    std::optional<DeviceIdentity> streamingDevice() const;
     Result<void> selectMode(int index, int number);
     Result<void> startCapture(int index, StreamReceiver::Callback callback);
     Result<void> stopCapture(int index);

@@ -3,6 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/image/image.h"
+#include "library/image/sheet_size.h"
 #include "library/jpeg/jpeg.h"
 
 #include <optional>
@@ -23,14 +24,7 @@ struct CodedPixels
 };
 
 /// Codes a picture, without loss, the way its container stores it. Errors: -ENOMEM.
-using PixelCoder = Result<CodedPixels> (*)(const Image &image, double dpi);
-
-/// A sheet of paper, in millimetres.
-struct SheetSize
-{
-    double width = 0;
-    double height = 0;
-};
+using PixelCoder = Result<CodedPixels> (*)(const Image &image, const Resolution &resolution);
 
 /// One page as the document writers take it: a JPEG to be stored byte for byte, or coded pixels.
 /// Both belong to whoever made the page.
@@ -44,7 +38,7 @@ struct Page
     PixelCoding coding = PixelCoding::Png;
     int width = 0; ///< pixels
     int height = 0;
-    double dpi = 0; ///< above 0
+    Resolution resolution; ///< known
     std::optional<SheetSize> sheet; ///< the picture lies in its middle; none: it is the page
 };
 

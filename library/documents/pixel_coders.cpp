@@ -10,7 +10,7 @@ namespace korv {
 namespace {
 
 /// In CCITT G4 when that suits the picture, else by the other coder.
-Result<CodedPixels> codeBits(const Image &image, double dpi, PixelCoder other)
+Result<CodedPixels> codeBits(const Image &image, const Resolution &resolution, PixelCoder other)
 {
     Result<Bytes> group4 = encodeCcittG4(image);
     if (!group4)
@@ -20,7 +20,7 @@ Result<CodedPixels> codeBits(const Image &image, double dpi, PixelCoder other)
     // the end of block alone is longer than a tiny picture
     constexpr std::size_t kSmall = 64;
     if (group4.value().size() > uncoded + kSmall) {
-        Result<CodedPixels> coded = other(image, dpi);
+        Result<CodedPixels> coded = other(image, resolution);
         if (coded && coded.value().data.size() < group4.value().size())
             return coded;
     }
@@ -32,7 +32,7 @@ bool isOneBit(const Image &image)
     return image.isBilevel() && image.format() == PixelFormat::Gray8;
 }
 
-Result<CodedPixels> deflated(const Image &image, double)
+Result<CodedPixels> deflated(const Image &image, const Resolution &)
 {
     Result<Bytes> coded = encodeDeflate(image);
     if (!coded)
@@ -42,22 +42,23 @@ Result<CodedPixels> deflated(const Image &image, double)
 
 } // namespace
 
-Result<CodedPixels> codePixelsAsPng(const Image &image, double dpi)
+Result<CodedPixels> codePixelsAsPng(const Image &image, const Resolution &resolution)
 {
     MemorySink png;
-    if (Result<void> written = writePng(image, {dpi, nullptr}, png); !written)
+    if (Result<void> written = writePng(image, {resolution, nullptr}, png); !written)
         return written.error();
     return CodedPixels{png.take(), PixelCoding::Png};
 }
 
-Result<CodedPixels> codePixelsForPdf(const Image &image, double dpi)
+Result<CodedPixels> codePixelsForPdf(const Image &image, const Resolution &resolution)
 {
-    return isOneBit(image) ? codeBits(image, dpi, codePixelsAsPng) : codePixelsAsPng(image, dpi);
+    return isOneBit(image) ? codeBits(image, resolution, codePixelsAsPng)
+                           : codePixelsAsPng(image, resolution);
 }
 
-Result<CodedPixels> codePixelsForTiff(const Image &image, double dpi)
+Result<CodedPixels> codePixelsForTiff(const Image &image, const Resolution &resolution)
 {
-    return isOneBit(image) ? codeBits(image, dpi, deflated) : deflated(image, dpi);
+    return isOneBit(image) ? codeBits(image, resolution, deflated) : deflated(image, resolution);
 }
 
 } // namespace korv

@@ -48,8 +48,8 @@ void TiffWriter::describePage(const Page &page)
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, height);
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_XRESOLUTION, page.dpi);
-    TIFFSetField(tiff, TIFFTAG_YRESOLUTION, page.dpi);
+    TIFFSetField(tiff, TIFFTAG_XRESOLUTION, page.resolution.x);
+    TIFFSetField(tiff, TIFFTAG_YRESOLUTION, page.resolution.y);
     TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
     TIFFSetField(tiff, TIFFTAG_PAGENUMBER, std::min(m_pages, kMaxPages),
                  statedTotal(m_options.pageCount));

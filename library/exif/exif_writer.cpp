@@ -49,10 +49,11 @@ public:
     }
     void setRational(std::uint16_t tag, double number)
     {
-        constexpr std::uint32_t kParts = 100;
+        // more parts only where they say more: a sheet's size to a hundredth of a millimetre
+        const std::uint32_t parts = number * 100 == std::floor(number * 100) ? 100 : 10'000;
         Bytes value;
-        put32(value, static_cast<std::uint32_t>(std::lround(number * kParts)));
-        put32(value, kParts);
+        put32(value, static_cast<std::uint32_t>(std::lround(number * parts)));
+        put32(value, parts);
         set(tag, Rational, 1, value);
     }
 
@@ -113,14 +114,15 @@ Directory detailsOf(std::time_t taken, int width, int height, bool otherColours)
     return directory;
 }
 
-Directory headOf(const PhotographDetails &details, double dpi, std::uint32_t detailsAt)
+Directory headOf(const PhotographDetails &details, const Resolution &resolution,
+                 std::uint32_t detailsAt)
 {
     Directory directory;
     if (!details.camera.empty())
         directory.setText(0x0110, details.camera); // Model
     directory.setShort(0x0112, 1); // Orientation
-    directory.setRational(0x011A, dpi); // XResolution
-    directory.setRational(0x011B, dpi); // YResolution
+    directory.setRational(0x011A, resolution.x); // XResolution
+    directory.setRational(0x011B, resolution.y); // YResolution
     directory.setShort(0x0128, 2); // ResolutionUnit: inch
     directory.setText(0x0132, tiffDate(details.taken)); // DateTime
     directory.setShort(0x0213, 1); // YCbCrPositioning: in the middle
@@ -130,15 +132,15 @@ Directory headOf(const PhotographDetails &details, double dpi, std::uint32_t det
 
 } // namespace
 
-Bytes exifPayload(const PhotographDetails &details, int width, int height, double dpi,
-                  bool otherColours)
+Bytes exifPayload(const PhotographDetails &details, int width, int height,
+                  const Resolution &resolution, bool otherColours)
 {
     // how long the first directory is does not depend on what it says of the second
     const auto length =
-        static_cast<std::uint32_t>(headOf(details, dpi, 0).bytes(kBlockHead).size());
+        static_cast<std::uint32_t>(headOf(details, resolution, 0).bytes(kBlockHead).size());
     const std::uint32_t detailsAt = kBlockHead + length;
     Bytes payload = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, kBlockHead};
-    const Bytes head = headOf(details, dpi, detailsAt).bytes(kBlockHead);
+    const Bytes head = headOf(details, resolution, detailsAt).bytes(kBlockHead);
     payload.insert(payload.end(), head.begin(), head.end());
     const Bytes rest = detailsOf(details.taken, width, height, otherColours).bytes(detailsAt);
     payload.insert(payload.end(), rest.begin(), rest.end());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/base/bytes.h"
+#include "library/image/resolution.h"
 
 #include <ctime>
 #include <string>
@@ -16,7 +17,7 @@ struct PhotographDetails
 
 /// The APP1 payload of an upright sRGB photograph of so many pixels (EXIF 2.31): date and time in
 /// local time with its offset, the camera as the model, the resolution. Throws std::bad_alloc only.
-Bytes exifPayload(const PhotographDetails &details, int width, int height, double dpi,
-                  bool otherColours = false);
+Bytes exifPayload(const PhotographDetails &details, int width, int height,
+                  const Resolution &resolution, bool otherColours = false);
 
 } // namespace korv

@@ -80,7 +80,8 @@ Result<void> convertJpeg(ByteView content, Output &output, int quality)
     if (!image)
         return image.error();
     Image &picture = image.value();
-    picture.setDpi(effectiveDpi(picture.width(), picture.height(), picture.dpi()));
+    picture.setResolution(
+        effectiveResolution(picture.width(), picture.height(), picture.resolution()));
     const jpeg::Info &info = structure.value().info;
     const Result<Bytes> encoded = jpeg::encode(
         picture, {quality, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))});
@@ -96,7 +97,7 @@ public:
         : m_image(info.width, info.height,
                   info.components == 1 ? PixelFormat::Gray8 : PixelFormat::Rgb24)
     {
-        m_image.setDpi(info.dpi);
+        m_image.setResolution(info.resolution);
         m_thread = startThread("korv-decoder", [this, content] { decode(content); });
     }
     ~BackgroundDecoder() { static_cast<void>(finish()); }
@@ -203,7 +204,8 @@ Error unknownExtension(const std::string &destination)
 
 } // namespace
 
-Result<void> convertImage(const std::string &source, const std::string &destination, int quality)
+Result<void> convertImage(const std::string &source, const std::string &destination, int quality,
+                          const DocumentSettings &settings)
 {
     const Format *format = formatForPath(destination);
     if (format == nullptr)
@@ -211,7 +213,7 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     std::vector<std::string> left = {source};
     Result<void> converted = exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
-            return writeDocument({source}, *format, destination, quality, {}, left);
+            return writeDocument({source}, *format, destination, quality, settings, left);
         Output output(destination);
         Result<void> result = convertPicture(source, *format, output, quality);
         if (output.isFinished())
@@ -223,14 +225,15 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     return converted;
 }
 
-Result<void> writeImage(const Image &image, const std::string &destination, int quality)
+Result<void> writeImage(const Image &image, const std::string &destination, int quality,
+                        const DocumentSettings &settings)
 {
     const Format *format = formatForPath(destination);
     if (format == nullptr)
         return unknownExtension(destination);
     return exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
-            return writeDocument(image, *format, destination, quality);
+            return writeDocument(image, *format, destination, quality, settings);
         return Output(destination).write(image, *format, quality);
     });
 }

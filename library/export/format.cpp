@@ -17,9 +17,9 @@ namespace korv {
 
 namespace {
 
-double dpiOf(const Image &image)
+Resolution resolutionOf(const Image &image)
 {
-    return effectiveDpi(image.width(), image.height(), image.dpi());
+    return effectiveResolution(image.width(), image.height(), image.resolution());
 }
 
 Result<void> writeJpegPicture(const Image &image, const PictureOptions &options, ByteSink &sink)
@@ -34,12 +34,12 @@ Result<void> writeJpegPicture(const Image &image, const PictureOptions &options,
 
 Result<void> writePngPicture(const Image &image, const PictureOptions &options, ByteSink &sink)
 {
-    return writePng(image, {dpiOf(image), options.rows}, sink);
+    return writePng(image, {resolutionOf(image), options.rows}, sink);
 }
 
 Result<void> writeBmpPicture(const Image &image, const PictureOptions &, ByteSink &sink)
 {
-    return writeBmp(image, {dpiOf(image)}, sink);
+    return writeBmp(image, {resolutionOf(image)}, sink);
 }
 
 template <typename Writer>

@@ -22,18 +22,27 @@ constexpr int kLossless = 100; ///< quality at which pixels stay what they are
 void fitToSheet(Page &page)
 {
     constexpr double kInch = 25.4;
-    if ((page.width > page.height) != (page.sheet->width > page.sheet->height))
+    const double dotShape = page.resolution.y / page.resolution.x; ///< 1: as wide as high
+    if ((page.width * dotShape > page.height) != (page.sheet->width > page.sheet->height))
         std::swap(page.sheet->width, page.sheet->height);
-    page.dpi =
-        std::max(page.width * kInch / page.sheet->width, page.height * kInch / page.sheet->height);
+    const double across = std::max(page.width * kInch / page.sheet->width,
+                                   page.height * kInch / (page.sheet->height * dotShape));
+    page.resolution = {across, across * dotShape};
+}
+
+/// What the picture states, once it is turned as its orientation wants it.
+Resolution upright(const jpeg::Info &info)
+{
+    const bool across = Turn::ofOrientation(info.orientation).transpose;
+    return across ? info.resolution.transposed() : info.resolution;
 }
 
 } // namespace
 
-void PageMaker::place(Page &page, double statedDpi) const
+void PageMaker::place(Page &page, const Resolution &stated) const
 {
     page.sheet = m_options.sheet;
-    page.dpi = effectiveDpi(page.width, page.height, statedDpi);
+    page.resolution = effectiveResolution(page.width, page.height, stated);
     if (page.sheet)
         fitToSheet(page);
 }
@@ -44,8 +53,8 @@ Result<Page> PageMaker::pixelPage(const Image &image)
     page.pixels = &image;
     page.width = image.width();
     page.height = image.height();
-    place(page, image.dpi());
-    Result<CodedPixels> coded = m_options.codePixels(image, page.dpi);
+    place(page, image.resolution());
+    Result<CodedPixels> coded = m_options.codePixels(image, page.resolution);
     if (!coded)
         return coded.error();
     m_coded = std::move(coded.value().data);
@@ -54,7 +63,7 @@ Result<Page> PageMaker::pixelPage(const Image &image)
     return page;
 }
 
-Result<Page> PageMaker::jpegPage(ByteView jpeg)
+Result<Page> PageMaker::jpegPage(ByteView jpeg, const Resolution &source)
 {
     const Result<jpeg::Structure> structure = jpeg::readHeaders(jpeg);
     if (!structure)
@@ -69,7 +78,8 @@ Result<Page> PageMaker::jpegPage(ByteView jpeg)
         page.profile = usableProfile(
             m_profile, page.info.components == 1 ? ProfilePixels::Gray : ProfilePixels::Rgb);
     }
-    place(page, page.info.dpi);
+    // the head of a JPEG made for the page holds whole numbers only
+    place(page, source.exact ? source : page.info.resolution);
     return page;
 }
 
@@ -79,7 +89,7 @@ Result<Page> PageMaker::encoded(const Image &image, jpeg::Subsampling subsamplin
     if (!jpeg)
         return jpeg.error();
     m_coded = std::move(jpeg).value();
-    return jpegPage(m_coded);
+    return jpegPage(m_coded, image.resolution());
 }
 
 Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
@@ -90,7 +100,7 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
         if (!reused)
             return reused.error();
         if (!reused.value().empty())
-            return jpegPage(reused.value());
+            return jpegPage(reused.value(), upright(structure.info));
     }
     Result<Image> image = loadImage(m_content);
     if (!image)

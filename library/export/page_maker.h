@@ -46,8 +46,8 @@ private:
     Result<Page> fromContent(ByteView content, std::uint64_t directory);
     Result<Page> pixelPage(const Image &image);
     Result<Page> encoded(const Image &image, jpeg::Subsampling subsampling);
-    Result<Page> jpegPage(ByteView jpeg);
-    void place(Page &page, double statedDpi) const;
+    Result<Page> jpegPage(ByteView jpeg, const Resolution &source);
+    void place(Page &page, const Resolution &stated) const;
 
     PageOptions m_options;
     Bytes m_content;

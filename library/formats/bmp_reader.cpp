@@ -41,7 +41,8 @@ struct Header
     unsigned bits = 0;
     bool runs = false; ///< run-length coded
     std::array<std::uint32_t, 3> masks{}; ///< red, green, blue; 16 and 32 bits only
-    std::int32_t pixelsPerMetre = 0;
+    std::int32_t pixelsPerMetreAcross = 0;
+    std::int32_t pixelsPerMetreDown = 0;
 };
 
 Error bad(const char *why)
@@ -100,7 +101,8 @@ Result<Header> readHeader(ByteView data)
         header.height = s32(data, 22);
         header.bits = u16(data, 28);
         compression = u32(data, 30);
-        header.pixelsPerMetre = s32(data, 38);
+        header.pixelsPerMetreAcross = s32(data, 38);
+        header.pixelsPerMetreDown = s32(data, 42);
         header.paletteCount = u32(data, 46);
     } else {
         return bad("unknown header");
@@ -287,8 +289,10 @@ Result<Image> readBmp(ByteView content)
     if (header.bits == 1 && format == PixelFormat::Gray8 && isBlackAndWhite(palette))
         image.setBilevel(true);
     convertToSrgb(image, profileOf(content));
-    if (header.pixelsPerMetre > 0)
-        image.setDpi(std::round(header.pixelsPerMetre * 0.0254 * 100) / 100);
+    const auto dpiOf = [](std::int32_t perMetre) {
+        return std::round(std::max(perMetre, 0) * 0.0254 * 100) / 100;
+    };
+    image.setResolution({dpiOf(header.pixelsPerMetreAcross), dpiOf(header.pixelsPerMetreDown)});
     return image;
 }
 

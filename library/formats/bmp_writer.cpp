@@ -42,9 +42,11 @@ Layout layoutOf(const Image &image)
     return layout;
 }
 
-Bytes headers(const Image &image, const Layout &layout, double dpi)
+Bytes headers(const Image &image, const Layout &layout, const Resolution &resolution)
 {
-    const auto perMetre = static_cast<std::uint32_t>(std::lround(dpi / 0.0254));
+    const auto perMetre = [](double dpi) {
+        return static_cast<std::uint32_t>(std::lround(dpi / 0.0254));
+    };
     Bytes head = {'B', 'M'};
     put32(head, static_cast<std::uint32_t>(layout.fileSize));
     put32(head, 0);
@@ -56,8 +58,8 @@ Bytes headers(const Image &image, const Layout &layout, double dpi)
     put16(head, layout.bits);
     put32(head, 0);
     put32(head, static_cast<std::uint32_t>(layout.fileSize - layout.pixelsAt()));
-    put32(head, perMetre);
-    put32(head, perMetre);
+    put32(head, perMetre(resolution.x));
+    put32(head, perMetre(resolution.y));
     put32(head, layout.colours);
     put32(head, 0);
     for (std::uint32_t i = 0; i < layout.colours; ++i) {
@@ -90,7 +92,7 @@ Result<void> writeBmp(const Image &image, const BmpOptions &options, ByteSink &s
     const Layout layout = layoutOf(image);
     if (layout.fileSize > std::numeric_limits<std::uint32_t>::max())
         return Error{-EFBIG, "picture too large for BMP"};
-    if (Result<void> written = sink.write(headers(image, layout, options.dpi)); !written)
+    if (Result<void> written = sink.write(headers(image, layout, options.resolution)); !written)
         return written;
     const int rowsAtOnce = static_cast<int>(std::max<std::size_t>(1, kChunk / layout.stride));
     Bytes chunk(layout.stride * static_cast<std::size_t>(rowsAtOnce));

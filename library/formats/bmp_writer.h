@@ -8,7 +8,7 @@ namespace korv {
 
 struct BmpOptions
 {
-    double dpi = 0; ///< above 0
+    Resolution resolution; ///< known
 };
 
 /// Writes a Windows bitmap: 24 bits, 8 bits with a gray palette, or 1 bit for a bilevel picture.

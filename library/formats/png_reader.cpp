@@ -78,7 +78,7 @@ public:
     bool readRows(png_bytepp rows);
     PixelFormat format() const { return m_gray ? PixelFormat::Gray8 : PixelFormat::Rgb24; }
     bool isBilevel() const { return m_bilevel; }
-    double dpi() const { return m_dpi; }
+    const Resolution &resolution() const { return m_resolution; }
     std::size_t rowBytes() const { return m_rowBytes; }
     /// libpng's, as long as the decoder.
     ByteView profile() const { return m_profile; }
@@ -112,7 +112,7 @@ private:
         decoder->m_left = {decoder->m_left.data + size, decoder->m_left.size - size};
     }
     void chooseTransforms();
-    void readDpi();
+    void readResolution();
     void readProfile();
 
     const MemoryVerdict m_memory; ///< before libpng begins
@@ -123,7 +123,7 @@ private:
     char m_problem[100] = "out of memory";
     bool m_gray = false;
     bool m_bilevel = false;
-    double m_dpi = 0;
+    Resolution m_resolution;
     std::size_t m_rowBytes = 0;
     ByteView m_profile;
 };
@@ -144,10 +144,13 @@ void PngDecoder::chooseTransforms()
     png_set_interlace_handling(m_png);
 }
 
-void PngDecoder::readDpi()
+void PngDecoder::readResolution()
 {
-    const png_uint_32 perMetre = png_get_pixels_per_meter(m_png, m_info);
-    m_dpi = std::round(perMetre * 0.0254 * 100) / 100;
+    const auto dpiOf = [](png_uint_32 perMetre) {
+        return std::round(perMetre * 0.0254 * 100) / 100;
+    };
+    m_resolution = {dpiOf(png_get_x_pixels_per_meter(m_png, m_info)),
+                    dpiOf(png_get_y_pixels_per_meter(m_png, m_info))};
 }
 
 void PngDecoder::readProfile()
@@ -170,7 +173,7 @@ bool PngDecoder::readHeader()
                                     sizeof kIgnoredChunks / 5);
         png_set_crc_action(m_png, PNG_CRC_ERROR_QUIT, PNG_CRC_WARN_DISCARD);
         png_read_info(m_png, m_info);
-        readDpi();
+        readResolution();
         readProfile();
         chooseTransforms();
         png_read_update_info(m_png, m_info);
@@ -223,7 +226,7 @@ Result<Image> readPng(ByteView content)
     if (!decoder.readRows(rows.data()))
         return decoder.error();
     image.setBilevel(decoder.isBilevel());
-    image.setDpi(decoder.dpi());
+    image.setResolution(decoder.resolution());
     convertToSrgb(image, decoder.profile());
     return applyOrientation(std::move(image), orientationOf(content));
 }

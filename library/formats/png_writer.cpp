@@ -105,7 +105,8 @@ private:
             m_error = written.error();
         return static_cast<bool>(written);
     }
-    void configure(const Image &image, const Packing &packing, int rows, double dpi);
+    void configure(const Image &image, const Packing &packing, int rows,
+                   const Resolution &resolution);
 
     ByteSink &m_sink;
     png_structp m_png = nullptr;
@@ -114,7 +115,8 @@ private:
     Error m_error{-ENOMEM, "PNG: no memory"};
 };
 
-void PngEncoder::configure(const Image &image, const Packing &packing, int rows, double dpi)
+void PngEncoder::configure(const Image &image, const Packing &packing, int rows,
+                           const Resolution &resolution)
 {
     const bool gray = image.format() == PixelFormat::Gray8;
     const bool bilevel = gray && image.isBilevel();
@@ -127,8 +129,11 @@ void PngEncoder::configure(const Image &image, const Packing &packing, int rows,
                  static_cast<png_uint_32>(rows), bilevel ? 1 : 8,
                  gray ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    const auto perMetre = static_cast<png_uint_32>(std::lround(dpi / 0.0254));
-    png_set_pHYs(m_png, m_info, perMetre, perMetre, PNG_RESOLUTION_METER);
+    const auto perMetre = [](double dpi) {
+        return static_cast<png_uint_32>(std::lround(dpi / 0.0254));
+    };
+    png_set_pHYs(m_png, m_info, perMetre(resolution.x), perMetre(resolution.y),
+                 PNG_RESOLUTION_METER);
 }
 
 bool PngEncoder::writeSample(const Image &image, const Packing &packing)
@@ -150,7 +155,7 @@ bool PngEncoder::write(const Image &image, const Packing &packing, const PngOpti
                        Bytes &row)
 {
     return run([&] {
-        configure(image, packing, image.height(), options.dpi);
+        configure(image, packing, image.height(), options.resolution);
         png_write_info(m_png, m_info);
         for (int y = 0; y < image.height(); ++y) {
             if (options.rows != nullptr && !options.rows->waitFor(y + 1))

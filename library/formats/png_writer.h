@@ -9,7 +9,7 @@ namespace korv {
 
 struct PngOptions
 {
-    double dpi = 0; ///< above 0
+    Resolution resolution; ///< known
     RowGate *rows = nullptr; ///< for a picture that is still being filled; null: it is complete
 };
 

@@ -13,7 +13,7 @@ Image toGray(Image image)
         return image;
     keepOpenCvInThisThread();
     Image result = Image::unset(image.width(), image.height(), PixelFormat::Gray8);
-    result.setDpi(image.dpi());
+    result.setResolution(image.resolution());
     result.setBilevel(image.isBilevel());
     cv::Mat gray = matView(result);
     cv::cvtColor(matView(image), gray, cv::COLOR_RGB2GRAY);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/image/pixel_memory.h"
+#include "library/image/resolution.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -46,9 +47,8 @@ public:
     bool isBilevel() const { return m_bilevel; }
     void setBilevel(bool bilevel) { m_bilevel = bilevel; }
 
-    /// Dots per inch; 0 when not known.
-    double dpi() const { return m_dpi; }
-    void setDpi(double dpi) { m_dpi = dpi; }
+    const Resolution &resolution() const { return m_resolution; }
+    void setResolution(const Resolution &resolution) { m_resolution = resolution; }
 
     std::uint8_t *row(int y) { return m_pixels.data() + static_cast<std::size_t>(y) * stride(); }
     const std::uint8_t *row(int y) const
@@ -65,7 +65,7 @@ private:
     int m_height = 0;
     PixelFormat m_format = PixelFormat::Rgb24;
     bool m_bilevel = false;
-    double m_dpi = 0;
+    Resolution m_resolution;
     PixelMemory m_pixels;
 };
 

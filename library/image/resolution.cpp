@@ -2,16 +2,24 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace korv {
 
 namespace {
 
-constexpr double kA4LongSideInches = 297 / 25.4;
+constexpr double kMmPerInch = 25.4;
+constexpr double kA4LongSideInches = 297 / kMmPerInch;
 
 // PDF readers take pages from 3 to 14,400 points a side (ISO 32000-1, annex C.2)
 constexpr double kShortestInches = 3.0 / 72;
 constexpr double kMaxInches = 14'400.0 / 72;
+
+// an A2 sheet, and what rounding to whole dots per inch can make of one
+constexpr double kMaxPhotographLongInches = 594 * 1.01 / kMmPerInch;
+constexpr double kMaxPhotographShortInches = 420 * 1.01 / kMmPerInch;
+
+constexpr double kMaxDotShape = 5; ///< fax machines have dots of up to 408 x 98 dpi
 
 /// What programs write that know no resolution: those of old screens.
 bool isPlaceholder(double dpi)
@@ -19,16 +27,72 @@ bool isPlaceholder(double dpi)
     return std::lround(dpi) == 72 || std::lround(dpi) == 96;
 }
 
+/// A second number that makes no sense does not count.
+Resolution withPlausibleDots(const Resolution &stated)
+{
+    const bool plausible = stated.isKnown() && stated.y <= stated.x * kMaxDotShape
+        && stated.x <= stated.y * kMaxDotShape;
+    return plausible ? stated : Resolution(std::max(stated.x, 0.0));
+}
+
+struct Inches
+{
+    double longSide = 0;
+    double shortSide = 0;
+};
+
+Inches pageOf(int width, int height, const Resolution &resolution)
+{
+    const double across = width / resolution.x;
+    const double down = height / resolution.y;
+    return {std::max(across, down), std::min(across, down)};
+}
+
+/// With dots of that shape the long side is that of an A4 sheet.
+Resolution a4Resolution(int width, int height, const Resolution &shape)
+{
+    if (!shape.isKnown() || shape.x == shape.y)
+        return std::max(1.0, std::round(std::max(width, height) / kA4LongSideInches));
+    const double factor = pageOf(width, height, shape).longSide / kA4LongSideInches;
+    return {shape.x * factor, shape.y * factor};
+}
+
 } // namespace
 
-double effectiveDpi(int width, int height, double statedDpi)
+Resolution Resolution::transposed() const
 {
-    const double longSide = std::max(width, height);
-    const double shortSide = std::min(width, height);
-    if (statedDpi > 0 && !isPlaceholder(statedDpi) && longSide / statedDpi <= kMaxInches
-        && shortSide / statedDpi >= kShortestInches)
-        return statedDpi;
-    return std::max(1.0, std::round(longSide / kA4LongSideInches));
+    Resolution turned = *this;
+    std::swap(turned.x, turned.y);
+    return turned;
+}
+
+Resolution effectiveResolution(int width, int height, const Resolution &stated)
+{
+    const Resolution dots = withPlausibleDots(stated);
+    if (!dots.isKnown() || (isPlaceholder(dots.x) && isPlaceholder(dots.y)))
+        return a4Resolution(width, height, {});
+    const Inches page = pageOf(width, height, dots);
+    if (page.longSide <= kMaxInches && page.shortSide >= kShortestInches)
+        return dots;
+    return a4Resolution(width, height, dots);
+}
+
+Resolution believableResolution(int width, int height, const Resolution &stated)
+{
+    const Resolution dots = withPlausibleDots(stated);
+    if (!dots.isKnown())
+        return {};
+    const Inches page = pageOf(width, height, dots);
+    if (page.longSide <= kMaxPhotographLongInches && page.shortSide <= kMaxPhotographShortInches)
+        return dots;
+    return dots.x == dots.y ? Resolution() : a4Resolution(width, height, dots);
+}
+
+Resolution exactResolution(int width, int height, double widthMm, double heightMm)
+{
+    Resolution resolution(width * kMmPerInch / widthMm, height * kMmPerInch / heightMm);
+    resolution.exact = true;
+    return resolution;
 }
 
 } // namespace korv

@@ -14,7 +14,7 @@ namespace {
 Image transposed(const Image &image)
 {
     Image result = Image::unset(image.height(), image.width(), image.format());
-    result.setDpi(image.dpi());
+    result.setResolution(image.resolution().transposed());
     result.setBilevel(image.isBilevel());
     cv::Mat columns = matView(result);
     cv::transpose(matView(image), columns);

@@ -5,7 +5,7 @@
 
 namespace korv {
 
-/// The turned picture; dpi and bilevel stay. Throws std::bad_alloc, cv::Exception.
+/// The turned picture; its resolution turns with it, bilevel stays. Throws std::bad_alloc, cv::Exception.
 Image rotate(Image image, Rotation rotation);
 
 /// The picture that a reader of the EXIF orientation (1..8) would show. Throws as rotate().

@@ -83,7 +83,9 @@ typedef int (*KorvCamera_FrameCallback)(void *data, int size, int width, int hei
  * Returns the text's full length; -EINVAL when buf is null or size is not positive. */
 KORV_CAMERA_API int KorvCamera_GetVersion(char *buf, int size);
 
-/* Makes the library ready and starts looking for devices. Calling it again while it is ready is
+/* Makes the library ready and starts looking for devices. First it reads the settings files
+ * /etc/korv-camera.conf and korv-camera.conf in $XDG_CONFIG_HOME, by default ~/.config; what is wrong
+ * in them is reported on standard error and ignored. Calling it again while it is ready is
  * harmless and returns 0. Errors: -ENOMEM, -EMFILE, or what the system answered. */
 KORV_CAMERA_API int KorvCamera_Init(void);
 
@@ -196,8 +198,9 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * a quality of 100, pixels that come from no JPEG enter pdf, ofd and tiff without loss. A TIFF of
  * many pages gives them all to pdf, ofd and tiff; a jpg, png or bmp is its first page, and standard
  * error says that there are more. Reduced pictures and masks in a TIFF do not count as pages. In
- * pdf, ofd and tiff a page without a resolution, or with one of 72 or 96 dpi, which are common
- * placeholder values, has the long side of an A4 sheet.
+ * pdf, ofd and tiff a page without a resolution, with one of 72 or 96 dpi, which are common
+ * placeholder values, or from a JPEG whose resolution would make it larger than A2, has the long
+ * side of an A4 sheet. Title and page size may come from the settings files.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form
@@ -235,7 +238,8 @@ KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
  * letter, card or WIDTHxHEIGHT in millimetres, 2 to 5000 each; upright or across as suits the
  * picture, which fills it as far as its shape allows and lies in the middle. In a tiff, which has
  * no paper, the resolution is the one at which the picture just fits. Any other size is reported on
- * standard error and ignored; not set or empty: each page is as large as its picture.
+ * standard error and ignored; not set or empty: as the settings files say, or each page is as large
+ * as its picture.
  * Errors: -ENODATA no page pending; -EINVAL unknown extension (nothing is written or kept, as
  * there; the sources are where they were); -EFBIG a pdf past 10 GB; otherwise as there. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);

@@ -205,7 +205,7 @@ void BilevelCompressor::configure(const Image &image)
     steps.fill(kStep);
     steps[0] = kMeanStep;
     jpeg_add_quant_table(&m_state, 0, steps.data(), 100, TRUE);
-    stateDensity(m_state, image.dpi());
+    stateDensity(m_state, image.resolution());
 }
 
 bool BilevelCompressor::encode(const Image &image, ByteView exif, ByteDestination &destination)

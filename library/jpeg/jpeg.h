@@ -23,7 +23,7 @@ struct Info
     int height = 0;
     int components = 0;
     bool progressive = false;
-    double dpi = 0; ///< from JFIF APP0; 0 when absent or only an aspect ratio
+    Resolution resolution; ///< see believableResolution(); not known when absent or only a shape
 
     ColourModel colourModel = ColourModel::YCbCr;
     int lumaHorizontal = 1; ///< first component's sampling factors, 1..4
@@ -67,7 +67,7 @@ Result<Image> decode(ByteView data, const DecodeOptions &options = {});
 /// then the picture is not complete.
 Result<void> decodeInto(ByteView data, Image &image, const std::function<void(int)> &rowsDone);
 
-/// Encodes; the picture's dpi, when known, goes into the JFIF header. -ENOMEM.
+/// Encodes; the picture's resolution, when known, goes into the JFIF header. -ENOMEM.
 Result<Bytes> encode(const Image &image, const EncodeOptions &options);
 
 } // namespace korv::jpeg

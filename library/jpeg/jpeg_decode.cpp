@@ -203,7 +203,7 @@ Result<Image> decode(ByteView data, const DecodeOptions &options)
         } else if (!decompressor.readRows(image)) {
             return decompressor.error();
         }
-        image.setDpi(info.dpi);
+        image.setResolution(info.resolution);
         if (info.bilevel && info.components == 1)
             makeBilevel(image);
         // luma alone has no colours that the profile could describe

@@ -79,7 +79,7 @@ void Compressor::configure(const Image &image, const EncodeOptions &options)
         m_state.comp_info[0].h_samp_factor = 1;
         m_state.comp_info[0].v_samp_factor = 1;
     }
-    stateDensity(m_state, image.dpi());
+    stateDensity(m_state, image.resolution());
 }
 
 bool Compressor::encode(const Image &image, const EncodeOptions &options,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/base/bytes.h"
+#include "library/image/resolution.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,14 +18,14 @@ inline std::uint16_t jfifDensity(double dpi)
     return static_cast<std::uint16_t>(std::clamp(std::lround(dpi), 1L, 65535L));
 }
 
-/// States dots per inch in the JFIF header; 0 is not known.
-inline void stateDensity(jpeg_compress_struct &state, double dpi)
+/// States a resolution in the JFIF header; one that is not known is not stated.
+inline void stateDensity(jpeg_compress_struct &state, const Resolution &resolution)
 {
-    if (dpi <= 0)
+    if (!resolution.isKnown())
         return;
     state.density_unit = 1;
-    state.X_density = jfifDensity(dpi);
-    state.Y_density = jfifDensity(dpi);
+    state.X_density = jfifDensity(resolution.x);
+    state.Y_density = jfifDensity(resolution.y);
 }
 
 /// Writes an APP1 marker with this payload, none when it is empty. Call it between the start of

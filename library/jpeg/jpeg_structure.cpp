@@ -6,6 +6,7 @@
 #include "library/values/byte_order.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 
 namespace korv::jpeg {
@@ -72,6 +73,7 @@ private:
     void readHuffmanTables(ByteView payload);
     void readApplicationHead(std::size_t markerAt, ByteView payload);
     void readAdobe(ByteView payload);
+    Resolution statedResolution() const;
     void finishHeaders();
     void skipEntropyCoded();
 
@@ -84,6 +86,8 @@ private:
     std::uint8_t m_dcTables = 0;
     std::uint8_t m_acTables = 0;
     int m_adobeTransform = -1;
+    Resolution m_jfifResolution;
+    Resolution m_exifResolution;
     bool m_haveFrame = false;
 };
 
@@ -188,11 +192,11 @@ void Walker::readApplicationHead(std::size_t markerAt, ByteView payload)
     if (markerAt != 2 || !startsWith(payload, "JFIF\0", 5) || payload.size < 14)
         return;
     m_result.jfif = markerAt;
-    const unsigned density = bigendian::u16(payload.data + 8);
+    const Resolution density(bigendian::u16(payload.data + 8), bigendian::u16(payload.data + 10));
     if (payload[7] == 1)
-        m_result.info.dpi = density;
+        m_jfifResolution = density;
     else if (payload[7] == 2)
-        m_result.info.dpi = density * 2.54;
+        m_jfifResolution = {density.x * 2.54, density.y * 2.54};
 }
 
 void Walker::readAdobe(ByteView payload)
@@ -219,6 +223,8 @@ Result<void> Walker::readHeaderSegment(std::uint8_t marker, ByteView payload)
         break;
     case kApp1:
         m_result.info.orientation = exifOrientation(payload, m_result.info.orientation);
+        if (!m_exifResolution.isKnown())
+            m_exifResolution = exifResolution(payload);
         break;
     case kApp2:
         m_result.hasProfile = m_result.hasProfile || isProfilePiece(payload);
@@ -257,6 +263,20 @@ Result<void> Walker::readScanHead(ByteView payload)
     return {};
 }
 
+/// JFIF's, and its decimals where EXIF has them. EXIF alone is not asked: programs that change the
+/// picture often leave it as it was.
+Resolution Walker::statedResolution() const
+{
+    const auto rounds = [](double exact, double whole) { return std::abs(exact - whole) <= 0.5; };
+    const Resolution &jfif = m_jfifResolution;
+    if (!rounds(m_exifResolution.x, jfif.x) || !rounds(m_exifResolution.y, jfif.y)
+        || m_exifResolution == jfif)
+        return jfif;
+    Resolution exact = m_exifResolution;
+    exact.exact = true;
+    return exact;
+}
+
 void Walker::finishHeaders()
 {
     Info &info = m_result.info;
@@ -271,6 +291,7 @@ void Walker::finishHeaders()
         if (m_result.hasAdobe ? m_adobeTransform == 0 : namedRgb)
             info.colourModel = ColourModel::Rgb;
     }
+    info.resolution = believableResolution(info.width, info.height, statedResolution());
     m_result.lumaSteps = m_quantSteps[m_components[0].quantTable & 3];
     if (info.components == 3)
         m_result.chromaSteps = m_quantSteps[m_components[1].quantTable & 3];

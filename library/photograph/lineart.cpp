@@ -96,7 +96,7 @@ Image toLineart(Image image)
     for (int from = 0; from < even.rows; from += kRowsAtOnce)
         thresholdRows(even, from, std::min(from + kRowsAtOnce, even.rows), window, result);
     despeckle(result, largestSpeck(result));
-    result.setDpi(gray.dpi());
+    result.setResolution(gray.resolution());
     result.setBilevel(true);
     return result;
 }

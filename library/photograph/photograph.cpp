@@ -8,6 +8,7 @@
 #include "library/jpeg/jpeg.h"
 #include "library/jpeg/rework/jpeg_reuse.h"
 #include "library/photograph/lineart.h"
+#include "library/photograph/photograph_resolution.h"
 
 #include <cerrno>
 #include <optional>
@@ -31,18 +32,19 @@ std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
     return transform;
 }
 
-Image straightened(Image image, CropMode crop, StepTimes &times)
+/// Cuts the sheet out; whether there was one.
+Motif straighten(Image &image, CropMode crop, StepTimes &times)
 {
     if (crop == CropMode::Off)
-        return image;
+        return Motif::Desk;
     HelperThread core;
     const std::optional<Quadrilateral> sheet = findSheet(image, core);
     times.ended("find the sheet");
     if (!sheet)
-        return image;
-    Image cut = cutSheet(image, *sheet, core);
+        return Motif::Desk;
+    image = cutSheet(image, *sheet, core);
     times.ended("cut it out");
-    return cut;
+    return Motif::Sheet;
 }
 
 Image inColour(Image image, ColourStyle style)
@@ -59,12 +61,12 @@ Image inColour(Image image, ColourStyle style)
 }
 
 /// Nothing when the details are not known.
-Bytes exifOf(const PhotographOptions &options, int width, int height, double dpi,
+Bytes exifOf(const PhotographOptions &options, int width, int height, const Resolution &resolution,
              bool otherColours = false)
 {
     if (options.details.taken == 0)
         return {};
-    return exifPayload(options.details, width, height, dpi, otherColours);
+    return exifPayload(options.details, width, height, resolution, otherColours);
 }
 
 /// On the coefficients.
@@ -72,11 +74,12 @@ Result<Bytes> change(ByteView picture, const jpeg::Structure &structure,
                      const jpeg::Transform &work, const PhotographOptions &options)
 {
     const jpeg::Info &info = structure.info;
-    const double dpi = effectiveDpi(info.width, info.height, 0);
     const bool across = work.turn.transpose;
-    const Bytes exif = exifOf(options, across ? info.height : info.width,
-                              across ? info.width : info.height, dpi, structure.hasProfile);
-    return jpeg::transformed(picture, structure, work, dpi, exif);
+    const int width = across ? info.height : info.width;
+    const int height = across ? info.width : info.height;
+    const Resolution resolution = photographResolution(width, height, Motif::Desk, options.scale);
+    const Bytes exif = exifOf(options, width, height, resolution, structure.hasProfile);
+    return jpeg::transformed(picture, structure, work, resolution, exif);
 }
 
 Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options,
@@ -90,16 +93,16 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
     times.ended("decode");
-    image = straightened(std::move(image), options.crop, times);
+    const Motif motif = straighten(image, options.crop, times);
     image = rotate(std::move(image), options.rotation);
     image = inColour(std::move(image), options.colour);
     times.ended("rotate and colour");
-    image.setDpi(effectiveDpi(image.width(), image.height(), 0));
+    image.setResolution(photographResolution(image.width(), image.height(), motif, options.scale));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
     encoding.subsampling = jpeg::keptSubsampling(
         info, Turn::ofOrientation(info.orientation).then(Turn::of(options.rotation)));
-    const Bytes exif = exifOf(options, image.width(), image.height(), image.dpi());
+    const Bytes exif = exifOf(options, image.width(), image.height(), image.resolution());
     encoding.exif = exif;
     Result<Bytes> encoded = jpeg::encode(image, encoding);
     times.ended("encode");
@@ -127,7 +130,9 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return Error{-EFBIG, "photograph too large"};
         const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
         const ByteView picture = frame.first(structure.value().end);
-        if (work && jpeg::canStay(structure.value(), *work)) {
+        const bool statesScale =
+            options.scale > 0 && work && jpeg::canTransform(structure.value(), *work);
+        if (work && !statesScale && jpeg::canStay(structure.value(), *work)) {
             Result<ByteView> kept = jpeg::asItIs(frame, structure.value(), storage);
             times.ended("repair");
             return kept;

@@ -18,14 +18,15 @@ struct PhotographOptions
     Rotation rotation = Rotation::None;
     ColourStyle colour = ColourStyle::Colour;
     PhotographDetails details = {}; ///< for photographs whose bytes are not the frame's
+    double scale = 0; ///< pixels of the frame per millimetre on the desk; 0 when not known
 };
 
 /// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG
 /// bytes. What can be done on the coefficients is: a turn whose edge blocks are whole, leaving out
 /// chroma, coarser steps. With nothing to do, and at 95 or more, or when the frame's own steps are
 /// as coarse as those of the quality, the frame's bytes are the photograph, mended if strict
-/// readers need it. All others state the resolution at which the long side is that of an A4 sheet,
-/// and the details in EXIF.
+/// readers need it. All others state their resolution, see photographResolution(), and the details in
+/// EXIF. With a scale every photograph states it that can without being decoded.
 /// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
 Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);
 

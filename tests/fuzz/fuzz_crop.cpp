@@ -32,7 +32,7 @@ void checkCut(const korv::Image &image, const korv::Quadrilateral &sheet, korv::
     const korv::Image cut = korv::cutSheet(image, sheet, core);
     FUZZ_CHECK(korv::isSupportedSize(cut.width(), cut.height()));
     FUZZ_CHECK(cut.format() == image.format());
-    FUZZ_CHECK(cut.dpi() == 0);
+    FUZZ_CHECK(cut.resolution() == 0);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ void checkHeaders(ByteView data, const jpeg::Structure &structure)
 {
     FUZZ_CHECK(structure.info.width > 0 && structure.info.height > 0);
     FUZZ_CHECK(structure.info.orientation >= 1 && structure.info.orientation <= 8);
-    FUZZ_CHECK(structure.info.dpi >= 0);
+    FUZZ_CHECK(structure.info.resolution.x >= 0);
     FUZZ_CHECK(structure.scanStart < data.size && structure.samplingByte < structure.scanStart);
     const Result<jpeg::Info> info = jpeg::readInfo(data);
     FUZZ_CHECK(info && info.value().width == structure.info.width
@@ -91,7 +91,7 @@ void checkTransformed(ByteView picture, const jpeg::Structure &structure, fuzz::
     FUZZ_CHECK(info.width == (swaps ? structure.info.height : structure.info.width));
     FUZZ_CHECK(info.height == (swaps ? structure.info.width : structure.info.height));
     FUZZ_CHECK(info.components == (transform.gray ? 1 : structure.info.components));
-    FUZZ_CHECK(info.dpi == 150);
+    FUZZ_CHECK(info.resolution == 150);
 }
 
 void checkPhotograph(ByteView data, const jpeg::Structure &structure, fuzz::Input &choices)

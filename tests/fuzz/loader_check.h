@@ -41,7 +41,7 @@ inline void checkLoaded(const korv::Image &image, const korv::PictureSize &state
     FUZZ_CHECK(image.stride()
                == static_cast<std::size_t>(image.width())
                    * (image.format() == korv::PixelFormat::Gray8 ? 1 : 3));
-    FUZZ_CHECK(image.dpi() >= 0 && image.dpi() < 1e9);
+    FUZZ_CHECK(image.resolution().x >= 0 && image.resolution().x < 1e9);
     FUZZ_CHECK(!image.isBilevel() || image.format() == korv::PixelFormat::Gray8);
     const std::size_t count = image.stride() * static_cast<std::size_t>(image.height());
     if (image.isBilevel()) {

@@ -14,9 +14,9 @@ namespace {
 
 constexpr char kPictureFolder[] = "Res";
 
-std::string millimetres(int pixels, double dpi)
+std::string millimetres(int pixels, double dpi, int places)
 {
-    return decimal(pixels * 25.4 / dpi, 3);
+    return decimal(pixels * 25.4 / dpi, places);
 }
 
 /// In millimetres, on each side of a picture in the middle of a sheet's side.
@@ -87,13 +87,14 @@ Result<void> OfdWriter::addPage(const Page &page)
     const unsigned objectId = nextId();
     entry.pictureId = nextId();
     entry.png = page.pixels != nullptr;
-    entry.width = millimetres(page.width, page.dpi);
-    entry.height = millimetres(page.height, page.dpi);
+    const int places = page.resolution.exact ? 2 : 3;
+    entry.width = millimetres(page.width, page.resolution.x, places);
+    entry.height = millimetres(page.height, page.resolution.y, places);
     std::string box = entry.width + " " + entry.height;
     if (page.sheet) {
         box = decimal(page.sheet->width, 3) + " " + decimal(page.sheet->height, 3);
-        entry.left = marginOf(page.sheet->width, page.width, page.dpi);
-        entry.top = marginOf(page.sheet->height, page.height, page.dpi);
+        entry.left = marginOf(page.sheet->width, page.width, page.resolution.x);
+        entry.top = marginOf(page.sheet->height, page.height, page.resolution.y);
     }
     if (index == 0)
         m_box = box;

@@ -21,10 +21,17 @@ std::string reference(int number)
     return std::to_string(number) + " 0 R";
 }
 
-/// In points. Readers take no page below 3 (ISO 32000-1, annex C.2).
-std::string pointsOf(int pixels, double dpi)
+/// Decimals of a page's size. More than two would say nothing where the size is exact: they are
+/// what is left of an inch.
+int placesOf(const Page &page)
 {
-    return decimal(std::max(3.0, pixels * 72.0 / dpi), 4);
+    return page.resolution.exact ? 2 : 4;
+}
+
+/// In points. Readers take no page below 3 (ISO 32000-1, annex C.2).
+std::string pointsOf(int pixels, double dpi, int places)
+{
+    return decimal(std::max(3.0, pixels * 72.0 / dpi), places);
 }
 
 std::string pointsOf(double millimetres)
@@ -167,11 +174,12 @@ Result<void> PdfWriter::addPage(const Page &page)
     if (Result<void> written = writePicture(picture, page); !written)
         return written;
 
-    const std::string width = pointsOf(page.width, page.dpi);
-    const std::string height = pointsOf(page.height, page.dpi);
-    const std::string left = page.sheet ? marginOf(page.sheet->width, page.width, page.dpi) : "0";
+    const std::string width = pointsOf(page.width, page.resolution.x, placesOf(page));
+    const std::string height = pointsOf(page.height, page.resolution.y, placesOf(page));
+    const std::string left =
+        page.sheet ? marginOf(page.sheet->width, page.width, page.resolution.x) : "0";
     const std::string under =
-        page.sheet ? marginOf(page.sheet->height, page.height, page.dpi) : "0";
+        page.sheet ? marginOf(page.sheet->height, page.height, page.resolution.y) : "0";
     const std::string drawing =
         "q " + width + " 0 0 " + height + " " + left + " " + under + " cm /Im0 Do Q";
     if (Result<void> written = writeStream(content, {}, ByteView(drawing.data(), drawing.size()));

@@ -21,15 +21,16 @@ struct TiffPageInfo
     bool transparent = false; ///< beside the colours stands how much of them is seen
     bool unscaledGray = false; ///< libtiff's reader has not multiplied gray with that yet
     int orientation = ORIENTATION_TOPLEFT;
-    double dpi = 0;
+    Resolution resolution;
     std::int64_t bitsOfPixel = 1;
 };
 
-double dpiOf(TIFF *tiff)
+/// What one of the two tags states; 0 when it states nothing.
+double dpiOf(TIFF *tiff, std::uint32_t tag)
 {
     float resolution = 0;
     std::uint16_t unit = RESUNIT_INCH;
-    if (!TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &resolution))
+    if (!TIFFGetField(tiff, tag, &resolution))
         return 0;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
     if (!(resolution > 0) || resolution > 100'000 || unit == RESUNIT_NONE)
@@ -77,7 +78,7 @@ Result<TiffPageInfo> describe(const TiffMemory &memory)
     page.bilevel = page.gray && bits == 1;
     describeTransparency(tiff, samples, photometric, page);
     page.orientation = orientation;
-    page.dpi = dpiOf(tiff);
+    page.resolution = {dpiOf(tiff, TIFFTAG_XRESOLUTION), dpiOf(tiff, TIFFTAG_YRESOLUTION)};
     page.bitsOfPixel = std::int64_t{samples} * bits;
     return page;
 }
@@ -261,7 +262,7 @@ Result<Image> readTiff(ByteView content, std::uint64_t directory)
     if (!PieceReader(memory.handle(), page, image).read() || memory.wasShort())
         return memory.error();
     image.setBilevel(page.bilevel);
-    image.setDpi(page.dpi);
+    image.setResolution(page.resolution);
     convertToSrgb(image, profileOf(memory.handle()));
     // the numbers of TIFF 6.0's Orientation are those of EXIF, which took them over
     return applyOrientation(std::move(image), page.orientation);

@@ -28,12 +28,15 @@ bool hasOddGraySampling(const Structure &structure)
     return info.components == 1 && (info.lumaHorizontal != 1 || info.lumaVertical != 1);
 }
 
-Bytes jfifSegment(double dpi)
+Bytes jfifSegment(const Resolution &resolution)
 {
-    const unsigned density = jfifDensity(dpi);
-    const auto high = static_cast<std::uint8_t>(density >> 8);
-    const auto low = static_cast<std::uint8_t>(density & 255);
-    return {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 1, high, low, high, low, 0, 0};
+    Bytes segment = {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 1};
+    for (const unsigned density : {jfifDensity(resolution.x), jfifDensity(resolution.y)}) {
+        segment.push_back(static_cast<std::uint8_t>(density >> 8));
+        segment.push_back(static_cast<std::uint8_t>(density & 255));
+    }
+    segment.insert(segment.end(), {0, 0}); // no thumbnail
+    return segment;
 }
 
 void append(Bytes &to, ByteView from)
@@ -55,13 +58,15 @@ struct Edit
 };
 
 /// What mending changes in front of the scan, from front to back.
-std::vector<Edit> editsOf(ByteView data, const Structure &structure, double dpi)
+std::vector<Edit> editsOf(ByteView data, const Structure &structure, const Resolution &resolution)
 {
     std::vector<Edit> edits;
     if (wantsJfif(structure)) {
         const Info &info = structure.info;
         edits.push_back(
-            {2, 2, jfifSegment(effectiveDpi(info.width, info.height, dpi > 0 ? dpi : info.dpi))});
+            {2, 2,
+             jfifSegment(effectiveResolution(
+                 info.width, info.height, resolution.isKnown() ? resolution : info.resolution))});
     }
     if (!wantsJfif(structure) && !structure.hasPictureIndex && !hasOddGraySampling(structure))
         return edits;
@@ -106,13 +111,13 @@ bool needsRepair(const Structure &structure)
         || hasOddGraySampling(structure) || structure.hasPictureIndex;
 }
 
-Result<Bytes> repair(ByteView data, const Structure &structure, double dpi)
+Result<Bytes> repair(ByteView data, const Structure &structure, const Resolution &resolution)
 {
     Bytes file;
     file.reserve(structure.end + 1024);
     append(file, data.first(2));
     std::size_t copied = 2;
-    for (const Edit &edit : editsOf(data, structure, dpi)) {
+    for (const Edit &edit : editsOf(data, structure, resolution)) {
         append(file, between(data, copied, edit.begin));
         append(file, edit.instead);
         copied = edit.end;

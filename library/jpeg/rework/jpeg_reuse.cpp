@@ -67,7 +67,7 @@ Result<ByteView> asItIs(ByteView content, const Structure &structure, Bytes &sto
 {
     if (!needsRepair(structure))
         return content.first(structure.end);
-    return stored(repair(content, structure, structure.info.dpi), storage);
+    return stored(repair(content, structure, structure.info.resolution), storage);
 }
 
 } // namespace jpeg
@@ -98,9 +98,11 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
         return jpeg::asItIs(content, structure, storage);
     if (!jpeg::canTransform(structure, transform))
         return ByteView();
-    return stored(jpeg::transformed(content.first(structure.end), structure, transform,
-                                    effectiveDpi(info.width, info.height, info.dpi)),
-                  storage);
+    const Resolution resolution = effectiveResolution(info.width, info.height, info.resolution);
+    return stored(
+        jpeg::transformed(content.first(structure.end), structure, transform,
+                          transform.turn.transpose ? resolution.transposed() : resolution),
+        storage);
 }
 
 } // namespace korv

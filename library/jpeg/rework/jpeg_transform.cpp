@@ -94,7 +94,8 @@ public:
     Transcoder &operator=(const Transcoder &) = delete;
 
     Error error() const { return m_trap.error(); }
-    bool run(ByteView data, double dpi, ByteView exif, ByteDestination &destination);
+    bool run(ByteView data, const Resolution &resolution, ByteView exif,
+             ByteDestination &destination);
 
 private:
     /// Of one component, as many rows of blocks as an MCU has.
@@ -109,7 +110,7 @@ private:
     };
 
     void readCoefficients(ByteView data);
-    void configure(double dpi);
+    void configure(const Resolution &resolution);
     void chooseSteps();
     void turnSteps();
     void requantise();
@@ -205,7 +206,7 @@ void Transcoder::turnSteps()
     }
 }
 
-void Transcoder::configure(double dpi)
+void Transcoder::configure(const Resolution &resolution)
 {
     jpeg_create_compress(&m_out);
     m_out.client_data = &m_trap;
@@ -228,7 +229,7 @@ void Transcoder::configure(double dpi)
             std::swap(m_out.comp_info[i].h_samp_factor, m_out.comp_info[i].v_samp_factor);
         turnSteps();
     }
-    stateDensity(m_out, dpi);
+    stateDensity(m_out, resolution);
 }
 
 void Transcoder::requantise()
@@ -307,11 +308,12 @@ void Transcoder::copyMarkers()
     }
 }
 
-bool Transcoder::run(ByteView data, double dpi, ByteView exif, ByteDestination &destination)
+bool Transcoder::run(ByteView data, const Resolution &resolution, ByteView exif,
+                     ByteDestination &destination)
 {
     return m_trap.run([&] {
         readCoefficients(data);
-        configure(dpi);
+        configure(resolution);
         requantise();
         jvirt_barray_ptr *result = m_coefficients;
         if (!m_transform.turn.isNone()) {
@@ -364,7 +366,7 @@ Subsampling keptSubsampling(const Info &info, const Turn &turn)
 }
 
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,
-                          double dpi, ByteView exif)
+                          const Resolution &resolution, ByteView exif)
 {
     if (!isSupportedSize(structure.info.width, structure.info.height))
         return Error{-EFBIG, "JPEG: picture too large"};
@@ -373,7 +375,7 @@ Result<Bytes> transformed(ByteView data, const Structure &structure, const Trans
     try {
         ByteDestination destination(data.size + data.size / 8);
         Transcoder transcoder(transform);
-        if (!transcoder.run(data, dpi, exif, destination))
+        if (!transcoder.run(data, resolution, exif, destination))
             return transcoder.error();
         return destination.take();
     } catch (const std::bad_alloc &) {

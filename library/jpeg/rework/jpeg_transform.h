@@ -22,13 +22,13 @@ struct Transform
 bool canTransform(const Structure &structure, const Transform &transform);
 
 /// The transformed picture as baseline JPEG, with its resolution in the JFIF head (that of the data
-/// when `dpi` is 0). Comments stay, and so do colour profiles unless the colours go; EXIF does not,
-/// its orientation has to be part of the turn. `exif` is an APP1 payload to take its place; empty
-/// for none.
+/// when `resolution` is not known). Comments stay, and so do colour profiles unless the colours go;
+/// EXIF does not, its orientation has to be part of the turn. `exif` is an APP1 payload to take its
+/// place; empty for none.
 /// `structure` is that of the data. Precondition: canTransform(). -EBADMSG not decodable, -EFBIG
 /// over the size limits, -ENOMEM.
 Result<Bytes> transformed(ByteView data, const Structure &structure, const Transform &transform,
-                          double dpi, ByteView exif = {});
+                          const Resolution &resolution, ByteView exif = {});
 
 /// The chroma sampling that keeps what a picture with these headers has, when its pixels are turned
 /// and encoded again.

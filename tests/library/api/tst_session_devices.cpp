@@ -53,13 +53,13 @@ TEST_F(SessionDevices, theOneDeviceThatStreamsIsNamed)
     m_backend.plug("b", "B");
     ASSERT_TRUE(session.open(0));
     ASSERT_TRUE(session.open(1));
-    EXPECT_EQ(session.streamingName(), "");
+    EXPECT_FALSE(session.streamingDevice());
     ASSERT_TRUE(session.startCapture(1, take));
-    EXPECT_EQ(session.streamingName(), "B");
+    EXPECT_EQ(session.streamingDevice().value().name, "B");
     ASSERT_TRUE(session.startCapture(0, take));
-    EXPECT_EQ(session.streamingName(), "");
+    EXPECT_FALSE(session.streamingDevice());
     ASSERT_TRUE(session.close(1));
-    EXPECT_EQ(session.streamingName(), "A");
+    EXPECT_EQ(session.streamingDevice().value().name, "A");
 }
 
 TEST_F(SessionDevices, streamingDeviceThatLeftIsReportedAndCloses)

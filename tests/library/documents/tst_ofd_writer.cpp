@@ -154,7 +154,7 @@ TEST_F(OfdWriterTest, idsAreUniqueAndBelowTheStatedMaximum)
 TEST_F(OfdWriterTest, pagesAreInMillimetresAndThePictureFillsThem)
 {
     Image page = pictures::page(300, 150);
-    page.setDpi(300);
+    page.setResolution(300);
     write({page});
     const std::string content = entry("Doc_0/Pages/Page_0/Content.xml");
     EXPECT_THAT(content, HasSubstr("<ofd:PhysicalBox>0 0 25.4 12.7</ofd:PhysicalBox>"));

@@ -24,7 +24,7 @@ Page pageOf(const Bytes &jpeg)
     page.info = jpeg::readInfo(jpeg).value();
     page.width = page.info.width;
     page.height = page.info.height;
-    page.dpi = effectiveDpi(page.width, page.height, page.info.dpi);
+    page.resolution = effectiveResolution(page.width, page.height, page.info.resolution);
     return page;
 }
 
@@ -39,7 +39,7 @@ Page pageOf(const Image &lineart, double dpi)
     page.coding = coded.back()->coding;
     page.width = lineart.width();
     page.height = lineart.height();
-    page.dpi = dpi;
+    page.resolution = dpi;
     return page;
 }
 
@@ -113,7 +113,7 @@ TEST_F(PdfWriterTest, jpegPagesAreStoredByteForByte)
 TEST_F(PdfWriterTest, pictureFillsThePageAtItsResolution)
 {
     Image picture = pictures::page(320, 240);
-    picture.setDpi(144);
+    picture.setResolution(144);
     const Bytes jpeg = pictures::jpegOf(picture);
     write({pageOf(jpeg)});
     EXPECT_THAT(runProgram({"pdfinfo", m_path}).output, HasSubstr("160 x 120 pts"));

@@ -88,7 +88,7 @@ protected:
 TEST_F(TiffWriterTest, pagesCarryTheirTags)
 {
     Image page = pictures::page(320, 240);
-    page.setDpi(200);
+    page.setResolution(200);
     write({page, pictures::numbered(100, 140, PixelFormat::Gray8), pictures::lineart(300, 200)});
     const std::string text = information();
     EXPECT_THAT(text, HasSubstr("TIFF directory 2"));
@@ -143,7 +143,7 @@ TEST_F(TiffWriterTest, grayAndLineartPagesComeBack)
 TEST_F(TiffWriterTest, fileThatOutgrowsNarrowOffsetsGoesOnWithWideOnes)
 {
     Image colour = pictures::page(320, 240);
-    colour.setDpi(200);
+    colour.setResolution(200);
     const Image gray = pictures::numbered(100, 140, PixelFormat::Gray8);
     const Image lineart = pictures::lineart(301, 203);
     const std::vector<Image> pages = {colour, gray, lineart, colour, lineart};

@@ -1,5 +1,6 @@
 #include "library/exif/exif.h"
 
+#include "library/exif/exif_writer.h"
 #include "tests/library/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>
@@ -81,5 +82,23 @@ TEST(Exif, damagedBlocksAreNotReadPastTheirEnd)
         const GuardedBuffer cut(ByteView(whole).first(size));
         const int orientation = exifOrientation(cut.view(), 1);
         EXPECT_TRUE(orientation == 1 || orientation == 6) << size;
+    }
+}
+
+TEST(ExifResolution, damagedBlocksStateNone)
+{
+    const Bytes whole = exifPayload({1'700'000'000, "Desk"}, 640, 480, {282.9, 150.25});
+    const Resolution stated = exifResolution(whole);
+    EXPECT_NEAR(stated.x, 282.9, 1e-4);
+    EXPECT_NEAR(stated.y, 150.25, 1e-4);
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        const GuardedBuffer cut(ByteView(whole).first(size));
+        const Resolution some = exifResolution(cut.view());
+        EXPECT_TRUE(some.x == 0 || some.x == stated.x) << size;
+    }
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        Bytes damaged = whole;
+        damaged[at] = 0xFF;
+        static_cast<void>(exifResolution(damaged));
     }
 }

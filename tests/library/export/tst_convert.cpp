@@ -100,11 +100,12 @@ TEST_F(ConvertTest, everySourceFormatIsRead)
 TEST_F(ConvertTest, resolutionIsTheSameInEveryFormat)
 {
     Image page = pictures::page(300, 150);
-    page.setDpi(120);
+    page.setResolution(120);
     const std::string from = source(pictures::jpegOf(page));
     for (const std::string name : {"a.png", "a.bmp", "a.tif", "a.jpg"}) {
         ASSERT_TRUE(convertImage(from, path(name), 95));
-        EXPECT_NEAR(loadImage(pictures::readBytes(path(name))).value().dpi(), 120, 0.1) << name;
+        EXPECT_NEAR(loadImage(pictures::readBytes(path(name))).value().resolution().x, 120, 0.1)
+            << name;
     }
     ASSERT_TRUE(convertImage(from, path("a.pdf"), 95));
     EXPECT_THAT(runProgram({"pdfinfo", path("a.pdf")}).output, testing::HasSubstr("180 x 90 pts"));

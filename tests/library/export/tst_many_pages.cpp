@@ -360,7 +360,7 @@ TEST_F(ManyPagesTest, tiffGoesOnAfterAPageThatItCannotTake)
         page.info = jpeg::readInfo(jpeg).value();
         page.width = page.info.width;
         page.height = page.info.height;
-        page.dpi = 100;
+        page.resolution = 100;
         return page;
     };
     MemorySink sink;

@@ -115,14 +115,14 @@ TEST(ImageLoader, pngAndBmpComeBackExactly)
         for (Image image :
              {pictures::numbered(width, 19, PixelFormat::Rgb24),
               pictures::numbered(width, 19, PixelFormat::Gray8), pictures::lineart(width, 19)}) {
-            image.setDpi(150);
+            image.setResolution(150);
             for (const Bytes &file : {pngOf(image, 150), bmpOf(image, 150)}) {
                 ASSERT_TRUE(checkImage(file));
                 const Result<Image> loaded = loadImage(file);
                 ASSERT_TRUE(loaded) << loaded.error().text;
                 EXPECT_TRUE(pictures::same(loaded.value(), image));
                 EXPECT_EQ(loaded.value().isBilevel(), image.isBilevel());
-                EXPECT_NEAR(loaded.value().dpi(), 150, 0.1);
+                EXPECT_NEAR(loaded.value().resolution().x, 150, 0.1);
             }
         }
     }

@@ -44,10 +44,10 @@ TEST(Rotate, oppositeTurnsUndoEachOtherAtAnySize)
 TEST(Rotate, whatIsKnownAboutThePictureStays)
 {
     Image image = pictures::lineart(40, 30);
-    image.setDpi(200);
+    image.setResolution(200);
     const Image turned = rotate(image, Rotation::Right90);
     EXPECT_TRUE(turned.isBilevel());
-    EXPECT_EQ(turned.dpi(), 200);
+    EXPECT_EQ(turned.resolution(), 200);
 }
 
 TEST(ApplyOrientation, putsTheStoredPictureUpright)

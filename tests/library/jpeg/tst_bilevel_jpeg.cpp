@@ -82,10 +82,10 @@ TEST(BilevelJpeg, takesHalfOfWhatAnOrdinaryEncoderTakes)
 TEST(BilevelJpeg, statesItsResolutionAndItsKind)
 {
     Image picture = pictures::lineart(60, 40);
-    picture.setDpi(300);
+    picture.setResolution(300);
     const jpeg::Info info = jpeg::readInfo(jpeg::encodeBilevel(picture).value()).value();
     EXPECT_TRUE(info.bilevel);
-    EXPECT_EQ(info.dpi, 300);
+    EXPECT_EQ(info.resolution, 300);
     EXPECT_EQ(info.components, 1);
     EXPECT_FALSE(info.progressive);
 }

@@ -92,10 +92,10 @@ TEST(JpegCodec, bilevelPictureComesBackExactly)
 TEST(JpegCodec, densityTravelsInTheHeader)
 {
     Image picture = pictures::page(50, 40);
-    picture.setDpi(279);
-    EXPECT_EQ(jpeg::decode(pictures::jpegOf(picture)).value().dpi(), 279);
-    picture.setDpi(0);
-    EXPECT_EQ(jpeg::decode(pictures::jpegOf(picture)).value().dpi(), 0);
+    picture.setResolution(279);
+    EXPECT_EQ(jpeg::decode(pictures::jpegOf(picture)).value().resolution(), 279);
+    picture.setResolution(0);
+    EXPECT_EQ(jpeg::decode(pictures::jpegOf(picture)).value().resolution(), 0);
 }
 
 TEST(JpegCodec, pictureCutOffIsNeverHalfDecoded)

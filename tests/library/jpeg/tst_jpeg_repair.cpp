@@ -43,7 +43,7 @@ TEST(JpegRepair, videoFrameGetsTablesAndJfifHeadAndLosesItsPadding)
     EXPECT_FALSE(jpeg::needsRepair(structure.value()));
     EXPECT_EQ(structure.value().jfif, 2U);
     EXPECT_EQ(structure.value().aviHead, 0U);
-    EXPECT_EQ(structure.value().info.dpi, 200);
+    EXPECT_EQ(structure.value().info.resolution, 200);
     EXPECT_EQ(structure.value().end, result.value().size());
     // the same coefficients: pixel for pixel what the frame itself decodes to
     EXPECT_TRUE(pictures::same(jpeg::decode(frame).value(), jpeg::decode(result.value()).value()));
@@ -54,7 +54,7 @@ TEST(JpegRepair, densityFollowsTheA4RuleWhenNoneIsKnown)
 {
     const Result<Bytes> result = mended(pictures::videoFrame(pictures::page(1169, 800)));
     ASSERT_TRUE(result);
-    EXPECT_EQ(jpeg::readInfo(result.value()).value().dpi, 100);
+    EXPECT_EQ(jpeg::readInfo(result.value()).value().resolution, 100);
 }
 
 TEST(JpegRepair, independentDecoderReadsTheMendedFrame)

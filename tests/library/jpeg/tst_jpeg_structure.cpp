@@ -106,7 +106,7 @@ TEST(JpegFindEnd, brokenStructuresAreRefused)
 TEST(JpegReadInfo, sizeComponentsSamplingAndDensity)
 {
     Image image = pictures::page(321, 123);
-    image.setDpi(300);
+    image.setResolution(300);
     const Result<Bytes> encoded = jpeg::encode(image, {80, jpeg::Subsampling::S422});
     ASSERT_TRUE(encoded);
     const Result<jpeg::Info> info = jpeg::readInfo(encoded.value());
@@ -114,7 +114,7 @@ TEST(JpegReadInfo, sizeComponentsSamplingAndDensity)
     EXPECT_EQ(info.value().width, 321);
     EXPECT_EQ(info.value().height, 123);
     EXPECT_EQ(info.value().components, 3);
-    EXPECT_EQ(info.value().dpi, 300);
+    EXPECT_EQ(info.value().resolution, 300);
     EXPECT_EQ(info.value().lumaHorizontal, 2);
     EXPECT_EQ(info.value().lumaVertical, 1);
     EXPECT_TRUE(info.value().plainChroma);
@@ -137,14 +137,14 @@ TEST(JpegStructure, offsetsAreWhereTheValuesLie)
 TEST(JpegReadInfo, densityPerCentimetreBecomesDpi)
 {
     Image image = pictures::page(32, 32);
-    image.setDpi(100);
+    image.setResolution(100);
     Bytes data = pictures::jpegOf(image);
     data[13] = 2; // the unit byte of JFIF: dots per centimetre
     const Result<jpeg::Info> info = jpeg::readInfo(data);
     ASSERT_TRUE(info);
-    EXPECT_DOUBLE_EQ(info.value().dpi, 254);
+    EXPECT_DOUBLE_EQ(info.value().resolution.x, 254);
     data[13] = 0; // an aspect ratio only
-    EXPECT_EQ(jpeg::readInfo(data).value().dpi, 0);
+    EXPECT_EQ(jpeg::readInfo(data).value().resolution, 0);
 }
 
 TEST(JpegStructure, coarsenessFollowsTheQualityOfEncoding)
@@ -170,4 +170,24 @@ TEST(JpegStructure, wideReadabilityNeedsEightBitsHuffmanAndUprightness)
     Bytes arithmetic = good;
     arithmetic[frame + 1] = 0xC9;
     EXPECT_FALSE(jpeg::isWidelyReadable(jpeg::readStructure(arithmetic).value()));
+}
+
+TEST(JpegReadInfo, decimalsOfTheDensityComeFromExifWhereItAgreesWithJfif)
+{
+    Image image = pictures::page(64, 32);
+    image.setResolution({282.9, 150.3});
+    const auto infoOf = [&](const Resolution &inExif) {
+        const Bytes exif = exifPayload({1'700'000'000, ""}, 64, 32, inExif);
+        jpeg::EncodeOptions options;
+        options.exif = exif;
+        return jpeg::readInfo(jpeg::encode(image, options).value()).value().resolution;
+    };
+    EXPECT_NEAR(infoOf({282.9, 150.3}).x, 282.9, 1e-4);
+    EXPECT_NEAR(infoOf({282.9, 150.3}).y, 150.3, 1e-4);
+    EXPECT_TRUE(infoOf({282.9, 150.3}).exact);
+    for (const Resolution &other :
+         {Resolution(72), Resolution(282.9, 100), Resolution(1, 150.3), Resolution(283, 150)}) {
+        EXPECT_EQ(infoOf(other), Resolution(283, 150)) << other.x;
+        EXPECT_FALSE(infoOf(other).exact) << other.x;
+    }
 }

@@ -197,7 +197,7 @@ TEST(JpegTransform, densityIsStatedAndExifIsGone)
     const Bytes turned = run(jpeg, {Turn::ofOrientation(6), false, 0}).value();
     const jpeg::Info info = jpeg::readInfo(turned).value();
     EXPECT_EQ(info.orientation, 1);
-    EXPECT_EQ(info.dpi, 150);
+    EXPECT_EQ(info.resolution, 150);
 }
 
 TEST(JpegTransform, colourProfilesStayAsLongAsTheColours)

@@ -169,7 +169,7 @@ TEST(Photograph, remadePhotographStatesTheA4Density)
     const Result<Bytes> photograph =
         makePhotograph(pictures::jpegOf(pictures::page(1169, 600)), options);
     ASSERT_TRUE(photograph);
-    EXPECT_EQ(jpeg::readInfo(photograph.value()).value().dpi, 100);
+    EXPECT_EQ(jpeg::readInfo(photograph.value()).value().resolution, 100);
 }
 
 TEST(Photograph, madeAnewItTellsItsDateCameraAndResolution)

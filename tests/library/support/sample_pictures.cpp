@@ -165,7 +165,7 @@ Image toRgb(const Image &image)
     if (image.format() == PixelFormat::Rgb24)
         return image;
     Image result(image.width(), image.height(), PixelFormat::Rgb24);
-    result.setDpi(image.dpi());
+    result.setResolution(image.resolution());
     for (int y = 0; y < image.height(); ++y) {
         const std::uint8_t *in = image.row(y);
         std::uint8_t *out = result.row(y);
