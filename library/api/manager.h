@@ -23,8 +23,7 @@ namespace korv {
 class Manager
 {
 public:
-    using MonitorFactory = std::function<Session::Monitors()>;
-
+    using MonitorFactory = std::function<Session::Monitors(const Settings &settings)>;
     using SettingsReader = std::function<Settings()>;
 
     /// Both are called at each initialise(), the settings first; null: there are none.
