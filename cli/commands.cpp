@@ -1,7 +1,9 @@
 #include "cli/commands.h"
 
+#include "cli/controls.h"
 #include "cli/doctor.h"
 #include "cli/files.h"
+#include "cli/focus.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/session.h"
 #include "cli/snap.h"
@@ -14,7 +16,7 @@ ExitCode list(Session &session)
 {
     const std::vector<Device> devices = session.devices();
     for (const Device &device : devices)
-        session.print(describe(device));
+        session.print(describeInFull(device));
     if (devices.empty())
         return session.wakeup().stopSignal() != 0 ? session.interrupted()
                                                   : session.reportNoCamera();
@@ -60,6 +62,10 @@ ExitCode carryOut(Session &session, const Options &options)
         return snap(session, options);
     case Command::Watch:
         return watch(session, options);
+    case Command::Controls:
+        return controls(session, options);
+    case Command::Focus:
+        return focus(session, options);
     default:
         return ExitCode::Failure;
     }
