@@ -102,7 +102,9 @@ ExitCode focusWhileStreaming(Session &session, const Options &options, const Dev
     return code;
 }
 
-ExitCode focusOn(Session &session, const Options &options, const Device &device,
+} // namespace
+
+ExitCode focusOf(Session &session, const Options &options, const Device &device,
                  const ControlCall &call)
 {
     const FocusControls controls(call);
@@ -122,8 +124,6 @@ ExitCode focusOn(Session &session, const Options &options, const Device &device,
     return ExitCode::Success;
 }
 
-} // namespace
-
 ExitCode focus(Session &session, const Options &options)
 {
     ExitCode code = ExitCode::Success;
@@ -131,7 +131,7 @@ ExitCode focus(Session &session, const Options &options)
     if (!device)
         return code;
     return openControls(
-        *device, [&](const ControlCall &call) { return focusOn(session, options, *device, call); });
+        *device, [&](const ControlCall &call) { return focusOf(session, options, *device, call); });
 }
 
 } // namespace cli
