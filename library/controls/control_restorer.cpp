@@ -84,11 +84,11 @@ ControlRestorer::ControlRestorer(std::optional<int> mainsHertz, Now now)
 {
 }
 
-void ControlRestorer::restore(const ControlCall &call, const SavedControls &saved,
+bool ControlRestorer::restore(const ControlCall &call, const SavedControls &saved,
                               Appearance appearance, const std::string &label) const
 {
     if (saved.empty())
-        return;
+        return true;
     Patience patience(call, m_now);
     const ControlCall ask = std::ref(patience);
     const auto given = [&] {
@@ -97,8 +97,10 @@ void ControlRestorer::restore(const ControlCall &call, const SavedControls &save
         return patience.hasEnded();
     };
     const Result<std::vector<Control>> controls = listControls(ask);
-    if (given() || !controls)
-        return;
+    if (given())
+        return false;
+    if (!controls)
+        return true;
     for (const Wish &wish : wishesFor(controls.value(), saved, label)) {
         if (wish.control.value == wish.value
             || (appearance == Appearance::Found && isSomebodys(wish)))
@@ -108,11 +110,14 @@ void ControlRestorer::restore(const ControlCall &call, const SavedControls &save
         if (now && now.value().isInactive())
             continue;
         const Result<void> written = writeControl(ask, wish.control, wish.value);
-        if (given() || written.code() == -ENODEV)
-            return;
+        if (given())
+            return false;
+        if (written.code() == -ENODEV)
+            return true;
         if (!written)
             logLine(label + ": saved control " + written.error().text);
     }
+    return true;
 }
 
 void ControlRestorer::adaptToMains(const ControlCall &call, const std::string &label) const

@@ -33,8 +33,9 @@ public:
 
     /// Sets what is saved, automatics first. Of a camera that was found, a control that has neither
     /// its default nor the saved value was set by somebody and is left alone. What has no effect
-    /// (inactive) is passed over; what cannot be set is logged, with `label` in front.
-    void restore(const ControlCall &call, const SavedControls &saved, Appearance appearance,
+    /// (inactive) is passed over; what cannot be set is logged, with `label` in front. False when the
+    /// camera does not answer: better not to ask it more.
+    bool restore(const ControlCall &call, const SavedControls &saved, Appearance appearance,
                  const std::string &label) const;
 
     /// Sets the power line frequency, if the camera has that control and it is at its default:

@@ -219,8 +219,8 @@ void UdevMonitor::Watch::setControls(const V4l2Node &opened, const VideoNode &no
     const ControlCall call = [&](unsigned long request, void *argument) {
         return opened.control(request, argument);
     };
-    m_restorer.restore(call, saved, appearance, label);
-    if (m_controls.followMains && saved.count("power_line_frequency") == 0)
+    const bool answers = m_restorer.restore(call, saved, appearance, label);
+    if (answers && m_controls.followMains && saved.count("power_line_frequency") == 0)
         m_restorer.adaptToMains(call, label);
 }
 

@@ -125,17 +125,18 @@ TEST_F(Restorer, cameraThatDoesNotAnswerIsAskedOnce)
     // each question takes the driver's five seconds
     int asked = 0;
     testing::internal::CaptureStderr();
-    ControlRestorer(std::nullopt, [this] { return m_now; })
-        .restore(
-            [&](unsigned long, void *) {
-                ++asked;
-                m_now += 5s;
-                return -EIO;
-            },
-            {{"brightness", "5"}}, Appearance::PluggedIn, "cam");
+    const bool answers = ControlRestorer(std::nullopt, [this] { return m_now; })
+                             .restore(
+                                 [&](unsigned long, void *) {
+                                     ++asked;
+                                     m_now += 5s;
+                                     return -EIO;
+                                 },
+                                 {{"brightness", "5"}}, Appearance::PluggedIn, "cam");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "korvcamera: cam: the camera does not answer; its saved controls are not set\n");
     EXPECT_EQ(asked, 1);
+    EXPECT_FALSE(answers);
 }
 
 TEST_F(Restorer, mainsFrequencyFollowsTheCountry)
