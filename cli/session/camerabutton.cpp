@@ -1,5 +1,7 @@
 #include "cli/session/camerabutton.h"
 
+#include "cli/base/folderentries.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -14,17 +16,6 @@ namespace cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<fs::path> entries(const fs::path &folder)
-{
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (fs::directory_iterator at(folder, error); !error && at != fs::directory_iterator();
-         at.increment(error))
-        found.push_back(at->path());
-    std::sort(found.begin(), found.end());
-    return found;
-}
 
 /// Whether an input device has the camera key. The file holds words of the kernel's own width in
 /// hexadecimal, the highest first, leading zeros left out.
@@ -43,7 +34,7 @@ bool hasCameraKey(const fs::path &input)
 /// "event3" of an input device; empty when it has no such node.
 std::string eventOf(const fs::path &input)
 {
-    for (const fs::path &entry : entries(input)) {
+    for (const fs::path &entry : entriesOf(input)) {
         const std::string name = entry.filename().string();
         if (name.compare(0, 5, "event") == 0)
             return name;
@@ -61,8 +52,8 @@ std::string CameraButton::find(const std::string &node, const Folders &folders)
     if (error)
         return {};
     // the button may hang on another interface of the camera than the pictures
-    for (const fs::path &each : entries(interface.parent_path())) {
-        for (const fs::path &input : entries(each / "input")) {
+    for (const fs::path &each : entriesOf(interface.parent_path())) {
+        for (const fs::path &input : entriesOf(each / "input")) {
             const std::string event = hasCameraKey(input) ? eventOf(input) : std::string();
             if (!event.empty())
                 return folders.input + "/" + event;
