@@ -60,7 +60,8 @@ double scaleOf(const TakenPhotograph &taken, const Reference &reference)
     return std::sqrt(longSide * shortSide);
 }
 
-ExitCode save(LibrarySession &session, const Device &device, const TakenPhotograph &taken, double scale)
+ExitCode save(LibrarySession &session, const Device &device, const TakenPhotograph &taken,
+              double scale)
 {
     const std::string file = korv::settingsPaths().user;
     if (file.empty()) {

@@ -2,8 +2,10 @@
 
 #include "cli/calibrate.h"
 #include "cli/config.h"
+#include "cli/controls.h"
 #include "cli/doctor.h"
 #include "cli/files.h"
+#include "cli/focus.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/session.h"
 #include "cli/snap.h"
@@ -16,7 +18,7 @@ ExitCode list(LibrarySession &session)
 {
     const std::vector<Device> devices = session.devices();
     for (const Device &device : devices)
-        session.print(describe(device));
+        session.print(describeInFull(device));
     if (devices.empty())
         return session.wakeup().stopSignal() != 0 ? session.interrupted()
                                                   : session.reportNoCamera();
@@ -67,6 +69,10 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return watch(session, options);
     case Command::Calibrate:
         return calibrate(session, options);
+    case Command::Controls:
+        return controls(session, options);
+    case Command::Focus:
+        return focus(session, options);
     default:
         return ExitCode::Failure;
     }

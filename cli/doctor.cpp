@@ -3,6 +3,7 @@
 #include "cli/advice/advice.h"
 #include "cli/advice/deskadvice.h"
 #include "cli/advice/libraryadvice.h"
+#include "cli/session/deviceselection.h"
 #include "cli/session/framerate.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/opendevice.h"
@@ -255,14 +256,11 @@ void Doctor::examineCameras()
     if (isSwitchedOff)
         m_session.print("  KORV_CAMERA_REAL=0 is set: cameras are not used");
     const std::vector<Device> devices = m_session.devices(m_options.device);
-    bool found = false;
-    for (const Device &device : devices) {
-        if (m_options.device && device.index != *m_options.device)
-            continue;
-        found = true;
+    const std::vector<Device> wanted =
+        m_options.device ? matching(devices, *m_options.device) : devices;
+    for (const Device &device : wanted)
         examine(device);
-    }
-    if (found)
+    if (!wanted.empty())
         return;
     if (devices.empty())
         m_session.print("  no camera");
@@ -272,7 +270,7 @@ void Doctor::examineCameras()
         noCamera("KORV_CAMERA_REAL=0 keeps the camera library from looking for cameras, and "
                  "KORV_CAMERA_DESK names no simulated one");
     else if (m_options.device)
-        noCamera("there is no camera " + std::to_string(*m_options.device)
+        noCamera("there is no camera " + *m_options.device
                  + "; `korvcam list` shows those that are there");
     else
         noCamera("the camera library finds no camera");

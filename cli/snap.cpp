@@ -6,6 +6,7 @@
 #include "cli/session/framereceiver.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/opendevice.h"
+#include "cli/session/settledframe.h"
 #include "cli/workspace.h"
 
 namespace cli {
@@ -73,6 +74,23 @@ ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceive
     return ExitCode::Success;
 }
 
+/// Waits on until the camera has adapted to its scene: `frame` is then the one to photograph.
+ExitCode settledFrame(LibrarySession &session, FrameReceiver &receiver, SettledFrame &settled,
+                      ReceivedFrame &frame)
+{
+    settled.startOver();
+    while (!settled.isGood(frame)) {
+        while (!receiver.take(frame)) {
+            const Wake wake = session.wakeup().wait(settled.deadline());
+            if (wake == Wake::Interrupted)
+                return session.interrupted();
+            if (wake == Wake::TimedOut)
+                return ExitCode::Success; // the last one has to do
+        }
+    }
+    return ExitCode::Success;
+}
+
 /// The crop leaves the picture whole when it finds no sheet, and nothing else says so.
 bool isWhole(const std::string &photograph, const ReceivedFrame &frame)
 {
@@ -107,9 +125,12 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
                          const PhotographReceiver &taken)
 {
     ReceivedFrame frame;
+    SettledFrame settled;
     Clock::time_point due = Clock::now();
     for (int number = 1; number <= options.count; ++number) {
         ExitCode code = nextFrame(session, options, receiver, frame, due);
+        if (code == ExitCode::Success && options.settle)
+            code = settledFrame(session, receiver, settled, frame);
         if (code != ExitCode::Success)
             return code;
         due = Clock::now() + milliseconds(options.intervalMs);

@@ -1,6 +1,7 @@
 #include "cli/advice/videonodes.h"
 
 #include "cli/base/descriptor.h"
+#include "cli/base/folderentries.h"
 
 #include <algorithm>
 #include <array>
@@ -41,17 +42,6 @@ private:
     Descriptor m_descriptor;
     int m_error;
 };
-
-std::vector<fs::path> entries(const std::string &folder)
-{
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (fs::directory_iterator at(folder, error); !error && at != fs::directory_iterator();
-         at.increment(error))
-        found.push_back(at->path());
-    std::sort(found.begin(), found.end());
-    return found;
-}
 
 std::string firstLine(const fs::path &file)
 {
@@ -120,7 +110,7 @@ void examine(VideoNodeInfo &node)
 /// Whether a process has a file open, as far as this user may see.
 bool hasOpen(const fs::path &process, const std::string &path)
 {
-    const std::vector<fs::path> descriptors = entries((process / "fd").string());
+    const std::vector<fs::path> descriptors = entriesOf(process / "fd");
     return std::any_of(descriptors.begin(), descriptors.end(), [&](const fs::path &descriptor) {
         std::error_code error;
         return fs::read_symlink(descriptor, error) == path;
@@ -131,7 +121,7 @@ bool hasOpen(const fs::path &process, const std::string &path)
 std::vector<std::string> usersOf(const std::string &path, const std::string &proc)
 {
     std::vector<std::string> users;
-    for (const fs::path &process : entries(proc)) {
+    for (const fs::path &process : entriesOf(proc)) {
         const std::string id = process.filename().string();
         if (id.find_first_not_of("0123456789") == std::string::npos && hasOpen(process, path))
             users.push_back(firstLine(process / "comm") + " (" + id + ")");
@@ -148,7 +138,7 @@ long numberIn(const std::string &path)
 std::vector<std::string> nodePaths(const SystemFolders &folders)
 {
     std::vector<std::string> paths;
-    for (const fs::path &entry : entries(folders.dev)) {
+    for (const fs::path &entry : entriesOf(folders.dev)) {
         const std::string name = entry.filename().string();
         if (name.compare(0, 5, "video") == 0 && name.size() > 5
             && name.find_first_not_of("0123456789", 5) == std::string::npos)
@@ -166,7 +156,7 @@ std::vector<UsbCamera> usbCameras(const SystemFolders &folders)
 {
     std::vector<UsbCamera> cameras;
     std::string lastDevice;
-    for (const fs::path &entry : entries(folders.usbDevices)) {
+    for (const fs::path &entry : entriesOf(folders.usbDevices)) {
         // interfaces are called like "1-1:1.0", their device "1-1"
         const std::string name = entry.filename().string();
         const std::string device = name.substr(0, name.find(':'));

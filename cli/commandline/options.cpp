@@ -2,6 +2,7 @@
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
+#include "cli/commandline/cameraoptions.h"
 #include "cli/commandline/pagesize.h"
 #include "cli/commandline/suggestion.h"
 #include "installpaths.h"
@@ -22,7 +23,6 @@ constexpr char kFooter[] =
     "`korvcam COMMAND --help` explains a command.";
 
 constexpr int kMillisecondsPerSecond = 1000;
-constexpr int kHighestIndex = 9999;
 constexpr int kMaxEvents = 1'000'000;
 
 // a choice's position is the code that the camera library takes
@@ -100,7 +100,7 @@ std::string commandWord(int argc, const char *const *argv)
 {
     for (int at = 1; at < argc; ++at) {
         const std::string word = argv[at];
-        if (word == "--library" || word == "--desk")
+        if (word == "--library" || word == "--desk" || word == "-d" || word == "--device")
             ++at; // its value
         else if (word.empty() || word[0] != '-')
             return word;
@@ -130,6 +130,8 @@ public:
             ->type_name("DIR|builtin");
         m_app.add_flag("-v,--verbose", m_options.verbose,
                        "Print library calls and debug messages to standard error");
+        // the commands list it; before them it is the same
+        m_commonDevice = addCameraOption(m_app, m_options.device, "")->group("");
         addDeviceCommands();
         addConvertCommand();
         addCombineCommand();
@@ -149,6 +151,8 @@ public:
         } catch (const CLI::ParseError &error) {
             return refuse(error.what(), commandWord(argc, argv));
         }
+        if (const std::string command = commandWithoutCamera(); !command.empty())
+            return refuse("it takes no camera", command);
         if (!m_resolution.empty())
             m_options.resolution = toResolution(m_resolution);
         m_options.pageSize = toPageSize(m_pageSize).value_or(std::string());
@@ -194,11 +198,12 @@ private:
         return sub;
     }
 
-    void addDeviceOption(CLI::App *sub)
+    /// The command that was given a camera although it takes none; empty: no such mistake.
+    std::string commandWithoutCamera() const
     {
-        sub->add_option("-d,--device", m_options.device, "Index of the camera (default: the first)")
-            ->type_name("INDEX")
-            ->check(hidden(CLI::Range(0, kHighestIndex)));
+        const CLI::App *const command = m_app.get_subcommands().front();
+        const bool takesCamera = command->get_option_no_throw("--device") != nullptr;
+        return m_commonDevice->count() > 0 && !takesCamera ? command->get_name() : std::string();
     }
 
     void addResolutionOption(CLI::App *sub)
@@ -208,6 +213,8 @@ private:
             ->type_name("WxH")
             ->check(CLI::Validator(checkResolution, ""));
     }
+
+    void addDeviceOption(CLI::App *sub) { addCameraOption(*sub, m_options.device, "the first"); }
 
     void addQualityOption(CLI::App *sub)
     {
@@ -239,7 +246,8 @@ private:
 
     void addDeviceCommands()
     {
-        addCommand(Command::List, "list", "List cameras: index, vendor:product, name");
+        addCommand(Command::List, "list",
+                   "List cameras: index, vendor:product, name, node, serial number");
         addDeviceOption(
             addCommand(Command::Modes, "modes",
                        "List the resolutions of a camera: number, size, * for the one in use"));
@@ -256,12 +264,24 @@ private:
             ->check(hidden(CLI::Range(1, kMaxEvents)));
 
         CLI::App *const doctor = addCommand(Command::Doctor, "doctor", "Diagnose camera problems");
-        doctor->add_option("-d,--device", m_options.device, "Index of the camera (default: all)")
-            ->type_name("INDEX")
-            ->check(hidden(CLI::Range(0, kHighestIndex)));
+        addCameraOption(*doctor, m_options.device, "all");
         addTimeoutOption(doctor);
 
         addSnapCommand();
+
+        CLI::App *const controls =
+            addCommand(Command::Controls, "controls", "List or set the controls of a camera");
+        addDeviceOption(controls);
+        addChangeOption(*controls, m_options.changes);
+        controls->add_flag("--save", m_options.save,
+                           "Keep what is set, or without -c every value, for this camera model");
+        controls->add_flag(
+            "--reset", m_options.reset,
+            "Forget what was kept for this camera model, and set it to its defaults");
+        CLI::App *const focus = addCommand(Command::Focus, "focus", "Focus once");
+        addDeviceOption(focus);
+        focus->add_flag("--lock", m_options.lock, "Keep the focus from then on");
+        addTimeoutOption(focus);
     }
 
     void addSnapCommand()
@@ -283,6 +303,9 @@ private:
             ->type_name("MS")
             ->check(hidden(CLI::Range(0, 3'600'000)));
         addTimeoutOption(snap);
+        snap->add_flag_callback(
+            "--no-settle", [this] { m_options.settle = false; },
+            "Take the next frame (default: wait until the picture has settled, at most 3 s)");
         addForceFlag(snap);
         snap->add_option("-o,--output", m_options.destination,
                          "JPEG file; with --count, numbered: page-0001.jpg")
@@ -354,6 +377,7 @@ private:
 
     CLI::App m_app;
     Options m_options;
+    CLI::Option *m_commonDevice = nullptr;
     std::string m_source;
     std::string m_resolution;
     std::string m_pageSize;

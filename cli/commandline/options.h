@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/commandline/controlchange.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +22,19 @@ enum class ExitCode {
     Terminated = 143,
 };
 
-enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch, Config, Calibrate };
+enum class Command {
+    List,
+    Modes,
+    Snap,
+    Doctor,
+    Convert,
+    Combine,
+    Watch,
+    Controls,
+    Focus,
+    Config,
+    Calibrate
+};
 
 /// Picture size in pixels.
 struct Resolution
@@ -38,7 +52,7 @@ struct Options
     std::string desk; ///< simulated desk for the library, empty: leave the environment alone
     bool verbose = false;
 
-    std::optional<int> device; ///< index; nothing: the first camera
+    std::optional<std::string> device; ///< as matching() takes it; nothing: the first camera
     std::optional<Resolution> resolution;
     std::optional<int> quality;
     int color = 0; ///< as KorvCamera_SetImageColorStyle
@@ -48,8 +62,15 @@ struct Options
     int count = 1; ///< photographs (snap)
     int maximumEvents = 0; ///< events (watch), 0: no limit
     int intervalMs = 0; ///< least time between two photographs
-    int timeoutMs = 10'000; ///< longest wait for a frame (snap, doctor)
+    int timeoutMs = 10'000; ///< longest wait for a frame (snap, doctor, focus)
     int durationMs = 0; ///< length of a watch, 0: no limit
+
+    bool settle = true; ///< wait until the picture has settled (snap)
+
+    std::vector<ControlChange> changes; ///< of controls, in their order
+    bool save = false; ///< keep the controls for the camera's model
+    bool reset = false; ///< forget those that were kept
+    bool lock = false; ///< keep the focus where it is (focus)
 
     std::vector<std::string> sources;
     std::string

@@ -35,16 +35,27 @@ std::vector<Device> parseDevices(const char *json)
     const cJSON *element = nullptr;
     cJSON_ArrayForEach(element, tree.get())
         devices.push_back({number(element, "index"), number(element, "vid"), number(element, "pid"),
-                           text(element, "name")});
+                           text(element, "name"), text(element, "node"), text(element, "serial")});
     return devices;
+}
+
+std::string modelOf(const Device &device)
+{
+    char model[32];
+    std::snprintf(model, sizeof model, "%04x:%04x", static_cast<unsigned>(device.vid),
+                  static_cast<unsigned>(device.pid));
+    return model;
 }
 
 std::string describe(const Device &device)
 {
-    char head[64];
-    std::snprintf(head, sizeof head, "%d  %04x:%04x  ", device.index,
-                  static_cast<unsigned>(device.vid), static_cast<unsigned>(device.pid));
-    return head + device.name;
+    return std::to_string(device.index) + "  " + modelOf(device) + "  " + device.name;
+}
+
+std::string describeInFull(const Device &device)
+{
+    return describe(device) + (device.node.empty() ? "" : "  " + device.node)
+        + (device.serial.empty() ? "" : "  " + device.serial);
 }
 
 } // namespace cli

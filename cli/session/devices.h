@@ -12,6 +12,8 @@ struct Device
     int vid = 0;
     int pid = 0;
     std::string name; ///< UTF-8
+    std::string node = {}; ///< /dev/video0; empty: it has none, or the library does not say
+    std::string serial = {}; ///< serial number; may be empty
 };
 
 /// Reads the JSON array of KorvCamera_GetOnLineDevList. Null and text that is no array give an
@@ -20,5 +22,11 @@ std::vector<Device> parseDevices(const char *json);
 
 /// "0  1b17:0211  Name": index, vendor and product id in hexadecimal, name.
 std::string describe(const Device &device);
+
+/// The same with node and serial number behind it, as far as they are known.
+std::string describeInFull(const Device &device);
+
+/// "1b17:0211".
+std::string modelOf(const Device &device);
 
 } // namespace cli

@@ -5,8 +5,8 @@
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/errors.h"
 #include "cli/base/malloc_text.h"
+#include "cli/session/deviceselection.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -71,16 +71,13 @@ ExitCode LibrarySession::open()
     return code;
 }
 
-std::vector<Device> LibrarySession::devices(std::optional<int> wanted)
+std::vector<Device> LibrarySession::devices(const std::optional<std::string> &wanted)
 {
     const auto deadline = Wakeup::Clock::now() + kArrivalTime;
     for (;;) {
         const LibraryText json(m_library.GetOnLineDevList());
         std::vector<Device> present = parseDevices(json.get());
-        const bool found = wanted
-            ? std::any_of(present.begin(), present.end(),
-                          [&](const Device &device) { return device.index == *wanted; })
-            : !present.empty();
+        const bool found = wanted ? !matching(present, *wanted).empty() : !present.empty();
         if (found || Wakeup::Clock::now() >= deadline)
             return present;
         if (m_wakeup.wait(Wakeup::Clock::now() + kLookEvery) == Wake::Interrupted)
@@ -110,21 +107,25 @@ ExitCode LibrarySession::reportNoCamera() const
 
 std::optional<Device> LibrarySession::findDevice(ExitCode &code)
 {
-    for (Device &device : devices(m_options.device)) {
-        if (!m_options.device || device.index == *m_options.device)
-            return std::move(device);
-    }
+    const std::optional<std::string> &wanted = m_options.device;
+    const std::vector<Device> present = devices(wanted);
+    const std::vector<Device> meant = wanted ? matching(present, *wanted) : present;
+    if (meant.size() == 1 || (!wanted && !meant.empty()))
+        return meant.front();
     if (m_wakeup.stopSignal() != 0) {
         code = interrupted();
         return std::nullopt;
     }
     code = ExitCode::NoDevice;
-    if (!m_options.device) {
+    if (!wanted) {
         reportNoCamera();
-    } else {
+    } else if (meant.empty()) {
         reportInaccessibleCameras();
-        printError("there is no camera " + std::to_string(*m_options.device)
-                   + "; `korvcam list` shows those that are there");
+        printError("there is no camera " + *wanted + "; `korvcam list` shows those that are there");
+    } else {
+        printError(*wanted + " means several cameras; name one by its index or its node:");
+        for (const Device &device : meant)
+            printError(describeInFull(device));
     }
     return std::nullopt;
 }

@@ -38,7 +38,8 @@ public:
 
     /// Cameras present. A camera may need a moment after the start: when there is none, or not
     /// `wanted`, the answer waits for it for half a second.
-    std::vector<Device> devices(std::optional<int> wanted = std::nullopt);
+    /// `wanted` is what matching() takes.
+    std::vector<Device> devices(const std::optional<std::string> &wanted = std::nullopt);
 
     /// Reports that there is no camera and why that may be; the code to end with.
     ExitCode reportNoCamera() const;
@@ -47,8 +48,8 @@ public:
     /// Silent where the machine's cameras are not used.
     bool reportInaccessibleCameras(const SystemFolders &folders = {}) const;
 
-    /// The camera asked for, or the first. Nothing after saying that there is none, or that the user
-    /// stopped the work; `code` is the one to end with then.
+    /// The camera asked for, or the first. Nothing after saying that there is none or that several are
+    /// meant, or that the user stopped the work; `code` is the one to end with then.
     std::optional<Device> findDevice(ExitCode &code);
 
     /// A line on standard output, there at once. The first one that cannot be written is

@@ -90,7 +90,10 @@ Result<void> Manager::initialise()
     }
     try {
         setSettings(m_readSettings ? m_readSettings() : Settings());
-        auto session = std::make_shared<Session>(m_monitors());
+        const std::shared_ptr<const Settings> wanted = settings();
+        auto session = std::make_shared<Session>(m_monitors(*wanted),
+                                                 wanted->settle ? StreamReceiver::From::Settled
+                                                                : StreamReceiver::From::First);
         Result<void> started = session->start();
         if (!started)
             session.reset();

@@ -22,8 +22,7 @@ namespace korv {
 class Manager
 {
 public:
-    using MonitorFactory = std::function<Session::Monitors()>;
-
+    using MonitorFactory = std::function<Session::Monitors(const Settings &settings)>;
     using SettingsReader = std::function<Settings()>;
 
     /// Both are called at each initialise(), the settings first; null: there are none.
@@ -82,8 +81,8 @@ private:
 
     mutable Mutex m_optionsMutex;
     PhotographOptions m_options GUARDED_BY(m_optionsMutex);
-    std::shared_ptr<const Settings> m_settings GUARDED_BY(m_optionsMutex) =
-        std::make_shared<const Settings>();
+    std::shared_ptr<const Settings>
+        m_settings GUARDED_BY(m_optionsMutex) = std::make_shared<const Settings>();
 
     Mutex m_documentMutex;
     PendingDocument m_document GUARDED_BY(m_documentMutex);

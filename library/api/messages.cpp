@@ -32,6 +32,12 @@ void addText(cJSON *object, const char *key, const char *text)
         throw std::bad_alloc();
 }
 
+void addTextIfAny(cJSON *object, const char *key, const std::string &text)
+{
+    if (!text.empty())
+        addText(object, key, text.c_str());
+}
+
 void append(cJSON *array, Json item)
 {
     if (!cJSON_AddItemToArray(array, item.get()))
@@ -74,6 +80,8 @@ MallocText deviceList(const std::vector<IndexedDevice> &devices)
     for (const IndexedDevice &device : devices) {
         Json object = made(cJSON_CreateObject());
         addDevice(object.get(), device);
+        addTextIfAny(object.get(), "node", device.identity.node);
+        addTextIfAny(object.get(), "serial", device.identity.serial);
         append(array.get(), std::move(object));
     }
     return printed(array.get());

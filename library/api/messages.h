@@ -31,7 +31,8 @@ namespace messages {
 /// {"action":"add","index":0,"name":"...","vid":1,"pid":2}
 MallocText deviceEvent(DeviceAction action, const IndexedDevice &device);
 
-/// [{"index":0,"name":"...","vid":1,"pid":2}, ...]
+/// [{"index":0,"name":"...","vid":1,"pid":2,"node":"/dev/video0","serial":"..."}, ...]; node and
+/// serial only where there are any.
 MallocText deviceList(const std::vector<IndexedDevice> &devices);
 
 /// [{"res-no":0,"res-w":3264,"res-h":2448}, ...] in the order given.

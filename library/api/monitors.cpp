@@ -17,9 +17,18 @@ std::string environment(const char *name)
     return value ? value : "";
 }
 
+CameraControls controlsIn(const Settings &settings)
+{
+    CameraControls controls;
+    controls.followMains = settings.followMains;
+    for (const auto &[model, camera] : settings.cameras)
+        controls.saved[model] = camera.controls;
+    return controls;
+}
+
 } // namespace
 
-std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors()
+std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors(const Settings &settings)
 {
     std::vector<std::unique_ptr<DeviceMonitor>> monitors;
     const std::string desk = environment("KORV_CAMERA_DESK");
@@ -29,7 +38,8 @@ std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors()
     else if (!desk.empty())
         monitors.push_back(std::make_unique<SimulatedMonitor>(desk));
     if (real == "1" || (desk.empty() && real != "0"))
-        monitors.push_back(std::make_unique<UdevMonitor>());
+        monitors.push_back(std::make_unique<UdevMonitor>(systemV4l2Calls(), V4l2Patience(),
+                                                         UdevSource::create, controlsIn(settings)));
     return monitors;
 }
 

@@ -111,7 +111,8 @@ Error notOpen(int index)
 
 } // namespace
 
-Session::Session(Monitors monitors)
+Session::Session(Monitors monitors, StreamReceiver::From from)
+    : m_from(from)
 {
     for (std::unique_ptr<DeviceMonitor> &monitor : monitors)
         m_links.push_back(std::make_unique<MonitorLink>(*this, std::move(monitor)));
@@ -364,7 +365,8 @@ Result<void> Session::startCapture(int index, StreamReceiver::Callback callback)
         return notOpen(index);
     if (device->streaming)
         return Error{-EBUSY, "device " + std::to_string(index) + " is already streaming"};
-    auto receiver = std::make_unique<StreamReceiver>(callback, m_silent, device->identity.label);
+    auto receiver =
+        std::make_unique<StreamReceiver>(callback, m_silent, device->identity.label, m_from);
     if (Result<void> started = device->device->start(*receiver); !started)
         return started;
     device->receiver = std::move(receiver);

@@ -32,7 +32,8 @@ public:
     using Monitors = std::vector<std::unique_ptr<DeviceMonitor>>;
 
     /// Throws std::system_error or std::bad_alloc when no thread or memory is available.
-    explicit Session(Monitors monitors);
+    /// `from`: which frames of each stream are handed on.
+    explicit Session(Monitors monitors, StreamReceiver::From from = StreamReceiver::From::First);
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
@@ -85,6 +86,7 @@ private:
     std::atomic<bool> m_silent{false}; // no frame goes to the application any more
 
     EventSender m_events;
+    const StreamReceiver::From m_from;
     std::vector<std::unique_ptr<MonitorLink>> m_links; // changed by start() and shutDown() only
 };
 

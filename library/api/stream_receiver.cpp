@@ -3,6 +3,7 @@
 #include "library/api/callback_scope.h"
 #include "library/base/log.h"
 
+#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -21,7 +22,7 @@ void StreamReceiver::onFrame(const Frame &frame)
         m_reported = true;
         return;
     }
-    if (m_silent)
+    if (m_silent || (m_gate && !m_gate->lets(frame, std::chrono::steady_clock::now())))
         return;
     const CallbackScope scope(CallbackScope::Kind::Frame);
     // the contract's pointer is not const; the receiver only reads

@@ -17,6 +17,8 @@ struct DeviceIdentity
     std::string name; ///< UTF-8, 1..63 bytes, no comma
     int vid = 0;
     int pid = 0;
+    std::string node = {}; ///< /dev/video0; empty for a camera without a node
+    std::string serial = {}; ///< serial number, UTF-8; may be empty
     std::string label = {}; ///< names the camera in the log: "/dev/video0 (Model)"
 };
 

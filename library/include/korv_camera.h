@@ -99,7 +99,8 @@ KORV_CAMERA_API int KorvCamera_UnInit(void);
 KORV_CAMERA_API int KorvCamera_GetDevCount(void);
 
 /* The devices present, or those now open, as a JSON array of the objects that the change callback
- * gets, without "action". The caller frees the text. Null before Init. */
+ * gets, without "action", but with "node" ("/dev/video0") and "serial" (UTF-8) where the device has a
+ * node or a serial number. The caller frees the text. Null before Init. */
 KORV_CAMERA_API char *KorvCamera_GetOnLineDevList(void);
 KORV_CAMERA_API char *KorvCamera_GetWorkDevList(void);
 

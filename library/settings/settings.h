@@ -32,6 +32,9 @@ struct Settings
     std::string title; ///< of documents; UTF-8; empty: the file's name
     std::optional<SheetSize> pageSize; ///< of all pages of documents
 
+    bool followMains = true; ///< set the power line frequency of cameras where nobody has
+    bool settle = false; ///< withhold the frames of a stream until the picture has settled
+
     std::map<CameraModel, CameraSettings> cameras;
 
     /// Null when no file says anything about the model. Lives as long as the settings.

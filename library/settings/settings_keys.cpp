@@ -92,6 +92,13 @@ const std::vector<SettingKey> &settingKeys()
         {"documents", "page-size", "by the picture",
          "Size of every page: A3, A4, A5, letter, card or WIDTHxHEIGHT in millimetres",
          "KORV_CAMERA_PAGE_SIZE", into<&Settings::pageSize>},
+        {"cameras", "follow-mains", "yes",
+         "Set the power line frequency where nobody has: automatic, else by the time zone's "
+         "country",
+         nullptr, into<&Settings::followMains>},
+        {"cameras", "settle", "no",
+         "Withhold a new stream's frames until brightness and sharpness settle, 3 s at most",
+         nullptr, into<&Settings::settle>},
     };
     return keys;
 }

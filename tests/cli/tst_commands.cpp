@@ -116,7 +116,7 @@ TEST_F(Commands, noCameraIsItsOwnExitCode)
 
 TEST_F(Commands, aCameraThatIsNotThereIsNoDevice)
 {
-    m_options.device = 0;
+    m_options.device = "0";
     EXPECT_EQ(run(Command::Modes), ExitCode::NoDevice);
     EXPECT_EQ(m_errors,
               "korvcam: there is no camera 0; `korvcam list` shows those that are there\n");

@@ -46,8 +46,44 @@ TEST(Options, choicesBecomeTheLibrarysCodes)
     EXPECT_EQ(options->resolution->width, 1600);
     EXPECT_EQ(options->resolution->height, 1200);
     EXPECT_EQ(options->quality, 70);
-    EXPECT_EQ(options->device, 2);
+    EXPECT_EQ(options->device, "2");
     EXPECT_EQ(options->count, 3);
+}
+
+TEST(Options, cameraStandsBeforeOrAfterTheCommand)
+{
+    for (const std::vector<const char *> &arguments : std::vector<std::vector<const char *>>{
+             {"-d", "My Camera", "modes"}, {"modes", "--device", "My Camera"}}) {
+        const auto options = parse(arguments).options;
+        ASSERT_TRUE(options);
+        EXPECT_EQ(options->command, cli::Command::Modes);
+        EXPECT_EQ(options->device, "My Camera");
+    }
+}
+
+TEST(Options, controlsKeepTheirOrder)
+{
+    const auto options = parse({"controls", "-c", "auto_exposure=Manual Mode,brightness=-5", "-c",
+                                "gain=3", "--save"})
+                             .options;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->command, cli::Command::Controls);
+    ASSERT_EQ(options->changes.size(), 3U);
+    EXPECT_EQ(options->changes[0].name, "auto_exposure");
+    EXPECT_EQ(options->changes[0].value, "Manual Mode");
+    EXPECT_EQ(options->changes[1].value, "-5");
+    EXPECT_EQ(options->changes[2].name, "gain");
+    EXPECT_TRUE(options->save && !options->reset);
+}
+
+TEST(Options, focusAndSettling)
+{
+    const auto focus = parse({"focus", "--lock", "-d", "1b17:0211"}).options;
+    ASSERT_TRUE(focus);
+    EXPECT_TRUE(focus->lock);
+    EXPECT_EQ(focus->device, "1b17:0211");
+    EXPECT_TRUE(parse({"snap", "-o", "a.jpg"}).options->settle);
+    EXPECT_FALSE(parse({"snap", "--no-settle", "-o", "a.jpg"}).options->settle);
 }
 
 TEST(Options, filesOfConvertAndCombine)
@@ -109,7 +145,12 @@ TEST(Options, nonsenseIsWrongUsage)
         {"snap", "-o", "a.jpg", "-n", "0"},
         {"snap", "-o", "a.jpg", "--rotate", "4"},
         {"snap", "-o", "a.jpg", "--color", "red"},
-        {"modes", "-d", "-1"},
+        {"modes", "-d", ""},
+        {"list", "-d", "0"},
+        {"-d", "0", "convert", "a.jpg", "b.png"},
+        {"controls", "-c", "brightness"},
+        {"controls", "-c", "=5"},
+        {"controls", "-c", "brightness="},
         {"convert", "a.jpg"},
         {"combine", "a.jpg"},
         {"combine", "-o", "a.pdf"},

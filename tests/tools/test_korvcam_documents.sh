@@ -44,6 +44,7 @@ mapfile -t commands < <("$korvcam" --help | sed -n '/^Subcommands:/,/^$/s/^  \([
 expect "commands" "$(printf '%s\n' "${commands[@]}" | sort)" \
     "$(completions "" | grep -v '^-' | sort)"
 expect "one command" snap "$(completions sn)"
+expect "command behind a camera" snap "$(completions -d 0 sn)"
 
 # entryOf OPTION: what the manual page's text on standard input says about it
 entryOf()

@@ -1,6 +1,8 @@
 #include "library/device/udev/udev_monitor.h"
 
 #include "library/base/log.h"
+#include "library/controls/mains_frequency.h"
+#include "library/device/device_name.h"
 #include "library/device/udev/node_source.h"
 #include "library/device/udev/udev_nodes.h"
 #include "library/threads/call_gate.h"
@@ -29,14 +31,19 @@ constexpr std::chrono::milliseconds kTryEvery{1000};
 class UdevMonitor::Watch
 {
 public:
-    Watch(std::shared_ptr<V4l2Calls> calls, NodeSourceMaker makeSource, DeviceObserver &observer,
-          EventFd wakeUp)
+    Watch(std::shared_ptr<V4l2Calls> calls, NodeSourceMaker makeSource, CameraControls controls,
+          DeviceObserver &observer, EventFd wakeUp)
         : m_makeSource(std::move(makeSource))
+        , m_controls(std::move(controls))
+        , m_restorer(m_controls.followMains ? mainsFrequency() : std::nullopt)
         , m_observer(observer)
         , m_wakeUp(std::move(wakeUp))
         , m_nodes(
               std::move(calls), [this](const DeviceIdentity &device) { arrived(device); },
-              [this](const std::string &key) { departed(key); })
+              [this](const std::string &key) { departed(key); },
+              [this](const V4l2Node &opened, const VideoNode &node, Appearance appearance) {
+                  setControls(opened, node, appearance);
+              })
     {
     }
 
@@ -84,12 +91,15 @@ private:
     {
         m_observer.call([&](DeviceObserver &observer) { observer.onArrival(device); });
     }
+    void setControls(const V4l2Node &opened, const VideoNode &node, Appearance appearance) const;
     void departed(const std::string &key)
     {
         m_observer.call([&](DeviceObserver &observer) { observer.onDeparture(key); });
     }
 
     const NodeSourceMaker m_makeSource;
+    const CameraControls m_controls;
+    const ControlRestorer m_restorer;
     CallGate<DeviceObserver> m_observer;
     const EventFd m_wakeUp;
     UdevNodes m_nodes;
@@ -205,6 +215,19 @@ bool UdevMonitor::Watch::handleReports()
     return true;
 }
 
+void UdevMonitor::Watch::setControls(const V4l2Node &opened, const VideoNode &node,
+                                     Appearance appearance) const
+{
+    const SavedControls &saved = m_controls.savedFor(node.vid, node.pid);
+    const std::string label = nodeLabel(node.node, node.product);
+    const ControlCall call = [&](unsigned long request, void *argument) {
+        return opened.control(request, argument);
+    };
+    const bool answers = m_restorer.restore(call, saved, appearance, label);
+    if (answers && m_controls.followMains && saved.count("power_line_frequency") == 0)
+        m_restorer.adaptToMains(call, label);
+}
+
 void UdevMonitor::Watch::handleEvents()
 {
     while (const std::optional<VideoEvent> event = m_source->next()) {
@@ -218,10 +241,11 @@ void UdevMonitor::Watch::handleEvents()
 }
 
 UdevMonitor::UdevMonitor(std::shared_ptr<V4l2Calls> calls, V4l2Patience patience,
-                         NodeSourceMaker makeSource)
+                         NodeSourceMaker makeSource, CameraControls controls)
     : m_calls(std::move(calls))
     , m_patience(patience)
     , m_makeSource(std::move(makeSource))
+    , m_controls(std::move(controls))
 {
 }
 
@@ -244,8 +268,8 @@ Result<void> UdevMonitor::start(DeviceObserver &observer)
     Result<EventFd> wakeUp = EventFd::create();
     if (!wakeUp)
         return wakeUp.error();
-    auto watch =
-        std::make_shared<Watch>(m_calls, m_makeSource, observer, std::move(wakeUp).value());
+    auto watch = std::make_shared<Watch>(m_calls, m_makeSource, m_controls, observer,
+                                         std::move(wakeUp).value());
     m_thread = startThread("korv-udev", [watch] { watch->run(); });
     m_watch = std::move(watch);
     m_watch->waitForFirstLook();

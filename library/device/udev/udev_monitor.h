@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/controls/saved_controls.h"
 #include "library/device/device_monitor.h"
 #include "library/device/udev/udev_source.h"
 #include "library/device/v4l2/v4l2_calls.h"
@@ -11,7 +12,7 @@
 namespace korv {
 
 /// The cameras of this machine: V4L2 nodes, found and lost by udev(7). Where no udevd runs, by the
-/// kernel's own events.
+/// kernel's own events. The controls of a camera are set before it arrives.
 ///
 /// It has one thread. When a camera does not answer as the monitor ends, the thread is detached and
 /// ends when the driver returns.
@@ -20,7 +21,8 @@ class UdevMonitor : public DeviceMonitor
 public:
     explicit UdevMonitor(std::shared_ptr<V4l2Calls> calls = systemV4l2Calls(),
                          V4l2Patience patience = {},
-                         NodeSourceMaker makeSource = UdevSource::create);
+                         NodeSourceMaker makeSource = UdevSource::create,
+                         CameraControls controls = CameraControls::leftAlone());
     ~UdevMonitor() override;
 
     /// Success also where nothing can be watched: there are no cameras then, or those of now only,
@@ -35,6 +37,7 @@ private:
     const std::shared_ptr<V4l2Calls> m_calls;
     const V4l2Patience m_patience;
     const NodeSourceMaker m_makeSource;
+    const CameraControls m_controls;
     std::shared_ptr<Watch> m_watch; ///< null before start(); the thread has it too
     std::thread m_thread;
 };

@@ -13,10 +13,12 @@
 
 namespace korv {
 
-UdevNodes::UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure)
+UdevNodes::UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure,
+                     Preparation preparation)
     : m_calls(std::move(calls))
     , m_arrival(std::move(arrival))
     , m_departure(std::move(departure))
+    , m_preparation(std::move(preparation))
 {
 }
 
@@ -24,15 +26,16 @@ UdevNodes::UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departur
 
 void UdevNodes::appeared(const VideoNode &node, TimePoint now)
 {
-    add(node, now, now);
+    add(node, now, now, Appearance::PluggedIn);
 }
 
 void UdevNodes::wasThere(const VideoNode &node, TimePoint now)
 {
-    add(node, now - kRightsTime, now);
+    add(node, now - kRightsTime, now, Appearance::Found);
 }
 
-void UdevNodes::add(const VideoNode &node, TimePoint firstSeen, TimePoint now)
+void UdevNodes::add(const VideoNode &node, TimePoint firstSeen, TimePoint now,
+                    Appearance appearance)
 {
     const auto known = m_entries.find(node.path);
     if (known != m_entries.end() && known->second.node.usbAddress == node.usbAddress) {
@@ -61,6 +64,7 @@ void UdevNodes::add(const VideoNode &node, TimePoint firstSeen, TimePoint now)
     Entry &entry = m_entries[node.path];
     entry.node = node;
     entry.firstSeen = firstSeen;
+    entry.appearance = appearance;
     lookAt(entry, now);
 }
 
@@ -99,6 +103,7 @@ void UdevNodes::updateFrom(const std::string &key, V4l2Exit fate, TimePoint now)
     Entry &entry = found->second;
     depart(entry);
     entry.firstSeen = now;
+    entry.appearance = Appearance::Found; // it may have been plugged in long ago
     if (fate == V4l2Exit::Lost)
         lookAt(entry, now);
     else
@@ -125,9 +130,9 @@ void UdevNodes::lookAgain(TimePoint now)
     }
 }
 
-UdevNodes::Look UdevNodes::look(const VideoNode &node) const
+UdevNodes::Look UdevNodes::look(const Entry &entry) const
 {
-    const int descriptor = m_calls->open(node.node);
+    const int descriptor = m_calls->open(entry.node.node);
     if (descriptor == -EACCES || descriptor == -EPERM)
         return {Finding::NoRights, {}, 0};
     if (descriptor == -ENOENT || descriptor == -ENODEV || descriptor == -ENXIO)
@@ -148,14 +153,18 @@ UdevNodes::Look UdevNodes::look(const VideoNode &node) const
     const Result<std::vector<V4l2Mode>> modes = listModes(opened);
     if (!modes)
         return {meaningOf(modes.code(), Finding::Gone), card, modes.code()};
-    return {modes.value().empty() ? Finding::NoCamera : Finding::Camera, card, 0};
+    if (modes.value().empty())
+        return {Finding::NoCamera, card, 0};
+    if (m_preparation)
+        m_preparation(opened, entry.node, entry.appearance);
+    return {Finding::Camera, card, 0};
 }
 
 void UdevNodes::lookAt(Entry &entry, TimePoint now)
 {
     const bool departed = entry.state == State::Departed;
     entry.nextLook.reset();
-    const Look seen = look(entry.node);
+    const Look seen = look(entry);
     switch (seen.finding) {
     case Finding::Camera:
         return arrive(entry, seen.card);
@@ -198,7 +207,9 @@ void UdevNodes::arrive(Entry &entry, const std::string &card)
         m_places[entry.key] = {entry.node.node, std::make_shared<NodeLease>(), name};
     }
     entry.shortageLogged = false;
-    m_arrival({entry.key, usableDeviceName(name), entry.node.vid, entry.node.pid,
+    const std::string &serial = entry.node.serial;
+    m_arrival({entry.key, usableDeviceName(name), entry.node.vid, entry.node.pid, entry.node.node,
+               serial.empty() ? serial : usableDeviceName(serial),
                nodeLabel(entry.node.node, name)});
 }
 

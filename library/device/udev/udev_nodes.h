@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/controls/control_restorer.h"
 #include "library/device/device_monitor.h"
 #include "library/device/v4l2/v4l2_work.h"
 #include "library/threads/mutex.h"
@@ -22,6 +23,7 @@ struct VideoNode
     std::string usbPath; ///< of the USB device: the port; empty when it is none
     std::string usbAddress; ///< bus and device number: another one at each plug
     std::string product; ///< UTF-8, in full length; may be empty
+    std::string serial; ///< of the USB device; may be empty
     int vid = 0;
     int pid = 0;
     bool saidToCapture = false; ///< what udev found out, for when we may not ask
@@ -39,13 +41,16 @@ public:
     using TimePoint = std::chrono::steady_clock::time_point;
     using Arrival = std::function<void(const DeviceIdentity &)>;
     using Departure = std::function<void(const std::string &key)>;
+    /// What is done to a camera before it arrives; it is open meanwhile.
+    using Preparation = std::function<void(const V4l2Node &, const VideoNode &, Appearance)>;
 
     static constexpr std::chrono::milliseconds kRightsTime{3000};
     static constexpr std::chrono::milliseconds kLookAgain{200};
     static constexpr std::chrono::milliseconds kShortageTime{1000};
     static constexpr std::chrono::milliseconds kLookForReturn{2000};
 
-    UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure);
+    UdevNodes(std::shared_ptr<V4l2Calls> calls, Arrival arrival, Departure departure,
+              Preparation preparation = {});
 
     /// Also called for a node that changed: it may have become a camera, or its rights may differ.
     void appeared(const VideoNode &node, TimePoint now);
@@ -83,6 +88,7 @@ private:
         State state = State::Waiting;
         std::string key; ///< of the arrival
         TimePoint firstSeen;
+        Appearance appearance = Appearance::PluggedIn;
         std::optional<TimePoint> nextLook;
         bool shortageLogged = false;
     };
@@ -95,8 +101,8 @@ private:
         int error = 0; ///< negative errno of a shortage
     };
 
-    void add(const VideoNode &node, TimePoint firstSeen, TimePoint now);
-    Look look(const VideoNode &node) const;
+    void add(const VideoNode &node, TimePoint firstSeen, TimePoint now, Appearance appearance);
+    Look look(const Entry &entry) const;
     void lookAt(Entry &entry, TimePoint now);
     void arrive(Entry &entry, const std::string &card);
     void depart(Entry &entry);
@@ -104,6 +110,7 @@ private:
     const std::shared_ptr<V4l2Calls> m_calls;
     const Arrival m_arrival;
     const Departure m_departure;
+    const Preparation m_preparation; ///< may be empty
     std::map<std::string, Entry> m_entries; // by path
     unsigned m_arrivals = 0;
 

@@ -81,6 +81,7 @@ void describeUsb(udev_device *device, udev_device *usb, ShortageWatch &watch, Vi
     node.product = textOf(attribute("product"));
     if (node.product.empty())
         node.product = decoded(textOf(property("ID_MODEL_ENC")));
+    node.serial = textOf(attribute("serial"));
     node.vid = idOf(property("ID_VENDOR_ID"), attribute("idVendor"));
     node.pid = idOf(property("ID_MODEL_ID"), attribute("idProduct"));
 }

@@ -28,7 +28,7 @@ class ManagerTest : public testing::Test
 {
 protected:
     FakeBackend m_backend;
-    Manager m_manager{[this] {
+    Manager m_manager{[this](const korv::Settings &) {
         korv::Session::Monitors monitors;
         monitors.push_back(std::make_unique<FakeMonitor>(m_backend));
         return monitors;
@@ -89,7 +89,7 @@ TEST_F(ManagerLife, initialisesAgainAfterTheEnd)
 TEST_F(ManagerLife, settingsAreReadByEachInitialisationAndForgottenAtTheEnd)
 {
     int readings = 0;
-    Manager manager([] { return korv::Session::Monitors(); },
+    Manager manager([](const korv::Settings &) { return korv::Session::Monitors(); },
                     [&] {
                         korv::Settings settings;
                         settings.title = std::to_string(++readings);
@@ -109,7 +109,7 @@ TEST_F(ManagerLife, settingsAreReadByEachInitialisationAndForgottenAtTheEnd)
 
 TEST_F(ManagerFiles, documentsAreMadeWithTheSettings)
 {
-    Manager manager([] { return korv::Session::Monitors(); },
+    Manager manager([](const korv::Settings &) { return korv::Session::Monitors(); },
                     [] {
                         korv::Settings settings;
                         settings.title = "Of the office";
@@ -150,7 +150,7 @@ TEST_F(ManagerLife, failingMonitorFailsInitialisationAndTheNextMaySucceed)
 TEST_F(ManagerLife, exceptionDuringInitialisationLeavesItUninitialised)
 {
     bool fails = true;
-    Manager manager([&]() -> korv::Session::Monitors {
+    Manager manager([&](const korv::Settings &) -> korv::Session::Monitors {
         if (fails)
             throw std::system_error(EAGAIN, std::generic_category());
         return {};

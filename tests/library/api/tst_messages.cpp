@@ -46,6 +46,21 @@ TEST(messages, listHasOneObjectForEachDevice)
                  R"({"index":0,"name":"B","vid":0,"pid":1}])");
 }
 
+TEST(messages, listTellsNodeAndSerialNumberWhereThereAreAny)
+{
+    korv::IndexedDevice camera = kCamera;
+    camera.identity.node = "/dev/video0";
+    EXPECT_STREQ(korv::messages::deviceList({camera}).get(),
+                 R"([{"index":2,"name":"Cam","vid":4660,"pid":22136,"node":"/dev/video0"}])");
+    camera.identity.serial = "A1";
+    EXPECT_STREQ(
+        korv::messages::deviceList({camera}).get(),
+        R"([{"index":2,"name":"Cam","vid":4660,"pid":22136,"node":"/dev/video0","serial":"A1"}])");
+    // the event is what the application parses: it stays as it was
+    EXPECT_STREQ(korv::messages::deviceEvent(DeviceAction::Add, camera).get(),
+                 R"({"action":"add","index":2,"name":"Cam","vid":4660,"pid":22136})");
+}
+
 TEST(messages, resolutionsKeepTheirOrderAndNumbers)
 {
     EXPECT_STREQ(korv::messages::resolutionList({{7, 2592, 1944}, {0, 640, 480}}).get(),

@@ -39,7 +39,7 @@ protected:
         set("KORV_CAMERA_DESK", desk);
         set("KORV_CAMERA_REAL", real);
         std::string kinds;
-        for (const auto &monitor : availableMonitors()) {
+        for (const auto &monitor : availableMonitors({})) {
             if (dynamic_cast<BuiltinMonitor *>(monitor.get()))
                 kinds += 'b';
             else if (dynamic_cast<SimulatedMonitor *>(monitor.get()))

@@ -90,13 +90,15 @@ protected:
         return made;
     }
 
+    Result<std::unique_ptr<NodeSource>> makeSource()
+    {
+        if (const int error = m_system.nextOf(m_system.makeErrors))
+            return Error{error, "listening is short of something"};
+        return std::unique_ptr<NodeSource>(std::make_unique<FakeSource>(m_system));
+    }
+
     FakeSystem m_system;
-    UdevMonitor m_monitor{m_calls, m_patience, [this]() -> Result<std::unique_ptr<NodeSource>> {
-                              if (const int error = m_system.nextOf(m_system.makeErrors))
-                                  return Error{error, "listening is short of something"};
-                              return std::unique_ptr<NodeSource>(
-                                  std::make_unique<FakeSource>(m_system));
-                          }};
+    UdevMonitor m_monitor{m_calls, m_patience, [this] { return makeSource(); }};
 
 private:
     void note(std::string text)
@@ -110,6 +112,52 @@ private:
 };
 
 } // namespace
+
+TEST_F(UdevMonitorTest, savedControlsAreSetBeforeTheCameraArrives)
+{
+    m_calls->controls = testing_support::FakeControls::camera();
+    VideoNode camera = node();
+    camera.vid = 0x1b17;
+    camera.pid = 0x0211;
+    m_system.nodes = {camera};
+    CameraControls controls = CameraControls::leftAlone();
+    controls.saved[{0x1b17, 0x0211}] = {{"brightness", "5"}};
+    controls.saved[{0x1b17, 0x0212}] = {{"white_balance_automatic", "0"}};
+    UdevMonitor monitor(
+        m_calls, m_patience, [this] { return makeSource(); }, controls);
+    ASSERT_TRUE(monitor.start(*this));
+    ASSERT_TRUE(hears({"+Cam"}));
+    EXPECT_THAT(m_calls->controlsSet(), ElementsAre("Brightness=5"));
+}
+
+TEST_F(UdevMonitorTest, powerLineFrequencyFollowsTheMainsOnlyWhenAskedTo)
+{
+    m_calls->controls = testing_support::FakeControls::camera();
+    m_calls->controls.controls[V4L2_CID_POWER_LINE_FREQUENCY].menu[3] = "Auto";
+    m_calls->controls.controls[V4L2_CID_POWER_LINE_FREQUENCY].maximum = 3;
+    m_system.nodes = {node()};
+    {
+        UdevMonitor monitor(m_calls, m_patience, [this] { return makeSource(); });
+        ASSERT_TRUE(monitor.start(*this));
+        ASSERT_TRUE(hears({"+Cam"}));
+        EXPECT_THAT(m_calls->controlsSet(), IsEmpty());
+    }
+    CameraControls controls;
+    controls.saved[{0, 0}] = {{"power_line_frequency", "0"}};
+    {
+        UdevMonitor monitor(
+            m_calls, m_patience, [this] { return makeSource(); }, controls);
+        ASSERT_TRUE(monitor.start(*this));
+        ASSERT_TRUE(hears({"+Cam", "+Cam"}));
+        EXPECT_THAT(m_calls->controlsSet(), IsEmpty()); // 0 is what was saved
+    }
+    controls.saved.clear();
+    UdevMonitor monitor(
+        m_calls, m_patience, [this] { return makeSource(); }, controls);
+    ASSERT_TRUE(monitor.start(*this));
+    ASSERT_TRUE(hears({"+Cam", "+Cam", "+Cam"}));
+    EXPECT_THAT(m_calls->controlsSet(), ElementsAre("Power Line Frequency=3"));
+}
 
 TEST_F(UdevMonitorTest, camerasPresentArriveBeforeStartReturns)
 {

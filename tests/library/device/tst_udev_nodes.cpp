@@ -48,6 +48,7 @@ protected:
     std::shared_ptr<FakeV4l2> m_calls = std::make_shared<FakeV4l2>();
     std::vector<std::string> m_heard; ///< "+Cam 1-1", "-Cam 1-1"
     std::vector<std::string> m_keys;
+    std::vector<std::string> m_prepared; ///< "plugged in Cam 1-1", "found Cam 1-1"
     std::map<std::string, DeviceIdentity> m_present;
     UdevNodes::TimePoint m_now{};
     UdevNodes m_nodes{m_calls,
@@ -59,6 +60,13 @@ protected:
                       [this](const std::string &key) {
                           m_heard.push_back("-" + m_present.at(key).name);
                           m_present.erase(key);
+                      },
+                      [this](const V4l2Node &opened, const VideoNode &prepared, Appearance how) {
+                          EXPECT_TRUE(opened.isOpen());
+                          m_prepared.push_back(
+                              (how == Appearance::PluggedIn ? "plugged in " : "found ")
+                              + prepared.product
+                              + (m_heard.empty() ? "" : ", after " + m_heard.back()));
                       }};
 };
 
@@ -129,6 +137,48 @@ TEST_F(UdevNodesTest, identicalCamerasAreTwo)
     EXPECT_THAT(heard(), ElementsAre("+Cam 1-1", "+Cam 1-1"));
     EXPECT_EQ(m_nodes.find(keyOf(0))->node, "/dev/video0");
     EXPECT_EQ(m_nodes.find(keyOf(1))->node, "/dev/video2");
+}
+
+TEST_F(UdevNodesTest, arrivalTellsNodeAndSerialNumber)
+{
+    VideoNode camera = node(0);
+    camera.serial = "A\n1";
+    m_nodes.appeared(camera, m_now);
+    ASSERT_EQ(m_present.size(), 1U);
+    EXPECT_EQ(m_present.begin()->second.node, "/dev/video0");
+    EXPECT_EQ(m_present.begin()->second.serial, "A 1");
+    m_nodes.vanished(camera.path);
+    m_nodes.appeared(node(0, "1-1", 2), m_now);
+    EXPECT_EQ(m_present.begin()->second.serial, "");
+}
+
+// ---- preparation ----
+
+TEST_F(UdevNodesTest, cameraIsPreparedBeforeItArrives)
+{
+    m_nodes.wasThere(node(0), m_now);
+    m_nodes.appeared(node(0), m_now); // the event that says so too
+    EXPECT_THAT(m_prepared, ElementsAre("found Cam 1-1"));
+    m_nodes.vanished(node(0).path);
+    heard();
+    m_nodes.appeared(node(0, "1-1", 2), m_now);
+    EXPECT_THAT(m_prepared, ElementsAre("found Cam 1-1", "plugged in Cam 1-1"));
+}
+
+TEST_F(UdevNodesTest, cameraThatWasLostIsFoundAgain)
+{
+    m_nodes.appeared(node(0), m_now);
+    heard();
+    m_prepared.clear();
+    m_nodes.updateFrom(keyOf(0), V4l2Exit::Lost, m_now);
+    EXPECT_THAT(m_prepared, ElementsAre("found Cam 1-1, after -Cam 1-1"));
+}
+
+TEST_F(UdevNodesTest, whatIsNoCameraIsNotPrepared)
+{
+    m_calls->deviceCaps = V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING;
+    m_nodes.appeared(node(1), m_now);
+    EXPECT_THAT(m_prepared, IsEmpty());
 }
 
 // ---- rights ----

@@ -136,6 +136,12 @@ v4l2_fract FakeV4l2::intervalSet() const
     return m_interval;
 }
 
+std::vector<std::string> FakeV4l2::controlsSet() const
+{
+    const Lock lock(m_mutex);
+    return controls.writes;
+}
+
 std::uint32_t FakeV4l2::formatSet() const
 {
     const Lock lock(m_mutex);

@@ -3,6 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/event_fd.h"
 #include "library/device/v4l2/v4l2_calls.h"
+#include "tests/library/support/fake_controls.h"
 
 #include <linux/videodev2.h>
 
@@ -56,6 +57,7 @@ public:
     std::vector<FakeFormat> formats;
     std::set<std::string> nodes{"/dev/video0"}; ///< all with the same camera behind
     std::uint32_t bytesPerLine = 0; ///< of raw formats; 0: without padding
+    FakeControls controls; ///< none at first
     std::uint32_t leastBuffers = 0; ///< the driver gives as many, however few it is asked for
 
     /// Pictures after each STREAMON, in turn; after the last script `otherwise` comes.
@@ -88,6 +90,7 @@ public:
     bool isStreaming() const;
     v4l2_fract intervalSet() const;
     std::uint32_t formatSet() const;
+    std::vector<std::string> controlsSet() const;
 
     // ---- V4l2Calls ----
     int open(const std::string &node) override;

@@ -119,7 +119,7 @@ int FakeV4l2::carryOut(int descriptor, unsigned long request, void *argument)
         streamOff();
         return 0;
     default:
-        return -ENOTTY;
+        return controls.ask(request, argument);
     }
 }
 

@@ -45,7 +45,7 @@ public:
 
 namespace korv {
 
-std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors()
+std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors(const Settings &)
 {
     std::vector<std::unique_ptr<DeviceMonitor>> monitors;
     monitors.push_back(std::make_unique<StuckMonitor>());

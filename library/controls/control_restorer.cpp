@@ -1,0 +1,152 @@
+#include "library/controls/control_restorer.h"
+
+#include "library/base/log.h"
+#include "library/controls/control_order.h"
+#include "library/controls/control_values.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <linux/videodev2.h>
+
+namespace korv {
+namespace {
+
+/// A saved value and the control that it is for.
+struct Wish
+{
+    Control control;
+    std::int32_t value = 0;
+};
+
+/// What the camera has and takes of what is saved, automatics first; the rest is logged.
+std::vector<Wish> wishesFor(const std::vector<Control> &controls, const SavedControls &saved,
+                            const std::string &label)
+{
+    std::vector<Wish> wishes;
+    for (const auto &[name, text] : saved) {
+        const auto control = std::find_if(
+            controls.begin(), controls.end(),
+            [&, &wanted = name](const Control &known) { return known.name == wanted; });
+        if (control == controls.end()) {
+            logLine(LogLevel::Warning, label,
+                    "saved control " + name + ": the camera has none of that name");
+            continue;
+        }
+        const Result<std::int32_t> value = parseControlValue(*control, text);
+        if (!value || !control->isKeepable())
+            logLine(LogLevel::Warning, label,
+                    "saved control " + (value ? name + " cannot be set" : value.error().text));
+        else
+            wishes.push_back({*control, value.value()});
+    }
+    std::stable_partition(wishes.begin(), wishes.end(),
+                          [](const Wish &wish) { return isMaster(wish.control); });
+    return wishes;
+}
+
+bool isSomebodys(const Wish &wish)
+{
+    const std::optional<std::int32_t> &value = wish.control.value;
+    return value && *value != wish.control.standard && *value != wish.value;
+}
+
+} // namespace
+
+/// Hands questions on until one of them takes too long; those that follow are not asked.
+class ControlRestorer::Patience
+{
+public:
+    Patience(const ControlCall &call, const Now &now)
+        : m_call(call)
+        , m_now(now)
+    {
+    }
+
+    int operator()(unsigned long request, void *argument)
+    {
+        if (m_ended)
+            return -ENODEV; // which ends a list
+        const TimePoint start = m_now();
+        const int result = m_call(request, argument);
+        m_ended = m_now() - start > kPatience;
+        return result;
+    }
+    bool hasEnded() const { return m_ended; }
+
+private:
+    const ControlCall &m_call;
+    const Now &m_now;
+    bool m_ended = false;
+};
+
+ControlRestorer::ControlRestorer(std::optional<int> mainsHertz, Now now)
+    : m_mainsHertz(mainsHertz)
+    , m_now(std::move(now))
+{
+}
+
+bool ControlRestorer::restore(const ControlCall &call, const SavedControls &saved,
+                              Appearance appearance, const std::string &label) const
+{
+    if (saved.empty())
+        return true;
+    Patience patience(call, m_now);
+    const ControlCall ask = std::ref(patience);
+    const auto given = [&] {
+        if (patience.hasEnded())
+            logLine(LogLevel::Warning, label,
+                    "the camera does not answer; its saved controls are not set");
+        return patience.hasEnded();
+    };
+    const Result<std::vector<Control>> controls = listControls(ask);
+    if (given())
+        return false;
+    if (!controls)
+        return true;
+    for (const Wish &wish : wishesFor(controls.value(), saved, label)) {
+        if (wish.control.value == wish.value
+            || (appearance == Appearance::Found && isSomebodys(wish)))
+            continue;
+        // an automatic that was set a moment ago may have changed that
+        const Result<Control> now = queryControl(ask, wish.control.id);
+        if (now && now.value().isInactive())
+            continue;
+        const Result<void> written = writeControl(ask, wish.control, wish.value);
+        if (given())
+            return false;
+        if (written.code() == -ENODEV)
+            return true;
+        if (!written)
+            logLine(LogLevel::Warning, label, "saved control " + written.error().text);
+    }
+    return true;
+}
+
+void ControlRestorer::adaptToMains(const ControlCall &call, const std::string &label) const
+{
+    Patience patience(call, m_now);
+    const ControlCall ask = std::ref(patience);
+    const Result<Control> control = queryControl(ask, V4L2_CID_POWER_LINE_FREQUENCY);
+    if (!control || !control.value().isKeepable() || control.value().isInactive())
+        return;
+    const std::vector<ControlChoice> &choices = control.value().choices;
+    const auto offers = [&](std::int32_t number) {
+        return std::any_of(choices.begin(), choices.end(),
+                           [=](const ControlChoice &choice) { return choice.number == number; });
+    };
+    std::optional<std::int32_t> wanted;
+    if (offers(V4L2_CID_POWER_LINE_FREQUENCY_AUTO))
+        wanted = V4L2_CID_POWER_LINE_FREQUENCY_AUTO;
+    else if (m_mainsHertz)
+        wanted = *m_mainsHertz == 60 ? V4L2_CID_POWER_LINE_FREQUENCY_60HZ
+                                     : V4L2_CID_POWER_LINE_FREQUENCY_50HZ;
+    const std::optional<std::int32_t> value = readControl(ask, control.value());
+    // another value than the default is somebody's choice
+    if (!wanted || !offers(*wanted) || value == wanted || value != control.value().standard)
+        return;
+    if (const Result<void> written = writeControl(ask, control.value(), *wanted);
+        !written && written.code() != -ENODEV)
+        logLine(LogLevel::Warning, label, written.error().text);
+}
+
+} // namespace korv
