@@ -1,0 +1,146 @@
+#include "library/clean/page_light.h"
+
+#include "library/clean/light_fill.h"
+#include "library/clean/paper_regions.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include <opencv2/imgproc.hpp>
+
+namespace korv::clean {
+
+namespace {
+
+constexpr int kMaxSide = 820; ///< of the small picture in which light is estimated
+
+/// In pixels of the small picture, 0.36 mm each on an A4 sheet: covers strokes of headlines.
+constexpr int kStrokeReach = 9;
+constexpr int kSoftening = 3;
+
+constexpr double kLitShare = 0.05; ///< of the paper; the rest of it is darker than what is "lit"
+constexpr float kBlank = 0.85F; ///< of the light: darker pixels of a page are written on
+
+/// Means of squares of pixels; a last row or column of squares that are not whole takes part.
+cv::Mat shrunk(const cv::Mat &picture, int cell, HelperThread &core)
+{
+    const int rows = std::max(1, picture.rows / cell);
+    const int columns = std::max(1, picture.cols / cell);
+    if (cell == 1)
+        return picture.clone();
+    cv::Mat result(rows, columns, picture.type());
+    core.shareRange(0, rows, [&](int first, int end) {
+        const cv::Mat from = picture(cv::Range(first * cell, std::min(end * cell, picture.rows)),
+                                     cv::Range(0, std::min(columns * cell, picture.cols)));
+        cv::Mat to = result.rowRange(first, end);
+        cv::resize(from, to, to.size(), 0, 0, cv::INTER_AREA);
+    });
+    return result;
+}
+
+cv::Mat withoutStrokes(const cv::Mat &small, HelperThread &core)
+{
+    const cv::Mat reach =
+        cv::getStructuringElement(cv::MORPH_RECT, cv::Size(kStrokeReach, kStrokeReach));
+    cv::Mat result(small.size(), small.type());
+    core.shareRange(0, small.rows, [&](int first, int end) {
+        // the rows around that the result depends on
+        const cv::Range around(std::max(0, first - kStrokeReach),
+                               std::min(small.rows, end + kStrokeReach));
+        cv::Mat closed;
+        cv::morphologyEx(small.rowRange(around), closed, cv::MORPH_CLOSE, reach);
+        closed.rowRange(first - around.start, end - around.start)
+            .copyTo(result.rowRange(first, end));
+    });
+    return result;
+}
+
+cv::Mat toFloat(const cv::Mat &picture, const cv::Mat &paper)
+{
+    cv::Mat result;
+    cv::Mat masked = cv::Mat::zeros(picture.size(), picture.type());
+    picture.copyTo(masked, paper);
+    masked.convertTo(result, CV_32F);
+    return result;
+}
+
+float medianOf(std::vector<float> &values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Closing follows the brightest of the noise: brings the light down to what blank paper has in the
+/// middle.
+void centre(cv::Mat &light, const cv::Mat &small, const cv::Mat &paper)
+{
+    const int channels = light.channels();
+    cv::Scalar factor = cv::Scalar::all(1);
+    for (int channel = 0; channel < channels; ++channel) {
+        std::vector<float> shares;
+        for (int y = 0; y < small.rows; y += 2) {
+            const auto *level = small.ptr<std::uint8_t>(y);
+            const auto *bright = light.ptr<float>(y);
+            const auto *isPaper = paper.ptr<std::uint8_t>(y);
+            for (int x = 0; x < small.cols; x += 2) {
+                const int at = x * channels + channel;
+                const float share = static_cast<float>(level[at]) / bright[at];
+                if (isPaper[x] != 0 && share > kBlank)
+                    shares.push_back(share);
+            }
+        }
+        if (!shares.empty())
+            factor[channel] = medianOf(shares);
+    }
+    cv::multiply(light, factor, light);
+}
+
+/// The mean colour of the brightest paper but for `kLitShare` of it.
+cv::Scalar litPaper(const cv::Mat &light, const cv::Mat &paper)
+{
+    cv::Mat gray = light;
+    if (light.channels() == 3)
+        cv::cvtColor(light, gray, cv::COLOR_RGB2GRAY);
+    std::vector<float> levels;
+    for (int y = 0; y < gray.rows; ++y) {
+        for (int x = 0; x < gray.cols; ++x) {
+            if (paper.at<std::uint8_t>(y, x) != 0)
+                levels.push_back(gray.at<float>(y, x));
+        }
+    }
+    const auto rank =
+        static_cast<std::ptrdiff_t>((1 - kLitShare) * static_cast<double>(levels.size() - 1));
+    std::nth_element(levels.begin(), levels.begin() + rank, levels.end());
+    const float level = levels[static_cast<std::size_t>(rank)];
+    const cv::Mat brightest = (gray >= level) & (paper != 0);
+    const cv::Scalar colour = cv::mean(light, brightest);
+    const double mean = cv::mean(gray, brightest)[0];
+    return colour * (level / std::max(mean, 1.0));
+}
+
+} // namespace
+
+PageLight lightOn(const cv::Mat &picture, HelperThread &core)
+{
+    PageLight result;
+    result.cell = (std::max(picture.cols, picture.rows) + kMaxSide - 1) / kMaxSide;
+    const cv::Mat small = shrunk(picture, result.cell, core);
+    const cv::Mat closed = withoutStrokes(small, core);
+    const cv::Mat paper = paperRegions(closed);
+    if (cv::countNonZero(paper) == 0)
+        return result;
+    cv::Mat weights;
+    paper.convertTo(weights, CV_32F);
+    cv::Mat light = filledSurface(toFloat(closed, paper), weights);
+    cv::blur(light, light, cv::Size(kSoftening, kSoftening));
+    cv::max(light, 1.0F, light);
+    centre(light, small, paper);
+    result.lit = litPaper(light, paper);
+    result.paper = light;
+    return result;
+}
+
+} // namespace korv::clean
