@@ -23,6 +23,7 @@ readonly kRunPackages=(
     "libdeflate-dev|compression in OFD files"
     "libopencv-core-dev|finds the sheet in a photograph"
     "libopencv-imgproc-dev|finds the sheet in a photograph"
+    "libinih-dev|settings files of the camera library"
     "libudev-dev|finds cameras as they are plugged in"
     "fonts-wqy-microhei|Chinese glyphs"
     "procps|ps, which looks for a copy that runs already"

@@ -1,6 +1,7 @@
 #include "library/api/manager.h"
 
 #include "library/api/callback_scope.h"
+#include "library/documents/utf8.h"
 #include "library/export/convert.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
@@ -33,6 +34,11 @@ Error insideCallback()
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
 }
 
+DocumentSettings documentSettings(const Settings &settings)
+{
+    return {cleanUtf8(settings.title), settings.pageSize};
+}
+
 bool isInsideAnyCallback()
 {
     return CallbackScope::ofThisThread() != CallbackScope::Kind::None;
@@ -40,8 +46,9 @@ bool isInsideAnyCallback()
 
 } // namespace
 
-Manager::Manager(MonitorFactory monitors)
+Manager::Manager(MonitorFactory monitors, SettingsReader readSettings)
     : m_monitors(std::move(monitors))
+    , m_readSettings(std::move(readSettings))
 {
 }
 
@@ -79,6 +86,7 @@ Result<void> Manager::initialise()
         m_state = State::Changing;
     }
     try {
+        setSettings(m_readSettings ? m_readSettings() : Settings());
         auto session = std::make_shared<Session>(m_monitors());
         Result<void> started = session->start();
         if (!started)
@@ -109,6 +117,7 @@ Result<void> Manager::uninitialise()
         const std::lock_guard<std::mutex> lock(m_optionsMutex);
         m_options = {};
     }
+    setSettings({});
     {
         const std::lock_guard<std::mutex> lock(m_documentMutex);
         m_document.clear();
@@ -198,6 +207,19 @@ PhotographOptions Manager::options() const
     return m_options;
 }
 
+void Manager::setSettings(Settings settings)
+{
+    auto kept = std::make_shared<const Settings>(std::move(settings));
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    m_settings = std::move(kept);
+}
+
+std::shared_ptr<const Settings> Manager::settings() const
+{
+    const std::lock_guard<std::mutex> lock(m_optionsMutex);
+    return m_settings;
+}
+
 // ---- pictures and files ----
 
 /// A frame does not say where it comes from. While one device streams it can only be that one's.
@@ -244,13 +266,13 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
     m_leftOvers.clearOnce(folderOf(path));
-    return writeImage(image, path, options().quality);
+    return writeImage(image, path, options().quality, documentSettings(*settings()));
 }
 
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
     m_leftOvers.clearOnce(folderOf(destination));
-    return convertImage(source, destination, options().quality);
+    return convertImage(source, destination, options().quality, documentSettings(*settings()));
 }
 
 Result<void> Manager::addPage(const std::string &source)
@@ -262,9 +284,10 @@ Result<void> Manager::addPage(const std::string &source)
 Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
+    const DocumentSettings wanted = documentSettings(*settings());
     m_leftOvers.clearOnce(folderOf(destination));
     const std::lock_guard<std::mutex> lock(m_documentMutex);
-    return m_document.combine(destination, quality);
+    return m_document.combine(destination, quality, wanted);
 }
 
 } // namespace korv

@@ -4,6 +4,7 @@
 #include "library/export/pending_document.h"
 #include "library/files/left_overs.h"
 #include "library/photograph/photograph.h"
+#include "library/settings/settings.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -24,8 +25,10 @@ class Manager
 public:
     using MonitorFactory = std::function<Session::Monitors()>;
 
-    /// `monitors` is asked at each initialise().
-    explicit Manager(MonitorFactory monitors);
+    using SettingsReader = std::function<Settings()>;
+
+    /// Both are called at each initialise(), the settings first; null: there are none.
+    explicit Manager(MonitorFactory monitors, SettingsReader readSettings = nullptr);
     ~Manager();
     Manager(const Manager &) = delete;
     Manager &operator=(const Manager &) = delete;
@@ -48,6 +51,8 @@ public:
     Result<void> setCrop(int mode);
     Result<void> setRotation(int mode);
     PhotographOptions options() const;
+    /// Those read by the last initialise(); none after uninitialise(). Never null.
+    std::shared_ptr<const Settings> settings() const;
 
     Result<void> savePhotograph(const void *frame, int width, int height, const std::string &path);
     Result<void> saveRgb(const void *pixels, int width, int height, const std::string &path);
@@ -61,8 +66,10 @@ private:
 
     void beginChange(std::unique_lock<std::mutex> &lock);
     void endChange(std::shared_ptr<Session> session);
+    void setSettings(Settings settings);
 
     const MonitorFactory m_monitors;
+    const SettingsReader m_readSettings;
 
     std::atomic<bool> m_processEnds{false};
 
@@ -74,6 +81,7 @@ private:
 
     mutable std::mutex m_optionsMutex;
     PhotographOptions m_options;
+    std::shared_ptr<const Settings> m_settings = std::make_shared<const Settings>();
 
     std::mutex m_documentMutex;
     PendingDocument m_document;

@@ -1,6 +1,8 @@
 #include "library/api/process_manager.h"
 
 #include "library/api/monitors.h"
+#include "library/base/log.h"
+#include "library/settings/settings_reader.h"
 
 #include <cstddef>
 #include <new>
@@ -16,10 +18,18 @@ Manager &manager()
     return *std::launder(reinterpret_cast<Manager *>(storage));
 }
 
+Settings settingsOfThisProcess()
+{
+    SettingsReading reading = readSettings(settingsPaths());
+    for (const std::string &problem : reading.problems)
+        logLine(problem);
+    return std::move(reading.settings);
+}
+
 /// Also over an earlier one, which is left as it is.
 void makeManager()
 {
-    ::new (storage) Manager(availableMonitors);
+    ::new (storage) Manager(availableMonitors, settingsOfThisProcess);
 }
 
 /// Its destructor runs as the process ends, before those of what the program made earlier.

@@ -3,6 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/result.h"
 #include "library/image/image.h"
+#include "library/image/sheet_size.h"
 #include "library/jpeg/jpeg.h"
 
 #include <optional>
@@ -24,13 +25,6 @@ struct CodedPixels
 
 /// Codes a picture, without loss, the way its container stores it. Errors: -ENOMEM.
 using PixelCoder = Result<CodedPixels> (*)(const Image &image, double dpi);
-
-/// A sheet of paper, in millimetres.
-struct SheetSize
-{
-    double width = 0;
-    double height = 0;
-};
 
 /// One page as the document writers take it: a JPEG to be stored byte for byte, or coded pixels.
 /// Both belong to whoever made the page.

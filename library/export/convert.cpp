@@ -200,7 +200,8 @@ Error unknownExtension(const std::string &destination)
 
 } // namespace
 
-Result<void> convertImage(const std::string &source, const std::string &destination, int quality)
+Result<void> convertImage(const std::string &source, const std::string &destination, int quality,
+                          const DocumentSettings &settings)
 {
     const Format *format = formatForPath(destination);
     if (format == nullptr)
@@ -208,7 +209,7 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     std::vector<std::string> left = {source};
     Result<void> converted = exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
-            return writeDocument({source}, *format, destination, quality, {}, left);
+            return writeDocument({source}, *format, destination, quality, settings, left);
         Output output(destination);
         Result<void> result = convertPicture(source, *format, output, quality);
         if (output.isFinished())
@@ -220,14 +221,15 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     return converted;
 }
 
-Result<void> writeImage(const Image &image, const std::string &destination, int quality)
+Result<void> writeImage(const Image &image, const std::string &destination, int quality,
+                        const DocumentSettings &settings)
 {
     const Format *format = formatForPath(destination);
     if (format == nullptr)
         return unknownExtension(destination);
     return exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)
-            return writeDocument(image, *format, destination, quality);
+            return writeDocument(image, *format, destination, quality, settings);
         return Output(destination).write(image, *format, quality);
     });
 }

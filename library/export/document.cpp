@@ -14,21 +14,23 @@ namespace korv {
 
 namespace {
 
-DocumentOptions optionsFor(const std::string &path)
+DocumentOptions optionsFor(const std::string &path, const DocumentSettings &settings)
 {
     DocumentOptions options;
     const std::string name = fileNameOf(path);
-    options.title = cleanUtf8(name.substr(0, name.rfind('.')));
+    options.title =
+        !settings.title.empty() ? settings.title : cleanUtf8(name.substr(0, name.rfind('.')));
     options.created = std::time(nullptr);
     return options;
 }
 
-PageOptions pageOptions(const Format &format, int quality)
+PageOptions pageOptions(const Format &format, int quality, const DocumentSettings &settings)
 {
     PageOptions options;
     options.quality = quality;
     options.plainJpegOnly = format.plainJpegOnly;
     options.codePixels = format.codePixels;
+    options.sheet = settings.sheet;
     return options;
 }
 
@@ -90,14 +92,10 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
     if (!file)
         return file.error();
-    DocumentOptions options = optionsFor(file.value()->path());
-    if (!settings.title.empty())
-        options.title = settings.title;
+    DocumentOptions options = optionsFor(file.value()->path(), settings);
     options.pageCount = static_cast<int>(sources.size());
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PageOptions making = pageOptions(format, quality);
-    making.sheet = settings.sheet;
-    PagePrefetcher pages(sources, making);
+    PagePrefetcher pages(sources, pageOptions(format, quality, settings));
     MissingPages missing(sources);
     std::size_t number = 0;
     bool hasPages = false;
@@ -127,15 +125,15 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
 }
 
 Result<void> writeDocument(const Image &image, const Format &format, const std::string &destination,
-                           int quality)
+                           int quality, const DocumentSettings &settings)
 {
     Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
     if (!file)
         return file.error();
-    DocumentOptions options = optionsFor(file.value()->path());
+    DocumentOptions options = optionsFor(file.value()->path(), settings);
     options.pageCount = 1;
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PageMaker maker(pageOptions(format, quality));
+    PageMaker maker(pageOptions(format, quality, settings));
     const Result<Page> page = maker.fromImage(image);
     if (!page)
         return page.error();

@@ -23,6 +23,6 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
 
 /// The same with pixels as the only page.
 Result<void> writeDocument(const Image &image, const Format &format, const std::string &destination,
-                           int quality);
+                           int quality, const DocumentSettings &settings);
 
 } // namespace korv

@@ -22,7 +22,8 @@ Result<void> PendingDocument::add(const std::string &source)
     });
 }
 
-Result<void> PendingDocument::combine(const std::string &destination, int quality)
+Result<void> PendingDocument::combine(const std::string &destination, int quality,
+                                      const DocumentSettings &settings)
 {
     const std::vector<std::string> pages = std::exchange(m_pages, {});
     const std::vector<std::string> refused = std::exchange(m_refused, {});
@@ -34,7 +35,7 @@ Result<void> PendingDocument::combine(const std::string &destination, int qualit
 
     std::vector<std::string> left = pages;
     Result<void> written = exceptionsToErrors([&] {
-        return writeDocument(pages, *format, destination, quality, settingsFromEnvironment(), left);
+        return writeDocument(pages, *format, destination, quality, withEnvironment(settings), left);
     });
     // a source that was refused at first may have been added later
     std::copy_if(refused.begin(), refused.end(), std::back_inserter(left),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/base/result.h"
+#include "library/documents/document_settings.h"
 
 #include <string>
 #include <vector>
@@ -17,11 +18,12 @@ public:
     Result<void> add(const std::string &source);
 
     /// Writes all pages to `destination` (pdf, ofd, tif, tiff by extension; an existing file stays)
-    /// with the settings of the environment and becomes empty, whatever the result. Working files that
-    /// reach no finished file, refused ones too, are kept, see rescuePages(). Errors: those of
-    /// writeDocument(); -EINVAL
-    /// unknown extension: nothing is made and nothing kept.
-    Result<void> combine(const std::string &destination, int quality);
+    /// with the settings, before which those of the environment go, and becomes empty, whatever the
+    /// result. Working files that reach no finished file, refused ones too, are kept, see
+    /// rescuePages(). Errors: those of writeDocument(); -EINVAL unknown extension: nothing is made
+    /// and nothing kept.
+    Result<void> combine(const std::string &destination, int quality,
+                         const DocumentSettings &settings = {});
 
     void clear();
     std::size_t pageCount() const { return m_pages.size(); }

@@ -5,6 +5,7 @@
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/temporary_folder.h"
 #include "tests/library/support/wait.h"
+#include "tests/support/temp_home.h"
 
 #include <gtest/gtest.h>
 
@@ -83,6 +84,58 @@ TEST_F(ManagerLife, initialisesAgainAfterTheEnd)
         EXPECT_EQ(m_backend.ended, round);
         EXPECT_EQ(m_manager.session().code(), -ENODEV);
     }
+}
+
+TEST_F(ManagerLife, settingsAreReadByEachInitialisationAndForgottenAtTheEnd)
+{
+    int readings = 0;
+    Manager manager([] { return korv::Session::Monitors(); },
+                    [&] {
+                        korv::Settings settings;
+                        settings.title = std::to_string(++readings);
+                        return settings;
+                    });
+    EXPECT_EQ(manager.settings()->title, "");
+    for (const char *title : {"1", "2"}) {
+        ASSERT_TRUE(manager.initialise());
+        ASSERT_TRUE(manager.initialise());
+        const auto kept = manager.settings();
+        EXPECT_EQ(kept->title, title);
+        ASSERT_TRUE(manager.uninitialise());
+        EXPECT_EQ(manager.settings()->title, "");
+        EXPECT_EQ(kept->title, title);
+    }
+}
+
+TEST_F(ManagerFiles, documentsAreMadeWithTheSettings)
+{
+    Manager manager([] { return korv::Session::Monitors(); },
+                    [] {
+                        korv::Settings settings;
+                        settings.title = "Of the office";
+                        settings.pageSize = korv::SheetSize{100, 200};
+                        return settings;
+                    });
+    ASSERT_TRUE(manager.initialise());
+    const auto expectPdf = [&](const std::string &name, const std::string &title) {
+        const korv::Bytes pdf = contentOf(m_folder / name);
+        const std::string text(pdf.begin(), pdf.end());
+        EXPECT_NE(text.find("283.4646 566.9291"), std::string::npos) << name;
+        EXPECT_NE(text.find("(" + title + ")"), std::string::npos) << name;
+    };
+    const std::string pixels(3 * 20 * 40, '\x40');
+    ASSERT_TRUE(manager.saveRgb(pixels.data(), 20, 40, m_folder / "a.jpg"));
+    ASSERT_TRUE(manager.saveRgb(pixels.data(), 20, 40, m_folder / "rgb.pdf"));
+    expectPdf("rgb.pdf", "Of the office");
+    ASSERT_TRUE(manager.convert(m_folder / "a.jpg", m_folder / "converted.pdf"));
+    expectPdf("converted.pdf", "Of the office");
+    ASSERT_TRUE(manager.addPage(m_folder / "a.jpg"));
+    ASSERT_TRUE(manager.combine(m_folder / "combined.pdf"));
+    expectPdf("combined.pdf", "Of the office");
+    const support::ScopedVariable title("KORV_CAMERA_TITLE", "Of the environment");
+    ASSERT_TRUE(manager.addPage(m_folder / "a.jpg"));
+    ASSERT_TRUE(manager.combine(m_folder / "named.pdf"));
+    expectPdf("named.pdf", "Of the environment");
 }
 
 TEST_F(ManagerLife, failingMonitorFailsInitialisationAndTheNextMaySucceed)

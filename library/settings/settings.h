@@ -1,0 +1,41 @@
+#pragma once
+
+#include "library/image/sheet_size.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace korv {
+
+/// A camera model: USB vendor and product.
+using CameraModel = std::pair<int, int>;
+
+/// "camera 1b17:0211" names a section. Nothing for any other text.
+std::optional<CameraModel> cameraModelOf(const std::string &section);
+
+/// The section of a model: "camera 1b17:0211".
+std::string sectionOf(const CameraModel &model);
+
+/// What [camera VVVV:PPPP] says.
+struct CameraSettings
+{
+    std::map<std::string, std::string> controls; ///< by the name of the control; not looked at here
+    std::map<std::pair<int, int>, double> scales; ///< pixels per millimetre, by width and height
+};
+
+/// The settings of the library, as files gave them. A new key is a member here and a row in
+/// settings_keys.cpp.
+struct Settings
+{
+    std::string title; ///< of documents; UTF-8; empty: the file's name
+    std::optional<SheetSize> pageSize; ///< of all pages of documents
+
+    std::map<CameraModel, CameraSettings> cameras;
+
+    /// Null when no file says anything about the model. Lives as long as the settings.
+    const CameraSettings *camera(int vid, int pid) const;
+};
+
+} // namespace korv
