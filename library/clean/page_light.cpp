@@ -20,7 +20,7 @@ constexpr int kMaxSide = 820; ///< of the small picture in which light is estima
 constexpr int kStrokeReach = 9;
 constexpr int kSoftening = 3;
 
-constexpr double kLitShare = 0.05; ///< of the paper; the rest of it is darker than what is "lit"
+constexpr double kLitShare = 0.03; ///< of the paper; the rest of it is darker than what is "lit"
 constexpr float kBlank = 0.85F; ///< of the light: darker pixels of a page are written on
 
 /// Means of squares of pixels; a last row or column of squares that are not whole takes part.
@@ -32,6 +32,8 @@ cv::Mat shrunk(const cv::Mat &picture, int cell, HelperThread &core)
         return picture.clone();
     cv::Mat result(rows, columns, picture.type());
     core.shareRange(0, rows, [&](int first, int end) {
+        if (first == end)
+            return; // half of a single row
         const cv::Mat from = picture(cv::Range(first * cell, std::min(end * cell, picture.rows)),
                                      cv::Range(0, std::min(columns * cell, picture.cols)));
         cv::Mat to = result.rowRange(first, end);
@@ -46,6 +48,8 @@ cv::Mat withoutStrokes(const cv::Mat &small, HelperThread &core)
         cv::getStructuringElement(cv::MORPH_RECT, cv::Size(kStrokeReach, kStrokeReach));
     cv::Mat result(small.size(), small.type());
     core.shareRange(0, small.rows, [&](int first, int end) {
+        if (first == end)
+            return; // half of a single row
         // the rows around that the result depends on
         const cv::Range around(std::max(0, first - kStrokeReach),
                                std::min(small.rows, end + kStrokeReach));

@@ -280,10 +280,12 @@ private:
             return true;
         const auto pixels = static_cast<double>(region.pixels);
         return pixels >= kLeastShadow * static_cast<double>(m_gray.total())
-            && static_cast<double>(region.roughPixels) <= kEven * pixels && !isRectangular(region);
+            && static_cast<double>(region.roughPixels) <= kEven * pixels
+            && comesFromOutside(region);
     }
 
-    bool isRectangular(const Region &region) const
+    /// As the shadow of a hand or a camera does: a region at the border, and no rectangle.
+    bool comesFromOutside(const Region &region) const
     {
         std::vector<std::vector<cv::Point>> outlines;
         cv::findContours(m_labels == region.label, outlines, cv::RETR_EXTERNAL,
@@ -293,8 +295,11 @@ private:
             points.insert(points.end(), outline.begin(), outline.end());
         std::vector<cv::Point> hull;
         cv::convexHull(points, hull);
+        const cv::Rect box = cv::boundingRect(hull);
+        const cv::Rect inner(kGapWidth, kGapWidth, m_gray.cols - 2 * kGapWidth,
+                             m_gray.rows - 2 * kGapWidth);
         const double around = cv::minAreaRect(hull).size.area();
-        return cv::contourArea(hull) >= kRectangle * around;
+        return (box & inner) != box && cv::contourArea(hull) < kRectangle * around;
     }
 
     const cv::Mat &m_gray;

@@ -11,7 +11,7 @@ namespace korv::clean {
 /// What is printed ends sharply, a shadow does not: paper is what can be reached from the brightest
 /// large region without crossing a sharp edge or leaving the paper's colour. Further regions belong
 /// to it when they are as bright as the light there says, or look like a shadow with a hard edge:
-/// large, even, and not rectangular.
+/// large, even, reaching the border of the picture, and not rectangular.
 cv::Mat paperRegions(const cv::Mat &page);
 
 } // namespace korv::clean

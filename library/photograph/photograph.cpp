@@ -1,6 +1,8 @@
 #include "library/photograph/photograph.h"
 
 #include "library/base/exception_error.h"
+#include "library/base/log.h"
+#include "library/clean/clean_paper.h"
 #include "library/crop/crop.h"
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
@@ -8,8 +10,10 @@
 #include "library/jpeg/rework/jpeg_repair.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 #include "library/photograph/lineart.h"
+#include "library/photograph/sharpness.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -23,7 +27,7 @@ constexpr int kUnchangedQuality = 95; ///< from here on the camera's own bytes a
 std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
                                                const PhotographOptions &options)
 {
-    if (options.crop != CropMode::Off || options.colour == ColourStyle::Lineart)
+    if (options.crop != CropMode::Off || options.colour == ColourStyle::Lineart || options.clean)
         return std::nullopt;
     jpeg::Transform transform;
     transform.turn =
@@ -39,11 +43,10 @@ bool changesNothing(const jpeg::Transform &transform)
     return transform.turn.isNone() && !transform.gray && transform.quality == 0;
 }
 
-Image straightened(Image image, CropMode crop)
+Image straightened(Image image, CropMode crop, HelperThread &core)
 {
     if (crop == CropMode::Off)
         return image;
-    HelperThread core;
     const std::optional<Quadrilateral> sheet = findSheet(image, core);
     return sheet ? cutSheet(image, *sheet, core) : image;
 }
@@ -82,6 +85,27 @@ Result<Bytes> change(ByteView picture, const jpeg::Structure &structure,
     return jpeg::transformed(picture, structure, work, dpi, exif);
 }
 
+void reportFocus(const Image &page)
+{
+    const Sharpness sharpness = sharpnessOf(page);
+    if (!sharpness.isOutOfFocus())
+        return;
+    char text[96];
+    std::snprintf(text, sizeof text,
+                  "the photograph is out of focus: its writing is blurred by %.1f pixels",
+                  sharpness.blur);
+    logLine(text);
+}
+
+/// For a photograph whose pixels are not needed otherwise. Whether they can be had does not matter.
+void reportFocus(ByteView frame)
+{
+    jpeg::DecodeOptions luma;
+    luma.gray = true;
+    if (const Result<Image> page = jpeg::decode(frame, luma))
+        reportFocus(page.value());
+}
+
 Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options)
 {
     // colour helps to find the sheet, so it goes last; without a search chroma is never decoded
@@ -91,10 +115,15 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
     if (!decoded)
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
-    image = straightened(std::move(image), options.crop);
+    HelperThread core;
+    image = straightened(std::move(image), options.crop, core);
+    if (options.reportFocus)
+        reportFocus(image);
     if (options.rotation != Rotation::None)
         image = rotate(image, options.rotation);
     image = inColour(std::move(image), options.colour);
+    if (options.clean)
+        cleanPaper(image, core);
     image.setDpi(effectiveDpi(image.width(), image.height(), 0));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
@@ -124,12 +153,17 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
             return Error{-EFBIG, "photograph too large"};
         const std::optional<jpeg::Transform> work = coefficientWork(structure.value(), options);
         const ByteView picture = frame.first(structure.value().end);
-        if (work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value())) {
+        const bool passes =
+            work && changesNothing(*work) && jpeg::isWidelyReadable(structure.value());
+        const bool transforms = !passes && work && jpeg::canTransform(structure.value(), *work);
+        if (options.reportFocus && (passes || transforms))
+            reportFocus(picture);
+        if (passes) {
             if (jpeg::needsRepair(structure.value()))
                 return stored(jpeg::repair(frame, structure.value(), 0));
             return picture;
         }
-        if (work && jpeg::canTransform(structure.value(), *work))
+        if (transforms)
             return stored(change(picture, structure.value(), *work, options));
         return stored(remake(picture, info, options));
     } catch (...) {

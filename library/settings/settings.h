@@ -32,6 +32,8 @@ struct Settings
     std::string title; ///< of documents; UTF-8; empty: the file's name
     std::optional<SheetSize> pageSize; ///< of all pages of documents
 
+    bool clean = false; ///< photographs: paper white, light and shadow evened out
+
     std::map<CameraModel, CameraSettings> cameras;
 
     /// Null when no file says anything about the model. Lives as long as the settings.

@@ -82,6 +82,9 @@ const std::vector<SettingKey> &settingKeys()
         {"documents", "page-size", "by the picture",
          "Size of every page: A3, A4, A5, letter, card or WIDTHxHEIGHT in millimetres",
          "KORV_CAMERA_PAGE_SIZE", into<&Settings::pageSize>},
+        {"photographs", "clean", "no",
+         "Even out light and shadow, so that paper is white, in colour and gray",
+         "KORV_CAMERA_CLEAN", into<&Settings::clean>},
     };
     return keys;
 }
