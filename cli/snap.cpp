@@ -100,6 +100,8 @@ ExitCode savePhotograph(Session &session, const Options &options, const Workspac
     session.print(published.path);
     if (foundNoSheet)
         printError(published.path + ": no sheet was found; this is the whole picture");
+    if (answer.isOutOfFocus)
+        printError(published.path + ": out of focus; its writing is hard to read");
     return ExitCode::Success;
 }
 

@@ -12,6 +12,7 @@ namespace cli {
 namespace {
 
 constexpr char kReport[] = "korvcamera: KorvCamera_";
+constexpr char kOutOfFocus[] = "the photograph is out of focus";
 
 /// Standard error as a file while the object lives.
 class ErrorCapture
@@ -62,7 +63,7 @@ std::string reasonIn(const std::string &report)
 Answer askLibrary(bool verbose, const std::function<int()> &call)
 {
     if (verbose)
-        return {call(), {}};
+        return {call(), false, {}};
     Answer answer;
     std::string said;
     {
@@ -74,6 +75,8 @@ Answer askLibrary(bool verbose, const std::function<int()> &call)
     for (std::string line; std::getline(lines, line);) {
         if (line.compare(0, sizeof kReport - 1, kReport) == 0)
             answer.reason = reasonIn(line);
+        else if (line.find(kOutOfFocus) != std::string::npos)
+            answer.isOutOfFocus = true;
         else
             std::fputs((line + "\n").c_str(), stderr);
     }

@@ -41,6 +41,7 @@ struct Options
     std::optional<int> device; ///< index; nothing: the first camera
     std::optional<Resolution> resolution;
     std::optional<int> quality;
+    bool clean = false; ///< even out the light (snap, convert)
     int color = 0; ///< as KorvCamera_SetImageColorStyle
     int crop = -1; ///< as KorvCamera_SetAutoCrop
     int rotation = 0; ///< as KorvCamera_SetImageRotateMode

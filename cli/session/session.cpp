@@ -57,6 +57,8 @@ ExitCode Session::open()
     // read by the library when it is initialised
     if (!m_options.desk.empty())
         setenv("KORV_CAMERA_DESK", m_options.desk.c_str(), 1);
+    if (m_options.clean)
+        setenv("KORV_CAMERA_CLEAN", "yes", 1);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
         printError("cannot load the camera library " + m_options.library

@@ -50,6 +50,14 @@ TEST(Options, choicesBecomeTheLibrarysCodes)
     EXPECT_EQ(options->count, 3);
 }
 
+TEST(Options, cleanIsOffUnlessAskedFor)
+{
+    EXPECT_FALSE(parse({"snap", "-o", "a.jpg"}).options->clean);
+    EXPECT_TRUE(parse({"snap", "--clean", "-o", "a.jpg"}).options->clean);
+    EXPECT_TRUE(parse({"convert", "--clean", "a.jpg", "b.png"}).options->clean);
+    EXPECT_FALSE(parse({"combine", "--clean", "a.jpg", "-o", "b.pdf"}).options);
+}
+
 TEST(Options, filesOfConvertAndCombine)
 {
     const auto convert = parse({"convert", "a.jpg", "b.png"}).options;
