@@ -171,6 +171,9 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
  * lock that its frame callback wants. `reserved` is not used; pass 0.
  * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a complete
  * JPEG; -ENOMEM; or what the file system answered.
+ * KORV_CAMERA_CLEAN=yes in the environment, or clean = yes under [photographs] in the settings, evens
+ * out the light in colour and gray. A photograph whose writing is out of focus is written, and standard
+ * error says so.
  * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse as
  * the quality's, the file is the frame byte for byte, but for tables and a head that strict readers
  * miss, and less a list of further pictures behind it. A rotation alone loses nothing where the
@@ -195,6 +198,7 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * pages gives them all to pdf, ofd and tiff; a jpg, png or bmp is its first page, and standard error
  * tells that there are more. Reduced pictures and masks in a TIFF are no pages. In pdf, ofd and tiff a page without a resolution, or with one of 72 or
  * 96 dpi, which are common placeholder values, has the long side of an A4 sheet.
+ * KORV_CAMERA_CLEAN_FILES=yes in the environment evens out the light on the pictures.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form
