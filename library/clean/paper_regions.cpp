@@ -186,6 +186,8 @@ struct Region
     std::size_t pixels = 0;
     double levels = 0; ///< sum over the pixels
     std::size_t roughPixels = 0;
+    cv::Point first{std::numeric_limits<int>::max(), std::numeric_limits<int>::max()};
+    cv::Point last{-1, -1}; ///< of the box around it, inclusive
 
     double mean() const { return pixels == 0 ? 0 : levels / static_cast<double>(pixels); }
     /// What makes a region the first one to be taken for paper.
@@ -212,6 +214,8 @@ public:
                 ++region.pixels;
                 region.levels += level[x];
                 region.roughPixels += roughness[x] != 0 ? 1U : 0U;
+                region.first = {std::min(region.first.x, x), std::min(region.first.y, y)};
+                region.last = {std::max(region.last.x, x), y};
             }
         }
         const cv::Size cells((gray.cols + kCell - 1) / kCell, (gray.rows + kCell - 1) / kCell);
@@ -247,10 +251,10 @@ private:
     /// Calls `visit(cell, level)` for every pixel of a region.
     template <typename Visit> void eachPixel(const Region &region, const Visit &visit) const
     {
-        for (int y = 0; y < m_labels.rows; ++y) {
+        for (int y = region.first.y; y <= region.last.y; ++y) {
             const auto *label = m_labels.ptr<int>(y);
             const auto *level = m_gray.ptr<std::uint8_t>(y);
-            for (int x = 0; x < m_labels.cols; ++x) {
+            for (int x = region.first.x; x <= region.last.x; ++x) {
                 if (label[x] == region.label)
                     visit(cv::Point(x / kCell, y / kCell), level[x]);
             }
