@@ -34,8 +34,10 @@ cv::Mat shrunk(const cv::Mat &picture, int cell, HelperThread &core)
     core.shareRange(0, rows, [&](int first, int end) {
         if (first == end)
             return; // half of a single row
-        const cv::Mat from = picture(cv::Range(first * cell, std::min(end * cell, picture.rows)),
-                                     cv::Range(0, std::min(columns * cell, picture.cols)));
+        cv::Mat from = picture(cv::Range(first * cell, std::min(end * cell, picture.rows)),
+                               cv::Range(0, std::min(columns * cell, picture.cols)));
+        if (cell % 2 == 0 && from.rows > 1) // every second row will do, in half the time
+            from = cv::Mat(from.rows / 2, from.cols, from.type(), from.data, 2 * from.step[0]);
         cv::Mat to = result.rowRange(first, end);
         cv::resize(from, to, to.size(), 0, 0, cv::INTER_AREA);
     });
@@ -103,19 +105,31 @@ float medianOf(std::vector<float> &values)
     return *middle;
 }
 
-/// Closing follows the brightest of the noise: brings the light down to what blank paper has in the
-/// middle.
-void centre(cv::Mat &light, const cv::Mat &small, const cv::Mat &paper)
+constexpr int kSampling = 3; ///< every third pixel of every third row will do for statistics
+
+cv::Mat sampled(const cv::Mat &picture)
+{
+    cv::Mat result;
+    cv::resize(picture, result,
+               cv::Size((picture.cols + kSampling - 1) / kSampling,
+                        (picture.rows + kSampling - 1) / kSampling),
+               0, 0, cv::INTER_NEAREST);
+    return result;
+}
+
+/// Closing follows the brightest of the noise: what brings the light down to what blank paper has in
+/// the middle.
+cv::Scalar excessOf(const cv::Mat &light, const cv::Mat &page, const cv::Mat &paper)
 {
     const int channels = light.channels();
     cv::Scalar factor = cv::Scalar::all(1);
     for (int channel = 0; channel < channels; ++channel) {
         std::vector<float> shares;
-        for (int y = 0; y < small.rows; y += 2) {
-            const auto *level = small.ptr<std::uint8_t>(y);
+        for (int y = 0; y < page.rows; ++y) {
+            const auto *level = page.ptr<std::uint8_t>(y);
             const auto *bright = light.ptr<float>(y);
             const auto *isPaper = paper.ptr<std::uint8_t>(y);
-            for (int x = 0; x < small.cols; x += 2) {
+            for (int x = 0; x < page.cols; ++x) {
                 const int at = x * channels + channel;
                 const float share = static_cast<float>(level[at]) / bright[at];
                 if (isPaper[x] != 0 && share > kBlank)
@@ -125,7 +139,7 @@ void centre(cv::Mat &light, const cv::Mat &small, const cv::Mat &paper)
         if (!shares.empty())
             factor[channel] = medianOf(shares);
     }
-    cv::multiply(light, factor, light);
+    return factor;
 }
 
 /// The mean colour of the brightest paper but for `kLitShare` of it.
@@ -135,8 +149,8 @@ cv::Scalar litPaper(const cv::Mat &light, const cv::Mat &paper)
     if (light.channels() == 3)
         cv::cvtColor(light, gray, cv::COLOR_RGB2GRAY);
     std::vector<float> levels;
-    for (int y = 0; y < gray.rows; y += 2) {
-        for (int x = 0; x < gray.cols; x += 2) {
+    for (int y = 0; y < gray.rows; ++y) {
+        for (int x = 0; x < gray.cols; ++x) {
             if (paper.at<std::uint8_t>(y, x) != 0)
                 levels.push_back(gray.at<float>(y, x));
         }
@@ -167,8 +181,12 @@ PageLight lightOn(const cv::Mat &picture, HelperThread &core)
     cv::Mat light = lightThrough(closed, paper);
     cv::blur(light, light, cv::Size(kSoftening, kSoftening));
     cv::max(light, 1.0F, light);
-    centre(light, small, paper);
-    result.lit = litPaper(light, paper);
+    cv::Mat lightSample = sampled(light);
+    const cv::Mat paperSample = sampled(paper);
+    const cv::Scalar factor = excessOf(lightSample, sampled(small), paperSample);
+    cv::multiply(light, factor, light);
+    cv::multiply(lightSample, factor, lightSample);
+    result.lit = litPaper(lightSample, paperSample);
     result.paper = light;
     return result;
 }
