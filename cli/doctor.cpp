@@ -3,6 +3,7 @@
 #include "cli/advice/advice.h"
 #include "cli/advice/deskadvice.h"
 #include "cli/advice/libraryadvice.h"
+#include "cli/base/librarycall.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framerate.h"
 #include "cli/session/framereceiver.h"
@@ -155,12 +156,19 @@ void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
     if (folder.path().empty())
         return m_session.print("     test photograph: not taken, no folder for it can be made");
     const std::string path = folder.path() + "/photograph.jpg";
-    const int result = m_session.library().SaveVideoData(frame.jpeg.data(), frame.width,
-                                                         frame.height, 0, path.c_str());
-    if (result < 0)
-        problem(device, "make a photograph of its picture", result);
-    else
-        m_session.print("     test photograph: OK");
+    const Answer answer = askLibrary(m_options.verbose, [&] {
+        return m_session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
+                                                 path.c_str());
+    });
+    if (answer.result < 0)
+        return problem(device, "make a photograph of its picture", answer.result);
+    m_session.print("     test photograph: "
+                    + std::string(answer.isOutOfFocus ? "out of focus" : "OK"));
+    if (answer.isOutOfFocus)
+        problem(device.name
+                    + ": its picture is out of focus; wait until the camera has focused, clean its "
+                      "lens, or set its focus or its height",
+                ExitCode::Failure);
 }
 
 /// Counts what comes in a while after the first frame.

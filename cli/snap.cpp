@@ -116,7 +116,7 @@ ExitCode savePhotograph(LibrarySession &session, const Options &options, const W
     const Published published = workspace.publish(wanted, options.force);
     if (published.error != 0)
         return session.check(-published.error, "save " + wanted);
-    taken({published.path, frame.width, frame.height, foundNoSheet});
+    taken({published.path, frame.width, frame.height, foundNoSheet, answer.isOutOfFocus});
     return ExitCode::Success;
 }
 
@@ -150,6 +150,8 @@ ExitCode snap(LibrarySession &session, const Options &options)
         session.print(photograph.path);
         if (photograph.isWhole)
             printError(photograph.path + ": no sheet was found; this is the whole picture");
+        if (photograph.isOutOfFocus)
+            printError(photograph.path + ": out of focus; its writing is hard to read");
     });
 }
 

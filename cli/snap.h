@@ -13,6 +13,7 @@ struct TakenPhotograph
     int frameWidth = 0; ///< pixels of the camera's frame
     int frameHeight = 0;
     bool isWhole = false; ///< a sheet should have been cut out and was not found
+    bool isOutOfFocus = false; ///< its writing is blurred
 };
 
 using PhotographReceiver = std::function<void(const TakenPhotograph &)>;

@@ -14,6 +14,7 @@ namespace {
 
 /// How reports of the library's entry points begin.
 constexpr char kReport[] = "KorvCamera_";
+constexpr char kOutOfFocus[] = "the photograph is out of focus";
 
 /// Standard error as a file while the object lives.
 class ErrorCapture
@@ -64,7 +65,7 @@ std::string reasonIn(const std::string &report)
 Answer askLibrary(bool verbose, const std::function<int()> &call)
 {
     if (verbose)
-        return {call(), {}};
+        return {call(), false, {}};
     Answer answer;
     std::string said;
     {
@@ -77,6 +78,8 @@ Answer askLibrary(bool verbose, const std::function<int()> &call)
         const std::optional<std::string> text = textOfLibraryLine(line);
         if (text && text->compare(0, sizeof kReport - 1, kReport) == 0)
             answer.reason = reasonIn(*text);
+        else if (text && text->find(kOutOfFocus) != std::string::npos)
+            answer.isOutOfFocus = true;
         else
             std::fputs((line + "\n").c_str(), stderr);
     }

@@ -236,6 +236,12 @@ private:
                       "Replace an existing file (default: take the next free name)");
     }
 
+    void addCleanFlag(CLI::App *sub)
+    {
+        sub->add_flag("--clean", m_options.clean,
+                      "Even out light and shadow, so that paper is white (default: off)");
+    }
+
     static void addChoice(CLI::App *sub, const char *name, std::string &value,
                           const std::vector<std::string> &choices, const std::string &description)
     {
@@ -294,6 +300,7 @@ private:
         snap->add_flag_callback(
             "--crop", [this] { m_options.crop = 0; },
             "Find the sheet and cut it out (default: off)");
+        addCleanFlag(snap);
         addChoice(snap, "--rotate", m_rotation, kRotations, "Rotate the photographs");
         snap->add_option("-n,--count", m_options.count, "Number of photographs (default: 1)")
             ->type_name("N")
@@ -320,6 +327,7 @@ private:
             addCommand(Command::Convert, "convert",
                        "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
         addQualityOption(convert);
+        addCleanFlag(convert);
         addForceFlag(convert);
         convert->add_option("source", m_source, "JPEG, PNG, BMP or TIFF file")->required();
         convert->add_option("destination", m_options.destination, "New file")

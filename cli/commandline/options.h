@@ -55,6 +55,7 @@ struct Options
     std::optional<std::string> device; ///< as matching() takes it; nothing: the first camera
     std::optional<Resolution> resolution;
     std::optional<int> quality;
+    bool clean = false; ///< even out the light (snap, convert)
     int color = 0; ///< as KorvCamera_SetImageColorStyle
     int crop = -1; ///< as KorvCamera_SetAutoCrop
     int rotation = 0; ///< as KorvCamera_SetImageRotateMode

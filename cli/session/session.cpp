@@ -59,6 +59,9 @@ ExitCode LibrarySession::open()
         setenv("KORV_CAMERA_DESK", m_options.desk.c_str(), 1);
     if (m_options.verbose)
         setenv("KORV_LOG", "debug", 0); // unless the user has chosen a level
+    if (m_options.clean)
+        setenv("KORV_CAMERA_CLEAN", "yes", 1);
+    setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
         printError("cannot load the camera library " + m_options.library

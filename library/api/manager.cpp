@@ -2,14 +2,17 @@
 
 #include "library/api/callback_scope.h"
 #include "library/base/exception_error.h"
+#include "library/base/log.h"
 #include "library/base/step_times.h"
 #include "library/export/convert.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
 #include "library/jpeg/jpeg.h"
+#include "library/settings/settings_values.h"
 #include "library/values/utf8.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -39,6 +42,19 @@ Error insideCallback()
 DocumentSettings documentSettings(const Settings &settings)
 {
     return {cleanUtf8(settings.title), settings.pageSize};
+}
+
+/// What an environment variable says; `otherwise` when it is not set. A value that is neither yes nor
+/// no is reported on standard error and counts as not set.
+bool fromEnvironment(const char *name, bool otherwise)
+{
+    const char *text = std::getenv(name);
+    if (text == nullptr || *text == '\0')
+        return otherwise;
+    const std::optional<bool> value = valueOf<bool>(text);
+    if (!value)
+        logLine(LogLevel::Warning, name, refusalOf<bool>(), cleanUtf8(text));
+    return value.value_or(otherwise);
 }
 
 bool isInsideAnyCallback()
@@ -254,8 +270,13 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
         return Error{-EFBIG, "the frame is too large"};
     const std::size_t room = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
     PhotographOptions wanted = options();
+    wanted.clean = fromEnvironment("KORV_CAMERA_CLEAN", settings()->clean)
+        && wanted.colour != ColourStyle::Lineart;
+    wanted.reportFocus =
+        !m_processEnds && fromEnvironment("KORV_CAMERA_CHECK_FOCUS", settings()->checkFocus);
     // OpenCV's own globals may be destroyed by now
-    if (m_processEnds && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart))
+    if (m_processEnds
+        && (wanted.crop == CropMode::Auto || wanted.colour == ColourStyle::Lineart || wanted.clean))
         return processEnds();
     Bytes storage;
     describeOrigin(wanted, width, height);
@@ -286,7 +307,14 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
     m_leftOvers.clearOnce(folderOf(destination));
-    return convertImage(source, destination, options().quality, documentSettings(*settings()));
+    DocumentSettings wanted = documentSettings(*settings());
+    wanted.clean = fromEnvironment("KORV_CAMERA_CLEAN_FILES", false);
+    if (wanted.clean && m_processEnds) {
+        wanted.clean = false; // OpenCV's own globals may be destroyed by now
+        logLine(LogLevel::Warning, source,
+                "converted without evening out its light: the process is ending");
+    }
+    return convertImage(source, destination, options().quality, wanted);
 }
 
 Result<void> Manager::addPage(const std::string &source)

@@ -2,6 +2,7 @@
 
 #include "library/base/exceptions_to_errors.h"
 #include "library/base/log.h"
+#include "library/clean/clean_paper.h"
 #include "library/export/document.h"
 #include "library/export/format.h"
 #include "library/export/image_loader.h"
@@ -63,20 +64,34 @@ private:
     bool m_finished = false;
 };
 
+enum class Light { AsItIs, EvenedOut };
+
+Result<Image> loaded(ByteView content, Light light)
+{
+    Result<Image> image = loadImage(content);
+    if (image && light == Light::EvenedOut) {
+        HelperThread core;
+        cleanPaper(image.value(), core);
+    }
+    return image;
+}
+
 /// JPEG to JPEG: without decoding, where that is possible.
-Result<void> convertJpeg(ByteView content, Output &output, int quality)
+Result<void> convertJpeg(ByteView content, Output &output, int quality, Light light)
 {
     const Result<jpeg::Structure> structure = jpeg::readStructure(content);
     if (!structure)
         return structure.error();
-    Bytes storage;
-    const Result<ByteView> reused =
-        reusableJpeg(content, structure.value(), {quality, false}, storage);
-    if (!reused)
-        return reused.error();
-    if (!reused.value().empty())
-        return output.write(reused.value());
-    Result<Image> image = loadImage(content);
+    if (light == Light::AsItIs) {
+        Bytes storage;
+        const Result<ByteView> reused =
+            reusableJpeg(content, structure.value(), {quality, false}, storage);
+        if (!reused)
+            return reused.error();
+        if (!reused.value().empty())
+            return output.write(reused.value());
+    }
+    Result<Image> image = loaded(content, light);
     if (!image)
         return image.error();
     Image &picture = image.value();
@@ -173,14 +188,15 @@ void tellOfOtherPages(const std::string &source, ByteView content)
 }
 
 Result<void> convertPicture(const std::string &source, const Format &format, Output &output,
-                            int quality)
+                            int quality, Light light)
 {
     Bytes content;
     if (Result<void> read = readSourceFile(source, content); !read)
         return read;
     if (format.kind == FormatKind::Jpeg && recogniseFormat(content) == SourceFormat::Jpeg)
-        return convertJpeg(content, output, quality);
-    if (format.takesRowsAsTheyCome && recogniseFormat(content) == SourceFormat::Jpeg) {
+        return convertJpeg(content, output, quality, light);
+    if (light == Light::AsItIs && format.takesRowsAsTheyCome
+        && recogniseFormat(content) == SourceFormat::Jpeg) {
         const Result<jpeg::Structure> structure = jpeg::readStructure(content);
         if (!structure)
             return structure.error();
@@ -191,7 +207,7 @@ Result<void> convertPicture(const std::string &source, const Format &format, Out
         }
     }
     tellOfOtherPages(source, content);
-    Result<Image> image = loadImage(content);
+    Result<Image> image = loaded(content, light);
     if (!image)
         return image.error();
     return output.write(image.value(), format, quality);
@@ -215,7 +231,8 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
         if (format->kind == FormatKind::Document)
             return writeDocument({source}, *format, destination, quality, settings, left);
         Output output(destination);
-        Result<void> result = convertPicture(source, *format, output, quality);
+        Result<void> result = convertPicture(source, *format, output, quality,
+                                             settings.clean ? Light::EvenedOut : Light::AsItIs);
         if (output.isFinished())
             left.clear();
         return result;

@@ -12,8 +12,8 @@ namespace korv {
 /// extension), of a TIFF all pages, or the first one where there is room for one only; an existing file
 /// stays, see Existing::KeepBoth. When it fails for any reason but the extension, a source that is a
 /// working file is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
-/// unreadable source, -EFBIG, or errno. `settings` are those of documents; the environment's do not
-/// count here.
+/// unreadable source, -EFBIG, or errno. `settings` are those of documents, but `clean` counts for
+/// pictures too; the environment's do not count here.
 Result<void> convertImage(const std::string &source, const std::string &destination, int quality,
                           const DocumentSettings &settings = {});
 

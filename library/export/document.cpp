@@ -31,6 +31,7 @@ PageOptions pageOptions(const Format &format, int quality, const DocumentSetting
     options.plainJpegOnly = format.plainJpegOnly;
     options.codePixels = format.codePixels;
     options.sheet = settings.sheet;
+    options.clean = settings.clean;
     return options;
 }
 

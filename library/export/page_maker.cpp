@@ -1,5 +1,6 @@
 #include "library/export/page_maker.h"
 
+#include "library/clean/clean_paper.h"
 #include "library/export/image_loader.h"
 #include "library/files/source_file.h"
 #include "library/image/colour_profile.h"
@@ -45,6 +46,14 @@ void PageMaker::place(Page &page, const Resolution &stated) const
     page.resolution = effectiveResolution(page.width, page.height, stated);
     if (page.sheet)
         fitToSheet(page);
+}
+
+void PageMaker::cleanIfWanted(Image &image) const
+{
+    if (!m_options.clean)
+        return;
+    HelperThread core;
+    cleanPaper(image, core);
 }
 
 Result<Page> PageMaker::pixelPage(const Image &image)
@@ -94,7 +103,7 @@ Result<Page> PageMaker::encoded(const Image &image, jpeg::Subsampling subsamplin
 
 Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
 {
-    if (!structure.info.bilevel) {
+    if (!structure.info.bilevel && !m_options.clean) {
         Result<ByteView> reused = reusableJpeg(
             m_content, structure, {m_options.quality, m_options.plainJpegOnly}, m_coded);
         if (!reused)
@@ -106,6 +115,7 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
     if (!image)
         return image.error();
     m_image = std::move(image).value();
+    cleanIfWanted(m_image);
     if (m_image.isBilevel())
         return pixelPage(m_image);
     const jpeg::Info &info = structure.info;
@@ -132,6 +142,7 @@ Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
     if (!image)
         return image.error();
     m_image = std::move(image).value();
+    cleanIfWanted(m_image);
     return fromImage(m_image);
 }
 

@@ -20,6 +20,7 @@ struct PageOptions
     PixelCoder codePixels = nullptr; ///< of the container
     std::optional<SheetSize> sheet; ///< the pages are such sheets, upright or across
     Mutex *largePictures = nullptr; ///< makers that share it decode one large picture at a time
+    bool clean = false; ///< even out the light on the pages
 };
 
 /// Turns picture files and pixels into pages. A page stays valid until the next one is made; the
@@ -42,6 +43,7 @@ public:
     Result<Page> fromImage(const Image &image);
 
 private:
+    void cleanIfWanted(Image &image) const;
     Result<Page> fromJpeg(const jpeg::Structure &structure);
     Result<Page> fromContent(ByteView content, std::uint64_t directory);
     Result<Page> pixelPage(const Image &image);

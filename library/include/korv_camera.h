@@ -175,6 +175,9 @@ KORV_CAMERA_API int KorvCamera_YuYv422toRGB24(unsigned char *src, unsigned char 
  * that its frame callback wants. `reserved` is not used; pass 0.
  * Errors: -EINVAL null pointer, size not positive; -EFBIG a side over 65,500; -EBADMSG not a
  * complete JPEG; -ENOMEM; or what the file system answered.
+ * KORV_CAMERA_CLEAN=yes in the environment, or clean = yes under [photographs] in the settings,
+ * evens out the light in colour and gray. KORV_CAMERA_CHECK_FOCUS=yes, or check-focus = yes there:
+ * standard error says when the writing in a photograph is out of focus; it is written all the same.
  * With nothing to change and a quality of 95 or more, or when the frame's own steps are as coarse
  * as the quality's, the file is the frame byte for byte, except that tables and a header that
  * strict readers require are added and a list of further pictures is dropped. A rotation alone
@@ -202,6 +205,7 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * pdf, ofd and tiff a page without a resolution, with one of 72 or 96 dpi, which are common
  * placeholder values, or from a JPEG whose resolution would make it larger than A2, has the long
  * side of an A4 sheet. Title and page size may come from the settings files.
+ * KORV_CAMERA_CLEAN_FILES=yes in the environment evens out the light on the pictures.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form

@@ -1,7 +1,9 @@
 #include "library/photograph/photograph.h"
 
 #include "library/base/exception_error.h"
+#include "library/base/log.h"
 #include "library/base/step_times.h"
+#include "library/clean/clean_paper.h"
 #include "library/crop/crop.h"
 #include "library/image/colour.h"
 #include "library/image/resolution.h"
@@ -9,8 +11,10 @@
 #include "library/jpeg/rework/jpeg_reuse.h"
 #include "library/photograph/lineart.h"
 #include "library/photograph/photograph_resolution.h"
+#include "library/photograph/sharpness.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -22,7 +26,7 @@ namespace {
 std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
                                                const PhotographOptions &options)
 {
-    if (options.crop != CropMode::Off || options.colour == ColourStyle::Lineart)
+    if (options.crop != CropMode::Off || options.colour == ColourStyle::Lineart || options.clean)
         return std::nullopt;
     jpeg::Transform transform;
     transform.turn =
@@ -33,11 +37,10 @@ std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
 }
 
 /// Cuts the sheet out; whether there was one.
-Motif straighten(Image &image, CropMode crop, StepTimes &times)
+Motif straighten(Image &image, CropMode crop, HelperThread &core, StepTimes &times)
 {
     if (crop == CropMode::Off)
         return Motif::Desk;
-    HelperThread core;
     const std::optional<Quadrilateral> sheet = findSheet(image, core);
     times.ended("find the sheet");
     if (!sheet)
@@ -82,6 +85,27 @@ Result<Bytes> change(ByteView picture, const jpeg::Structure &structure,
     return jpeg::transformed(picture, structure, work, resolution, exif);
 }
 
+void reportFocus(const Image &page)
+{
+    const Sharpness sharpness = sharpnessOf(page);
+    if (!sharpness.isOutOfFocus())
+        return;
+    char text[96];
+    std::snprintf(text, sizeof text,
+                  "the photograph is out of focus: its writing is blurred by %.1f pixels",
+                  sharpness.blur);
+    logLine(LogLevel::Warning, text);
+}
+
+/// For a photograph whose pixels are not needed otherwise. Whether they can be had does not matter.
+void reportFocus(ByteView frame)
+{
+    jpeg::DecodeOptions luma;
+    luma.gray = true;
+    if (const Result<Image> page = jpeg::decode(frame, luma))
+        reportFocus(page.value());
+}
+
 Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOptions &options,
                      StepTimes &times)
 {
@@ -93,10 +117,19 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
         return decoded.error();
     Image image = applyOrientation(std::move(decoded).value(), info.orientation);
     times.ended("decode");
-    const Motif motif = straighten(image, options.crop, times);
+    HelperThread core;
+    const Motif motif = straighten(image, options.crop, core, times);
+    if (options.reportFocus) {
+        reportFocus(image);
+        times.ended("check the focus");
+    }
     image = rotate(std::move(image), options.rotation);
     image = inColour(std::move(image), options.colour);
     times.ended("rotate and colour");
+    if (options.clean) {
+        cleanPaper(image, core);
+        times.ended("clean");
+    }
     image.setResolution(photographResolution(image.width(), image.height(), motif, options.scale));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
@@ -132,12 +165,18 @@ Result<ByteView> makePhotograph(ByteView frame, const PhotographOptions &options
         const ByteView picture = frame.first(structure.value().end);
         const bool statesScale =
             options.scale > 0 && work && jpeg::canTransform(structure.value(), *work);
-        if (work && !statesScale && jpeg::canStay(structure.value(), *work)) {
+        const bool stays = work && !statesScale && jpeg::canStay(structure.value(), *work);
+        const bool transforms = !stays && work && jpeg::canTransform(structure.value(), *work);
+        if (options.reportFocus && (stays || transforms)) {
+            reportFocus(picture);
+            times.ended("check the focus");
+        }
+        if (stays) {
             Result<ByteView> kept = jpeg::asItIs(frame, structure.value(), storage);
             times.ended("repair");
             return kept;
         }
-        if (work && jpeg::canTransform(structure.value(), *work)) {
+        if (transforms) {
             Result<Bytes> changed = change(picture, structure.value(), *work, options);
             times.ended("change the coefficients");
             return stored(std::move(changed));

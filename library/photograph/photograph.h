@@ -17,11 +17,13 @@ struct PhotographOptions
     CropMode crop = CropMode::Off;
     Rotation rotation = Rotation::None;
     ColourStyle colour = ColourStyle::Colour;
+    bool clean = false; ///< even out the light, see cleanPaper(); lineart does by itself
+    bool reportFocus = false; ///< say on the log when the page is out of focus
     PhotographDetails details = {}; ///< for photographs whose bytes are not the frame's
     double scale = 0; ///< pixels of the frame per millimetre on the desk; 0 when not known
 };
 
-/// Makes a photograph from one complete JPEG frame: crop, rotate, colour, encode. Returns JPEG
+/// Makes a photograph from one complete JPEG frame: crop, rotate, colour, clean, encode. Returns JPEG
 /// bytes. What can be done on the coefficients is: a turn whose edge blocks are whole, leaving out
 /// chroma, coarser steps. With nothing to do, and at 95 or more, or when the frame's own steps are
 /// as coarse as those of the quality, the frame's bytes are the photograph, mended if strict

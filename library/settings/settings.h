@@ -34,6 +34,8 @@ struct Settings
 
     bool followMains = true; ///< set the power line frequency of cameras where nobody has
     bool settle = false; ///< withhold the frames of a stream until the picture has settled
+    bool clean = false; ///< photographs: paper white, light and shadow evened out
+    bool checkFocus = false; ///< photographs: the log says when one is out of focus
 
     std::map<CameraModel, CameraSettings> cameras;
 

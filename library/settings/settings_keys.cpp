@@ -99,6 +99,12 @@ const std::vector<SettingKey> &settingKeys()
         {"cameras", "settle", "no",
          "Withhold a new stream's frames until brightness and sharpness settle, 3 s at most",
          nullptr, into<&Settings::settle>},
+        {"photographs", "clean", "no",
+         "Even out light and shadow, so that paper is white, in colour and gray",
+         "KORV_CAMERA_CLEAN", into<&Settings::clean>},
+        {"photographs", "check-focus", "no",
+         "Say on the log when the writing in a photograph is out of focus",
+         "KORV_CAMERA_CHECK_FOCUS", into<&Settings::checkFocus>},
     };
     return keys;
 }

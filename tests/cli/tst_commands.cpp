@@ -63,8 +63,10 @@ protected:
         // the callback is known only after the hook, hence the next call: saving, or closing
         if (name == "StartCapture")
             m_sender = std::thread([this] { sendFrames(); });
-        if (name == "SaveVideoData")
+        if (name == "SaveVideoData") {
             ++m_saved;
+            std::fputs(m_says.c_str(), stderr);
+        }
         if (name == "Close" && m_sender.joinable())
             m_sender.join();
     }
@@ -85,6 +87,7 @@ protected:
     cli::Options m_options;
     std::string m_output;
     std::string m_errors;
+    std::string m_says; ///< what the library writes about a photograph
     int m_frames = 0;
     std::atomic<int> m_saved{0};
     std::thread m_sender;
@@ -221,6 +224,41 @@ TEST_F(Commands, photographThatIsNotSavedIsAFailure)
               "korvcam: cannot save " + m_options.destination + ": No space left on device\n");
     EXPECT_EQ(m_output, "");
     EXPECT_TRUE(std::filesystem::is_empty(m_home.scratch()));
+}
+
+TEST_F(Commands, blurredPhotographIsNamed)
+{
+    streamFrames(1);
+    m_says = "korvcamera: the photograph is out of focus: its writing is blurred by 4.0 pixels\n";
+    m_options.destination = (m_home.scratch() / "a.jpg").string();
+    EXPECT_EQ(run(Command::Snap), ExitCode::Success);
+    EXPECT_EQ(m_output, m_options.destination + "\n");
+    EXPECT_EQ(m_errors,
+              "korvcam: " + m_options.destination
+                  + ": out of focus; its writing is hard to read\n");
+}
+
+TEST_F(Commands, cleanReachesTheLibrary)
+{
+    const support::ScopedVariable photographs("KORV_CAMERA_CLEAN", std::nullopt);
+    const support::ScopedVariable files("KORV_CAMERA_CLEAN_FILES", std::nullopt);
+    m_options.sources = {"1.jpg"};
+    m_options.destination = (m_home.scratch() / "c.png").string();
+    m_options.clean = true;
+    std::string seen = (m_home.scratch() / "seen").string();
+    fake_set_hook(
+        [](const char *name, const char *, void *file) {
+            if (std::string(name) == "ConvertImagetoImage")
+                std::ofstream(*static_cast<std::string *>(file))
+                    << std::getenv("KORV_CAMERA_CLEAN_FILES");
+        },
+        &seen);
+    static_cast<void>(run(Command::Convert));
+    EXPECT_EQ(support::readFile(seen), "yes");
+    fake_reset();
+    fake_set_devices_json(kOneDevice);
+    EXPECT_EQ(run(Command::List), ExitCode::Success);
+    EXPECT_STREQ(std::getenv("KORV_CAMERA_CLEAN"), "yes");
 }
 
 TEST_F(Commands, folderThatIsNotThereStartsNoStream)

@@ -86,6 +86,14 @@ TEST(Options, focusAndSettling)
     EXPECT_FALSE(parse({"snap", "--no-settle", "-o", "a.jpg"}).options->settle);
 }
 
+TEST(Options, cleanIsOffUnlessAskedFor)
+{
+    EXPECT_FALSE(parse({"snap", "-o", "a.jpg"}).options->clean);
+    EXPECT_TRUE(parse({"snap", "--clean", "-o", "a.jpg"}).options->clean);
+    EXPECT_TRUE(parse({"convert", "--clean", "a.jpg", "b.png"}).options->clean);
+    EXPECT_FALSE(parse({"combine", "--clean", "a.jpg", "-o", "b.pdf"}).options);
+}
+
 TEST(Options, filesOfConvertAndCombine)
 {
     const auto convert = parse({"convert", "a.jpg", "b.png"}).options;

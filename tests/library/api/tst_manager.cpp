@@ -7,7 +7,7 @@
 #include "tests/library/support/wait.h"
 #include "tests/support/temp_home.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <fstream>
 #include <iterator>
@@ -269,6 +269,52 @@ TEST_F(ManagerFiles, photographIsMadeWithTheOptions)
     EXPECT_EQ(info.value().width, 120);
     EXPECT_EQ(info.value().height, 160);
     EXPECT_EQ(info.value().components, 1);
+}
+
+TEST_F(ManagerFiles, cleanComesFromTheSettingsAndTheEnvironmentGoesBeforeThem)
+{
+    Manager manager([] { return korv::Session::Monitors(); },
+                    [] {
+                        korv::Settings settings;
+                        settings.clean = true;
+                        return settings;
+                    });
+    const korv::Bytes frame =
+        testing_support::jpegOf(testing_support::plainImage(160, 120, {150, 150, 150}));
+    const auto saved = [&] {
+        korv::Bytes padded = frame;
+        padded.resize(160 * 120 * 3);
+        EXPECT_TRUE(manager.savePhotograph(padded.data(), 160, 120, m_folder / "a.jpg"));
+        return contentOf(m_folder / "a.jpg");
+    };
+    EXPECT_EQ(saved(), frame); // no settings are in force before the library is initialised
+    ASSERT_TRUE(manager.initialise());
+    EXPECT_GT(korv::jpeg::decode(saved()).value().row(60)[240], 200);
+    const support::ScopedVariable off("KORV_CAMERA_CLEAN", "no");
+    EXPECT_EQ(saved(), frame);
+    const support::ScopedVariable bad("KORV_CAMERA_CLEAN", "perhaps");
+    testing::internal::CaptureStderr();
+    EXPECT_NE(saved(), frame);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("KORV_CAMERA_CLEAN: neither yes nor no"));
+}
+
+TEST_F(ManagerFiles, conversionsAreCleanedOnlyByTheirOwnVariable)
+{
+    Manager manager([] { return korv::Session::Monitors(); },
+                    [] {
+                        korv::Settings settings;
+                        settings.clean = true;
+                        return settings;
+                    });
+    ASSERT_TRUE(manager.initialise());
+    const std::string pixels(3 * 160 * 120, '\x80');
+    ASSERT_TRUE(manager.saveRgb(pixels.data(), 160, 120, m_folder / "a.png"));
+    ASSERT_TRUE(manager.convert(m_folder / "a.png", m_folder / "plain.bmp"));
+    const support::ScopedVariable on("KORV_CAMERA_CLEAN_FILES", "yes");
+    ASSERT_TRUE(manager.convert(m_folder / "a.png", m_folder / "clean.bmp"));
+    EXPECT_EQ(contentOf(m_folder / "plain.bmp").back(), 0x80);
+    EXPECT_GT(contentOf(m_folder / "clean.bmp").back(), 200);
 }
 
 TEST_F(ManagerFiles, badPhotographsAreRefusedAndLeaveNoFile)

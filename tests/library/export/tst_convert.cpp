@@ -1,13 +1,16 @@
 #include "library/export/convert.h"
 
 #include "library/export/image_loader.h"
+#include "library/files/source_file.h"
 #include "library/image/colour.h"
 #include "library/jpeg/jpeg_structure.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -80,6 +83,36 @@ TEST_F(ConvertTest, jpegToJpegKeepsTheBytesUnlessSomethingMustChange)
     EXPECT_EQ(pictures::readBytes(path("a.jpg")), m_jpeg);
     ASSERT_TRUE(convertImage(from, path("b.jpg"), 50));
     EXPECT_LT(fs::file_size(path("b.jpg")), m_jpeg.size());
+}
+
+TEST_F(ConvertTest, cleanEvensOutTheLightInEveryFormat)
+{
+    Image shaded(600, 800, PixelFormat::Rgb24);
+    for (int y = 0; y < 800; ++y)
+        std::fill_n(shaded.row(y), 3 * 600, static_cast<std::uint8_t>(220 * (1 - 0.0005 * y)));
+    DocumentSettings settings;
+    settings.clean = true;
+    const auto darkening = [&](const std::string &file) {
+        Bytes content;
+        EXPECT_TRUE(readSourceFile(file, content)) << file;
+        const Image image = loadImage(content).value();
+        const auto brightest = [&](int from) {
+            int level = 0;
+            for (int x = 0; x < 600 * image.channels(); ++x)
+                level = std::max<int>(level, image.row(from)[x]);
+            return level;
+        };
+        return brightest(10) - brightest(780);
+    };
+    const Bytes jpeg = pictures::jpegOf(shaded);
+    for (const std::string name : {"a.jpg", "a.png", "a.bmp", "a.tif"}) {
+        ASSERT_TRUE(convertImage(source(jpeg), path("plain-" + name), 95));
+        EXPECT_GT(darkening(path("plain-" + name)), 60) << name;
+        ASSERT_TRUE(convertImage(source(jpeg), path("clean-" + name), 95, settings));
+        EXPECT_LT(std::abs(darkening(path("clean-" + name))), 15) << name;
+    }
+    ASSERT_TRUE(convertImage(path("plain-a.png"), path("clean.jpg"), 95, settings));
+    EXPECT_LT(std::abs(darkening(path("clean.jpg"))), 15);
 }
 
 TEST_F(ConvertTest, everySourceFormatIsRead)

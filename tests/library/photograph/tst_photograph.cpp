@@ -1,14 +1,18 @@
 #include "library/photograph/photograph.h"
 
+#include "library/device/simulated/drawing/paper.h"
 #include "library/jpeg/jpeg_structure.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <opencv2/imgproc.hpp>
+#include <vector>
 
 using namespace korv;
 
@@ -223,5 +227,78 @@ TEST(Photograph, brokenFramesAreErrors)
         options.colour = colour;
         EXPECT_EQ(makePhotograph(half, options).code(), -EBADMSG);
         EXPECT_EQ(makePhotograph(Bytes(5000, 0x80), options).code(), -EBADMSG);
+    }
+}
+
+namespace {
+
+/// A page whose right half lies in a shadow.
+Bytes shadedFrame()
+{
+    Image page = pictures::page(900, 1200);
+    for (int y = 0; y < page.height(); ++y) {
+        for (int x = 450; x < page.width(); ++x) {
+            const double light = 1 - 0.5 * std::min(1.0, (x - 450) / 60.0);
+            for (int i = 0; i < 3; ++i) {
+                std::uint8_t &level = page.row(y)[3 * x + i];
+                level = static_cast<std::uint8_t>(level * light);
+            }
+        }
+    }
+    return pictures::jpegOf(page);
+}
+
+/// Of the brightest tenth of the pixels in a strip at the left or the right border.
+double paperLevel(const Bytes &photograph, bool right)
+{
+    const Image image = jpeg::decode(photograph).value();
+    std::vector<int> levels;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < 100; ++x)
+            levels.push_back(image.row(y)[image.channels() * (right ? image.width() - 1 - x : x)]);
+    }
+    const auto rank = static_cast<std::ptrdiff_t>(levels.size() * 9 / 10);
+    std::nth_element(levels.begin(), levels.begin() + rank, levels.end());
+    return levels[static_cast<std::size_t>(rank)];
+}
+
+} // namespace
+
+TEST(Photograph, cleanEvensOutTheLightInColourAndGray)
+{
+    const Bytes shaded = shadedFrame();
+    EXPECT_LT(paperLevel(shaded, true), 0.6 * paperLevel(shaded, false));
+    for (const ColourStyle colour : {ColourStyle::Colour, ColourStyle::Gray}) {
+        PhotographOptions options;
+        options.colour = colour;
+        options.clean = true;
+        const Bytes photograph = makePhotograph(shaded, options).value();
+        EXPECT_NEAR(paperLevel(photograph, true), paperLevel(photograph, false), 8);
+    }
+}
+
+TEST(Photograph, reportsBlurredWritingOnlyWhereItIsAskedTo)
+{
+    Paper paper(1200, 1600);
+    for (int line = 0; line < 24; ++line)
+        paper.text(60, 80 + 50 * line, 14, "Total of the measured values, paid at once");
+    Image page = paper.image();
+    cv::Mat pixels(page.height(), page.width(), CV_8UC3, page.pixels());
+    const Bytes sharp = pictures::jpegOf(page);
+    cv::GaussianBlur(pixels, pixels, cv::Size(), 6);
+    const Bytes blurred = pictures::jpegOf(page);
+    const auto saidOf = [](const Bytes &frame, PhotographOptions options) {
+        testing::internal::CaptureStderr();
+        EXPECT_TRUE(makePhotograph(frame, options));
+        return testing::internal::GetCapturedStderr();
+    };
+    PhotographOptions options;
+    EXPECT_EQ(saidOf(blurred, options), "");
+    options.reportFocus = true;
+    for (const ColourStyle colour :
+         {ColourStyle::Colour, ColourStyle::Gray, ColourStyle::Lineart}) {
+        options.colour = colour;
+        EXPECT_THAT(saidOf(blurred, options), testing::HasSubstr("out of focus"));
+        EXPECT_EQ(saidOf(sharp, options), "");
     }
 }
