@@ -2,6 +2,7 @@
 
 #include "cli/doctor.h"
 #include "cli/files.h"
+#include "cli/scan.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/session.h"
 #include "cli/snap.h"
@@ -46,6 +47,8 @@ ExitCode carryOut(Session &session, const Options &options)
         return convert(session, options);
     if (options.command == Command::Combine)
         return combine(session, options);
+    if (options.command == Command::Scan)
+        return scan(session, options);
     const ExitCode opened = session.open();
     if (options.command == Command::Doctor)
         return doctor(session, options, opened);

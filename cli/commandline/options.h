@@ -20,7 +20,10 @@ enum class ExitCode {
     Terminated = 143,
 };
 
-enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch };
+enum class Command { List, Modes, Snap, Scan, Doctor, Convert, Combine, Watch };
+
+/// What makes `scan` take a page.
+enum class ScanOn { Turn, Key, Interval };
 
 /// Picture size in pixels.
 struct Resolution
@@ -47,15 +50,20 @@ struct Options
 
     int count = 1; ///< photographs (snap)
     int maximumEvents = 0; ///< events (watch), 0: no limit
-    int intervalMs = 0; ///< least time between two photographs
-    int timeoutMs = 10'000; ///< longest wait for a frame (snap, doctor)
+    int intervalMs = 0; ///< least time between two photographs (snap), time between pages (scan)
+    int timeoutMs = 10'000; ///< longest wait for a frame (snap, scan, doctor)
+    ScanOn scanOn = ScanOn::Turn;
+    int pages = 0; ///< to scan, 0: until stopped
+    bool resume = false; ///< go on with a scan that was killed
+    bool quiet = false; ///< no sound
+    bool json = false; ///< results as JSON, one object a line
     int durationMs = 0; ///< length of a watch, 0: no limit
 
     std::vector<std::string> sources;
     std::string
         fromFile; ///< a file with more sources, one a line; "-": standard input; empty: none
     std::string destination;
-    bool force = false; ///< replace an existing destination (snap, convert, combine)
+    bool force = false; ///< replace an existing destination (snap, scan, convert, combine)
     bool strict = false; ///< write no document when a page cannot be read
     std::optional<std::string> title; ///< of the document; nothing: its file's name
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice

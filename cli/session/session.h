@@ -27,11 +27,13 @@ public:
     explicit Session(const Options &options);
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
-    /// Un-initialises and unloads what open() got.
-    ~Session();
+    ~Session() { close(); }
 
     /// Loads and initialises the library; says what went wrong and what helps.
     ExitCode open();
+
+    /// Un-initialises and unloads the library, which ends its threads; open() may follow.
+    void close();
 
     CCameraSDK &library() { return m_library; }
     Wakeup &wakeup() { return m_wakeup; }

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+
+namespace cli {
+
+/// Something that asks for pages besides the picture itself: the Enter key, a button on the camera.
+/// Thread: the main thread.
+class PageTrigger
+{
+public:
+    /// What has happened since the last read().
+    struct News
+    {
+        int presses = 0; ///< pages asked for
+        bool hasEnded =
+            false; ///< there will be no more; descriptor() is not to be watched any longer
+    };
+
+    virtual ~PageTrigger() = default;
+
+    /// Can be read while there are news; valid as long as the object. See Wakeup::watch().
+    virtual int descriptor() const = 0;
+
+    /// Takes the news. Does not wait.
+    virtual News read() = 0;
+};
+
+/// Standard input: a page for each line. Its end is the end of the trigger.
+class EnterKey : public PageTrigger
+{
+public:
+    int descriptor() const override;
+    News read() override;
+};
+
+/// Whether somebody can press Enter: standard input is a terminal of which this program has the use.
+bool hasKeyboard();
+
+} // namespace cli

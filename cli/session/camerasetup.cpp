@@ -1,0 +1,37 @@
+#include "cli/session/camerasetup.h"
+
+#include "cli/base/errors.h"
+
+namespace cli {
+
+ExitCode selectResolution(Session &session, const Options &options, const OpenDevice &camera,
+                          int index)
+{
+    if (!options.resolution)
+        return ExitCode::Success;
+    const auto [width, height] = *options.resolution;
+    for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
+        if (mode.res_w == width && mode.res_h == height)
+            return session.check(session.library().SetCurResolutionNo(index, mode.res_no),
+                                 "select " + sizeText(width, height));
+    }
+    printError("the camera does not offer " + sizeText(width, height) + "; see `korvcam modes`");
+    return ExitCode::Failure;
+}
+
+ExitCode setPhotographOptions(Session &session, const Options &options)
+{
+    CCameraSDK &library = session.library();
+    ExitCode code = ExitCode::Success;
+    if (options.quality)
+        code = session.check(library.SetImageJPGQuality(*options.quality), "set the quality");
+    if (code == ExitCode::Success)
+        code = session.check(library.SetAutoCrop(options.crop), "set the crop mode");
+    if (code == ExitCode::Success)
+        code = session.check(library.SetImageRotateMode(options.rotation), "set the rotation");
+    if (code == ExitCode::Success)
+        code = session.check(library.SetImageColorStyle(options.color), "set the colour mode");
+    return code;
+}
+
+} // namespace cli
