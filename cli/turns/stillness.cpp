@@ -7,7 +7,7 @@
 namespace cli {
 namespace {
 
-constexpr std::size_t kSteadyPictures = 3;
+constexpr std::size_t kSteadyPictures = 4;
 constexpr double kSteady = 0.03; ///< of the sharpness, between pictures in focus
 constexpr double kBestShare = 0.9; ///< of the best sharpness so far
 

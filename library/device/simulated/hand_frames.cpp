@@ -117,9 +117,9 @@ void HandFrames::focus(const DeskMoment &moment)
     const double y = (1 - moment.zoom) * m_scene.height() / 2;
     const cv::Matx23d move(moment.zoom, 0, x, 0, moment.zoom, y);
     cv::warpAffine(scene, focused, move, focused.size(), cv::INTER_LINEAR, cv::BORDER_REPLICATE);
-    const int radius = static_cast<int>(std::lround(moment.blur * m_scene.width()));
-    if (radius > 0)
-        cv::blur(focused, focused, {2 * radius + 1, 2 * radius + 1});
+    constexpr double kLeastSeen = 0.2; ///< pixels
+    if (const double radius = moment.blur * m_scene.width(); radius > kLeastSeen)
+        cv::GaussianBlur(focused, focused, {}, radius);
 }
 
 Result<ByteView> HandFrames::frame(std::int64_t number)

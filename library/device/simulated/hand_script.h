@@ -23,7 +23,7 @@ struct DeskMoment
     std::optional<MovingSheet> moving;
     std::optional<HandPose> hand; ///< also while it is still outside the picture
     double zoom = 1; ///< of the lens while it looks for the focus
-    double blur = 0; ///< radius in parts of the picture's width
+    double blur = 0; ///< standard deviation in parts of the picture's width
     std::optional<double> stillFor; ///< seconds since everything has come to rest; nothing: not yet
 };
 
