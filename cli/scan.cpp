@@ -22,13 +22,7 @@ ExitCode takePages(Session &session, const Options &options, PageSink &sink)
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
         return session.checkCamera(camera.result(), "open " + device->name);
-    code = selectResolution(session, options, camera, device->index);
-    if (code == ExitCode::Success)
-        code = setPhotographOptions(session, options);
-    if (code == ExitCode::Success)
-        code = session.checkCamera(
-            session.library().StartCapture(device->index, &FrameReceiver::onFrame),
-            "start " + device->name);
+    code = startPhotographing(session, options, camera, *device);
     if (code == ExitCode::Success)
         code = PageScanner(session, options, receiver, sink).run();
     return code;

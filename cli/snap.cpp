@@ -103,13 +103,7 @@ ExitCode snap(Session &session, const Options &options)
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
         return session.checkCamera(camera.result(), "open " + device->name);
-    code = selectResolution(session, options, camera, device->index);
-    if (code == ExitCode::Success)
-        code = setPhotographOptions(session, options);
-    if (code == ExitCode::Success)
-        code = session.checkCamera(
-            session.library().StartCapture(device->index, &FrameReceiver::onFrame),
-            "start " + device->name);
+    code = startPhotographing(session, options, camera, *device);
     if (code == ExitCode::Success)
         code = savePhotographs(session, options, workspace, receiver);
     return code;

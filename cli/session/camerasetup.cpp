@@ -1,8 +1,10 @@
 #include "cli/session/camerasetup.h"
 
 #include "cli/base/errors.h"
+#include "cli/session/framereceiver.h"
 
 namespace cli {
+namespace {
 
 ExitCode selectResolution(Session &session, const Options &options, const OpenDevice &camera,
                           int index)
@@ -31,6 +33,21 @@ ExitCode setPhotographOptions(Session &session, const Options &options)
         code = session.check(library.SetImageRotateMode(options.rotation), "set the rotation");
     if (code == ExitCode::Success)
         code = session.check(library.SetImageColorStyle(options.color), "set the colour mode");
+    return code;
+}
+
+} // namespace
+
+ExitCode startPhotographing(Session &session, const Options &options, const OpenDevice &camera,
+                            const Device &device)
+{
+    ExitCode code = selectResolution(session, options, camera, device.index);
+    if (code == ExitCode::Success)
+        code = setPhotographOptions(session, options);
+    if (code == ExitCode::Success)
+        code = session.checkCamera(
+            session.library().StartCapture(device.index, &FrameReceiver::onFrame),
+            "start " + device.name);
     return code;
 }
 

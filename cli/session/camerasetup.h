@@ -5,12 +5,10 @@
 
 namespace cli {
 
-/// Selects the resolution that the options ask for, if any; says so when the camera does not offer
-/// it.
-ExitCode selectResolution(Session &session, const Options &options, const OpenDevice &camera,
-                          int index);
-
-/// Hands the options of photographs to the library: quality, crop, rotation, colours.
-ExitCode setPhotographOptions(Session &session, const Options &options);
+/// Starts a stream for photographs: selects the resolution that the options ask for, if any, hands
+/// quality, crop, rotation and colours to the library, and lets frames come to the FrameReceiver
+/// that is active. Says what went wrong.
+ExitCode startPhotographing(Session &session, const Options &options, const OpenDevice &camera,
+                            const Device &device);
 
 } // namespace cli
