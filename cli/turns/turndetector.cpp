@@ -14,8 +14,6 @@ constexpr int kMinMovingBlocks = 4;
 constexpr int kMinDifferentBlocks = 3;
 
 constexpr milliseconds kStillTime{300};
-/// Nobody holds a camera's place for so long: the first page has no desk without a hand to compare.
-constexpr milliseconds kFirstStillTime{350};
 /// A lens that is still looking for its focus does not find it.
 constexpr milliseconds kFocusTime{2500};
 /// What came over the edge and has been still for so long lies there.
@@ -32,9 +30,10 @@ bool TurnDetector::wantsToLook(Clock::time_point when) const
     return !isIdle || when - m_lookedAt >= kIdleLook;
 }
 
-void TurnDetector::startOver(LightMap map, Clock::time_point when)
+void TurnDetector::startOver(LightMap map, Clock::time_point when, CloserLook &closer)
 {
     *this = TurnDetector();
+    m_freeEdge = EdgeRing(closer.colours()); // the best guess
     m_stillFrom = map;
     m_now = std::move(map);
     m_lookedAt = when;
@@ -60,7 +59,7 @@ Sight TurnDetector::look(const SmallPicture &picture, Clock::time_point when, Cl
 {
     LightMap map(picture);
     if (!map.isLike(m_now)) {
-        startOver(std::move(map), when);
+        startOver(std::move(map), when, closer);
         return Sight::Moving;
     }
     const bool moved = hasMoved(map, when);
@@ -73,9 +72,7 @@ Sight TurnDetector::look(const SmallPicture &picture, Clock::time_point when, Cl
 
 bool TurnDetector::isHandInside(const EdgeRing &edge, Clock::duration still)
 {
-    if (!m_freeEdge)
-        return still < kFirstStillTime;
-    if (!edge.isEnteredSince(*m_freeEdge))
+    if (!edge.isEnteredSince(m_freeEdge))
         return false;
     m_life.add(m_now);
     return still < kLyingTime || m_life.isAlive();

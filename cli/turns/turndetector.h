@@ -53,7 +53,7 @@ public:
     void taken(CloserLook &closer);
 
 private:
-    void startOver(LightMap map, Clock::time_point when);
+    void startOver(LightMap map, Clock::time_point when, CloserLook &closer);
     bool hasMoved(const LightMap &map, Clock::time_point when);
     Sight judge(Clock::time_point when, CloserLook &closer);
     bool isHandInside(const EdgeRing &edge, Clock::duration still);
@@ -64,7 +64,7 @@ private:
     LightMap m_stillFrom; ///< when it became still, to see what moves too slowly for two pictures
     bool m_isDecided = false; ///< nothing is left to find out until something moves
     std::optional<LightMap> m_page; ///< the last page taken
-    std::optional<EdgeRing> m_freeEdge; ///< without a hand
+    EdgeRing m_freeEdge; ///< without a hand; at first, of the first picture
     FocusWatch m_focus;
     LifeWatch m_life;
 };

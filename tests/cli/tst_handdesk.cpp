@@ -92,7 +92,8 @@ TEST_P(HandDesk, everyPageIsTakenOnceWithoutAHandAndSoonAfterAllIsStill)
         ASSERT_TRUE(frame);
         account = accountOf(frame.value());
         ASSERT_GE(account.page, 0);
-        const TurnDetector::Clock::time_point when{std::chrono::seconds(number) / kFramesPerSecond};
+        const TurnDetector::Clock::time_point when{
+            std::chrono::nanoseconds(std::chrono::seconds(number)) / kFramesPerSecond};
         if (!detector.wantsToLook(when))
             continue;
         ASSERT_TRUE(cli::decodeSmall(frame.value().data, frame.value().size, kMinWidth, small));

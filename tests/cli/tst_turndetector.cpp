@@ -203,6 +203,19 @@ TEST_F(TurnDetectorTest, firstPageNeedsNoMovement)
     EXPECT_EQ(m_sight, Sight::Waiting);
 }
 
+TEST_F(TurnDetectorTest, handThatComesBeforeTheFirstPageIsSeen)
+{
+    m_desk.lay(1);
+    EXPECT_EQ(watch(kFrame), 0);
+    for (int step = 0; step < 30; ++step) {
+        m_desk.lay(1);
+        m_desk.reachIn(kNavy, 0.25 * std::sin(step * 0.55));
+        ASSERT_EQ(watch(kFrame), 0) << step;
+    }
+    m_desk.lay(1);
+    EXPECT_EQ(watch(1s), 1);
+}
+
 TEST_F(TurnDetectorTest, everyTurnedPageIsTakenOnceAndSoon)
 {
     m_desk.lay(0);
