@@ -36,7 +36,7 @@ private:
     ExitCode awaitPage(bool &isThere);
     ExitCode lookAtFrame(bool &isThere);
     ExitCode takePage();
-    /// What is to be told of a page.
+    /// What a page's line says.
     struct Page
     {
         int number = 0;

@@ -4,8 +4,8 @@
 
 namespace cli {
 
-/// Takes pages as the options ask for, tells of each, and makes a document of them in the end,
-/// whatever ended it. The session is not opened.
+/// Takes pages as the options ask for, prints a line for each, and makes a document of them in the end,
+/// also after an error. The session is not opened.
 ExitCode scan(Session &session, const Options &options);
 
 } // namespace cli

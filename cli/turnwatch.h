@@ -9,13 +9,13 @@ namespace cli {
 class TurnWatch
 {
 public:
-    /// Whether the frame shows a page to be taken. Frames of no use are passed over.
+    /// Whether the frame shows a page to be taken. Frames that cannot be decoded are passed over.
     bool shows(const ReceivedFrame &frame);
 
     /// Whether it is worth the time to fetch a frame now.
     bool wantsFrame() const { return m_detector.wantsToLook(TurnDetector::Clock::now()); }
 
-    /// This frame has become a page, for whatever reason.
+    /// This frame has become a page, turned or not.
     void taken(const ReceivedFrame &frame);
 
 private:

@@ -45,8 +45,8 @@ public:
     /// Whether a picture taken at `when` is worth a look: while nothing happens, few are.
     bool wantsToLook(Clock::time_point when) const;
 
-    /// Looks at a picture. All have one size; one of another size starts the watch anew, the last
-    /// page forgotten. Turned comes for each picture until taken() is called or something moves.
+    /// Looks at a picture. All have one size; one of another size starts the watch over and
+    /// forgets the last page. Turned comes for each picture until taken() is called or something moves.
     Sight look(const SmallPicture &picture, Clock::time_point when, CloserLook &closer);
 
     /// The picture looked at last has become a page.
