@@ -6,6 +6,7 @@
 #include "cli/doctor.h"
 #include "cli/files.h"
 #include "cli/focus.h"
+#include "cli/scan.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/session.h"
 #include "cli/snap.h"
@@ -50,6 +51,8 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return convert(session, options);
     if (options.command == Command::Combine)
         return combine(session, options);
+    if (options.command == Command::Scan)
+        return scan(session, options);
     // about files only
     if (options.command == Command::Config)
         return config(session);

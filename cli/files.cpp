@@ -2,6 +2,7 @@
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
+#include "cli/base/jsonline.h"
 #include "cli/base/libraryline.h"
 #include "cli/childprocess.h"
 #include "cli/pagelist.h"
@@ -36,7 +37,7 @@ ExitCode publish(LibrarySession &session, const Options &options, const Workspac
     const Published published = workspace.publish(options.destination, options.force);
     if (published.error != 0)
         return session.check(-published.error, "write " + options.destination);
-    session.print(published.path);
+    session.print(options.json ? JsonLine().add("file", published.path).text() : published.path);
     return ExitCode::Success;
 }
 
@@ -241,8 +242,14 @@ ExitCode combine(LibrarySession &session, const Options &options)
         printError(options.fromFile + " names no picture");
         return ExitCode::Usage;
     }
+    return combinePages(session, options, sources);
+}
+
+ExitCode combinePages(LibrarySession &session, const Options &options,
+                      const std::vector<std::string> &pages)
+{
     return writeFile(session, options, [&](const Workspace &workspace) {
-        return Combiner(session, options, sources, workspace).run();
+        return Combiner(session, options, pages, workspace).run();
     });
 }
 

@@ -12,4 +12,8 @@ ExitCode convert(LibrarySession &session, const Options &options);
 /// be read is named; the others are written all the same, unless the options are strict.
 ExitCode combine(LibrarySession &session, const Options &options);
 
+/// The same of `pages`, whatever sources the options name. The session is closed.
+ExitCode combinePages(LibrarySession &session, const Options &options,
+                      const std::vector<std::string> &pages);
+
 } // namespace cli

@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
+#include "cli/session/camerasetup.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/opendevice.h"
@@ -14,36 +15,6 @@ namespace {
 
 using Clock = Wakeup::Clock;
 using std::chrono::milliseconds;
-
-ExitCode selectResolution(LibrarySession &session, const Options &options, const OpenDevice &camera,
-                          int index)
-{
-    if (!options.resolution)
-        return ExitCode::Success;
-    const auto [width, height] = *options.resolution;
-    for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
-        if (mode.res_w == width && mode.res_h == height)
-            return session.check(session.library().SetCurResolutionNo(index, mode.res_no),
-                                 "select " + sizeText(width, height));
-    }
-    printError("the camera does not offer " + sizeText(width, height) + "; see `korvcam modes`");
-    return ExitCode::Failure;
-}
-
-ExitCode setPhotographOptions(LibrarySession &session, const Options &options)
-{
-    CCameraSDK &library = session.library();
-    ExitCode code = ExitCode::Success;
-    if (options.quality)
-        code = session.check(library.SetImageJPGQuality(*options.quality), "set the quality");
-    if (code == ExitCode::Success)
-        code = session.check(library.SetAutoCrop(options.crop), "set the crop mode");
-    if (code == ExitCode::Success)
-        code = session.check(library.SetImageRotateMode(options.rotation), "set the rotation");
-    if (code == ExitCode::Success)
-        code = session.check(library.SetImageColorStyle(options.color), "set the colour mode");
-    return code;
-}
 
 /// Waits for a frame newer than the one in `frame`, not taken before `notBefore`.
 ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceiver &receiver,
@@ -91,14 +62,6 @@ ExitCode settledFrame(LibrarySession &session, FrameReceiver &receiver, SettledF
     return ExitCode::Success;
 }
 
-/// The crop leaves the picture whole when it finds no sheet, and nothing else says so.
-bool isWhole(const std::string &photograph, const ReceivedFrame &frame)
-{
-    const PictureSize size = jpegSize(photograph);
-    return (size.width == frame.width && size.height == frame.height)
-        || (size.width == frame.height && size.height == frame.width);
-}
-
 /// Saves one photograph and hands it on.
 ExitCode savePhotograph(LibrarySession &session, const Options &options, const Workspace &workspace,
                         ReceivedFrame &frame, const std::string &wanted,
@@ -112,7 +75,8 @@ ExitCode savePhotograph(LibrarySession &session, const Options &options, const W
     });
     if (answer.result < 0)
         return session.check(answer.result, "save " + wanted);
-    const bool foundNoSheet = options.crop >= 0 && isWhole(path, frame);
+    const bool foundNoSheet =
+        options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
     const Published published = workspace.publish(wanted, options.force);
     if (published.error != 0)
         return session.check(-published.error, "save " + wanted);
@@ -171,13 +135,7 @@ ExitCode snap(LibrarySession &session, const Options &options, const PhotographR
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
         return session.checkCamera(camera.result(), "open " + device->name);
-    code = selectResolution(session, options, camera, device->index);
-    if (code == ExitCode::Success)
-        code = setPhotographOptions(session, options);
-    if (code == ExitCode::Success)
-        code = session.checkCamera(
-            session.library().StartCapture(device->index, &FrameReceiver::onFrame),
-            "start " + device->name);
+    code = startPhotographing(session, options, camera, *device);
     if (code == ExitCode::Success)
         code = savePhotographs(session, options, workspace, receiver, taken);
     return code;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/base/descriptor.h"
+#include "cli/hiddenfolder.h"
 
 #include <string>
 
@@ -29,10 +30,10 @@ public:
     int error() const { return m_error; }
 
     /// The folder.
-    const std::string &folder() const { return m_folder; }
+    const std::string &folder() const { return m_own.path(); }
 
     /// Where a file of that name is in the folder.
-    std::string pathOf(const std::string &name) const { return m_folder + "/" + name; }
+    std::string pathOf(const std::string &name) const { return folder() + "/" + name; }
 
     /// Whether the folder holds a regular file of that name.
     bool holds(const std::string &name) const;
@@ -43,14 +44,11 @@ public:
     Published publish(const std::string &wanted, bool replace) const;
 
 private:
-    int make(const std::string &parent);
-    int lock();
     int moveTo(const std::string &name, const std::string &newName) const;
     int claimAndMoveTo(const std::string &name, const std::string &newName) const;
 
-    std::string m_folder;
     Descriptor m_parent;
-    Descriptor m_own;
+    HiddenFolder m_own;
     int m_error = 0;
 };
 

@@ -9,6 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char kBuiltin[] = "builtin:";
 constexpr char kExample[] = "1209:0001 My Camera";
 
 /// "VVVV:PPPP", hexadecimal, and perhaps a name after a blank.
@@ -52,7 +53,7 @@ Content contentOf(const std::string &desk)
 
 bool isFolderDesk(const std::string &desk)
 {
-    return !desk.empty() && desk != "builtin";
+    return !desk.empty() && (desk + ":").compare(0, sizeof kBuiltin - 1, kBuiltin) != 0;
 }
 
 } // namespace

@@ -64,9 +64,23 @@ void Wakeup::notify()
     [[maybe_unused]] const ssize_t written = write(m_newsFd, &one, sizeof one);
 }
 
-Wake Wakeup::sleep(int descriptor, std::optional<Clock::time_point> deadline)
+void Wakeup::unwatch(int descriptor)
 {
-    std::array<pollfd, 2> sources{{{m_signalFd, POLLIN, 0}, {descriptor, POLLIN, 0}}};
+    m_watched.erase(std::remove(m_watched.begin(), m_watched.end(), descriptor), m_watched.end());
+}
+
+void Wakeup::heedStop()
+{
+    signalfd_siginfo heeded = {};
+    while (read(m_signalFd, &heeded, sizeof heeded) > 0)
+        m_heeded = static_cast<int>(heeded.ssi_signo);
+}
+
+Wake Wakeup::sleep(const std::vector<int> &descriptors, std::optional<Clock::time_point> deadline)
+{
+    std::vector<pollfd> sources{{m_signalFd, POLLIN, 0}};
+    for (const int descriptor : descriptors)
+        sources.push_back({descriptor, POLLIN, 0});
     int ready = 0;
     do
         ready = poll(sources.data(), sources.size(), millisecondsUntil(deadline));
@@ -79,7 +93,9 @@ Wake Wakeup::sleep(int descriptor, std::optional<Clock::time_point> deadline)
 
 Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
 {
-    const Wake wake = sleep(m_newsFd, deadline);
+    std::vector<int> descriptors{m_newsFd};
+    descriptors.insert(descriptors.end(), m_watched.begin(), m_watched.end());
+    const Wake wake = sleep(descriptors, deadline);
     if (wake == Wake::Notified) {
         std::uint64_t news = 0;
         [[maybe_unused]] const ssize_t got = read(m_newsFd, &news, sizeof news);
@@ -89,7 +105,7 @@ Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
 
 Wake Wakeup::waitFor(int descriptor)
 {
-    return sleep(descriptor, std::nullopt);
+    return sleep({descriptor}, std::nullopt);
 }
 
 int Wakeup::stopSignal() const
@@ -101,7 +117,7 @@ int Wakeup::stopSignal() const
         if (sigismember(&m_stopSignals, signal) == 1 && sigismember(&pending, signal) == 1)
             return signal;
     }
-    return 0;
+    return m_heeded;
 }
 
 } // namespace cli

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <optional>
+#include <vector>
 
 namespace cli {
 
@@ -31,15 +32,26 @@ public:
     /// Sleeps until `descriptor` can be read without waiting, its end included: Notified.
     Wake waitFor(int descriptor);
 
-    /// The signal that asks the program to stop; 0 when there is none.
+    /// From now on wait() also ends, with Notified, while `descriptor` can be read without waiting,
+    /// its end included. Of the waiting thread.
+    void watch(int descriptor) { m_watched.push_back(descriptor); }
+    void unwatch(int descriptor);
+
+    /// Takes note of the signal that asked the program to stop, so that waits work again until the
+    /// next one.
+    void heedStop();
+
+    /// The signal that asks the program to stop, or asked it last; 0 when there was none.
     int stopSignal() const;
 
 private:
-    Wake sleep(int descriptor, std::optional<Clock::time_point> deadline);
+    Wake sleep(const std::vector<int> &descriptors, std::optional<Clock::time_point> deadline);
 
     sigset_t m_stopSignals;
     int m_newsFd;
     int m_signalFd = -1;
+    std::vector<int> m_watched;
+    int m_heeded = 0;
     sigset_t m_previousSignals = {};
 };
 

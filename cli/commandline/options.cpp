@@ -1,14 +1,15 @@
 #include "cli/commandline/options.h"
 
 #include "cli/base/errors.h"
-#include "cli/base/filenames.h"
 #include "cli/commandline/cameraoptions.h"
+#include "cli/commandline/namechecks.h"
 #include "cli/commandline/pagesize.h"
 #include "cli/commandline/suggestion.h"
 #include "installpaths.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -28,6 +29,10 @@ constexpr int kMaxEvents = 1'000'000;
 // a choice's position is the code that the camera library takes
 const std::vector<std::string> kColors{"color", "gray", "lineart"};
 const std::vector<std::string> kRotations{"none", "left", "right", "180"};
+
+// a choice's position is that of ScanOn
+const std::vector<std::string> kTriggers{"turn", "key", "button", "interval"};
+constexpr double kUsualInterval = 5; ///< seconds between scanned pages
 
 int codeOf(const std::string &choice, const std::vector<std::string> &choices)
 {
@@ -58,34 +63,6 @@ Resolution toResolution(const std::string &checkedText)
 CLI::Validator hidden(CLI::Validator check)
 {
     return check.description("");
-}
-
-/// Empty when the extension of `path` is one of `known`, otherwise what to write instead.
-std::string checkType(const std::string &path, const std::vector<std::string> &known,
-                      const std::string &what)
-{
-    const std::string extension = extensionOf(path);
-    if (std::find(known.begin(), known.end(), extension) != known.end())
-        return {};
-    const std::string list = CLI::detail::join(known, ", ");
-    if (extension.empty())
-        return path + " has no extension that chooses the file type; " + what + ": " + list;
-    return "unknown file type ." + extension + "; " + what + ": " + list;
-}
-
-std::string checkPhotographName(const std::string &path)
-{
-    return checkType(path, {"jpg", "jpeg"}, "known for photographs");
-}
-
-std::string checkPictureName(const std::string &path)
-{
-    return checkType(path, {"jpg", "jpeg", "png", "bmp", "tif", "tiff", "pdf", "ofd"}, "known");
-}
-
-std::string checkDocumentName(const std::string &path)
-{
-    return checkType(path, {"pdf", "ofd", "tif", "tiff"}, "known for documents");
 }
 
 std::string checkPageSize(const std::string &text)
@@ -158,6 +135,10 @@ public:
         m_options.pageSize = toPageSize(m_pageSize).value_or(std::string());
         m_options.color = codeOf(m_color, kColors);
         m_options.rotation = codeOf(m_rotation, kRotations);
+        m_options.scanOn = static_cast<ScanOn>(codeOf(m_trigger, kTriggers));
+        if (m_options.command == Command::Scan)
+            m_options.intervalMs =
+                static_cast<int>(std::lround(m_pageInterval * kMillisecondsPerSecond));
         m_options.durationMs = m_seconds * kMillisecondsPerSecond;
         m_options.timeoutMs = m_timeoutSeconds * kMillisecondsPerSecond;
         return {m_options, ExitCode::Success};
@@ -274,6 +255,7 @@ private:
         addTimeoutOption(doctor);
 
         addSnapCommand();
+        addScanCommand();
 
         CLI::App *const controls =
             addCommand(Command::Controls, "controls", "List or set the controls of a camera");
@@ -290,18 +272,26 @@ private:
         addTimeoutOption(focus);
     }
 
+    /// What snap and scan have in common.
+    void addPhotographOptions(CLI::App *sub)
+    {
+        addDeviceOption(sub);
+        addQualityOption(sub);
+        addResolutionOption(sub);
+        addChoice(sub, "--color", m_color, kColors, "Colors of the photographs");
+        sub->add_flag_callback(
+            "--crop", [this] { m_options.crop = 0; },
+            "Find the sheet and cut it out (default: off)");
+        addCleanFlag(sub);
+        addChoice(sub, "--rotate", m_rotation, kRotations, "Rotate the photographs");
+        addTimeoutOption(sub);
+        addForceFlag(sub);
+    }
+
     void addSnapCommand()
     {
         CLI::App *const snap = addCommand(Command::Snap, "snap", "Take photographs");
-        addDeviceOption(snap);
-        addQualityOption(snap);
-        addResolutionOption(snap);
-        addChoice(snap, "--color", m_color, kColors, "Colors of the photographs");
-        snap->add_flag_callback(
-            "--crop", [this] { m_options.crop = 0; },
-            "Find the sheet and cut it out (default: off)");
-        addCleanFlag(snap);
-        addChoice(snap, "--rotate", m_rotation, kRotations, "Rotate the photographs");
+        addPhotographOptions(snap);
         snap->add_option("-n,--count", m_options.count, "Number of photographs (default: 1)")
             ->type_name("N")
             ->check(hidden(CLI::Range(1, 9999)));
@@ -309,16 +299,65 @@ private:
                          "Milliseconds between photographs (default: 0)")
             ->type_name("MS")
             ->check(hidden(CLI::Range(0, 3'600'000)));
-        addTimeoutOption(snap);
         snap->add_flag_callback(
             "--no-settle", [this] { m_options.settle = false; },
             "Take the next frame (default: wait until the picture has settled, at most 3 s)");
-        addForceFlag(snap);
         snap->add_option("-o,--output", m_options.destination,
                          "JPEG file; with --count, numbered: page-0001.jpg")
             ->type_name("FILE")
             ->required()
             ->check(CLI::Validator(checkPhotographName, ""));
+    }
+
+    void addScanCommand()
+    {
+        CLI::App *const scan =
+            addCommand(Command::Scan, "scan",
+                       "Take a page each time one is turned, and make a document of them");
+        addPhotographOptions(scan);
+        scan->add_option("-n,--pages", m_options.pages,
+                         "Stop after N pages (default: when stopped)")
+            ->type_name("N")
+            ->check(hidden(CLI::Range(1, 9999)));
+        addChoice(
+            scan, "--on", m_trigger, kTriggers,
+            "Take a page when one was turned, for each line of input or press of the camera's "
+            "button, or at intervals");
+        scan->add_option("--interval", m_pageInterval,
+                         "Take a page every S seconds; means --on interval (default: 5)")
+            ->type_name("S")
+            ->check(hidden(CLI::Range(0.1, 86400.0)));
+        scan->add_flag("--resume", m_options.resume, "Go on with a scan that was killed");
+        scan->add_flag("--quiet", m_options.quiet, "No sound when a page was taken");
+        scan->add_flag("--json", m_options.json, "Print one JSON object a line");
+        addDocumentOptions(scan);
+        scan->add_option("-o,--output", m_options.destination,
+                         "pdf, ofd or tiff file; or pictures, with %03d for their number")
+            ->type_name("FILE")
+            ->required()
+            ->check(CLI::Validator(checkScanName, ""));
+        scan->final_callback([this, scan] { checkInterval(*scan); });
+    }
+
+    void checkInterval(const CLI::App &scan)
+    {
+        if (scan.count("--interval") == 0)
+            return;
+        if (scan.count("--on") > 0 && m_trigger != "interval")
+            throw CLI::ValidationError("--interval goes with --on interval only");
+        m_trigger = "interval";
+    }
+
+    /// What is said of a whole document.
+    void addDocumentOptions(CLI::App *sub)
+    {
+        sub->add_option("--title", m_options.title,
+                        "Title of the document (default: the file's name)")
+            ->type_name("TEXT");
+        sub->add_option("--page-size", m_pageSize,
+                        "Size of every page; W and H in millimetres (default: by the picture)")
+            ->type_name("A3|A4|A5|letter|card|WxH")
+            ->check(CLI::Validator(checkPageSize, ""));
     }
 
     void addConvertCommand()
@@ -344,15 +383,7 @@ private:
         addForceFlag(combine);
         combine->add_flag("--strict", m_options.strict,
                           "Write nothing when a page cannot be read (default: write the others)");
-        combine
-            ->add_option("--title", m_options.title,
-                         "Title of the document (default: the file's name)")
-            ->type_name("TEXT");
-        combine
-            ->add_option("--page-size", m_pageSize,
-                         "Size of every page; W and H in millimetres (default: by the picture)")
-            ->type_name("A3|A4|A5|letter|card|WxH")
-            ->check(CLI::Validator(checkPageSize, ""));
+        addDocumentOptions(combine);
         combine
             ->add_option("--from-file", m_options.fromFile,
                          "Read more sources from LIST, one a line; - is standard input "
@@ -391,6 +422,8 @@ private:
     std::string m_pageSize;
     std::string m_color = kColors.front();
     std::string m_rotation = kRotations.front();
+    std::string m_trigger = kTriggers.front();
+    double m_pageInterval = kUsualInterval;
     int m_seconds = 0;
     int m_timeoutSeconds = 10;
 };

@@ -26,6 +26,7 @@ enum class Command {
     List,
     Modes,
     Snap,
+    Scan,
     Doctor,
     Convert,
     Combine,
@@ -35,6 +36,9 @@ enum class Command {
     Config,
     Calibrate
 };
+
+/// What makes `scan` take a page.
+enum class ScanOn { Turn, Key, Button, Interval };
 
 /// Picture size in pixels.
 struct Resolution
@@ -62,8 +66,13 @@ struct Options
 
     int count = 1; ///< photographs (snap)
     int maximumEvents = 0; ///< events (watch), 0: no limit
-    int intervalMs = 0; ///< least time between two photographs
-    int timeoutMs = 10'000; ///< longest wait for a frame (snap, doctor, focus)
+    int intervalMs = 0; ///< least time between two photographs (snap), time between pages (scan)
+    int timeoutMs = 10'000; ///< longest wait for a frame (snap, scan, doctor, focus)
+    ScanOn scanOn = ScanOn::Turn;
+    int pages = 0; ///< to scan, 0: until stopped
+    bool resume = false; ///< go on with a scan that was killed
+    bool quiet = false; ///< no sound
+    bool json = false; ///< results as JSON, one object a line
     int durationMs = 0; ///< length of a watch, 0: no limit
 
     bool settle = true; ///< wait until the picture has settled (snap)
@@ -77,7 +86,7 @@ struct Options
     std::string
         fromFile; ///< a file with more sources, one a line; "-": standard input; empty: none
     std::string destination;
-    bool force = false; ///< replace an existing destination (snap, convert, combine)
+    bool force = false; ///< replace an existing destination (snap, scan, convert, combine)
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
     std::optional<std::string> title; ///< of the document; nothing: its file's name

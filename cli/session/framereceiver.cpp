@@ -55,17 +55,35 @@ std::vector<Wakeup::Clock::time_point> FrameReceiver::arrivals() const
     return m_arrivals;
 }
 
-bool FrameReceiver::take(ReceivedFrame &frame)
+bool FrameReceiver::takeBare(ReceivedFrame &frame)
 {
     const MutexLock lock(m_mutex);
     if (frame.number == m_newest.number)
         return false;
     frame = m_newest;
+    return true;
+}
+
+unsigned long FrameReceiver::count() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_newest.number;
+}
+
+void FrameReceiver::makeRoom(ReceivedFrame &frame)
+{
     // the library looks for the end of the JPEG within that many bytes
     const std::size_t room = static_cast<std::size_t>(std::max(0, frame.width))
         * static_cast<std::size_t>(std::max(0, frame.height)) * 3;
     frame.jpeg.resize(std::max(frame.jpeg.size(), room));
-    return true;
+}
+
+bool FrameReceiver::take(ReceivedFrame &frame)
+{
+    const bool isNew = takeBare(frame);
+    if (isNew)
+        makeRoom(frame);
+    return isNew;
 }
 
 } // namespace cli

@@ -39,6 +39,14 @@ public:
     /// Copies the newest frame into `frame` when it is newer than the one in there.
     bool take(ReceivedFrame &frame);
 
+    /// The same for a frame that is only looked at: without the room that the library needs behind it,
+    /// which takes longer to fill than the frame. makeRoom() adds it.
+    bool takeBare(ReceivedFrame &frame);
+    static void makeRoom(ReceivedFrame &frame);
+
+    /// How many frames have come.
+    unsigned long count() const;
+
 private:
     void keep(const unsigned char *data, int size, int width, int height);
 

@@ -62,4 +62,10 @@ PictureSize jpegSize(const std::string &path)
     return {};
 }
 
+bool isWhole(const PictureSize &photograph, int width, int height)
+{
+    return (photograph.width == width && photograph.height == height)
+        || (photograph.width == height && photograph.height == width);
+}
+
 } // namespace cli

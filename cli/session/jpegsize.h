@@ -14,4 +14,8 @@ struct PictureSize
 /// The size that a JPEG file states in its frame header.
 PictureSize jpegSize(const std::string &path);
 
+/// Whether a photograph of that size shows a whole frame of `width` and `height`, perhaps turned. The
+/// crop leaves the picture whole when it finds no sheet, and nothing else says so.
+bool isWhole(const PictureSize &photograph, int width, int height);
+
 } // namespace cli

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace cli {
 namespace {
@@ -44,11 +45,11 @@ LibrarySession::LibrarySession(const Options &options)
 {
 }
 
-LibrarySession::~LibrarySession()
+void LibrarySession::close()
 {
-    if (m_initialised)
+    if (std::exchange(m_initialised, false))
         m_library.UnInit();
-    if (m_loaded)
+    if (std::exchange(m_loaded, false))
         m_library.FreeLib();
 }
 

@@ -27,11 +27,13 @@ public:
     explicit LibrarySession(const Options &options);
     LibrarySession(const LibrarySession &) = delete;
     LibrarySession &operator=(const LibrarySession &) = delete;
-    /// Un-initialises and unloads what open() got.
-    ~LibrarySession();
+    ~LibrarySession() { close(); }
 
     /// Loads and initialises the library; reports what went wrong and what helps.
     ExitCode open();
+
+    /// Un-initialises and unloads the library, which ends its threads; open() may follow.
+    void close();
 
     CCameraSDK &library() { return m_library; }
     Wakeup &wakeup() { return m_wakeup; }

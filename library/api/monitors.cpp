@@ -1,6 +1,8 @@
 #include "library/api/monitors.h"
 
+#include "library/base/log.h"
 #include "library/device/simulated/builtin_monitor.h"
+#include "library/device/simulated/hand_monitor.h"
 #include "library/device/simulated/simulated_monitor.h"
 #include "library/device/udev/udev_monitor.h"
 
@@ -9,6 +11,8 @@
 
 namespace korv {
 namespace {
+
+constexpr char kBuiltin[] = "builtin:";
 
 std::string environment(const char *name)
 {
@@ -26,6 +30,16 @@ CameraControls controlsIn(const Settings &settings)
     return controls;
 }
 
+/// The desk that follows "builtin:"; none, with a line in the log, when there is no such desk.
+std::unique_ptr<DeviceMonitor> builtinMonitor(const std::string &description)
+{
+    const Result<HandDeskOptions> options = readHandDesk(description);
+    if (options)
+        return std::make_unique<HandMonitor>(options.value());
+    logLine(LogLevel::Warning, "KORV_CAMERA_DESK", options.error().text);
+    return nullptr;
+}
+
 } // namespace
 
 std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors(const Settings &settings)
@@ -35,7 +49,10 @@ std::vector<std::unique_ptr<DeviceMonitor>> availableMonitors(const Settings &se
     const std::string real = environment("KORV_CAMERA_REAL");
     if (desk == "builtin")
         monitors.push_back(std::make_unique<BuiltinMonitor>());
-    else if (!desk.empty())
+    else if (desk.compare(0, sizeof kBuiltin - 1, kBuiltin) == 0) {
+        if (auto monitor = builtinMonitor(desk.substr(sizeof kBuiltin - 1)))
+            monitors.push_back(std::move(monitor));
+    } else if (!desk.empty())
         monitors.push_back(std::make_unique<SimulatedMonitor>(desk));
     if (real == "1" || (desk.empty() && real != "0"))
         monitors.push_back(std::make_unique<UdevMonitor>(systemV4l2Calls(), V4l2Patience(),

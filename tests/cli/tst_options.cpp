@@ -94,6 +94,40 @@ TEST(Options, cleanIsOffUnlessAskedFor)
     EXPECT_FALSE(parse({"combine", "--clean", "a.jpg", "-o", "b.pdf"}).options);
 }
 
+TEST(Options, defaultsOfScan)
+{
+    const auto options = parse({"scan", "-o", "a.pdf"}).options;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->command, cli::Command::Scan);
+    EXPECT_EQ(options->scanOn, cli::ScanOn::Turn);
+    EXPECT_EQ(options->pages, 0);
+    EXPECT_FALSE(options->resume || options->quiet || options->json || options->force);
+}
+
+TEST(Options, intervalOfScanIsInSecondsAndMeansIntervals)
+{
+    const auto options = parse({"scan", "-o", "a.ofd", "--interval", "0.25"}).options;
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->scanOn, cli::ScanOn::Interval);
+    EXPECT_EQ(options->intervalMs, 250);
+    EXPECT_EQ(parse({"scan", "-o", "a.ofd", "--on", "interval"}).options->intervalMs, 5000);
+    EXPECT_EQ(parse({"scan", "-o", "a.ofd", "--on", "key"}).options->scanOn, cli::ScanOn::Key);
+    for (const auto &wrong : std::vector<std::vector<const char *>>{
+             {"--on", "key", "--interval", "3"}, {"--interval", "0"}, {"--interval", "x"}}) {
+        std::vector<const char *> arguments{"scan", "-o", "a.pdf"};
+        arguments.insert(arguments.end(), wrong.begin(), wrong.end());
+        EXPECT_EQ(parse(arguments).code, ExitCode::Usage) << wrong.back();
+    }
+}
+
+TEST(Options, scanMakesDocumentsAndNumberedPictures)
+{
+    for (const char *name : {"a.pdf", "a.ofd", "a.TIFF", "a%d.jpg", "100%%%03d.png", "50%.pdf"})
+        EXPECT_TRUE(parse({"scan", "-o", name}).options) << name;
+    for (const char *name : {"a.jpg", "a%d%d.jpg", "a%d", "a.txt", "a%d.txt", "a"})
+        EXPECT_EQ(parse({"scan", "-o", name}).code, ExitCode::Usage) << name;
+}
+
 TEST(Options, filesOfConvertAndCombine)
 {
     const auto convert = parse({"convert", "a.jpg", "b.png"}).options;

@@ -56,4 +56,37 @@ TEST(Wakeup, aSignalInterruptsEveryWaitFromThenOn)
     EXPECT_EQ(received, SIGTERM);
 }
 
+TEST(Wakeup, heededSignalIsKnownAndInterruptsNoMore)
+{
+    Wakeup wakeup;
+    kill(getpid(), SIGTERM);
+    EXPECT_EQ(wakeup.wait(std::nullopt), Wake::Interrupted);
+    wakeup.heedStop();
+    EXPECT_EQ(wakeup.stopSignal(), SIGTERM);
+    EXPECT_EQ(wakeup.wait(Wakeup::Clock::now()), Wake::TimedOut);
+    kill(getpid(), SIGINT);
+    EXPECT_EQ(wakeup.wait(std::nullopt), Wake::Interrupted);
+    EXPECT_EQ(wakeup.stopSignal(), SIGINT);
+}
+
+TEST(Wakeup, watchedDescriptorEndsTheWaitWhileItCanBeRead)
+{
+    Wakeup wakeup;
+    int pipe[2] = {};
+    ASSERT_EQ(::pipe(pipe), 0);
+    wakeup.watch(pipe[0]);
+    EXPECT_EQ(wakeup.wait(Wakeup::Clock::now()), Wake::TimedOut);
+    ASSERT_EQ(write(pipe[1], "x", 1), 1);
+    EXPECT_EQ(wakeup.wait(std::nullopt), Wake::Notified);
+    EXPECT_EQ(wakeup.wait(std::nullopt), Wake::Notified);
+    char letter = 0;
+    ASSERT_EQ(read(pipe[0], &letter, 1), 1);
+    EXPECT_EQ(wakeup.wait(Wakeup::Clock::now()), Wake::TimedOut);
+    close(pipe[1]);
+    EXPECT_EQ(wakeup.wait(std::nullopt), Wake::Notified);
+    wakeup.unwatch(pipe[0]);
+    EXPECT_EQ(wakeup.wait(Wakeup::Clock::now()), Wake::TimedOut);
+    close(pipe[0]);
+}
+
 } // namespace

@@ -17,7 +17,7 @@ constexpr int kProduct = 0x0001;
 
 Result<void> BuiltinMonitor::start(DeviceObserver &observer)
 {
-    observer.onArrival({kKey, "Simulated Desk", kVendor, kProduct, "built-in camera"});
+    observer.onArrival({kKey, "Simulated Desk", kVendor, kProduct, {}, {}, "built-in camera"});
     return {};
 }
 

@@ -1,5 +1,7 @@
 #include "library/device/simulated/simulated_device.h"
 
+#include "library/device/simulated/page_frames.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
@@ -40,7 +42,18 @@ SimulatedDevice::SimulatedDevice(std::shared_ptr<const Plug> plug,
                                  std::unique_ptr<PageSource> pages)
     : m_plug(std::move(plug))
     , m_pages(std::move(pages))
+    , m_scene([source = m_pages.get()](int width, int height) {
+        return std::make_unique<PageFrames>(*source, width, height);
+    })
     , m_modes(modesFor(m_pages->largestPage()))
+    , m_current(kUsualModes.front())
+{
+}
+
+SimulatedDevice::SimulatedDevice(std::shared_ptr<const Plug> plug, Scene scene)
+    : m_plug(std::move(plug))
+    , m_scene(std::move(scene))
+    , m_modes(kUsualModes)
     , m_current(kUsualModes.front())
 {
 }
@@ -63,7 +76,8 @@ Result<void> SimulatedDevice::start(FrameSink &sink)
         return Error{-EBUSY, "the camera is streaming already"};
     if (m_plug->isPulled())
         return Error{-ENODEV, "the camera is gone"};
-    m_stream = std::make_unique<SimulatedStream>(*m_pages, m_plug, m_current, sink);
+    m_stream = std::make_unique<SimulatedStream>(m_scene(m_current.width, m_current.height), m_plug,
+                                                 m_current, sink);
     return {};
 }
 

@@ -265,7 +265,7 @@ void SimulatedMonitor::plugIn(const std::string &folderName)
             return;
     }
     m_observer->onArrival(
-        {folderName, read->name, read->vid, read->pid, "folder \"" + folderName + "\""});
+        {folderName, read->name, read->vid, read->pid, {}, {}, "folder \"" + folderName + "\""});
 }
 
 void SimulatedMonitor::pull(const std::string &folderName)

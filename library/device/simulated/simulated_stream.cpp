@@ -1,7 +1,6 @@
 #include "library/device/simulated/simulated_stream.h"
 
 #include "library/base/log.h"
-#include "library/device/simulated/frame_composer.h"
 #include "library/threads/thread.h"
 
 #include <algorithm>
@@ -10,20 +9,21 @@
 
 namespace korv {
 
-SimulatedStream::SimulatedStream(const PageSource &pages, std::shared_ptr<const Plug> plug,
-                                 CaptureMode mode, FrameSink &sink)
+SimulatedStream::SimulatedStream(std::unique_ptr<FrameSource> frames,
+                                 std::shared_ptr<const Plug> plug, CaptureMode mode,
+                                 FrameSink &sink)
     : m_plug(std::move(plug))
     , m_mode(mode)
-    , m_label(pages.label())
+    , m_label(frames->label())
     , m_sink(sink)
-    , m_cycler(pages, mode.width, mode.height, {})
+    , m_frames(std::move(frames))
     , m_thread(startThread("korv-stream", [this] { run(); }))
 {
 }
 
 SimulatedStream::~SimulatedStream()
 {
-    m_cycler.stop(); // first: the stream thread may be waiting for the first page
+    m_frames->stop(); // first: the stream thread may be waiting for the first one
     {
         const MutexLock lock(m_mutex);
         m_stopping = true;
@@ -51,18 +51,20 @@ void SimulatedStream::run()
 void SimulatedStream::sendFrames()
 {
     constexpr auto kPeriod = std::chrono::nanoseconds(std::chrono::seconds(1)) / kFramesPerSecond;
-    FrameComposer composer;
-    std::shared_ptr<const PreparedPage> page = m_cycler.waitForPage();
+    if (!m_frames->waitUntilReady())
+        return;
     const Clock::time_point begin = Clock::now();
     std::int64_t number = 0;
-    while (page && waitUntil(begin + number * kPeriod) && !m_plug->isPulled()) {
-        if (const Result<ByteView> frame = composer.compose(page, number))
+    while (waitUntil(begin + number * kPeriod) && !m_plug->isPulled()) {
+        const Result<ByteView> frame = m_frames->frame(number);
+        if (frame && frame.value().size == 0)
+            return;
+        if (frame)
             m_sink.onFrame({frame.value(), m_mode.width, m_mode.height});
         else
             logLine(LogLevel::Warning, m_label, "dropped a frame", frame.error().text);
         // a frame whose time has passed is not made up for
         number = std::max<std::int64_t>(number, (Clock::now() - begin) / kPeriod) + 1;
-        page = m_cycler.waitForPage();
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/device/camera_device.h"
-#include "library/device/simulated/page_cycler.h"
+#include "library/device/simulated/frame_source.h"
 #include "library/threads/mutex.h"
 
 #include <atomic>
@@ -23,17 +23,17 @@ private:
     std::atomic<bool> m_pulled{false};
 };
 
-/// A running simulated camera: one thread turns the pages, one sends frames at fixed times. A
+/// A running simulated camera: one thread sends frames at fixed times. A
 /// receiver that needs longer than a frame's time misses the frames of that time. Pulling the plug
-/// ends the frames; destruction ends and joins the threads.
+/// ends the frames; destruction ends and joins the thread.
 class SimulatedStream
 {
 public:
     static constexpr int kFramesPerSecond = 15;
 
     /// Throws std::system_error when no thread can be started.
-    SimulatedStream(const PageSource &pages, std::shared_ptr<const Plug> plug, CaptureMode mode,
-                    FrameSink &sink);
+    SimulatedStream(std::unique_ptr<FrameSource> frames, std::shared_ptr<const Plug> plug,
+                    CaptureMode mode, FrameSink &sink);
     ~SimulatedStream();
     SimulatedStream(const SimulatedStream &) = delete;
     SimulatedStream &operator=(const SimulatedStream &) = delete;
@@ -49,7 +49,7 @@ private:
     const CaptureMode m_mode;
     const std::string m_label; ///< of the camera, in the log
     FrameSink &m_sink;
-    PageCycler m_cycler;
+    const std::unique_ptr<FrameSource> m_frames;
 
     Mutex m_mutex;
     Condition m_changed;

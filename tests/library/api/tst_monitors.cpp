@@ -1,6 +1,7 @@
 #include "library/api/monitors.h"
 
 #include "library/device/simulated/builtin_monitor.h"
+#include "library/device/simulated/hand_monitor.h"
 #include "library/device/simulated/simulated_monitor.h"
 #include "library/device/udev/node_rights.h"
 #include "library/device/udev/udev_monitor.h"
@@ -33,7 +34,7 @@ protected:
             ::unsetenv(name);
     }
 
-    /// The kinds of monitors for an environment: b built-in, s simulated, r real.
+    /// The kinds of monitors for an environment: b built-in, h one with hands, s simulated, r real.
     static std::string choose(const char *desk, const char *real)
     {
         set("KORV_CAMERA_DESK", desk);
@@ -42,6 +43,8 @@ protected:
         for (const auto &monitor : availableMonitors({})) {
             if (dynamic_cast<BuiltinMonitor *>(monitor.get()))
                 kinds += 'b';
+            else if (dynamic_cast<HandMonitor *>(monitor.get()))
+                kinds += 'h';
             else if (dynamic_cast<SimulatedMonitor *>(monitor.get()))
                 kinds += 's';
             else if (dynamic_cast<UdevMonitor *>(monitor.get()))
@@ -66,6 +69,23 @@ TEST_F(Monitors, realCamerasAreUsedWhereThereIsNoDesk)
     EXPECT_EQ(choose("", ""), "r");
     EXPECT_EQ(choose("builtin", nullptr), "b");
     EXPECT_EQ(choose("/some/folder", nullptr), "s");
+}
+
+TEST_F(Monitors, handsTurnThePagesOfADeskThatAsksForThem)
+{
+    EXPECT_EQ(choose("builtin:hands", nullptr), "h");
+    EXPECT_EQ(choose("builtin:hands,seed=4,light=dim", "1"), "hr");
+    EXPECT_EQ(choose("./builtin:hands", nullptr), "s");
+}
+
+TEST_F(Monitors, deskThatIsNotKnownIsNamedAndHasNoCamera)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(choose("builtin:feet", nullptr), "");
+    EXPECT_EQ(choose("builtin:hands,seed=x", nullptr), "");
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, HasSubstr("KORV_CAMERA_DESK: there is no built-in desk 'feet'"));
+    EXPECT_THAT(said, HasSubstr("'seed=x'"));
 }
 
 TEST_F(Monitors, realCamerasCanBeAskedForAndRefused)

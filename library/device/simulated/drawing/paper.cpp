@@ -8,7 +8,6 @@
 namespace korv {
 namespace {
 
-constexpr Paper::Colour kWhite{243, 242, 236};
 constexpr double kCapitalHeight = 21; ///< of OpenCV's letters at scale 1, in pixels
 
 cv::Mat matOf(Image &image)
@@ -28,10 +27,10 @@ std::uint8_t between(std::uint8_t from, std::uint8_t to, double part)
 
 } // namespace
 
-Paper::Paper(int width, int height)
+Paper::Paper(int width, int height, Colour ground)
     : m_image(width, height, PixelFormat::Rgb24)
 {
-    matOf(m_image).setTo(scalar(kWhite));
+    matOf(m_image).setTo(scalar(ground));
 }
 
 int Paper::pixels(double units) const

@@ -9,7 +9,7 @@
 
 namespace korv {
 
-/// A white sheet to write and draw on. Positions and sizes are in thousandths of the sheet's width,
+/// A sheet to write and draw on. Positions and sizes are in thousandths of the sheet's width,
 /// so a drawing does not depend on the number of pixels; y grows downwards.
 class Paper
 {
@@ -17,6 +17,7 @@ public:
     using Colour = std::array<std::uint8_t, 3>; ///< R, G, B
     enum class Face { Plain, Serif };
 
+    static constexpr Colour kWhite{243, 242, 236};
     static constexpr Colour kInk{38, 38, 44};
     static constexpr Colour kPale{150, 150, 156};
     static constexpr Colour kBlue{40, 72, 140};
@@ -30,7 +31,7 @@ public:
         double height = 0;
     };
 
-    Paper(int width, int height);
+    Paper(int width, int height, Colour ground = kWhite);
 
     const Image &image() const { return m_image; }
 

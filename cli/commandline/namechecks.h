@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace cli {
+
+// Each says what is wrong with the name of a new file, and what to write instead; empty when nothing
+// is.
+
+/// A photograph: jpg.
+std::string checkPhotographName(const std::string &path);
+
+/// Anything that a picture can be converted to.
+std::string checkPictureName(const std::string &path);
+
+/// A document of many pages.
+std::string checkDocumentName(const std::string &path);
+
+/// A document, or a pattern for pictures.
+std::string checkScanName(const std::string &path);
+
+} // namespace cli

@@ -1,0 +1,54 @@
+#include "cli/session/camerasetup.h"
+
+#include "cli/base/errors.h"
+#include "cli/session/framereceiver.h"
+
+namespace cli {
+namespace {
+
+ExitCode selectResolution(LibrarySession &session, const Options &options, const OpenDevice &camera,
+                          int index)
+{
+    if (!options.resolution)
+        return ExitCode::Success;
+    const auto [width, height] = *options.resolution;
+    for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
+        if (mode.res_w == width && mode.res_h == height)
+            return session.check(session.library().SetCurResolutionNo(index, mode.res_no),
+                                 "select " + sizeText(width, height));
+    }
+    printError("the camera does not offer " + sizeText(width, height) + "; see `korvcam modes`");
+    return ExitCode::Failure;
+}
+
+ExitCode setPhotographOptions(LibrarySession &session, const Options &options)
+{
+    CCameraSDK &library = session.library();
+    ExitCode code = ExitCode::Success;
+    if (options.quality)
+        code = session.check(library.SetImageJPGQuality(*options.quality), "set the quality");
+    if (code == ExitCode::Success)
+        code = session.check(library.SetAutoCrop(options.crop), "set the crop mode");
+    if (code == ExitCode::Success)
+        code = session.check(library.SetImageRotateMode(options.rotation), "set the rotation");
+    if (code == ExitCode::Success)
+        code = session.check(library.SetImageColorStyle(options.color), "set the colour mode");
+    return code;
+}
+
+} // namespace
+
+ExitCode startPhotographing(LibrarySession &session, const Options &options,
+                            const OpenDevice &camera, const Device &device)
+{
+    ExitCode code = selectResolution(session, options, camera, device.index);
+    if (code == ExitCode::Success)
+        code = setPhotographOptions(session, options);
+    if (code == ExitCode::Success)
+        code = session.checkCamera(
+            session.library().StartCapture(device.index, &FrameReceiver::onFrame),
+            "start " + device.name);
+    return code;
+}
+
+} // namespace cli
