@@ -1,7 +1,9 @@
 #include "library/crop/edges/edge_finder.h"
 #include "library/crop/edges/shrinker.h"
 #include "library/crop/outlines/line_votes.h"
+#include "library/crop/outlines/side_refiner.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -48,7 +50,37 @@ SearchPicture stepAt(int column, cv::Size size)
     return picture;
 }
 
+/// Paper on a dark desk, its upper side bent by so many pixels: up in the middle when negative.
+Image bentPaper(double bend)
+{
+    Image image(800, 600, PixelFormat::Gray8);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const double along = (x - 400) / 250.0;
+            const double top = 150 + bend * (1 - along * along);
+            const double depth = std::min({x - 149.5, 650.5 - x, 450.5 - y, y - top + 0.5});
+            image.row(y)[x] =
+                static_cast<std::uint8_t>(60 + 160 * std::clamp(depth, 0.0, 1.0) + 0.5);
+        }
+    }
+    return image;
+}
+
 } // namespace
+
+TEST(SideRefiner, aBentSideIsWhollyInside)
+{
+    HelperThread core;
+    const Corners start{{{150, 150}, {650, 150}, {650, 450}, {150, 450}}};
+    for (const double bend : {-6.0, -4.0, 0.0, 4.0, 6.0}) {
+        const Refined refined = refineCorners(bentPaper(bend), start, 10, core);
+        const double outermost = 150 + std::min(0.0, bend);
+        EXPECT_NEAR(refined.corners[0].y, outermost, 1) << bend;
+        EXPECT_NEAR(refined.corners[1].y, outermost, 1) << bend;
+        EXPECT_NEAR(refined.corners[2].y, 450, 1) << bend;
+        EXPECT_GT(refined.agreement, 0.9) << bend;
+    }
+}
 
 TEST(Shrinker, pixelsAreMeansOfBlocks)
 {
