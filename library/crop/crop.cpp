@@ -22,16 +22,22 @@ using namespace crop;
 constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not help
 // the fit weighed wrong outlines double, and still nothing is worse than a lost strip
 constexpr double kMinConfidence = 0.5;
+constexpr double kBareDesk = 1.5; ///< trust more where a cut could hardly lose anything
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
 constexpr double kOtherTrust = 1; ///< of a second sheet; what lies about must not count as one
 
+constexpr double kSameRatio = 1.06; ///< of areas, up to which nested outlines are the same sheet's
+constexpr double kRuledOut = -1; ///< trust below which an outline is no sheet's
+
+constexpr double kNoTrust = std::numeric_limits<double>::lowest();
+
 /// A candidate on the full picture.
 struct Verdict
 {
     Corners corners{};
-    double trust = std::numeric_limits<double>::lowest();
+    double trust = kNoTrust;
     bool hasTwin = false; ///< another sheet, about as large, lies in the picture
 };
 
@@ -40,9 +46,14 @@ Verdict judged(const SheetSearch &search, const Candidate &candidate,
 {
     Evidence evidence;
     evidence.lead = marginOf(candidate, all);
+    evidence.leadOverLarger = marginOverLarger(candidate, all);
+    evidence.surroundings = search.around(candidate);
+    if (isPartOfAPage(candidate, evidence.surroundings))
+        return {search.inFrame(candidate.corners), kNoTrust, false};
     evidence.refined = search.refined(candidate);
     evidence.fromWriting = fromWriting;
-    return {evidence.refined.corners, confidenceOf(candidate, evidence), false};
+    const double bonus = isOnBareDesk(evidence.surroundings) ? kBareDesk : 0;
+    return {evidence.refined.corners, confidenceOf(candidate, evidence) + bonus, false};
 }
 
 bool liesApart(const Corners &a, const Corners &b)
@@ -58,6 +69,28 @@ const Candidate *elsewhere(const std::vector<Candidate> &candidates)
             return liesApart(each.corners, candidates.front().corners);
         });
     return found == candidates.end() ? nullptr : &*found;
+}
+
+bool isWithin(const Corners &inner, const Corners &outer)
+{
+    return area(outer) > kSameRatio * area(inner) && contains(outer, centreOf(inner))
+        && std::count_if(inner.begin(), inner.end(),
+                         [&](cv::Point2d corner) { return contains(outer, corner); })
+        >= 3;
+}
+
+/// What counts of both searches. An outline within another one may be that of a figure on the sheet:
+/// it only counts when the outer one is surely no sheet's, and nothing counts when that is open.
+Verdict chosen(const Verdict &first, const Verdict &second)
+{
+    const bool firstIsLarger = area(first.corners) > area(second.corners);
+    const Verdict &outer = firstIsLarger ? first : second;
+    const Verdict &inner = firstIsLarger ? second : first;
+    if (!isWithin(inner.corners, outer.corners))
+        return second.trust > first.trust ? second : first;
+    if (outer.trust >= kMinConfidence)
+        return outer;
+    return outer.trust >= kRuledOut ? Verdict{} : inner;
 }
 
 /// The best of one search, of two sheets the larger one.
@@ -105,11 +138,8 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
     SheetSearch search(image, core);
     Verdict verdict = bestOf(search, search.searchWithoutText(), false);
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
-    if (verdict.trust < kSettledTrust && !verdict.hasTwin) {
-        const Verdict other = bestOf(search, search.searchAll(), true);
-        if (other.trust > verdict.trust)
-            verdict = other;
-    }
+    if (verdict.trust < kSettledTrust && !verdict.hasTwin)
+        verdict = chosen(verdict, bestOf(search, search.searchAll(), true));
     logDebug([&] { return descriptionOf(verdict); });
     if (verdict.trust < kMinConfidence || verdict.hasTwin)
         return std::nullopt;

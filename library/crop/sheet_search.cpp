@@ -86,4 +86,9 @@ Refined SheetSearch::refined(const Candidate &candidate) const
                          m_core);
 }
 
+Surroundings SheetSearch::around(const Candidate &candidate) const
+{
+    return surroundingsOf(candidate.corners, m_picture);
+}
+
 } // namespace korv::crop

@@ -27,6 +27,7 @@ public:
     std::vector<Candidate> searchAll();
 
     Refined refined(const Candidate &candidate) const;
+    Surroundings around(const Candidate &candidate) const;
     Corners inFrame(const Corners &corners) const;
 
 private:

@@ -17,7 +17,8 @@ import numpy as np
 CORNERS = slice(2, 10)
 REFINED = slice(10, 18)
 AGREEMENT = slice(18, 20)
-FEATURES = slice(20, None)
+SURROUNDINGS = slice(20, 31)
+FEATURES = slice(31, None)
 
 RIGHT = 0.96  # overlap from which on an outline counts as the right one ...
 NEARLY = 0.985  # ... and up to which another one counts as wrong
@@ -25,12 +26,21 @@ FEATURE_COUNT = 30
 HIDDEN = 16
 HARD = 40  # wrong outlines of each search that are learnt from: the best-ranked ...
 OTHERS = 20  # ... and some others
-TRUSTED = 0.95  # overlap from which on a crop is right
+SCORED = 0.95  # overlap from which on a crop counts as right in what is told
+TRUSTED = 0.9  # overlap from which on a crop may be trusted, as some desk around it is no harm ...
+TRUSTED_LOSS = 0.025  # ... when no more than this share of the sheet is cut off
+LOST = 0.05  # share from which on something is lost
 WRONG_WEIGHS = 2.0
-TRUST_HIDDEN = 6
+LOSING_WEIGHS = 4.0
+TRUST_HIDDEN = 8
+TRUST_SEEDS = (1, 2, 3, 4, 5)  # as many networks are fitted to the trust; their mean is taken
 MOST_LEAD = 8.0  # an outline without a rival
 OTHER_RATIO = 1.06  # of areas, from which on two outlines differ ...
 OTHER_AWAY = 0.03  # ... or distance of their centres, in sides
+SETTLED = 2.0  # trust from which on the second search is not made
+SAME_RATIO = 1.06  # of areas, up to which nested outlines are the same sheet's
+RULED_OUT = -1.0  # trust below which an outline is no sheet's
+LARGER_RATIO = 1.15  # of areas, from which on one outline can be around another
 
 
 def to_unit_square(sheet):
@@ -104,6 +114,7 @@ class Search:
         self.corners = rows[:, CORNERS]
         self.features = rows[:, FEATURES].astype(np.float32)
         self.agreement = rows[:, AGREEMENT]
+        self.surroundings = rows[:, SURROUNDINGS]
         self.overlap, self.loss = self.best(rows[:, CORNERS])
         self.refined_overlap, self.refined_loss = self.best(rows[:, REFINED])
 
@@ -222,8 +233,7 @@ def fit_rank(searches, epochs=24, batch=48, rate=0.01, decay=2e-3):
 def lead(ranks, corners, best):
     """How far the best one is ahead of the next that differs from it."""
     quads = corners.reshape(-1, 4, 2).astype(float)
-    x, y = quads[..., 0], quads[..., 1]
-    sizes = np.abs((x * np.roll(y, -1, 1) - y * np.roll(x, -1, 1)).sum(1)) / 2
+    sizes = areas(quads)
     ratio = np.maximum(sizes, sizes[best]) / np.maximum(1.0, np.minimum(sizes, sizes[best]))
     away = np.hypot(*(quads.mean(1) - quads[best].mean(0)).T)
     others = ranks[(ratio > OTHER_RATIO) | (away > OTHER_AWAY * np.sqrt(sizes[best]))]
@@ -232,9 +242,35 @@ def lead(ranks, corners, best):
     return float(np.clip(ranks[best] - others.max(), 0, MOST_LEAD))
 
 
+def areas(quads):
+    x, y = quads[..., 0], quads[..., 1]
+    return np.abs((x * np.roll(y, -1, 1) - y * np.roll(x, -1, 1)).sum(1)) / 2
+
+
+def contain(quads, point):
+    """Which of the convex quadrilaterals hold the point."""
+    along = np.roll(quads, -1, 1) - quads
+    to = point - quads
+    clockwise = (along[..., 0] * to[..., 1] - along[..., 1] * to[..., 0] > 0).sum(1)
+    return (clockwise == 0) | (clockwise == 4)
+
+
+def lead_over_larger(ranks, corners, best):
+    """How far the best one is ahead of the best one around it."""
+    quads = corners.reshape(-1, 4, 2).astype(float)
+    sizes = areas(quads)
+    held = sum(contain(quads, corner).astype(int) for corner in quads[best])
+    around = contain(quads, quads[best].mean(0)) & (held >= 3)
+    others = ranks[around & (sizes >= LARGER_RATIO * sizes[best])]
+    if not len(others):
+        return MOST_LEAD
+    return float(np.clip(ranks[best] - others.max(), -MOST_LEAD, MOST_LEAD))
+
+
 def exam(searches, net):
-    """What is known of the best outline of each search, and whether it is right."""
-    rows, right, which = [], [], []
+    """What is known of the best outline of each search, whether it is right, and how much that
+    weighs."""
+    rows, right, weights, which = [], [], [], []
     for search in searches:
         ranks = net.rank(search.features)
         best = int(ranks.argmax())
@@ -247,23 +283,41 @@ def exam(searches, net):
                 lead(ranks, search.corners, best),
                 search.agreement[best],
                 float(search.second),
+                lead_over_larger(ranks, search.corners, best),
+                search.surroundings[best],
             ]
         )
-        right.append(search.refined_overlap[best] >= TRUSTED)
+        loss = search.refined_loss[best] if search.sheets else 1.0
+        right.append(search.refined_overlap[best] >= TRUSTED and loss <= TRUSTED_LOSS)
+        weights.append(1.0 if right[-1] else LOSING_WEIGHS if loss > LOST else WRONG_WEIGHS)
         which.append((search, best))
-    return np.array(rows, np.float32), np.array(right), which
+    return np.array(rows, np.float32), np.array(right), np.array(weights), which
 
 
-def fit_trust(rows, right, hidden=TRUST_HIDDEN, epochs=60, batch=64, rate=0.01, decay=8e-3):
+def fit_trust(rows, right, weights):
+    """The mean of several networks that differ in where they began, as one."""
+    nets = [fit_one_trust(rows, right, weights, seed) for seed in TRUST_SEEDS]
+    linear, inner, offset, outer = zip(*(net.parts for net in nets))
+    mean = nets[0]
+    mean.parts = [
+        sum(linear) / len(nets),
+        np.hstack(inner),
+        np.concatenate(offset),
+        np.concatenate(outer) / len(nets),
+    ]
+    return mean
+
+
+def fit_one_trust(rows, right, weights, seed, epochs=60, batch=64, rate=0.01, decay=4e-3):
     """By the odds that the best outline of a search is right."""
+    hidden = TRUST_HIDDEN
     rng = np.random.default_rng(4)
-    net = Net(rows.mean(0), rows.std(0) + 1e-6, hidden)
+    net = Net(rows.mean(0), rows.std(0) + 1e-6, hidden, seed)
     inputs = (rows - net.mean) / net.scale
     inputs = np.c_[inputs, np.ones(len(inputs), np.float32)]
     net.parts[0] = np.zeros(inputs.shape[1], np.float32)
     net.parts[1] = np.r_[net.parts[1], np.zeros((1, hidden), np.float32)]
     net.moments = [[np.zeros_like(p), np.zeros_like(p)] for p in net.parts]
-    weights = np.where(right, 1, WRONG_WEIGHS)
     for epoch in range(epochs):
         order = rng.permutation(len(inputs))
         for first in range(0, len(order), batch):
@@ -279,21 +333,42 @@ def apply_trust(net, rows):
     return net.forward(np.c_[inputs, np.ones(len(inputs), np.float32)])[0]
 
 
+def chosen(verdicts, least):
+    """What counts of both searches of a picture, as in crop.cpp."""
+    verdicts = sorted(verdicts, key=lambda verdict: verdict[1].second)
+    if len(verdicts) < 2 or verdicts[0][0] >= SETTLED:
+        return verdicts[0]
+    quads = [search.corners[best].reshape(1, 4, 2).astype(float) for _, search, best in verdicts]
+    inner, outer = np.argsort([areas(quad)[0] for quad in quads])
+    held = sum(int(contain(quads[outer], corner)[0]) for corner in quads[inner][0])
+    if (
+        areas(quads[outer])[0] <= SAME_RATIO * areas(quads[inner])[0]
+        or held < 3
+        or not contain(quads[outer], quads[inner][0].mean(0))[0]
+    ):
+        return max(verdicts, key=lambda verdict: verdict[0])
+    if verdicts[outer][0] >= least:
+        return verdicts[outer]
+    if verdicts[outer][0] >= RULED_OUT:
+        return (-np.inf,) + verdicts[outer][1:]
+    return verdicts[inner]
+
+
 def score(which, trust, least):
     """Shares of crops that are right, cut something, and are made where there is nothing."""
     right = cut = wrong = sheets = empty = 0
     found = {}
     for (search, best), value in zip(which, trust):
-        if search.picture not in found or value > found[search.picture][0]:
-            found[search.picture] = (value, search, best)
-    for value, search, best in found.values():
+        found.setdefault(search.picture, []).append((value, search, best))
+    for verdicts in found.values():
+        value, search, best = chosen(verdicts, least)
         single = len(search.sheets) == 1
         sheets += single
         empty += not single
         if value < least:
             continue
         overlap, loss = search.refined_overlap[best], search.refined_loss[best]
-        right += single and overlap >= TRUSTED
+        right += single and overlap >= SCORED
         cut += single and loss > 0.02
         wrong += not single and overlap < 0.9
     return f"right {right / max(1, sheets):.3f} cut {cut / max(1, sheets):.3f} " + (
@@ -331,22 +406,23 @@ def definition(name, kind, weights):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("sets", nargs="+", metavar="TRUTH.json=OUTLINES")
-    columns = 20 + FEATURE_COUNT
+    columns = FEATURES.start + FEATURE_COUNT
     sets = [read(*each.split("=", 1), columns) for each in parser.parse_args().sets]
     halves = [sum(sets[k::2], []) for k in (0, 1)]
     exams = [exam(halves[1 - k], fit_rank(halves[k])) for k in (0, 1)]
     for k in (0, 1):
-        trust = fit_trust(*exams[k][:2])
+        trust = fit_trust(*exams[k][:3])
         values = apply_trust(trust, exams[1 - k][0])
         for least in (-1, -0.5, 0, 0.5, 1):
-            print(f"half {k}: least trust {least}:", score(exams[1 - k][2], values, least),
+            print(f"half {k}: least trust {least}:", score(exams[1 - k][3], values, least),
                   file=sys.stderr)
     rank = fit_rank(sum(sets, []))
-    trust = fit_trust(*(np.concatenate([e[i] for e in exams]) for i in (0, 1)))
+    trust = fit_trust(*(np.concatenate([e[i] for e in exams]) for i in (0, 1, 2)))
     print('#include "library/crop/outlines/sheet_weights.h"\n\nnamespace korv::crop {\n')
     print("// Printed by tools/crop/fit.py; docs/crop.md says when to run it again.\n")
     print(definition("kRankWeights", "kFeatureCount, 16", folded(rank)))
-    print(definition("kConfidenceWeights", "kConfidenceInputs, 6", folded(trust, True)))
+    units = TRUST_HIDDEN * len(TRUST_SEEDS)
+    print(definition("kConfidenceWeights", f"kConfidenceInputs, {units}", folded(trust, True)))
     print("} // namespace korv::crop")
 
 

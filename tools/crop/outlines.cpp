@@ -25,6 +25,8 @@ using namespace korv::crop;
 constexpr std::size_t kRefined =
     12; ///< of the best of each search; the others are not judged so far
 
+constexpr std::size_t kOfRefined = 10 + Surroundings::kCount; ///< columns that only those have
+
 void addCorners(std::vector<float> &row, const Corners &corners)
 {
     for (const cv::Point2d &corner : corners) {
@@ -53,8 +55,10 @@ public:
                 addCorners(row, refined.corners);
                 row.push_back(static_cast<float>(refined.agreement));
                 row.push_back(static_cast<float>(refined.meanAgreement));
+                for (const double value : sheet.around(candidates[i]).values())
+                    row.push_back(static_cast<float>(value));
             } else {
-                row.resize(row.size() + 10, std::numeric_limits<float>::quiet_NaN());
+                row.resize(row.size() + kOfRefined, std::numeric_limits<float>::quiet_NaN());
             }
             for (const double value : candidates[i].features.values())
                 row.push_back(static_cast<float>(value));

@@ -13,11 +13,11 @@ constexpr double kMaxShare = 0.985;
 constexpr double kMinSideSupport = 0.25;
 constexpr double kMinMeanSupport = 0.45;
 constexpr double kShortestSide = 36;
-constexpr double kMaxAspect = 5.5;
+constexpr double kMaxAspect = 7.5; ///< a long receipt
 constexpr double kParallelCosine = 0.90; ///< of opposite sides: 26 degrees
 constexpr double kCrossingCosine = 0.57; ///< of neighbouring sides: 55 degrees and more
 constexpr std::size_t kExamined = 2; ///< outlines for each that is kept
-constexpr double kMargin = 2; ///< corners keep this from the frame's border
+constexpr double kMargin = 1; ///< corners keep this from the frame's border
 
 /// Where two lines meet, as distances along either.
 struct Crossing

@@ -2,6 +2,7 @@
 
 #include "library/crop/outlines/quad_features.h"
 #include "library/crop/outlines/side_refiner.h"
+#include "library/crop/outlines/surroundings.h"
 
 #include <vector>
 
@@ -22,13 +23,27 @@ double rankOf(const Features &features);
 /// How far a candidate's rank is above that of the best other one that is not nearly the same.
 double marginOf(const Candidate &candidate, const std::vector<Candidate> &all);
 
+/// How far a candidate's rank is above that of the best one around it. Negative when that one looks
+/// better.
+double marginOverLarger(const Candidate &candidate, const std::vector<Candidate> &all);
+
 /// What is known of a candidate in the end.
 struct Evidence
 {
     double lead = 0; ///< see marginOf()
+    double leadOverLarger = 0; ///< see marginOverLarger()
+    Surroundings surroundings;
     Refined refined;
     bool fromWriting = false; ///< found with the edges of the writing
 };
+
+/// Whether a page evidently goes on outside, so that the candidate is a part of it: there is writing
+/// on light paper around, or the candidate differs too little from what is around. Hardly any sheet
+/// lies like that.
+bool isPartOfAPage(const Candidate &candidate, const Surroundings &surroundings);
+
+/// Whether nothing is outside that could belong to the sheet: no writing, and no paper like its own.
+bool isOnBareDesk(const Surroundings &surroundings);
 
 /// Logarithm of the odds that the best candidate of a picture is a sheet's outline: 0 is even.
 double confidenceOf(const Candidate &candidate, const Evidence &evidence);

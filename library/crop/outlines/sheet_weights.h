@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/crop/outlines/quad_features.h"
+#include "library/crop/outlines/surroundings.h"
 
 #include <array>
 #include <cstddef>
@@ -33,10 +34,10 @@ template <std::size_t kInputs, std::size_t kReluCount> struct Weights
     }
 };
 
-constexpr std::size_t kConfidenceInputs = kFeatureCount + 5;
+constexpr std::size_t kConfidenceInputs = kFeatureCount + 6 + Surroundings::kCount;
 
 /// Fitted by tools/crop/fit.py, which prints their definitions.
 extern const Weights<kFeatureCount, 16> kRankWeights;
-extern const Weights<kConfidenceInputs, 6> kConfidenceWeights;
+extern const Weights<kConfidenceInputs, 40> kConfidenceWeights;
 
 } // namespace korv::crop

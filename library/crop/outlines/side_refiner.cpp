@@ -14,6 +14,12 @@ constexpr int kWidth = 3; ///< neighbouring profiles that are averaged, against 
 constexpr double kInnermostStrength = 0.5; ///< of the strongest change along all the side
 constexpr double kMaxCornerMove = 4; ///< a corner may move, in reaches
 constexpr int kFitRounds = 6;
+constexpr int kRounds = 2; ///< of looking for the rim, the second one nearer to it
+constexpr double kStraight = 0.85; ///< agreement with a line from which on no bow is looked for
+constexpr double kMoreWhenBent = 0.15; ///< agreement that a bow must have more
+
+/// Coefficients of a polynomial, the constant first.
+using Bow = cv::Vec3d;
 
 /// Colours along one normal of a side, from outside to inside.
 using Profile = std::vector<cv::Vec3f>;
@@ -48,6 +54,8 @@ public:
 
     const Line &line() const { return m_line; }
     double agreement() const { return m_agreement; }
+    /// Whether the rim is a bow, as that of curled paper.
+    bool isBent() const { return m_isBent; }
 
     void fit(double reach, double blur)
     {
@@ -150,58 +158,97 @@ private:
         }
     }
 
-    /// Least squares, in which places far from the line count ever less (Tukey).
+    /// Where a place lies along the side: -1 at the first one, 1 at the last.
+    static double timeOf(std::size_t place)
+    {
+        return 2.0 * static_cast<double>(place) / (kPlaces - 1) - 1;
+    }
+
+    double finest() const { return 0.75 + 0.5 * m_blur; }
+
     void fitLine()
     {
-        const double middle = (m_places.front() + m_places.back()) / 2;
+        const std::optional<Bow> straight = fitted(2);
+        if (!straight)
+            return;
+        double start = (*straight)[0];
+        double slope = (*straight)[1];
+        m_agreement = agreementWith(*straight);
+        if (m_agreement < kStraight) {
+            const std::optional<Bow> bow = fitted(3);
+            const double agreement = bow ? agreementWith(*bow) : 0;
+            m_isBent = agreement >= m_agreement + kMoreWhenBent && std::abs((*bow)[2]) <= m_reach;
+            if (m_isBent) {
+                // the line is all around the bow, so that nothing of the paper is lost
+                const double corner = 1 / (1 - 2 * kEndsLeftOut);
+                start = (*bow)[0] + std::min(0.0, (*bow)[2]) * corner * corner;
+                slope = (*bow)[1];
+                m_agreement = agreement;
+            }
+        }
+        moveTo(start - slope, start + slope);
+    }
+
+    /// Offset by place, a polynomial of timeOf(); of two terms it is a line. Least squares, in which
+    /// places far from it count ever less (Tukey).
+    std::optional<Bow> fitted(int terms) const
+    {
         std::vector<double> sorted = m_offsets;
         std::nth_element(sorted.begin(), sorted.begin() + kPlaces / 2, sorted.end());
-        double start = sorted[kPlaces / 2];
-        double slope = 0;
-        const double finest = 0.75 + 0.5 * m_blur;
-        double tolerance = std::max(finest, m_reach / 2.0);
+        Bow bow(sorted[kPlaces / 2], 0, 0);
+        double tolerance = std::max(finest(), m_reach / 2.0);
         for (int round = 0; round < kFitRounds; ++round) {
-            double sums[5] = {};
+            cv::Matx33d squares = cv::Matx33d::zeros();
+            cv::Vec3d products;
             for (std::size_t i = 0; i < kPlaces; ++i) {
-                const double t = m_places[i] - middle;
-                const double away = (m_offsets[i] - start - slope * t) / (2 * tolerance);
+                const double away = awayFrom(bow, i) / (2 * tolerance);
                 if (m_strengths[i] <= 0 || std::abs(away) >= 1)
                     continue;
                 const double weight = (1 - away * away) * (1 - away * away);
-                sums[0] += weight;
-                sums[1] += weight * t;
-                sums[2] += weight * t * t;
-                sums[3] += weight * m_offsets[i];
-                sums[4] += weight * m_offsets[i] * t;
+                const double t = timeOf(i);
+                const cv::Vec3d powers(1, t, terms > 2 ? t * t : 0);
+                squares += powers * powers.t() * weight;
+                products += powers * (weight * m_offsets[i]);
             }
-            const double spread = sums[0] * sums[2] - sums[1] * sums[1];
-            if (sums[0] < kPlaces / 8.0 || spread <= 0)
-                return;
-            slope = (sums[0] * sums[4] - sums[1] * sums[3]) / spread;
-            start = (sums[3] - slope * sums[1]) / sums[0];
-            tolerance = std::max(finest, tolerance * 0.6);
+            if (squares(0, 0) < kPlaces / 8.0)
+                return std::nullopt;
+            if (terms < 3)
+                squares(2, 2) = 1;
+            bool isSolved = false;
+            const cv::Matx33d inverse = squares.inv(cv::DECOMP_CHOLESKY, &isSolved);
+            if (!isSolved)
+                return std::nullopt;
+            bow = inverse * products;
+            tolerance = std::max(finest(), tolerance * 0.6);
         }
-        countAgreeing(start, slope, middle, finest);
+        return bow;
+    }
+
+    double awayFrom(const Bow &bow, std::size_t place) const
+    {
+        const double t = timeOf(place);
+        return m_offsets[place] - bow[0] - bow[1] * t - bow[2] * t * t;
+    }
+
+    /// Share of the places whose rim lies on the bow.
+    double agreementWith(const Bow &bow) const
+    {
+        int count = 0;
+        for (std::size_t i = 0; i < kPlaces; ++i)
+            count += m_strengths[i] > 0 && std::abs(awayFrom(bow, i)) <= finest() ? 1 : 0;
+        return static_cast<double>(count) / kPlaces;
+    }
+
+    /// Moves the line at the first and the last place by that much, inwards.
+    void moveTo(double atFirst, double atLast)
+    {
         const cv::Point2d along = m_line.direction();
-        const auto moved = [&](double place) {
-            return m_line.normal * (m_line.offset + start + slope * (place - middle))
-                + along * place;
-        };
-        const cv::Point2d first = moved(m_places.front());
-        const cv::Point2d last = moved(m_places.back());
+        const cv::Point2d first =
+            m_line.normal * (m_line.offset + atFirst) + along * m_places.front();
+        const cv::Point2d last = m_line.normal * (m_line.offset + atLast) + along * m_places.back();
         const Line fitted = lineThrough(first, last);
         const bool turned = fitted.normal.dot(m_line.normal) < 0;
         m_line = turned ? lineThrough(last, first) : fitted;
-    }
-
-    void countAgreeing(double start, double slope, double middle, double tolerance)
-    {
-        int count = 0;
-        for (std::size_t i = 0; i < kPlaces; ++i) {
-            const double away = m_offsets[i] - start - slope * (m_places[i] - middle);
-            count += m_strengths[i] > 0 && std::abs(away) <= tolerance ? 1 : 0;
-        }
-        m_agreement = static_cast<double>(count) / kPlaces;
     }
 
     const Image &m_image;
@@ -217,6 +264,7 @@ private:
     std::vector<double> m_offsets;
     std::vector<double> m_strengths;
     double m_agreement = 0;
+    bool m_isBent = false;
 };
 
 std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines)
@@ -236,7 +284,8 @@ std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines)
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)
 {
     Refined result{corners, 0, 0};
-    for (const double part : {1.0, 0.5}) {
+    std::array<double, 4> parts{1, 1, 1, 1}; ///< of the reach, for each side
+    for (int round = 0; round < kRounds; ++round) {
         const Corners &now = result.corners;
         const cv::Point2d centre = centreOf(now);
         std::array<Line, 4> lines;
@@ -246,13 +295,14 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach, 
         for (std::size_t i = 0; i < 4; ++i)
             sides.emplace_back(image, now[i], now[(i + 1) % 4], centre);
         core.shareRange(0, 4, [&](int first, int end) {
-            for (int i = first; i < end; ++i)
-                sides[static_cast<std::size_t>(i)].fit(reach * part, reach * part / 8);
+            for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(end); ++i)
+                sides[i].fit(reach * parts[i], reach * parts[i] / 8);
         });
         for (std::size_t i = 0; i < 4; ++i) {
             lines[i] = sides[i].line();
             least = std::min(least, sides[i].agreement());
             mean += sides[i].agreement() / 4;
+            parts[i] = sides[i].isBent() ? 1 : 0.5;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
         if (!fitted || !isConvex(*fitted)

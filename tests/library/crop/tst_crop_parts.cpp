@@ -1,7 +1,10 @@
 #include "library/crop/edges/edge_finder.h"
 #include "library/crop/edges/shrinker.h"
 #include "library/crop/outlines/line_votes.h"
+#include "library/crop/outlines/side_refiner.h"
+#include "library/crop/outlines/surroundings.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -48,7 +51,91 @@ SearchPicture stepAt(int column, cv::Size size)
     return picture;
 }
 
+/// Paper on a dark desk, its upper side bent by so many pixels: up in the middle when negative.
+Image bentPaper(double bend)
+{
+    Image image(800, 600, PixelFormat::Gray8);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const double along = (x - 400) / 250.0;
+            const double top = 150 + bend * (1 - along * along);
+            const double depth = std::min({x - 149.5, 650.5 - x, 450.5 - y, y - top + 0.5});
+            image.row(y)[x] =
+                static_cast<std::uint8_t>(60 + 160 * std::clamp(depth, 0.0, 1.0) + 0.5);
+        }
+    }
+    return image;
+}
+
+/// A search picture of one colour with a rectangle of another one in it.
+SearchPicture pictureWith(int outside, cv::Rect rectangle, int inside)
+{
+    SearchPicture picture;
+    for (cv::Mat &plane : picture.closed)
+        plane = cv::Mat(240, 320, CV_8UC1, cv::Scalar(128));
+    picture.closed[0] = outside;
+    picture.closed[0](rectangle) = inside;
+    picture.plainLuma = picture.closed[0].clone();
+    picture.writing = cv::Mat::zeros(240, 320, CV_8UC1);
+    return picture;
+}
+
+const cv::Rect kMiddle(110, 80, 100, 80);
+const Corners kMiddleCorners{{{110, 80}, {209, 80}, {209, 159}, {110, 159}}};
+
 } // namespace
+
+TEST(SideRefiner, aBentSideIsWhollyInside)
+{
+    HelperThread core;
+    const Corners start{{{150, 150}, {650, 150}, {650, 450}, {150, 450}}};
+    for (const double bend : {-6.0, -4.0, 0.0, 4.0, 6.0}) {
+        const Refined refined = refineCorners(bentPaper(bend), start, 10, core);
+        const double outermost = 150 + std::min(0.0, bend);
+        EXPECT_NEAR(refined.corners[0].y, outermost, 1) << bend;
+        EXPECT_NEAR(refined.corners[1].y, outermost, 1) << bend;
+        EXPECT_NEAR(refined.corners[2].y, 450, 1) << bend;
+        EXPECT_GT(refined.agreement, 0.9) << bend;
+    }
+}
+
+TEST(Surroundings, aSheetHasADifferentDeskAround)
+{
+    const Surroundings around = surroundingsOf(kMiddleCorners, pictureWith(90, kMiddle, 220));
+    EXPECT_EQ(around.mostLikeness, 0);
+    EXPECT_EQ(around.writing, 0);
+    EXPECT_EQ(around.evenness, 0);
+    EXPECT_NEAR(around.lightness, 90.0 / 220, 0.01);
+}
+
+TEST(Surroundings, paperThatGoesOnBeyondOneSideIsSeen)
+{
+    SearchPicture picture = pictureWith(90, kMiddle, 220);
+    picture.closed[0](cv::Rect(110, 160, 100, 80)) = 220; // below
+    const Surroundings around = surroundingsOf(kMiddleCorners, picture);
+    EXPECT_GT(around.mostLikeness, 0.9);
+    EXPECT_NEAR(around.meanLikeness, around.mostLikeness / 4, 1e-9);
+}
+
+TEST(Surroundings, writingAroundIsSeen)
+{
+    SearchPicture picture = pictureWith(230, kMiddle, 120);
+    picture.writing = 51;
+    picture.writing(cv::Rect(210, 0, 110, 240)) = 153; // more of it on the right
+    const Surroundings around = surroundingsOf(kMiddleCorners, picture);
+    EXPECT_NEAR(around.mostWriting, 0.6, 0.01);
+    EXPECT_NEAR(around.meanWriting, (3 * 0.2 + 0.6) / 4, 0.03);
+    EXPECT_GT(around.writing, 0.3);
+    EXPECT_NEAR(around.evenness, 1, 0.01);
+}
+
+TEST(Surroundings, nothingIsAroundAnOutlineAsLargeAsTheFrame)
+{
+    const Corners frame{{{0, 0}, {319, 0}, {319, 239}, {0, 239}}};
+    const Surroundings around = surroundingsOf(frame, pictureWith(90, kMiddle, 220));
+    for (const double value : around.values())
+        EXPECT_TRUE(std::isfinite(value) && value >= 0 && value <= 1.5) << value;
+}
 
 TEST(Shrinker, pixelsAreMeansOfBlocks)
 {

@@ -66,7 +66,7 @@ Image draw(const Scene &scene)
             mix(pixel, scene.colour, surfaceAt(scene, x, y), 1);
             for (const Sheet &sheet : scene.sheets) {
                 const double depth = depthIn(sheet.corners, x, y);
-                if (depth > -6) // its shadow
+                if (depth > -6 && !sheet.printed) // its shadow
                     mix(pixel, {0, 0, 0}, 1, 0.25 * std::clamp(1 + depth / 6, 0.0, 1.0));
                 const double factor = isInk(sheet, x, y, depth) ? 0.25 : 1;
                 mix(pixel, sheet.paper, factor, std::clamp(depth + 0.5, 0.0, 1.0));

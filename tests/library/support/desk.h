@@ -19,6 +19,7 @@ struct Sheet
     Corners corners;
     Colour paper{236, 235, 228};
     bool written = true;
+    bool printed = false; ///< a figure on the sheet before it, without a shadow
 };
 
 struct Disc
