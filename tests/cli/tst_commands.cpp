@@ -229,7 +229,8 @@ TEST_F(Commands, photographThatIsNotSavedIsAFailure)
 TEST_F(Commands, blurredPhotographIsNamed)
 {
     streamFrames(1);
-    m_says = "korvcamera: the photograph is out of focus: its writing is blurred by 4.0 pixels\n";
+    m_says = "korvcamera: warning: the photograph is out of focus: its writing is blurred by 4.0 "
+             "pixels\n";
     m_options.destination = (m_home.scratch() / "a.jpg").string();
     EXPECT_EQ(run(Command::Snap), ExitCode::Success);
     EXPECT_EQ(m_output, m_options.destination + "\n");

@@ -45,6 +45,9 @@ Finding look(const fs::path &folder)
     Finding finding;
     for (const fs::directory_entry &entry : fs::directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
+        // FUSE keeps a deleted file under such a name until it hears, some time later, of its close
+        if (name.compare(0, 12, ".fuse_hidden") == 0)
+            continue;
         const korv::Bytes content = pictures::readBytes(entry.path().string());
         if (entry.path().extension() == ".part" || content.empty()) {
             finding.unfinished.push_back(name);

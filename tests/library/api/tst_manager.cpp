@@ -273,7 +273,7 @@ TEST_F(ManagerFiles, photographIsMadeWithTheOptions)
 
 TEST_F(ManagerFiles, cleanComesFromTheSettingsAndTheEnvironmentGoesBeforeThem)
 {
-    Manager manager([] { return korv::Session::Monitors(); },
+    Manager manager([](const korv::Settings &) { return korv::Session::Monitors(); },
                     [] {
                         korv::Settings settings;
                         settings.clean = true;
@@ -301,7 +301,7 @@ TEST_F(ManagerFiles, cleanComesFromTheSettingsAndTheEnvironmentGoesBeforeThem)
 
 TEST_F(ManagerFiles, conversionsAreCleanedOnlyByTheirOwnVariable)
 {
-    Manager manager([] { return korv::Session::Monitors(); },
+    Manager manager([](const korv::Settings &) { return korv::Session::Monitors(); },
                     [] {
                         korv::Settings settings;
                         settings.clean = true;

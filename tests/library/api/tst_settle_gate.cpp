@@ -73,12 +73,12 @@ TEST(StreamReceiver, withholdsFramesOnlyWhenToldTo)
     const std::atomic<bool> silent{false};
     const Bytes jpeg = picture(100);
     received = 0;
-    StreamReceiver plain(countFrame, silent);
+    StreamReceiver plain(countFrame, silent, "");
     plain.onFrame({jpeg, 64, 48});
     EXPECT_EQ(received, 1);
 
     received = 0;
-    StreamReceiver settled(countFrame, silent, StreamReceiver::From::Settled);
+    StreamReceiver settled(countFrame, silent, "", StreamReceiver::From::Settled);
     settled.onFrame({jpeg, 64, 48});
     settled.onFrame({jpeg, 64, 48});
     EXPECT_EQ(received, 0);

@@ -99,18 +99,19 @@ TEST_F(Restorer, whatCannotBeSetIsToldAndTheRestIsSet)
              {"brightness", "5"}});
     EXPECT_THAT(m_camera.writes, ElementsAre("Brightness=5"));
     EXPECT_EQ(m_log,
-              "korvcamera: cam: saved control auto_focus_start cannot be set\n"
-              "korvcamera: cam: saved control gamma: the camera has none of that name\n"
-              "korvcamera: cam: saved control power_line_frequency takes 0 (Disabled), 1 (50 Hz), "
+              "korvcamera: warning: cam: saved control auto_focus_start cannot be set\n"
+              "korvcamera: warning: cam: saved control gamma: the camera has none of that name\n"
+              "korvcamera: warning: cam: saved control power_line_frequency takes 0 (Disabled), 1 "
+              "(50 Hz), "
               "2 (60 Hz), not 9\n"
-              "korvcamera: cam: saved control white_balance_automatic cannot be set\n");
+              "korvcamera: warning: cam: saved control white_balance_automatic cannot be set\n");
 }
 
 TEST_F(Restorer, driversRefusalIsTold)
 {
     m_camera.failures[VIDIOC_S_CTRL] = -EIO;
     restore({{"brightness", "5"}});
-    EXPECT_EQ(m_log, "korvcamera: cam: saved control brightness: Input/output error\n");
+    EXPECT_EQ(m_log, "korvcamera: warning: cam: saved control brightness: Input/output error\n");
 }
 
 TEST_F(Restorer, cameraThatGoesMeanwhileIsNotReported)
@@ -133,8 +134,9 @@ TEST_F(Restorer, cameraThatDoesNotAnswerIsAskedOnce)
                                      return -EIO;
                                  },
                                  {{"brightness", "5"}}, Appearance::PluggedIn, "cam");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "korvcamera: cam: the camera does not answer; its saved controls are not set\n");
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        "korvcamera: warning: cam: the camera does not answer; its saved controls are not set\n");
     EXPECT_EQ(asked, 1);
     EXPECT_FALSE(answers);
 }

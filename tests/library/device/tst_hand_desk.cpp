@@ -144,7 +144,7 @@ TEST(handFrames, everyFrameIsACompletePictureAndTellsWhatIsToBeSeen)
     int page = 0;
     for (std::int64_t number = 0; number < 60; ++number) {
         const Bytes frame = frameOf(frames, number);
-        ASSERT_EQ(jpeg::findEnd(frame).value(), frame.size());
+        ASSERT_EQ(testing_support::jpegEnd(frame).value(), frame.size());
         const Account account = accountOf(frame);
         ASSERT_GE(account.page, page);
         page = account.page;

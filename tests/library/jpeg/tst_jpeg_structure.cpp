@@ -1,5 +1,6 @@
 #include "library/jpeg/jpeg_structure.h"
 
+#include "library/exif/exif_writer.h"
 #include "library/jpeg/rework/jpeg_transform.h"
 #include "tests/library/support/guarded_buffer.h"
 #include "tests/library/support/pictures.h"
