@@ -1,10 +1,10 @@
 #include "cli/calibrate.h"
 
 #include "cli/base/errors.h"
+#include "cli/documents/workspace.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/opendevice.h"
 #include "cli/snap.h"
-#include "cli/workspace.h"
 #include "library/settings/settings.h"
 #include "library/settings/settings_paths.h"
 #include "library/settings/settings_writer.h"

@@ -38,6 +38,7 @@ const Control *find(const std::vector<Control> &controls, const std::string &nam
 std::string unknownControl(const std::vector<Control> &controls, const std::string &name)
 {
     std::vector<std::string> names;
+    names.reserve(controls.size());
     for (const Control &control : controls)
         names.push_back(control.name);
     const std::string meant = nearest(name, names);

@@ -3,12 +3,12 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
+#include "cli/documents/workspace.h"
 #include "cli/session/camerasetup.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/settledframe.h"
-#include "cli/workspace.h"
 
 namespace cli {
 namespace {

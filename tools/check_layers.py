@@ -29,7 +29,10 @@ MAY_INCLUDE = {
     "cli/session": ["cli/advice", "cli/commandline", "cli/base", "camera", "util",
                     "library/controls", "library/settling"],
     "cli/turns": [],
-    "cli": ["cli/session", "cli/turns", "cli/advice", "cli/commandline", "cli/base", "camera",
+    "cli/documents": ["cli/session", "cli/commandline", "cli/base", "camera", "util"],
+    "cli/scan": ["cli/documents", "cli/session", "cli/turns", "cli/commandline", "cli/base",
+                 "camera", "util"],
+    "cli": ["cli/scan", "cli/documents", "cli/session", "cli/turns", "cli/advice", "cli/commandline", "cli/base", "camera",
             "util", "library/controls", "library/settings", "library/settling"],
     "library/include": [],
     "library/threads": ["util/mutex.h"],
@@ -76,6 +79,10 @@ MAY_INCLUDE = {
     "library/device/simulated": ["library/device/simulated/drawing", "library/device",
                                  "library/video", "library/jpeg", "library/image",
                                  "library/base", "library/threads"],
+    "library/device/simulated/hands": ["library/device/simulated",
+                                       "library/device/simulated/drawing", "library/device",
+                                       "library/video", "library/image", "library/base",
+                                       "library/threads"],
 }
 # how numbers and texts are written is every room's matter
 MAY_INCLUDE["library/values"] = ["library/base"]

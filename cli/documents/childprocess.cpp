@@ -1,4 +1,4 @@
-#include "cli/childprocess.h"
+#include "cli/documents/childprocess.h"
 
 #include "cli/base/descriptor.h"
 #include "cli/base/errors.h"

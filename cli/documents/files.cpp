@@ -1,12 +1,12 @@
-#include "cli/files.h"
+#include "cli/documents/files.h"
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/jsonline.h"
 #include "cli/base/libraryline.h"
-#include "cli/childprocess.h"
-#include "cli/pagelist.h"
-#include "cli/workspace.h"
+#include "cli/documents/childprocess.h"
+#include "cli/documents/pagelist.h"
+#include "cli/documents/workspace.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "cli/hiddenfolder.h"
+#include "cli/documents/hiddenfolder.h"
 
 #include <algorithm>
 #include <array>

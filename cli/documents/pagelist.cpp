@@ -1,4 +1,4 @@
-#include "cli/pagelist.h"
+#include "cli/documents/pagelist.h"
 
 #include "cli/base/errors.h"
 

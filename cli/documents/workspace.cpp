@@ -1,4 +1,4 @@
-#include "cli/workspace.h"
+#include "cli/documents/workspace.h"
 
 #include "cli/base/filenames.h"
 

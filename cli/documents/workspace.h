@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/base/descriptor.h"
-#include "cli/hiddenfolder.h"
+#include "cli/documents/hiddenfolder.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "cli/pagescanner.h"
+#include "cli/scan/pagescanner.h"
 
 #include "cli/base/errors.h"
 #include "cli/base/jsonline.h"

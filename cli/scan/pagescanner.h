@@ -1,9 +1,9 @@
 #pragma once
 
-#include "cli/pagesink.h"
-#include "cli/pagetrigger.h"
+#include "cli/scan/pagesink.h"
+#include "cli/scan/pagetrigger.h"
+#include "cli/scan/turnwatch.h"
 #include "cli/session/jpegsize.h"
-#include "cli/turnwatch.h"
 
 #include <optional>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "cli/pagesink.h"
+#include "cli/scan/pagesink.h"
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/commandline/namepattern.h"
-#include "cli/scanfolder.h"
+#include "cli/scan/scanfolder.h"
 #include "cli/session/session.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "cli/pagetrigger.h"
+#include "cli/scan/pagetrigger.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "cli/scan.h"
+#include "cli/scan/scan.h"
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
-#include "cli/files.h"
-#include "cli/pagescanner.h"
+#include "cli/documents/files.h"
+#include "cli/scan/pagescanner.h"
 #include "cli/session/camerabutton.h"
 #include "cli/session/camerasetup.h"
 

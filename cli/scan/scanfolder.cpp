@@ -1,4 +1,4 @@
-#include "cli/scanfolder.h"
+#include "cli/scan/scanfolder.h"
 
 #include "cli/base/filenames.h"
 #include "cli/commandline/namepattern.h"

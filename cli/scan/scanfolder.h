@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/hiddenfolder.h"
-#include "cli/workspace.h"
+#include "cli/documents/hiddenfolder.h"
+#include "cli/documents/workspace.h"
 
 #include <cstddef>
 #include <optional>

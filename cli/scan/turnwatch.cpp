@@ -1,4 +1,4 @@
-#include "cli/turnwatch.h"
+#include "cli/scan/turnwatch.h"
 
 namespace cli {
 namespace {

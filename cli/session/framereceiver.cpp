@@ -66,7 +66,7 @@ bool FrameReceiver::takeBare(ReceivedFrame &frame)
 
 unsigned long FrameReceiver::count() const
 {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_newest.number;
 }
 

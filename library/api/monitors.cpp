@@ -2,7 +2,7 @@
 
 #include "library/base/log.h"
 #include "library/device/simulated/builtin_monitor.h"
-#include "library/device/simulated/hand_monitor.h"
+#include "library/device/simulated/hands/hand_monitor.h"
 #include "library/device/simulated/simulated_monitor.h"
 #include "library/device/udev/udev_monitor.h"
 

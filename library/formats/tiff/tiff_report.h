@@ -39,7 +39,7 @@ private:
                          va_list arguments);
 
     MemoryVerdict m_memory;
-    char m_problem[200];
+    char m_problem[200] = {};
 };
 
 /// Where a seek of libtiff leads in a file of `size` bytes, from `at`.

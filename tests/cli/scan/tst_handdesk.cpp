@@ -1,5 +1,5 @@
 #include "cli/turns/turndetector.h"
-#include "library/device/simulated/hand_frames.h"
+#include "library/device/simulated/hands/hand_frames.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "cli/base/jsonline.h"
 #include "cli/commandline/namepattern.h"
-#include "cli/scanfolder.h"
+#include "cli/scan/scanfolder.h"
 
 #include "tests/support/temp_home.h"
 

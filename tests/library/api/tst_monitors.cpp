@@ -1,7 +1,7 @@
 #include "library/api/monitors.h"
 
 #include "library/device/simulated/builtin_monitor.h"
-#include "library/device/simulated/hand_monitor.h"
+#include "library/device/simulated/hands/hand_monitor.h"
 #include "library/device/simulated/simulated_monitor.h"
 #include "library/device/udev/node_rights.h"
 #include "library/device/udev/udev_monitor.h"

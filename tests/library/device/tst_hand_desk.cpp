@@ -1,5 +1,5 @@
-#include "library/device/simulated/hand_frames.h"
-#include "library/device/simulated/hand_monitor.h"
+#include "library/device/simulated/hands/hand_frames.h"
+#include "library/device/simulated/hands/hand_monitor.h"
 #include "library/jpeg/jpeg.h"
 
 #include "tests/library/support/frame_keeper.h"

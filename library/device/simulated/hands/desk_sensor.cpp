@@ -1,6 +1,6 @@
-#include "library/device/simulated/desk_sensor.h"
+#include "library/device/simulated/hands/desk_sensor.h"
 
-#include "library/device/simulated/scatter.h"
+#include "library/device/simulated/hands/scatter.h"
 #include "library/image/opencv_threads.h"
 
 #include <opencv2/core.hpp>

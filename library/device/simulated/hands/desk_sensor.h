@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/device/simulated/hand_desk_options.h"
+#include "library/device/simulated/hands/hand_desk_options.h"
 #include "library/image/image.h"
 
 #include <cstdint>

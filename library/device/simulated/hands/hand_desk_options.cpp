@@ -1,4 +1,4 @@
-#include "library/device/simulated/hand_desk_options.h"
+#include "library/device/simulated/hands/hand_desk_options.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "library/device/simulated/hand_frames.h"
+#include "library/device/simulated/hands/hand_frames.h"
 
 #include "library/image/mat_view.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "library/device/simulated/desk_sensor.h"
 #include "library/device/simulated/frame_source.h"
-#include "library/device/simulated/hand_script.h"
-#include "library/device/simulated/sheet_pile.h"
+#include "library/device/simulated/hands/desk_sensor.h"
+#include "library/device/simulated/hands/hand_script.h"
+#include "library/device/simulated/hands/sheet_pile.h"
 #include "library/video/strip_encoder.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
-#include "library/device/simulated/hand_monitor.h"
+#include "library/device/simulated/hands/hand_monitor.h"
 
-#include "library/device/simulated/hand_frames.h"
+#include "library/device/simulated/hands/hand_frames.h"
 #include "library/device/simulated/simulated_device.h"
 
 #include <cerrno>

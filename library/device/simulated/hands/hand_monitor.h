@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/device/device_monitor.h"
-#include "library/device/simulated/hand_desk_options.h"
+#include "library/device/simulated/hands/hand_desk_options.h"
 
 namespace korv {
 

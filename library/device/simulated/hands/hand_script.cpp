@@ -1,6 +1,6 @@
-#include "library/device/simulated/hand_script.h"
+#include "library/device/simulated/hands/hand_script.h"
 
-#include "library/device/simulated/scatter.h"
+#include "library/device/simulated/hands/scatter.h"
 
 #include <algorithm>
 #include <cmath>

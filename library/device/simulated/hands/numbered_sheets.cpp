@@ -1,8 +1,8 @@
-#include "library/device/simulated/numbered_sheets.h"
+#include "library/device/simulated/hands/numbered_sheets.h"
 
 #include "library/device/simulated/drawing/paper.h"
 #include "library/device/simulated/drawing/scaled_image.h"
-#include "library/device/simulated/scatter.h"
+#include "library/device/simulated/hands/scatter.h"
 
 #include <algorithm>
 #include <array>
@@ -74,9 +74,9 @@ void drawPlate(Paper &paper, Scatter &chance)
     const Paper::Box box{kMargin, 180, 820, chance.between(420, 760)};
     paper.text(kMargin, 140, 24, line(chance, 16), Paper::kInk, Paper::Face::Serif);
     paper.shade(box, {shade(), shade(), shade()}, {shade(), shade(), shade()});
-    std::vector<double> heights;
-    for (int at = 0; at < 12; ++at)
-        heights.push_back(chance.between(20, box.height * 0.7));
+    std::vector<double> heights(12);
+    for (double &height : heights)
+        height = chance.between(20, box.height * 0.7);
     paper.hill(box, heights, {shade(), shade(), shade()});
     paper.disc(kMargin + chance.between(80, 740), 180 + chance.between(60, 200),
                chance.between(25, 60), {shade(), shade(), shade()});

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/device/simulated/drawing/desk_scene.h"
-#include "library/device/simulated/hand_desk_options.h"
+#include "library/device/simulated/hands/hand_desk_options.h"
 #include "library/image/image.h"
 
 namespace korv {

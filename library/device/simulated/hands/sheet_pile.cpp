@@ -1,4 +1,4 @@
-#include "library/device/simulated/sheet_pile.h"
+#include "library/device/simulated/hands/sheet_pile.h"
 
 #include "library/base/log.h"
 #include "library/threads/thread.h"

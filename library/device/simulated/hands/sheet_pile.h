@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/device/simulated/numbered_sheets.h"
+#include "library/device/simulated/hands/numbered_sheets.h"
 #include "library/threads/mutex.h"
 
 #include <map>
