@@ -2,6 +2,7 @@
 
 #include "cli/doctor.h"
 #include "cli/files.h"
+#include "cli/serve/serve.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/session.h"
 #include "cli/snap.h"
@@ -60,6 +61,8 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return snap(session, options);
     case Command::Watch:
         return watch(session, options);
+    case Command::Serve:
+        return serve(session, options);
     default:
         return ExitCode::Failure;
     }

@@ -20,7 +20,7 @@ enum class ExitCode {
     Terminated = 143,
 };
 
-enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch };
+enum class Command { List, Modes, Snap, Doctor, Convert, Combine, Watch, Serve };
 
 /// Picture size in pixels.
 struct Resolution
@@ -58,6 +58,12 @@ struct Options
     bool force = false; ///< replace an existing destination (snap, convert, combine)
     bool strict = false; ///< write no document when a page cannot be read
     std::optional<std::string> title; ///< of the document; nothing: its file's name
+    std::string listen = "127.0.0.1:8590"; ///< address and port of the scanner (serve)
+    std::optional<std::string> scannerName; ///< nothing: the camera's
+    std::string certificate; ///< PEM file, empty: no TLS (serve)
+    std::string key; ///< PEM file
+    bool announce = true; ///< by DNS-SD (serve)
+
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
 
