@@ -46,6 +46,7 @@ readonly kTestPackages=(
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"
     "libxml2-utils|reads OFD files back: xmllint"
+    "openssl|certificates for the tests"
     "imagemagick|reads PNG, BMP and TIFF files back"
     "fusefat|a file system without links, for the tests"
     "ntfs-3g|a file system without nameless files, for the tests"

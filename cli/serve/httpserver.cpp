@@ -215,11 +215,15 @@ int HttpServer::answer(MHD_Connection *connection, Exchange &exchange)
 
 void HttpServer::wake()
 {
-    const MutexLock lock(m_mutex);
-    ++m_wakes;
-    for (MHD_Connection *const connection : m_waiting)
+    std::vector<MHD_Connection *> waiting;
+    {
+        const MutexLock lock(m_mutex);
+        ++m_wakes;
+        waiting.swap(m_waiting);
+    }
+    // connections that wait do not end by themselves
+    for (MHD_Connection *const connection : waiting)
         MHD_resume_connection(connection);
-    m_waiting.clear();
 }
 
 void HttpServer::note(MHD_Connection *connection, bool begins)

@@ -1,7 +1,10 @@
 """The scanner over plain HTTP: what it says, what it scans, and what it survives."""
 
+import http.client
+import os
 import re
 import socket
+import ssl
 import subprocess
 import tempfile
 import time
@@ -255,6 +258,46 @@ class Cameras(unittest.TestCase):
             width, height = sorted(jpeg_size(server.scan(width=3600, height=5200, dpi=75)))
         self.assertAlmostEqual(height / 75 * 25.4, 297, delta=1)
         self.assertLess(width / 75 * 25.4, 250)
+
+
+class Encryption(unittest.TestCase):
+    @staticmethod
+    def identity(folder, name):
+        certificate, key = os.path.join(folder, name + ".pem"), os.path.join(folder, name + ".key")
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1",
+                        "-subj", "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1",
+                        "-keyout", key, "-out", certificate],
+                       check=True, stderr=subprocess.DEVNULL)
+        return certificate, key
+
+    def test_a_page_over_tls(self):
+        with tempfile.TemporaryDirectory() as folder:
+            certificate, key = self.identity(folder, "own")
+            with Server("--certificate", certificate, "--key", key) as server:
+                self.assertTrue(server.url.startswith("https://"))
+                trust = ssl.create_default_context(cafile=certificate)
+                connection = http.client.HTTPSConnection("127.0.0.1", server.port, context=trust,
+                                                         timeout=60)
+                self.addCleanup(connection.close)
+                connection.request("POST", "/eSCL/ScanJobs", settings())
+                answer = connection.getresponse()
+                answer.read()
+                connection.request("GET", answer.getheader("Location") + "/NextDocument")
+                self.assertTrue(jpeg_size(connection.getresponse().read()))
+                # without TLS there is no answer
+                with self.assertRaises((http.client.HTTPException, OSError)):
+                    server.ask("GET", "/eSCL/ScannerStatus")
+
+    def test_a_key_of_another_certificate(self):
+        with tempfile.TemporaryDirectory() as folder:
+            certificate = self.identity(folder, "own")[0]
+            key = self.identity(folder, "other")[1]
+            with self.assertRaisesRegex(RuntimeError, "belong together"):
+                Server("--certificate", certificate, "--key", key)
+            with self.assertRaisesRegex(RuntimeError, "No such file"):
+                Server("--certificate", "/nonexistent", "--key", key)
+            with self.assertRaisesRegex(RuntimeError, "--key"):
+                Server("--certificate", certificate)
 
 
 class Starts(unittest.TestCase):
