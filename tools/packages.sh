@@ -21,6 +21,8 @@ readonly kRunPackages=(
     "liblcms2-dev|colour profiles of pictures"
     "libpugixml-dev|the XML in OFD files and in the metadata of PDF files"
     "libutfcpp-dev|UTF-8 texts"
+    "libmicrohttpd-dev|korvcam serve: HTTP"
+    "libavahi-client-dev|korvcam serve: announces the scanner"
     "libdeflate-dev|compression in OFD files"
     "libopencv-core-dev|finds the sheet in a photograph"
     "libopencv-imgproc-dev|finds the sheet in a photograph"
@@ -46,6 +48,7 @@ readonly kTestPackages=(
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"
     "libxml2-utils|reads OFD files back: xmllint"
+    "openssl|certificates for the tests"
     "imagemagick|reads PNG, BMP and TIFF files back"
     "fusefat|a file system without links, for the tests"
     "ntfs-3g|a file system without nameless files, for the tests"
@@ -67,12 +70,16 @@ readonly kPackageTestPackages=(
     "mandoc|checks the manual pages, a second reader"
     "util-linux|keeps the fresh Debian's processes apart: unshare"
 )
-# for the tests on a Wayland desktop and those of what screen readers get
+# for the tests on a Wayland desktop, those of what screen readers get, and those with scan programs
 readonly kDesktopPackages=(
     "weston|a Wayland desktop"
     "qtwayland5|Qt 5 on that desktop"
     "at-spi2-core|the bus that screen readers listen on"
-    "dbus-daemon|the bus of a session, which starts that one"
+    "dbus-daemon|the bus of a session, which starts that one; the bus of Avahi"
+    "sane-airscan|finds korvcam serve and scans from it"
+    "sane-utils|scanimage, which does so through it"
+    "avahi-daemon|announces that scanner"
+    "iproute2|ip, which makes a network of the test's own"
     "libglib2.0-bin|gdbus, which asks on these"
 )
 # only for ./test --kernel

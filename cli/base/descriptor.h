@@ -27,6 +27,9 @@ public:
     explicit operator bool() const { return m_descriptor >= 0; }
     int get() const { return m_descriptor; }
 
+    /// Gives up the ownership.
+    int release() { return std::exchange(m_descriptor, -1); }
+
     void reset()
     {
         if (m_descriptor >= 0)

@@ -197,9 +197,10 @@ private:
 
     void addDeviceOption(CLI::App *sub) { addCameraOption(*sub, m_options.device, "the first"); }
 
-    void addQualityOption(CLI::App *sub)
+    void addQualityOption(CLI::App *sub, int standard = 95)
     {
-        sub->add_option("-q,--quality", m_options.quality, "JPEG quality (default: 95)")
+        sub->add_option("-q,--quality", m_options.quality,
+                        "JPEG quality (default: " + std::to_string(standard) + ")")
             ->type_name("1-100")
             ->check(hidden(CLI::Range(1, 100)));
     }
@@ -256,6 +257,7 @@ private:
 
         addSnapCommand();
         addScanCommand();
+        addServeCommand();
 
         CLI::App *const controls =
             addCommand(Command::Controls, "controls", "List or set the controls of a camera");
@@ -286,6 +288,36 @@ private:
         addChoice(sub, "--rotate", m_rotation, kRotations, "Rotate the photographs");
         addTimeoutOption(sub);
         addForceFlag(sub);
+    }
+
+    void addServeCommand()
+    {
+        CLI::App *const serve =
+            addCommand(Command::Serve, "serve", "Offer the camera to scan programs (eSCL)");
+        addDeviceOption(serve);
+        serve
+            ->add_option("--listen", m_options.listen,
+                         "Address and port to listen on (default: " + m_options.listen + ")")
+            ->type_name("ADDRESS:PORT");
+        serve
+            ->add_option("--name", m_options.scannerName,
+                         "Name of the scanner (default: the camera's)")
+            ->type_name("NAME");
+        CLI::Option *const certificate = serve->add_option(
+            "--certificate", m_options.certificate, "TLS certificate, PEM (default: no TLS)");
+        CLI::Option *const key =
+            serve->add_option("--key", m_options.key, "Key of the certificate, PEM");
+        certificate->type_name("FILE")->needs(key);
+        key->type_name("FILE")->needs(certificate);
+        addQualityOption(serve, 90);
+        serve->add_flag_callback(
+            "--no-crop", [this] { m_crops = false; },
+            "Scan the whole picture (default: find the sheet and cut it out)");
+        serve->add_flag_callback(
+            "--no-announce", [this] { m_options.announce = false; },
+            "Do not announce the scanner (default: announce it by DNS-SD)");
+        addTimeoutOption(serve);
+        serve->final_callback([this] { m_options.crop = m_crops ? 0 : -1; });
     }
 
     void addSnapCommand()
@@ -424,6 +456,7 @@ private:
     std::string m_rotation = kRotations.front();
     std::string m_trigger = kTriggers.front();
     double m_pageInterval = kUsualInterval;
+    bool m_crops = true;
     int m_seconds = 0;
     int m_timeoutSeconds = 10;
 };

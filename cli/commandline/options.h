@@ -34,7 +34,8 @@ enum class Command {
     Controls,
     Focus,
     Config,
-    Calibrate
+    Calibrate,
+    Serve
 };
 
 /// What makes `scan` take a page.
@@ -90,6 +91,12 @@ struct Options
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
     std::optional<std::string> title; ///< of the document; nothing: its file's name
+    std::string listen = "127.0.0.1:8590"; ///< address and port of the scanner (serve)
+    std::optional<std::string> scannerName; ///< nothing: the camera's
+    std::string certificate; ///< PEM file, empty: no TLS (serve)
+    std::string key; ///< PEM file
+    bool announce = true; ///< by DNS-SD (serve)
+
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
 
