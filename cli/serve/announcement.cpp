@@ -4,6 +4,7 @@
 
 #include <avahi-client/client.h>
 #include <avahi-client/publish.h>
+#include <avahi-common/address.h>
 #include <avahi-common/alternative.h>
 #include <avahi-common/error.h>
 #include <avahi-common/malloc.h>
@@ -151,11 +152,26 @@ private:
         const auto index = static_cast<AvahiIfIndex>(if_nametoindex("lo"));
         const AvahiIfIndex interface =
             m_scanner.loopbackOnly && index > 0 ? index : AVAHI_IF_UNSPEC;
+        // This machine's own name has a loopback address of each family; the scanner has only one.
+        std::string host;
+        if (m_scanner.loopbackOnly) {
+            host = "korvcam-" + m_scanner.uuid.substr(0, 8) + "-" + std::to_string(m_scanner.port)
+                + ".local";
+            AvahiAddress address = {};
+            if (!avahi_address_parse(m_scanner.address.c_str(), AVAHI_PROTO_UNSPEC, &address))
+                return report("not an address: " + m_scanner.address);
+            const int added =
+                avahi_entry_group_add_address(m_group, interface, AVAHI_PROTO_UNSPEC,
+                                              AVAHI_PUBLISH_NO_REVERSE, host.c_str(), &address);
+            if (added < 0)
+                return report(avahi_strerror(added));
+        }
         const auto records = recordsOf(m_scanner);
         const char *const type = m_scanner.usesTls ? "_uscans._tcp" : "_uscan._tcp";
         int result = avahi_entry_group_add_service_strlst(
             m_group, interface, AVAHI_PROTO_UNSPEC, AvahiPublishFlags(0), m_name.c_str(), type,
-            nullptr, nullptr, static_cast<std::uint16_t>(m_scanner.port), records.get());
+            nullptr, host.empty() ? nullptr : host.c_str(),
+            static_cast<std::uint16_t>(m_scanner.port), records.get());
         if (result == AVAHI_ERR_COLLISION)
             return rename(m_group);
         if (result >= 0)

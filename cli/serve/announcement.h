@@ -12,6 +12,7 @@ struct AnnouncedScanner
     std::string uuid;
     int port = 0;
     bool loopbackOnly = true; ///< announced to programs of this machine only
+    std::string address; ///< without brackets; where it listens, with loopbackOnly
     bool usesTls = false;
 };
 

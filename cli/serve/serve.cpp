@@ -51,6 +51,12 @@ std::string uuidOf(const std::string &name)
     return QUuid::createUuidV5(space, text).toString(QUuid::WithoutBraces).toStdString();
 }
 
+/// An address without the brackets that URLs want around IPv6.
+std::string plainHost(const std::string &host)
+{
+    return host.front() == '[' ? host.substr(1, host.size() - 2) : host;
+}
+
 /// Takes jobs to the camera until the user stops the program.
 class Server
 {
@@ -90,7 +96,8 @@ public:
         std::optional<Announcement> announcement;
         if (m_options.announce)
             announcement.emplace(AnnouncedScanner{m_identity.name, m_identity.uuid, listener.port,
-                                                  listener.isLoopback, tls.has_value()});
+                                                  listener.isLoopback, plainHost(listener.host),
+                                                  tls.has_value()});
         work(http);
         return ExitCode::Success;
     }
