@@ -3,6 +3,7 @@
 
 #include <QFileDialog>
 #include <QSettings>
+#include <QTimer>
 
 #include <filesystem>
 #include <fstream>
@@ -34,8 +35,15 @@ protected:
                 chooser->reject();
                 return;
             }
-            chooser->selectFile(QString::fromStdString(file.string()));
-            QMetaObject::invokeMethod(chooser, "accept", Qt::QueuedConnection);
+            // the chooser reads its folder in a thread, and refuses a file that it does not know yet
+            const auto choose = [chooser, file] {
+                chooser->selectFile(QString::fromStdString(file.string()));
+                QMetaObject::invokeMethod(chooser, "accept", Qt::QueuedConnection);
+            };
+            auto *again = new QTimer(chooser);
+            QObject::connect(again, &QTimer::timeout, chooser, choose);
+            again->start(100);
+            choose();
         });
         m_window->ImportFile_EchoPopupMenu();
         EXPECT_TRUE(driver.seen());
