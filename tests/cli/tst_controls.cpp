@@ -1,6 +1,6 @@
 #include "cli/controls.h"
 
-#include "tests/library/support/fake_controls.h"
+#include "tests/library/fakes/fake_controls.h"
 #include "tests/support/stdout_capture.h"
 #include "tests/support/temp_home.h"
 

@@ -2,7 +2,7 @@
 
 #include "cli/commands.h"
 #include "tests/cli/live_stream.h"
-#include "tests/library/support/fake_controls.h"
+#include "tests/library/fakes/fake_controls.h"
 #include "tests/support/stdout_capture.h"
 
 #include <cerrno>

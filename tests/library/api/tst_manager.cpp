@@ -1,7 +1,7 @@
 #include "library/api/manager.h"
 
 #include "library/api/callback_scope.h"
-#include "tests/library/support/fake_devices.h"
+#include "tests/library/fakes/fake_devices.h"
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/temporary_folder.h"
 #include "tests/library/support/wait.h"

@@ -5,8 +5,8 @@
 #include "library/device/simulated/simulated_monitor.h"
 #include "library/device/udev/node_rights.h"
 #include "library/device/udev/udev_monitor.h"
+#include "tests/library/fakes/v4l2_fixture.h"
 #include "tests/library/support/temporary_folder.h"
-#include "tests/library/support/v4l2_fixture.h"
 
 #include <cstdlib>
 #include <fcntl.h>

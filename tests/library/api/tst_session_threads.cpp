@@ -1,5 +1,5 @@
 #include "library/api/callback_scope.h"
-#include "tests/library/support/session_fixture.h"
+#include "tests/library/fakes/session_fixture.h"
 
 #include <atomic>
 #include <cerrno>

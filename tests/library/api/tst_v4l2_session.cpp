@@ -1,6 +1,6 @@
 #include "library/api/session.h"
 
-#include "tests/library/support/v4l2_fixture.h"
+#include "tests/library/fakes/v4l2_fixture.h"
 
 #include <cerrno>
 #include <map>

@@ -2,7 +2,7 @@
 
 #include "library/controls/control_names.h"
 #include "library/controls/control_order.h"
-#include "tests/library/support/fake_controls.h"
+#include "tests/library/fakes/fake_controls.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

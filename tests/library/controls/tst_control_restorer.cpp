@@ -1,6 +1,6 @@
 #include "library/controls/control_restorer.h"
 
-#include "tests/library/support/fake_controls.h"
+#include "tests/library/fakes/fake_controls.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

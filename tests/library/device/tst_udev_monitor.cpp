@@ -1,8 +1,8 @@
 #include "library/device/udev/udev_monitor.h"
 
 #include "library/base/event_fd.h"
+#include "tests/library/fakes/v4l2_fixture.h"
 #include "tests/library/support/shortage.h"
-#include "tests/library/support/v4l2_fixture.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

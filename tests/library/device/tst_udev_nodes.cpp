@@ -1,6 +1,6 @@
 #include "library/device/udev/udev_nodes.h"
 
-#include "tests/library/support/fake_v4l2.h"
+#include "tests/library/fakes/fake_v4l2.h"
 
 #include <algorithm>
 #include <cerrno>

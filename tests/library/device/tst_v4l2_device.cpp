@@ -1,6 +1,6 @@
 #include "library/device/v4l2/v4l2_device.h"
 
-#include "tests/library/support/v4l2_fixture.h"
+#include "tests/library/fakes/v4l2_fixture.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "tests/library/support/v4l2_fixture.h"
+#include "tests/library/fakes/v4l2_fixture.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "library/device/v4l2/v4l2_modes.h"
 
-#include "tests/library/support/fake_v4l2.h"
+#include "tests/library/fakes/fake_v4l2.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>

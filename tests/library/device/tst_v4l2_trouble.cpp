@@ -1,7 +1,7 @@
 #include "library/device/v4l2/v4l2_device.h"
 
+#include "tests/library/fakes/v4l2_fixture.h"
 #include "tests/library/support/folder_entries.h"
-#include "tests/library/support/v4l2_fixture.h"
 
 #include <atomic>
 #include <cerrno>

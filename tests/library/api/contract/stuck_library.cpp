@@ -2,7 +2,7 @@
 // place of the cameras of the machine.
 #include "library/api/monitors.h"
 #include "library/device/v4l2/v4l2_device.h"
-#include "tests/library/support/fake_v4l2.h"
+#include "tests/library/fakes/fake_v4l2.h"
 #include "tests/library/support/pictures.h"
 
 #include <thread>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/api/session.h"
-#include "tests/library/support/fake_devices.h"
+#include "tests/library/fakes/fake_devices.h"
 #include "tests/library/support/wait.h"
 
 #include <gtest/gtest.h>

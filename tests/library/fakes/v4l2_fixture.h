@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/device/v4l2/v4l2_device.h"
-#include "tests/library/support/fake_v4l2.h"
+#include "tests/library/fakes/fake_v4l2.h"
 #include "tests/library/support/frame_keeper.h"
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/wait.h"

@@ -1,4 +1,4 @@
-#include "tests/library/support/fake_controls.h"
+#include "tests/library/fakes/fake_controls.h"
 
 #include <algorithm>
 #include <cerrno>

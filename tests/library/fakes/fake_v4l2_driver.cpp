@@ -1,5 +1,5 @@
 // The driver's side of FakeV4l2: what the backend sees.
-#include "tests/library/support/fake_v4l2.h"
+#include "tests/library/fakes/fake_v4l2.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "tests/library/support/fake_v4l2.h"
+#include "tests/library/fakes/fake_v4l2.h"
 
 namespace testing_support {
 

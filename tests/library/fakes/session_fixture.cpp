@@ -1,4 +1,4 @@
-#include "tests/library/support/session_fixture.h"
+#include "tests/library/fakes/session_fixture.h"
 
 #include <cstdlib>
 

@@ -3,7 +3,7 @@
 #include "library/base/bytes.h"
 #include "library/base/event_fd.h"
 #include "library/device/v4l2/v4l2_calls.h"
-#include "tests/library/support/fake_controls.h"
+#include "tests/library/fakes/fake_controls.h"
 
 #include <linux/videodev2.h>
 
