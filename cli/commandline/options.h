@@ -100,17 +100,4 @@ struct Options
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
 
-/// The options, or the code to end with: Success after --help, Usage after an error. Help goes to
-/// standard output, errors to standard error.
-struct ParseResult
-{
-    std::optional<Options> options;
-    ExitCode code = ExitCode::Success;
-};
-ParseResult parseCommandLine(int argc, const char *const *argv);
-
-/// Name of photograph `number` (from 1) of `count`: `path` itself when there is only one, otherwise
-/// the number in four digits before the extension: page.jpg, 2 gives page-0002.jpg.
-std::string numberedPath(const std::string &path, int number, int count);
-
 } // namespace cli

@@ -1,4 +1,5 @@
-#include "cli/commandline/options.h"
+#include "cli/base/filenames.h"
+#include "cli/commandline/commandline.h"
 
 #include "tests/support/stdout_capture.h"
 

@@ -1,0 +1,59 @@
+#include "cli/commandline/commanddescriptions.h"
+
+#include "cli/commandline/namechecks.h"
+#include "cli/commandline/sharedoptions.h"
+
+#include <CLI/CLI.hpp>
+
+namespace cli {
+namespace {
+
+void addConvertCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const convert =
+        addCommand(program, options, Command::Convert, "convert",
+                   "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
+    addQualityOption(*convert, options);
+    addCleanFlag(*convert, options);
+    addForceFlag(*convert, options);
+    convert
+        ->add_option_function<std::string>(
+            "source", [&options](const std::string &source) { options.sources = {source}; },
+            "JPEG, PNG, BMP or TIFF file")
+        ->required();
+    convert->add_option("destination", options.destination, "New file")
+        ->required()
+        ->check(CLI::Validator(checkPictureName, ""));
+}
+
+void addCombineCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const combine = addCommand(program, options, Command::Combine, "combine",
+                                         "Combine several pictures into one pdf, ofd or tiff");
+    addQualityOption(*combine, options);
+    addForceFlag(*combine, options);
+    combine->add_flag("--strict", options.strict,
+                      "Write nothing when a page cannot be read (default: write the others)");
+    addDocumentOptions(*combine, options);
+    combine
+        ->add_option("--from-file", options.fromFile,
+                     "Read more sources from LIST, one a line; - is standard input "
+                     "(default: none)")
+        ->type_name("LIST");
+    combine->add_option("source", options.sources, "JPEG, PNG, BMP or TIFF files");
+    addOutputOption(*combine, options, "New file", checkDocumentName);
+    combine->final_callback([&options] {
+        if (options.sources.empty() && options.fromFile.empty())
+            throw CLI::ValidationError("a source or --from-file is required");
+    });
+}
+
+} // namespace
+
+void addFileCommands(CLI::App &program, Options &options)
+{
+    addConvertCommand(program, options);
+    addCombineCommand(program, options);
+}
+
+} // namespace cli
