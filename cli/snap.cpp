@@ -4,10 +4,8 @@
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
 #include "cli/documents/workspace.h"
-#include "cli/session/camerasetup.h"
-#include "cli/session/framereceiver.h"
+#include "cli/session/camerastream.h"
 #include "cli/session/jpegsize.h"
-#include "cli/session/opendevice.h"
 #include "cli/session/settledframe.h"
 
 namespace cli {
@@ -30,17 +28,13 @@ ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceive
         receiver.take(frame);
     }
     const Clock::time_point deadline = Clock::now() + milliseconds(options.timeoutMs);
-    while (!receiver.take(frame)) {
-        switch (session.wakeup().wait(deadline)) {
-        case Wake::Notified:
-            break;
-        case Wake::TimedOut:
-            printError("the camera sent no picture in " + std::to_string(options.timeoutMs / 1000)
-                       + " s; run `korvcam doctor` to find out why");
-            return ExitCode::NoFrame;
-        case Wake::Interrupted:
-            return session.interrupted();
-        }
+    switch (receiver.await(frame, deadline)) {
+    case Wake::Notified:
+        break;
+    case Wake::TimedOut:
+        return session.reportNoFrame();
+    case Wake::Interrupted:
+        return session.interrupted();
     }
     return ExitCode::Success;
 }
@@ -51,13 +45,11 @@ ExitCode settledFrame(LibrarySession &session, FrameReceiver &receiver, SettledF
 {
     settled.startOver();
     while (!settled.isGood(frame)) {
-        while (!receiver.take(frame)) {
-            const Wake wake = session.wakeup().wait(settled.deadline());
-            if (wake == Wake::Interrupted)
-                return session.interrupted();
-            if (wake == Wake::TimedOut)
-                return ExitCode::Success; // the last one has to do
-        }
+        const Wake wake = receiver.await(frame, settled.deadline());
+        if (wake == Wake::Interrupted)
+            return session.interrupted();
+        if (wake == Wake::TimedOut)
+            return ExitCode::Success; // the last one has to do
     }
     return ExitCode::Success;
 }
@@ -131,13 +123,10 @@ ExitCode snap(LibrarySession &session, const Options &options, const PhotographR
                    + placeProblem(options.destination, workspace.error()));
         return ExitCode::Failure;
     }
-    FrameReceiver receiver(session.wakeup());
-    const OpenDevice camera(session.library(), device->index);
-    if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device->name);
-    code = startPhotographing(session, options, camera, *device);
+    CameraStream camera(session, *device);
+    code = camera.startPhotographing(options);
     if (code == ExitCode::Success)
-        code = savePhotographs(session, options, workspace, receiver, taken);
+        code = savePhotographs(session, options, workspace, camera.frames(), taken);
     return code;
 }
 

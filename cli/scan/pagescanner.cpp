@@ -124,9 +124,7 @@ ExitCode PageScanner::lookAtFrame(bool &isThere)
     if (count == m_frames) {
         if (Clock::now() < m_frameAt + milliseconds(m_options.timeoutMs))
             return ExitCode::Success;
-        printError("the camera sent no picture in " + std::to_string(m_options.timeoutMs / 1000)
-                   + " s; run `korvcam doctor` to find out why");
-        return ExitCode::NoFrame;
+        return m_session.reportNoFrame();
     }
     m_frames = count;
     m_frameAt = Clock::now();

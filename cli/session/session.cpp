@@ -162,6 +162,13 @@ ExitCode LibrarySession::checkCamera(int result, const std::string &doing) const
     return code;
 }
 
+ExitCode LibrarySession::reportNoFrame() const
+{
+    printError("the camera sent no picture in " + std::to_string(m_options.timeoutMs / 1000)
+               + " s; run `korvcam doctor` to find out why");
+    return ExitCode::NoFrame;
+}
+
 ExitCode LibrarySession::interrupted(const std::string &consequence) const
 {
     switch (m_wakeup.stopSignal()) {

@@ -63,6 +63,8 @@ public:
     ExitCode check(int result, const std::string &doing) const;
     /// The same for what was asked of a camera, with what may help.
     ExitCode checkCamera(int result, const std::string &doing) const;
+    /// Says that no frame came within the time of the options; the code to end with.
+    ExitCode reportNoFrame() const;
     /// Says that the user stopped the work, and `consequence`; the code to end with.
     ExitCode interrupted(const std::string &consequence = {}) const;
 
