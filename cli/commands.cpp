@@ -57,7 +57,9 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
     // about files only
     if (options.command == Command::Config)
         return config(session);
-    const ExitCode opened = session.open();
+    const bool reportsFocus =
+        options.command == Command::Snap || options.command == Command::Doctor;
+    const ExitCode opened = session.open(reportsFocus ? FocusCheck::On : FocusCheck::Off);
     if (options.command == Command::Doctor)
         return doctor(session, options, opened);
     if (opened != ExitCode::Success)

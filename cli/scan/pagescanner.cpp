@@ -196,6 +196,8 @@ ExitCode PageScanner::takePage()
     announce(page);
     if (m_options.crop >= 0 && isWhole(page.size, m_frame.width, m_frame.height))
         printError(name + ": no sheet was found; this is the whole picture");
+    if (answer.isOutOfFocus)
+        printError(name + ": out of focus; its writing is hard to read");
     return ExitCode::Success;
 }
 

@@ -53,7 +53,7 @@ void LibrarySession::close()
         m_library.FreeLib();
 }
 
-ExitCode LibrarySession::open()
+ExitCode LibrarySession::open(FocusCheck focus)
 {
     // read by the library when it is initialised
     if (!m_options.desk.empty())
@@ -62,7 +62,8 @@ ExitCode LibrarySession::open()
         setenv("KORV_LOG", "debug", 0); // unless the user has chosen a level
     if (m_options.clean)
         setenv("KORV_CAMERA_CLEAN", "yes", 1);
-    setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
+    if (focus == FocusCheck::On)
+        setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
         printError("cannot load the camera library " + m_options.library

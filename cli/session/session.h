@@ -19,6 +19,9 @@ bool usesRealCameras();
 /// The simulated desk that the environment names; empty without one.
 std::string simulatedDesk();
 
+/// Whether the library is to say which photographs are out of focus, which costs it time.
+enum class FocusCheck { Off, On };
+
 /// The camera library, loaded and initialised for one command, and the two outputs of the program.
 /// Thread: the main thread.
 class LibrarySession
@@ -30,7 +33,7 @@ public:
     ~LibrarySession() { close(); }
 
     /// Loads and initialises the library; reports what went wrong and what helps.
-    ExitCode open();
+    ExitCode open(FocusCheck focus = FocusCheck::Off);
 
     /// Un-initialises and unloads the library, which ends its threads; open() may follow.
     void close();
