@@ -3,7 +3,8 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
-#include "cli/documents/workspace.h"
+#include "cli/documents/outputplace.h"
+#include "cli/documents/standardstreams.h"
 #include "cli/session/camerastream.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/settledframe.h"
@@ -55,30 +56,32 @@ ExitCode settledFrame(LibrarySession &session, FrameReceiver &receiver, SettledF
 }
 
 /// Saves one photograph and hands it on.
-ExitCode savePhotograph(LibrarySession &session, const Options &options, const Workspace &workspace,
+ExitCode savePhotograph(LibrarySession &session, const Options &options, const OutputPlace &place,
                         ReceivedFrame &frame, const std::string &wanted,
                         const PhotographReceiver &taken)
 {
-    const std::string path = workspace.pathOf(fileNameOf(wanted));
+    const std::string path = place.photographPath(wanted);
+    const std::string doing = "save " + outputNameOf(wanted);
     // the library's own words would name a folder that nobody knows
     const Answer answer = askLibrary(options.verbose, [&] {
         return session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
                                                path.c_str());
     });
     if (answer.result < 0)
-        return session.check(answer.result, "save " + wanted);
-    const bool foundNoSheet =
-        options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
-    const Published published = workspace.publish(wanted, options.force);
-    if (published.error != 0)
-        return session.check(-published.error, "save " + wanted);
-    taken({published.path, frame.width, frame.height, foundNoSheet, answer.isOutOfFocus});
-    return ExitCode::Success;
+        return session.check(answer.result, doing);
+    TakenPhotograph photograph{wanted, frame.width, frame.height};
+    photograph.isWhole = options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
+    photograph.isOutOfFocus = answer.isOutOfFocus;
+    ExitCode code = place.finishPhotograph(session, wanted, doing);
+    if (code == ExitCode::Success)
+        code = place.publish(session, wanted, doing, photograph.path);
+    if (code == ExitCode::Success)
+        taken(photograph);
+    return code;
 }
 
-ExitCode savePhotographs(LibrarySession &session, const Options &options,
-                         const Workspace &workspace, FrameReceiver &receiver,
-                         const PhotographReceiver &taken)
+ExitCode savePhotographs(LibrarySession &session, const Options &options, const OutputPlace &place,
+                         FrameReceiver &receiver, const PhotographReceiver &taken)
 {
     ReceivedFrame frame;
     SettledFrame settled;
@@ -90,7 +93,7 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
         if (code != ExitCode::Success)
             return code;
         due = Clock::now() + milliseconds(options.intervalMs);
-        code = savePhotograph(session, options, workspace, frame,
+        code = savePhotograph(session, options, place, frame,
                               numberedPath(options.destination, number, options.count), taken);
         if (code != ExitCode::Success)
             return code;
@@ -103,11 +106,13 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
 ExitCode snap(LibrarySession &session, const Options &options)
 {
     return snap(session, options, [&](const TakenPhotograph &photograph) {
-        session.print(photograph.path);
+        const std::string name = outputNameOf(photograph.path);
+        if (!options.writesToOutput())
+            session.print(photograph.path);
         if (photograph.isWhole)
-            printError(photograph.path + ": no sheet was found; this is the whole picture");
+            printError(name + ": no sheet was found; this is the whole picture");
         if (photograph.isOutOfFocus)
-            printError(photograph.path + ": out of focus; its writing is hard to read");
+            printError(name + ": out of focus; its writing is hard to read");
     });
 }
 
@@ -117,16 +122,13 @@ ExitCode snap(LibrarySession &session, const Options &options, const PhotographR
     const std::optional<Device> device = session.findDevice(code);
     if (!device)
         return code;
-    const Workspace workspace(options.destination);
-    if (workspace.error() != 0) {
-        printError("cannot save " + options.destination + ": "
-                   + placeProblem(options.destination, workspace.error()));
+    const OutputPlace place(options);
+    if (!place.isUsable("save"))
         return ExitCode::Failure;
-    }
     CameraStream camera(session, *device);
     code = camera.startPhotographing(options);
     if (code == ExitCode::Success)
-        code = savePhotographs(session, options, workspace, camera.frames(), taken);
+        code = savePhotographs(session, options, place, camera.frames(), taken);
     return code;
 }
 

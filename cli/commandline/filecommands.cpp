@@ -4,6 +4,7 @@
 #include "cli/commandline/sharedoptions.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace cli {
 namespace {
@@ -19,11 +20,22 @@ void addConvertCommand(CLI::App &program, Options &options)
     convert
         ->add_option_function<std::string>(
             "source", [&options](const std::string &source) { options.sources = {source}; },
-            "JPEG, PNG, BMP or TIFF file")
+            "JPEG, PNG, BMP or TIFF file; - is standard input")
         ->required();
-    convert->add_option("destination", options.destination, "New file")
-        ->required()
-        ->check(CLI::Validator(checkPictureName, ""));
+    addFormatOption(*convert, options, kPictureFormats);
+    addOutputOption(*convert, options, "New file; - is standard output", checkPictureName,
+                    "-o,--output,destination");
+    convert->final_callback([&options] { concludeOutput(options, kPictureFormats.front()); });
+}
+
+void concludeCombine(Options &options)
+{
+    if (options.sources.empty() && options.fromFile.empty())
+        throw CLI::ValidationError("a source or --from-file is required");
+    const auto inputs = std::count(options.sources.begin(), options.sources.end(), "-");
+    if (inputs + (options.fromFile == "-" ? 1 : 0) > 1)
+        throw CLI::ValidationError("standard input can be read only once");
+    concludeOutput(options, kDocumentFormats.front());
 }
 
 void addCombineCommand(CLI::App &program, Options &options)
@@ -40,12 +52,11 @@ void addCombineCommand(CLI::App &program, Options &options)
                      "Read more sources from LIST, one a line; - is standard input "
                      "(default: none)")
         ->type_name("LIST");
-    combine->add_option("source", options.sources, "JPEG, PNG, BMP or TIFF files");
-    addOutputOption(*combine, options, "New file", checkDocumentName);
-    combine->final_callback([&options] {
-        if (options.sources.empty() && options.fromFile.empty())
-            throw CLI::ValidationError("a source or --from-file is required");
-    });
+    combine->add_option("source", options.sources,
+                        "JPEG, PNG, BMP or TIFF files; - is standard input");
+    addFormatOption(*combine, options, kDocumentFormats);
+    addOutputOption(*combine, options, "New file; - is standard output", checkDocumentName);
+    combine->final_callback([&options] { concludeCombine(options); });
 }
 
 } // namespace

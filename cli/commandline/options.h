@@ -86,7 +86,9 @@ struct Options
     std::vector<std::string> sources;
     std::string
         fromFile; ///< a file with more sources, one a line; "-": standard input; empty: none
-    std::string destination;
+    std::string destination; ///< "-": standard output
+    std::string format; ///< of what goes to standard output: an extension
+    bool writesToOutput() const { return destination == "-"; }
     bool force = false; ///< replace an existing destination (snap, scan, convert, combine)
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)

@@ -36,6 +36,13 @@ void addPhotographOptions(CLI::App &command, Options &options)
     addForceFlag(command, options);
 }
 
+void concludeSnap(Options &options)
+{
+    if (options.writesToOutput() && options.count > 1)
+        throw CLI::ValidationError("-o - takes one photograph, without --count");
+    concludeOutput(options, kPictureFormats.front());
+}
+
 void addSnapCommand(CLI::App &program, Options &options)
 {
     CLI::App *const snap = addCommand(program, options, Command::Snap, "snap", "Take photographs");
@@ -50,8 +57,13 @@ void addSnapCommand(CLI::App &program, Options &options)
     snap->add_flag_callback(
         "--no-settle", [&options] { options.settle = false; },
         "Take the next frame (default: wait until the picture has settled, at most 3 s)");
-    addOutputOption(*snap, options, "JPEG file; with --count, numbered: page-0001.jpg",
-                    checkPhotographName);
+    addFormatOption(*snap, options, kPictureFormats);
+    addOutputOption(
+        *snap, options,
+        "jpg, png, bmp, tiff, pdf or ofd file; with --count, numbered: page-0001.jpg; - "
+        "is standard output",
+        checkPictureName);
+    snap->final_callback([&options] { concludeSnap(options); });
 }
 
 /// --interval means --on interval.

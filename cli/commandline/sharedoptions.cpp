@@ -40,6 +40,9 @@ std::string checkPageSize(const std::string &text)
 
 } // namespace
 
+const std::vector<std::string> kPictureFormats{"jpg", "png", "bmp", "tiff", "pdf", "ofd"};
+const std::vector<std::string> kDocumentFormats{"pdf", "ofd", "tiff"};
+
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
                      const char *description)
 {
@@ -131,13 +134,31 @@ void addDocumentOptions(CLI::App &command, Options &options)
         ->check(CLI::Validator(checkPageSize, ""));
 }
 
-CLI::Option *addOutputOption(CLI::App &command, Options &options, const char *description,
-                             std::string (*check)(const std::string &path))
+void addOutputOption(CLI::App &command, Options &options, const std::string &description,
+                     std::string (*check)(const std::string &path), const char *names)
 {
-    return command.add_option("-o,--output", options.destination, description)
+    command.add_option(names, options.destination, description)
         ->type_name("FILE")
         ->required()
         ->check(CLI::Validator(check, ""));
+}
+
+void addFormatOption(CLI::App &command, Options &options, const std::vector<std::string> &formats)
+{
+    command
+        .add_option("--format", options.format,
+                    "Format on standard output (default: " + formats.front() + ")")
+        ->type_name(CLI::detail::join(formats, "|"))
+        ->check(hidden(CLI::IsMember(formats)));
+}
+
+void concludeOutput(Options &options, const std::string &standard)
+{
+    if (!options.writesToOutput() && !options.format.empty())
+        throw CLI::ValidationError(
+            "--format goes with -o - only; the extension of a file chooses its format");
+    if (options.writesToOutput() && options.format.empty())
+        options.format = standard;
 }
 
 } // namespace cli

@@ -17,6 +17,10 @@ namespace cli {
 // Pieces that the descriptions of several commands are put together from. Each borrows the Options
 // that it fills until the command line has been parsed.
 
+/// Formats of single pictures, the usual one first, and of documents.
+extern const std::vector<std::string> kPictureFormats;
+extern const std::vector<std::string> kDocumentFormats;
+
 /// A command; `options.command` becomes `command` when it is given.
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
                      const char *description);
@@ -50,8 +54,15 @@ void addCleanFlag(CLI::App &command, Options &options);
 /// --title and --page-size: what is said of a whole document.
 void addDocumentOptions(CLI::App &command, Options &options);
 
-/// The option that names the new file, required.
-CLI::Option *addOutputOption(CLI::App &command, Options &options, const char *description,
-                             std::string (*check)(const std::string &path));
+/// -o, or what `names` says: the new file, required.
+void addOutputOption(CLI::App &command, Options &options, const std::string &description,
+                     std::string (*check)(const std::string &path),
+                     const char *names = "-o,--output");
+
+/// --format, of a command whose new file may be "-": one of `formats`, the first by default.
+void addFormatOption(CLI::App &command, Options &options, const std::vector<std::string> &formats);
+
+/// What final_callback() is to do for it: checks what "-" goes with; `standard` is the default format.
+void concludeOutput(Options &options, const std::string &standard);
 
 } // namespace cli

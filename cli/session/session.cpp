@@ -147,6 +147,11 @@ void LibrarySession::print(const std::string &line)
     }
 }
 
+int LibrarySession::outputDescriptor() const
+{
+    return m_trace.output() ? fileno(m_trace.output()) : -1;
+}
+
 ExitCode LibrarySession::check(int result, const std::string &doing) const
 {
     if (result >= 0)

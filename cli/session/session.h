@@ -60,6 +60,8 @@ public:
     /// A line on standard output, there at once. The first one that cannot be written is
     /// reported.
     void print(const std::string &line);
+    /// Where results go, for what is no line; -1 when standard output is closed.
+    int outputDescriptor() const;
     /// Whether every line so far went out.
     bool outputWorks() const { return m_outputWorks; }
     /// Reports a negative `result`; Failure then.

@@ -177,7 +177,7 @@ TEST(Options, nonsenseIsWrongUsage)
         {"photograph"},
         {"list", "extra"},
         {"snap"},
-        {"snap", "-o", "a.png"},
+        {"snap", "-o", "a.txt"},
         {"snap", "-o", "a.jpg", "-r", "1600"},
         {"snap", "-o", "a.jpg", "-r", "0x10"},
         {"snap", "-o", "a.jpg", "-r", "10x10x"},
