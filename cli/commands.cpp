@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include "cli/base/errors.h"
 #include "cli/calibrate.h"
 #include "cli/config.h"
 #include "cli/controls.h"
@@ -12,6 +13,9 @@
 #include "cli/session/session.h"
 #include "cli/snap.h"
 #include "cli/watch.h"
+
+#include <algorithm>
+#include <unistd.h>
 
 namespace cli {
 namespace {
@@ -57,7 +61,9 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
     // about files only
     if (options.command == Command::Config)
         return config(session);
-    const ExitCode opened = session.open();
+    const bool reportsFocus =
+        options.command == Command::Snap || options.command == Command::Doctor;
+    const ExitCode opened = session.open(reportsFocus ? FocusCheck::On : FocusCheck::Off);
     if (options.command == Command::Doctor)
         return doctor(session, options, opened);
     if (opened != ExitCode::Success)
@@ -84,10 +90,24 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
     }
 }
 
+/// Whether a picture comes through standard input.
+bool readsInput(const Options &options)
+{
+    return std::find(options.sources.begin(), options.sources.end(), "-") != options.sources.end();
+}
+
 } // namespace
 
 ExitCode run(const Options &options)
 {
+    if (options.writesToOutput() && isatty(STDOUT_FILENO) == 1) {
+        printError("standard output is a terminal; send the file on with > or |");
+        return ExitCode::Usage;
+    }
+    if (readsInput(options) && isatty(STDIN_FILENO) == 1) {
+        printError("standard input is a terminal; send a picture into it with < or |");
+        return ExitCode::Usage;
+    }
     LibrarySession session(options);
     const ExitCode code = carryOut(session, options);
     // what nobody could read is not done

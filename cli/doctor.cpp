@@ -2,25 +2,20 @@
 
 #include "cli/advice/advice.h"
 #include "cli/advice/deskadvice.h"
+#include "cli/advice/framerate.h"
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/temporaryfolder.h"
 #include "cli/session/deviceselection.h"
-#include "cli/session/framerate.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/opendevice.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <unistd.h>
 
 namespace cli {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Clock = Wakeup::Clock;
 using Seconds = std::chrono::duration<double>;
@@ -38,38 +33,6 @@ std::string joined(const std::vector<std::string> &words)
         text += (text.empty() ? "" : " ") + word;
     return text;
 }
-
-/// A folder that goes with the object; without a path when none can be made.
-class PrivateFolder
-{
-public:
-    PrivateFolder()
-    {
-        std::error_code error;
-        // what TMPDIR names may not be there
-        for (const fs::path &parent : {fs::temp_directory_path(error), fs::path("/tmp"),
-                                       fs::path("/var/tmp"), fs::path("/dev/shm")}) {
-            std::string path = (parent / "korvcam-XXXXXX").string();
-            if (!parent.empty() && mkdtemp(path.data())) {
-                m_path = path;
-                return;
-            }
-        }
-    }
-    PrivateFolder(const PrivateFolder &) = delete;
-    PrivateFolder &operator=(const PrivateFolder &) = delete;
-    ~PrivateFolder()
-    {
-        std::error_code ignored;
-        if (!m_path.empty())
-            fs::remove_all(m_path, ignored);
-    }
-
-    const std::string &path() const { return m_path; }
-
-private:
-    std::string m_path;
-};
 
 /// One examination: prints as it goes and collects what is wrong.
 class Doctor
@@ -98,7 +61,6 @@ private:
     void problem(const Device &device, const std::string &doing, int result);
     void examine(const Device &device);
     void examineStream(const Device &device, FrameReceiver &receiver);
-    Wake awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline);
     FrameRate countFrames(FrameReceiver &receiver, Clock::time_point first);
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
     void noCamera(const std::string &text);
@@ -141,21 +103,12 @@ void Doctor::examineSystem()
         problem(text, ExitCode::Failure);
 }
 
-Wake Doctor::awaitFrame(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline)
-{
-    while (!receiver.take(frame)) {
-        if (const Wake wake = m_session.wakeup().wait(deadline); wake != Wake::Notified)
-            return wake;
-    }
-    return Wake::Notified;
-}
-
 void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
 {
-    const PrivateFolder folder;
-    if (folder.path().empty())
+    const TemporaryFolder folder;
+    if (folder.error() != 0)
         return m_session.print("     test photograph: not taken, no folder for it can be made");
-    const std::string path = folder.path() + "/photograph.jpg";
+    const std::string path = folder.pathOf("photograph.jpg");
     const Answer answer = askLibrary(m_options.verbose, [&] {
         return m_session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
                                                  path.c_str());
@@ -189,8 +142,7 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     if (started < 0)
         return problem(device, "start its stream", started);
     ReceivedFrame frame;
-    const Wake wake =
-        awaitFrame(receiver, frame, start + std::chrono::milliseconds(m_options.timeoutMs));
+    const Wake wake = receiver.await(frame, start + std::chrono::milliseconds(m_options.timeoutMs));
     if (wake == Wake::TimedOut)
         return problem(device.name + ": no picture came in "
                            + std::to_string(m_options.timeoutMs / 1000)

@@ -2,8 +2,7 @@
 
 #include "cli/base/errors.h"
 #include "cli/controls.h"
-#include "cli/session/framereceiver.h"
-#include "cli/session/opendevice.h"
+#include "cli/session/camerastream.h"
 #include "cli/session/settledframe.h"
 #include "library/controls/control_values.h"
 
@@ -63,17 +62,15 @@ ExitCode awaitSharpness(LibrarySession &session, const Options &options, FrameRe
     auto deadline = Wakeup::Clock::now() + std::chrono::milliseconds(options.timeoutMs);
     bool any = false;
     for (;;) {
-        while (!receiver.take(frame)) {
-            const Wake wake = session.wakeup().wait(deadline);
-            if (wake == Wake::Interrupted)
-                return session.interrupted();
-            if (wake == Wake::TimedOut && any)
-                return ExitCode::Success;
-            if (wake == Wake::TimedOut) {
-                printError("the camera sent no picture in "
-                           + std::to_string(options.timeoutMs / 1000) + " s");
-                return ExitCode::NoFrame;
-            }
+        const Wake wake = receiver.await(frame, deadline);
+        if (wake == Wake::Interrupted)
+            return session.interrupted();
+        if (wake == Wake::TimedOut && any)
+            return ExitCode::Success;
+        if (wake == Wake::TimedOut) {
+            printError("the camera sent no picture in " + std::to_string(options.timeoutMs / 1000)
+                       + " s");
+            return ExitCode::NoFrame;
         }
         any = true;
         if (settled.isGood(frame))
@@ -86,17 +83,12 @@ ExitCode awaitSharpness(LibrarySession &session, const Options &options, FrameRe
 ExitCode focusWhileStreaming(LibrarySession &session, const Options &options, const Device &device,
                              const ControlCall &call, const FocusControls &controls)
 {
-    FrameReceiver receiver(session.wakeup());
-    const OpenDevice camera(session.library(), device.index);
-    if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device.name);
-    ExitCode code =
-        session.checkCamera(session.library().StartCapture(device.index, &FrameReceiver::onFrame),
-                            "start " + device.name);
+    CameraStream camera(session, device);
+    ExitCode code = camera.start();
     if (code == ExitCode::Success)
         code = trigger(call, controls);
     if (code == ExitCode::Success)
-        code = awaitSharpness(session, options, receiver);
+        code = awaitSharpness(session, options, camera.frames());
     if (code == ExitCode::Success && options.lock && controls.continuous)
         code = write(call, *controls.continuous, 0);
     return code;

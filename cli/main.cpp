@@ -1,4 +1,5 @@
 #include "cli/base/programsetup.h"
+#include "cli/commandline/commandline.h"
 #include "cli/commands.h"
 
 int main(int argc, char **argv)

@@ -3,11 +3,10 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
-#include "cli/documents/workspace.h"
-#include "cli/session/camerasetup.h"
-#include "cli/session/framereceiver.h"
+#include "cli/documents/outputplace.h"
+#include "cli/documents/standardstreams.h"
+#include "cli/session/camerastream.h"
 #include "cli/session/jpegsize.h"
-#include "cli/session/opendevice.h"
 #include "cli/session/settledframe.h"
 
 namespace cli {
@@ -30,17 +29,13 @@ ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceive
         receiver.take(frame);
     }
     const Clock::time_point deadline = Clock::now() + milliseconds(options.timeoutMs);
-    while (!receiver.take(frame)) {
-        switch (session.wakeup().wait(deadline)) {
-        case Wake::Notified:
-            break;
-        case Wake::TimedOut:
-            printError("the camera sent no picture in " + std::to_string(options.timeoutMs / 1000)
-                       + " s; run `korvcam doctor` to find out why");
-            return ExitCode::NoFrame;
-        case Wake::Interrupted:
-            return session.interrupted();
-        }
+    switch (receiver.await(frame, deadline)) {
+    case Wake::Notified:
+        break;
+    case Wake::TimedOut:
+        return session.reportNoFrame();
+    case Wake::Interrupted:
+        return session.interrupted();
     }
     return ExitCode::Success;
 }
@@ -51,42 +46,42 @@ ExitCode settledFrame(LibrarySession &session, FrameReceiver &receiver, SettledF
 {
     settled.startOver();
     while (!settled.isGood(frame)) {
-        while (!receiver.take(frame)) {
-            const Wake wake = session.wakeup().wait(settled.deadline());
-            if (wake == Wake::Interrupted)
-                return session.interrupted();
-            if (wake == Wake::TimedOut)
-                return ExitCode::Success; // the last one has to do
-        }
+        const Wake wake = receiver.await(frame, settled.deadline());
+        if (wake == Wake::Interrupted)
+            return session.interrupted();
+        if (wake == Wake::TimedOut)
+            return ExitCode::Success; // the last one has to do
     }
     return ExitCode::Success;
 }
 
 /// Saves one photograph and hands it on.
-ExitCode savePhotograph(LibrarySession &session, const Options &options, const Workspace &workspace,
+ExitCode savePhotograph(LibrarySession &session, const Options &options, const OutputPlace &place,
                         ReceivedFrame &frame, const std::string &wanted,
                         const PhotographReceiver &taken)
 {
-    const std::string path = workspace.pathOf(fileNameOf(wanted));
+    const std::string path = place.photographPath(wanted);
+    const std::string doing = "save " + outputNameOf(wanted);
     // the library's own words would name a folder that nobody knows
     const Answer answer = askLibrary(options.verbose, [&] {
         return session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
                                                path.c_str());
     });
     if (answer.result < 0)
-        return session.check(answer.result, "save " + wanted);
-    const bool foundNoSheet =
-        options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
-    const Published published = workspace.publish(wanted, options.force);
-    if (published.error != 0)
-        return session.check(-published.error, "save " + wanted);
-    taken({published.path, frame.width, frame.height, foundNoSheet, answer.isOutOfFocus});
-    return ExitCode::Success;
+        return session.check(answer.result, doing);
+    TakenPhotograph photograph{wanted, frame.width, frame.height};
+    photograph.isWhole = options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
+    photograph.isOutOfFocus = answer.isOutOfFocus;
+    ExitCode code = place.finishPhotograph(session, wanted, doing);
+    if (code == ExitCode::Success)
+        code = place.publish(session, wanted, doing, photograph.path);
+    if (code == ExitCode::Success)
+        taken(photograph);
+    return code;
 }
 
-ExitCode savePhotographs(LibrarySession &session, const Options &options,
-                         const Workspace &workspace, FrameReceiver &receiver,
-                         const PhotographReceiver &taken)
+ExitCode savePhotographs(LibrarySession &session, const Options &options, const OutputPlace &place,
+                         FrameReceiver &receiver, const PhotographReceiver &taken)
 {
     ReceivedFrame frame;
     SettledFrame settled;
@@ -98,7 +93,7 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
         if (code != ExitCode::Success)
             return code;
         due = Clock::now() + milliseconds(options.intervalMs);
-        code = savePhotograph(session, options, workspace, frame,
+        code = savePhotograph(session, options, place, frame,
                               numberedPath(options.destination, number, options.count), taken);
         if (code != ExitCode::Success)
             return code;
@@ -111,11 +106,13 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options,
 ExitCode snap(LibrarySession &session, const Options &options)
 {
     return snap(session, options, [&](const TakenPhotograph &photograph) {
-        session.print(photograph.path);
+        const std::string name = outputNameOf(photograph.path);
+        if (!options.writesToOutput())
+            session.print(photograph.path);
         if (photograph.isWhole)
-            printError(photograph.path + ": no sheet was found; this is the whole picture");
+            printError(name + ": no sheet was found; this is the whole picture");
         if (photograph.isOutOfFocus)
-            printError(photograph.path + ": out of focus; its writing is hard to read");
+            printError(name + ": out of focus; its writing is hard to read");
     });
 }
 
@@ -125,19 +122,13 @@ ExitCode snap(LibrarySession &session, const Options &options, const PhotographR
     const std::optional<Device> device = session.findDevice(code);
     if (!device)
         return code;
-    const Workspace workspace(options.destination);
-    if (workspace.error() != 0) {
-        printError("cannot save " + options.destination + ": "
-                   + placeProblem(options.destination, workspace.error()));
+    const OutputPlace place(options);
+    if (!place.isUsable("save"))
         return ExitCode::Failure;
-    }
-    FrameReceiver receiver(session.wakeup());
-    const OpenDevice camera(session.library(), device->index);
-    if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device->name);
-    code = startPhotographing(session, options, camera, *device);
+    CameraStream camera(session, *device);
+    code = camera.startPhotographing(options);
     if (code == ExitCode::Success)
-        code = savePhotographs(session, options, workspace, receiver, taken);
+        code = savePhotographs(session, options, place, camera.frames(), taken);
     return code;
 }
 

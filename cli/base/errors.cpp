@@ -21,17 +21,17 @@ void printError(const std::string &text)
     std::fwrite(whole.data(), 1, whole.size(), stderr);
 }
 
-std::string pictureProblem(const std::string &source, const Answer &answer)
+std::string pictureProblem(const std::string &source, const std::string &name, const Answer &answer)
 {
     struct stat state = {};
     if (stat(source.c_str(), &state) != 0)
-        return source + ": " + std::strerror(errno);
+        return name + ": " + std::strerror(errno);
     if (S_ISDIR(state.st_mode))
-        return source + " is a folder, not a picture";
+        return name + " is a folder, not a picture";
     if (access(source.c_str(), R_OK) != 0)
-        return source + ": " + std::strerror(errno);
+        return name + ": " + std::strerror(errno);
     if (answer.result == -EBADMSG)
-        return source + " is not a picture that can be read: "
+        return name + " is not a picture that can be read: "
             + (answer.reason.empty() ? "damaged, or no JPEG, PNG, BMP or TIFF file"
                                      : answer.reason);
     return {};

@@ -1,6 +1,8 @@
 #include "cli/base/filenames.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
 
 namespace cli {
 namespace {
@@ -50,6 +52,17 @@ std::string withInsertion(const std::string &path, const std::string &insertion)
     while (kept > 0 && kept < end && (name[kept] & 0xC0) == 0x80)
         --kept;
     return path.substr(0, path.size() - name.size()) + name.substr(0, kept) + tail;
+}
+
+std::string numberedPath(const std::string &path, int number, int count)
+{
+    if (count <= 1)
+        return path;
+    char suffix[16];
+    std::snprintf(suffix, sizeof suffix, "-%04d", number);
+    const std::filesystem::path whole(path);
+    const std::string name = whole.stem().string() + suffix + whole.extension().string();
+    return (whole.parent_path() / name).string();
 }
 
 } // namespace cli

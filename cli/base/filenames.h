@@ -17,4 +17,8 @@ std::string extensionOf(const std::string &path);
 /// became longer than file systems take loses letters before the insertion.
 std::string withInsertion(const std::string &path, const std::string &insertion);
 
+/// Name of photograph `number` (from 1) of `count`: `path` itself when there is only one, otherwise
+/// the number in four digits before the extension: page.jpg, 2 gives page-0002.jpg.
+std::string numberedPath(const std::string &path, int number, int count);
+
 } // namespace cli

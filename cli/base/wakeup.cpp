@@ -76,11 +76,12 @@ void Wakeup::heedStop()
         m_heeded = static_cast<int>(heeded.ssi_signo);
 }
 
-Wake Wakeup::sleep(const std::vector<int> &descriptors, std::optional<Clock::time_point> deadline)
+Wake Wakeup::sleep(const std::vector<int> &descriptors, std::optional<Clock::time_point> deadline,
+                   short events)
 {
     std::vector<pollfd> sources{{m_signalFd, POLLIN, 0}};
     for (const int descriptor : descriptors)
-        sources.push_back({descriptor, POLLIN, 0});
+        sources.push_back({descriptor, events, 0});
     int ready = 0;
     do
         ready = poll(sources.data(), sources.size(), millisecondsUntil(deadline));
@@ -95,7 +96,7 @@ Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
 {
     std::vector<int> descriptors{m_newsFd};
     descriptors.insert(descriptors.end(), m_watched.begin(), m_watched.end());
-    const Wake wake = sleep(descriptors, deadline);
+    const Wake wake = sleep(descriptors, deadline, POLLIN);
     if (wake == Wake::Notified) {
         std::uint64_t news = 0;
         [[maybe_unused]] const ssize_t got = read(m_newsFd, &news, sizeof news);
@@ -105,7 +106,12 @@ Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
 
 Wake Wakeup::waitFor(int descriptor)
 {
-    return sleep({descriptor}, std::nullopt);
+    return sleep({descriptor}, std::nullopt, POLLIN);
+}
+
+Wake Wakeup::waitToWrite(int descriptor)
+{
+    return sleep({descriptor}, std::nullopt, POLLOUT);
 }
 
 int Wakeup::stopSignal() const

@@ -32,6 +32,9 @@ public:
     /// Sleeps until `descriptor` can be read without waiting, its end included: Notified.
     Wake waitFor(int descriptor);
 
+    /// Sleeps until `descriptor` can be written to without waiting, its end included: Notified.
+    Wake waitToWrite(int descriptor);
+
     /// From now on wait() also ends, with Notified, while `descriptor` can be read without waiting,
     /// its end included. Of the waiting thread.
     void watch(int descriptor) { m_watched.push_back(descriptor); }
@@ -45,7 +48,8 @@ public:
     int stopSignal() const;
 
 private:
-    Wake sleep(const std::vector<int> &descriptors, std::optional<Clock::time_point> deadline);
+    Wake sleep(const std::vector<int> &descriptors, std::optional<Clock::time_point> deadline,
+               short events);
 
     sigset_t m_stopSignals;
     int m_newsFd;

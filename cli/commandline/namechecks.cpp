@@ -17,6 +17,8 @@ std::string listOf(const std::vector<std::string> &words)
     return list;
 }
 
+constexpr char kStandardStream[] = "-";
+
 /// Empty when the extension of `path` is one of `known`, otherwise what to write instead.
 std::string checkType(const std::string &path, const std::vector<std::string> &known,
                       const std::string &what)
@@ -32,23 +34,24 @@ std::string checkType(const std::string &path, const std::vector<std::string> &k
 
 } // namespace
 
-std::string checkPhotographName(const std::string &path)
-{
-    return checkType(path, {"jpg", "jpeg"}, "known for photographs");
-}
-
 std::string checkPictureName(const std::string &path)
 {
+    if (path == kStandardStream)
+        return {};
     return checkType(path, {"jpg", "jpeg", "png", "bmp", "tif", "tiff", "pdf", "ofd"}, "known");
 }
 
 std::string checkDocumentName(const std::string &path)
 {
+    if (path == kStandardStream)
+        return {};
     return checkType(path, {"pdf", "ofd", "tif", "tiff"}, "known for documents");
 }
 
 std::string checkScanName(const std::string &path)
 {
+    if (path == kStandardStream)
+        return "pages go to a file";
     if (NamePattern::read(path))
         return checkPictureName(path);
     const std::string problem = checkDocumentName(path);

@@ -7,13 +7,10 @@ namespace cli {
 // Each says what is wrong with the name of a new file, and what to write instead; empty when nothing
 // is.
 
-/// A photograph: jpg.
-std::string checkPhotographName(const std::string &path);
-
-/// Anything that a picture can be converted to.
+/// Anything that a picture can be converted to, or "-".
 std::string checkPictureName(const std::string &path);
 
-/// A document of many pages.
+/// A document of many pages, or "-".
 std::string checkDocumentName(const std::string &path);
 
 /// A document, or a pattern for pictures.

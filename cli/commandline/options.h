@@ -86,7 +86,9 @@ struct Options
     std::vector<std::string> sources;
     std::string
         fromFile; ///< a file with more sources, one a line; "-": standard input; empty: none
-    std::string destination;
+    std::string destination; ///< "-": standard output
+    std::string format; ///< of what goes to standard output: an extension
+    bool writesToOutput() const { return destination == "-"; }
     bool force = false; ///< replace an existing destination (snap, scan, convert, combine)
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
@@ -99,18 +101,5 @@ struct Options
 
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
-
-/// The options, or the code to end with: Success after --help, Usage after an error. Help goes to
-/// standard output, errors to standard error.
-struct ParseResult
-{
-    std::optional<Options> options;
-    ExitCode code = ExitCode::Success;
-};
-ParseResult parseCommandLine(int argc, const char *const *argv);
-
-/// Name of photograph `number` (from 1) of `count`: `path` itself when there is only one, otherwise
-/// the number in four digits before the extension: page.jpg, 2 gives page-0002.jpg.
-std::string numberedPath(const std::string &path, int number, int count);
 
 } // namespace cli

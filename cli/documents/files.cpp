@@ -5,8 +5,9 @@
 #include "cli/base/jsonline.h"
 #include "cli/base/libraryline.h"
 #include "cli/documents/childprocess.h"
+#include "cli/documents/outputplace.h"
 #include "cli/documents/pagelist.h"
-#include "cli/documents/workspace.h"
+#include "cli/documents/standardstreams.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -28,17 +29,18 @@ void relay(const std::string &line, const Workspace &workspace)
     printError(textOfLibraryLine(line).value_or(line));
 }
 
-ExitCode publish(LibrarySession &session, const Options &options, const Workspace &workspace)
+ExitCode publish(LibrarySession &session, const Options &options, const OutputPlace &place)
 {
-    if (!workspace.holds(fileNameOf(options.destination))) {
-        printError("the camera library wrote no " + options.destination + ", and did not say why");
+    const std::string &wanted = options.destination;
+    if (!place.workspace().holds(place.workName(wanted))) {
+        printError("the camera library wrote no " + outputNameOf(wanted) + ", and did not say why");
         return ExitCode::Failure;
     }
-    const Published published = workspace.publish(options.destination, options.force);
-    if (published.error != 0)
-        return session.check(-published.error, "write " + options.destination);
-    session.print(options.json ? JsonLine().add("file", published.path).text() : published.path);
-    return ExitCode::Success;
+    std::string path;
+    const ExitCode code = place.publish(session, wanted, "write " + wanted, path);
+    if (code == ExitCode::Success && !options.writesToOutput())
+        session.print(options.json ? JsonLine().add("file", path).text() : path);
+    return code;
 }
 
 ExitCode concludeChild(const LibrarySession &session, const ChildResult &result)
@@ -57,27 +59,36 @@ ExitCode concludeChild(const LibrarySession &session, const ChildResult &result)
     return session.check(-result.code, "start the work");
 }
 
-/// Lets `work` write a file of that name in a private folder, and publishes the result.
-template <typename Work>
-ExitCode writeFile(LibrarySession &session, const Options &options, Work work)
+/// What the work on a file has to do with.
+struct Task
 {
-    const Workspace workspace(options.destination);
-    if (workspace.error() != 0) {
-        printError("cannot write " + options.destination + ": "
-                   + placeProblem(options.destination, workspace.error()));
+    LibrarySession &session;
+    const Options &options;
+    std::vector<std::string> sources; ///< files all of them
+    StandardInput input; ///< which one of them may be a copy of
+    const OutputPlace place = OutputPlace(options);
+};
+
+/// Lets `work` write a file in a private folder, and publishes the result.
+ExitCode writeFile(Task &task, const std::function<ExitCode(const Task &)> &work)
+{
+    const Options &options = task.options;
+    const Workspace &workspace = task.place.workspace();
+    if (!task.place.isUsable("write"))
         return ExitCode::Failure;
-    }
-    const std::string name = fileNameOf(options.destination);
+    ExitCode code = task.input.replaceIn(task.sources, task.session, workspace);
+    if (code != ExitCode::Success)
+        return code;
     std::function<void(const std::string &)> onLine;
     if (!options.verbose)
         onLine = [&](const std::string &line) { relay(line, workspace); };
     const ChildResult result = runInChild(
-        session.wakeup(), [&] { return static_cast<int>(work(workspace)); }, onLine);
-    ExitCode code = concludeChild(session, result);
+        task.session.wakeup(), [&] { return static_cast<int>(work(task)); }, onLine);
+    code = concludeChild(task.session, result);
     const bool isPartial = code == ExitCode::Failure && result.end == ChildEnd::Done
-        && !options.strict && workspace.holds(name);
+        && !options.strict && workspace.holds(task.place.workName(options.destination));
     if (code == ExitCode::Success || isPartial) {
-        const ExitCode published = publish(session, options, workspace);
+        const ExitCode published = publish(task.session, options, task.place);
         code = published == ExitCode::Success ? code : published;
     }
     return code;
@@ -105,20 +116,23 @@ std::string refusal(const std::string &doing, const Answer &answer, const Worksp
         + (answer.reason.empty() || isAboutUs ? "" : " (" + answer.reason + ")");
 }
 
-ExitCode convertPicture(LibrarySession &session, const Options &options, const Workspace &workspace)
+ExitCode convertPicture(const Task &task)
 {
-    const std::string &source = options.sources.front();
-    if (const ExitCode code = openLibrary(session, options); code != ExitCode::Success)
+    const Options &options = task.options;
+    const std::string &source = task.sources.front();
+    if (const ExitCode code = openLibrary(task.session, options); code != ExitCode::Success)
         return code;
-    const std::string path = workspace.pathOf(fileNameOf(options.destination));
+    const std::string path = task.place.workPath(options.destination);
     const Answer answer = askLibrary(options.verbose, [&] {
-        return session.library().ConvertImagetoImage(source.c_str(), path.c_str());
+        return task.session.library().ConvertImagetoImage(source.c_str(), path.c_str());
     });
     if (answer.result >= 0)
         return ExitCode::Success;
-    const std::string problem = pictureProblem(source, answer);
+    const std::string name = task.input.nameOf(source);
+    const std::string problem = pictureProblem(source, name, answer);
     printError(problem.empty()
-                   ? refusal("convert " + source + " to " + options.destination, answer, workspace)
+                   ? refusal("convert " + name + " to " + outputNameOf(options.destination), answer,
+                             task.place.workspace())
                    : problem);
     return ExitCode::Failure;
 }
@@ -127,13 +141,13 @@ ExitCode convertPicture(LibrarySession &session, const Options &options, const W
 class Combiner
 {
 public:
-    Combiner(LibrarySession &session, const Options &options,
-             const std::vector<std::string> &sources, const Workspace &workspace)
-        : m_session(session)
-        , m_options(options)
-        , m_sources(sources)
-        , m_workspace(workspace)
-        , m_name(fileNameOf(options.destination))
+    explicit Combiner(const Task &task)
+        : m_session(task.session)
+        , m_options(task.options)
+        , m_input(task.input)
+        , m_sources(task.sources)
+        , m_workspace(task.place.workspace())
+        , m_name(task.place.workName(task.options.destination))
     {
     }
 
@@ -166,8 +180,9 @@ private:
     void leaveOut(const std::string &source, const Answer &answer)
     {
         m_leftOut = true;
-        const std::string problem = pictureProblem(source, answer);
-        printError(problem.empty() ? refusal("add " + source, answer, m_workspace) : problem);
+        const std::string name = m_input.nameOf(source);
+        const std::string problem = pictureProblem(source, name, answer);
+        printError(problem.empty() ? refusal("add " + name, answer, m_workspace) : problem);
     }
 
     /// Whether there is something to write.
@@ -210,11 +225,13 @@ private:
             }
         }
         if (!m_leftOut)
-            printError(refusal("write " + m_options.destination, combined, m_workspace));
+            printError(
+                refusal("write " + outputNameOf(m_options.destination), combined, m_workspace));
     }
 
     LibrarySession &m_session;
     const Options &m_options;
+    const StandardInput &m_input;
     std::vector<std::string> m_sources;
     const Workspace &m_workspace;
     std::string m_name;
@@ -225,9 +242,8 @@ private:
 
 ExitCode convert(LibrarySession &session, const Options &options)
 {
-    return writeFile(session, options, [&](const Workspace &workspace) {
-        return convertPicture(session, options, workspace);
-    });
+    Task task{session, options, options.sources, {}};
+    return writeFile(task, convertPicture);
 }
 
 ExitCode combine(LibrarySession &session, const Options &options)
@@ -248,9 +264,8 @@ ExitCode combine(LibrarySession &session, const Options &options)
 ExitCode combinePages(LibrarySession &session, const Options &options,
                       const std::vector<std::string> &pages)
 {
-    return writeFile(session, options, [&](const Workspace &workspace) {
-        return Combiner(session, options, pages, workspace).run();
-    });
+    Task task{session, options, pages, {}};
+    return writeFile(task, [](const Task &each) { return Combiner(each).run(); });
 }
 
 } // namespace cli

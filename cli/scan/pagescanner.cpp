@@ -124,9 +124,7 @@ ExitCode PageScanner::lookAtFrame(bool &isThere)
     if (count == m_frames) {
         if (Clock::now() < m_frameAt + milliseconds(m_options.timeoutMs))
             return ExitCode::Success;
-        printError("the camera sent no picture in " + std::to_string(m_options.timeoutMs / 1000)
-                   + " s; run `korvcam doctor` to find out why");
-        return ExitCode::NoFrame;
+        return m_session.reportNoFrame();
     }
     m_frames = count;
     m_frameAt = Clock::now();
@@ -198,6 +196,8 @@ ExitCode PageScanner::takePage()
     announce(page);
     if (m_options.crop >= 0 && isWhole(page.size, m_frame.width, m_frame.height))
         printError(name + ": no sheet was found; this is the whole picture");
+    if (answer.isOutOfFocus)
+        printError(name + ": out of focus; its writing is hard to read");
     return ExitCode::Success;
 }
 

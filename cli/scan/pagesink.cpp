@@ -1,8 +1,6 @@
 #include "cli/scan/pagesink.h"
 
-#include "cli/base/errors.h"
 #include "cli/base/filenames.h"
-#include "cli/base/librarycall.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -11,8 +9,6 @@ namespace cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr char kPhotograph[] = "photograph.jpg";
 
 /// The highest number in the names of that pattern; 0 when there is none.
 int highestNumber(const NamePattern &pattern)
@@ -23,12 +19,6 @@ int highestNumber(const NamePattern &pattern)
          !error && at != fs::directory_iterator(); at.increment(error))
         highest = std::max(highest, pattern.numberIn(at->path().filename().string()).value_or(0));
     return highest;
-}
-
-bool isJpeg(const std::string &path)
-{
-    const std::string extension = extensionOf(path);
-    return extension == "jpg" || extension == "jpeg";
 }
 
 } // namespace
@@ -42,8 +32,7 @@ ExitCode DocumentSink::store(LibrarySession &session, std::string &path)
 
 PictureSink::PictureSink(const NamePattern &pattern, const Options &options)
     : m_pattern(pattern)
-    , m_options(options)
-    , m_workspace(pattern.path(1))
+    , m_place(options, pattern.path(1))
 {
     if (options.resume)
         m_number = highestNumber(pattern) + 1;
@@ -51,30 +40,21 @@ PictureSink::PictureSink(const NamePattern &pattern, const Options &options)
 
 std::string PictureSink::photographPath() const
 {
-    const std::string path = m_pattern.path(m_number);
-    return m_workspace.pathOf(isJpeg(path) ? fileNameOf(path) : kPhotograph);
+    return m_place.photographPath(m_pattern.path(m_number));
 }
 
 ExitCode PictureSink::store(LibrarySession &session, std::string &path)
 {
     const std::string wanted = m_pattern.path(m_number);
-    const std::string hidden = m_workspace.pathOf(fileNameOf(wanted));
     const std::string doing = "write " + wanted;
-    if (!isJpeg(wanted)) {
-        // the library's own words would name a folder that nobody knows
-        const Answer answer = askLibrary(m_options.verbose, [&] {
-            return session.library().ConvertImagetoImage(photographPath().c_str(), hidden.c_str());
-        });
-        if (answer.result < 0)
-            return session.check(answer.result, doing);
-    }
-    if (const int code = syncFile(hidden); code != 0)
-        return session.check(-code, doing);
-    const Published published = m_workspace.publish(wanted, m_options.force);
-    path = published.path;
-    if (published.error == 0)
+    ExitCode code = m_place.finishPhotograph(session, wanted, doing);
+    if (code == ExitCode::Success)
+        code = session.check(-syncFile(m_place.workPath(wanted)), doing);
+    if (code == ExitCode::Success)
+        code = m_place.publish(session, wanted, doing, path);
+    if (code == ExitCode::Success)
         ++m_number;
-    return session.check(-published.error, doing);
+    return code;
 }
 
 } // namespace cli

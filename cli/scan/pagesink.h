@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/commandline/namepattern.h"
+#include "cli/documents/outputplace.h"
 #include "cli/scan/scanfolder.h"
 #include "cli/session/session.h"
 
@@ -57,7 +58,7 @@ public:
     /// With options.resume, numbers go on behind the highest that is there.
     PictureSink(const NamePattern &pattern, const Options &options);
 
-    int error() const override { return m_workspace.error(); }
+    int error() const override { return m_place.workspace().error(); }
     int nextNumber() const override { return m_number; }
     bool isHidden() const override { return false; }
     std::string photographPath() const override;
@@ -65,8 +66,7 @@ public:
 
 private:
     const NamePattern m_pattern;
-    const Options &m_options;
-    const Workspace m_workspace;
+    const OutputPlace m_place;
     int m_number = 1;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/session/camerabutton.h"
+#include "cli/scan/camerabutton.h"
 
 #include <memory>
 #include <string>

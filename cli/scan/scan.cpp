@@ -3,9 +3,9 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/documents/files.h"
+#include "cli/scan/camerabutton.h"
 #include "cli/scan/pagescanner.h"
-#include "cli/session/camerabutton.h"
-#include "cli/session/camerasetup.h"
+#include "cli/session/camerastream.h"
 
 #include <cstring>
 #include <memory>
@@ -32,7 +32,7 @@ std::unique_ptr<PageTrigger> buttonOf(const Device &device)
 /// Opens the camera, and takes pages until the scan ends.
 ExitCode takePages(LibrarySession &session, const Options &options, PageSink &sink)
 {
-    ExitCode code = session.open();
+    ExitCode code = session.open(FocusCheck::On);
     if (code != ExitCode::Success)
         return code;
     const std::optional<Device> device = session.findDevice(code);
@@ -41,13 +41,10 @@ ExitCode takePages(LibrarySession &session, const Options &options, PageSink &si
     std::unique_ptr<PageTrigger> button;
     if (options.scanOn == ScanOn::Button && !(button = buttonOf(*device)))
         return ExitCode::Failure;
-    FrameReceiver receiver(session.wakeup());
-    const OpenDevice camera(session.library(), device->index);
-    if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device->name);
-    code = startPhotographing(session, options, camera, *device);
+    CameraStream camera(session, *device);
+    code = camera.startPhotographing(options);
     if (code == ExitCode::Success)
-        code = PageScanner(session, options, receiver, sink, std::move(button)).run();
+        code = PageScanner(session, options, camera.frames(), sink, std::move(button)).run();
     return code;
 }
 

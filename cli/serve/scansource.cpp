@@ -1,8 +1,8 @@
 #include "cli/serve/scansource.h"
 
 #include "cli/base/librarycall.h"
+#include "cli/base/temporaryfolder.h"
 #include "cli/serve/pagerenderer.h"
-#include "cli/serve/temporaryfolder.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/jpegsize.h"
@@ -60,23 +60,6 @@ std::optional<int> largestMode(const OpenDevice &camera)
     const auto largest = std::max_element(
         modes.begin(), modes.end(), [](auto &one, auto &other) { return one.res_w < other.res_w; });
     return largest == modes.end() ? std::nullopt : std::optional(largest->res_no);
-}
-
-/// Whether a frame came before `deadline`, and none of the user's signals.
-bool waitForFrame(Wakeup &wakeup, FrameReceiver &receiver, ReceivedFrame &frame,
-                  Wakeup::Clock::time_point deadline)
-{
-    while (!receiver.take(frame)) {
-        if (wakeup.wait(deadline) != Wake::Notified)
-            return false;
-    }
-    return true;
-}
-
-/// Whether the crop left the picture whole: it found no sheet.
-bool isWhole(const PictureSize &size, const ReceivedFrame &frame)
-{
-    return size.width == frame.width && size.height == frame.height;
 }
 
 } // namespace
@@ -145,7 +128,7 @@ ScanOutcome ScanSource::photograph(const Device &device, const ScanSettings &set
         if (result < 0)
             return refusal(result, "start " + device.name);
         const auto deadline = Wakeup::Clock::now() + std::chrono::milliseconds(m_options.timeoutMs);
-        if (!waitForFrame(m_session.wakeup(), receiver, frame, deadline))
+        if (receiver.await(frame, deadline) != Wake::Notified)
             return failure("the camera sent no picture");
     }
     if (const std::string problem = setOptions(settings); !problem.empty())
@@ -166,7 +149,8 @@ ScanOutcome ScanSource::save(const ScanSettings &settings, ReceivedFrame &frame)
     });
     if (answer.result < 0)
         return refusal(answer.result, "save the photograph");
-    const bool isSheet = m_options.crop >= 0 && !isWhole(jpegSize(photograph), frame);
+    const bool isSheet =
+        m_options.crop >= 0 && !isWhole(jpegSize(photograph), frame.width, frame.height);
     ScanOutcome outcome = renderPage(contentsOf(photograph), isSheet, settings,
                                      m_options.quality.value_or(kStandardQuality));
     if (!outcome.page || settings.format == ScanFormat::Jpeg)

@@ -64,6 +64,15 @@ bool FrameReceiver::takeBare(ReceivedFrame &frame)
     return true;
 }
 
+Wake FrameReceiver::await(ReceivedFrame &frame, Wakeup::Clock::time_point deadline)
+{
+    while (!take(frame)) {
+        if (const Wake wake = m_wakeup.wait(deadline); wake != Wake::Notified)
+            return wake;
+    }
+    return Wake::Notified;
+}
+
 unsigned long FrameReceiver::count() const
 {
     const MutexLock lock(m_mutex);

@@ -44,6 +44,9 @@ public:
     bool takeBare(ReceivedFrame &frame);
     static void makeRoom(ReceivedFrame &frame);
 
+    /// Waits until `deadline` for a frame newer than the one in `frame` and copies it: Notified.
+    Wake await(ReceivedFrame &frame, Wakeup::Clock::time_point deadline);
+
     /// How many frames have come.
     unsigned long count() const;
 

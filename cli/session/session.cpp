@@ -53,7 +53,7 @@ void LibrarySession::close()
         m_library.FreeLib();
 }
 
-ExitCode LibrarySession::open()
+ExitCode LibrarySession::open(FocusCheck focus)
 {
     // read by the library when it is initialised
     if (!m_options.desk.empty())
@@ -62,7 +62,8 @@ ExitCode LibrarySession::open()
         setenv("KORV_LOG", "debug", 0); // unless the user has chosen a level
     if (m_options.clean)
         setenv("KORV_CAMERA_CLEAN", "yes", 1);
-    setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
+    if (focus == FocusCheck::On)
+        setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
         printError("cannot load the camera library " + m_options.library
@@ -146,6 +147,11 @@ void LibrarySession::print(const std::string &line)
     }
 }
 
+int LibrarySession::outputDescriptor() const
+{
+    return m_trace.output() ? fileno(m_trace.output()) : -1;
+}
+
 ExitCode LibrarySession::check(int result, const std::string &doing) const
 {
     if (result >= 0)
@@ -160,6 +166,13 @@ ExitCode LibrarySession::checkCamera(int result, const std::string &doing) const
     if (const std::string words = advice(result); result < 0 && !words.empty())
         printError(words);
     return code;
+}
+
+ExitCode LibrarySession::reportNoFrame() const
+{
+    printError("the camera sent no picture in " + std::to_string(m_options.timeoutMs / 1000)
+               + " s; run `korvcam doctor` to find out why");
+    return ExitCode::NoFrame;
 }
 
 ExitCode LibrarySession::interrupted(const std::string &consequence) const

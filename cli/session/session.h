@@ -19,6 +19,9 @@ bool usesRealCameras();
 /// The simulated desk that the environment names; empty without one.
 std::string simulatedDesk();
 
+/// Whether the library is to say which photographs are out of focus, which costs it time.
+enum class FocusCheck { Off, On };
+
 /// The camera library, loaded and initialised for one command, and the two outputs of the program.
 /// Thread: the main thread.
 class LibrarySession
@@ -30,7 +33,7 @@ public:
     ~LibrarySession() { close(); }
 
     /// Loads and initialises the library; reports what went wrong and what helps.
-    ExitCode open();
+    ExitCode open(FocusCheck focus = FocusCheck::Off);
 
     /// Un-initialises and unloads the library, which ends its threads; open() may follow.
     void close();
@@ -57,12 +60,16 @@ public:
     /// A line on standard output, there at once. The first one that cannot be written is
     /// reported.
     void print(const std::string &line);
+    /// Where results go, for what is no line; -1 when standard output is closed.
+    int outputDescriptor() const;
     /// Whether every line so far went out.
     bool outputWorks() const { return m_outputWorks; }
     /// Reports a negative `result`; Failure then.
     ExitCode check(int result, const std::string &doing) const;
     /// The same for what was asked of a camera, with what may help.
     ExitCode checkCamera(int result, const std::string &doing) const;
+    /// Says that no frame came within the time of the options; the code to end with.
+    ExitCode reportNoFrame() const;
     /// Says that the user stopped the work, and `consequence`; the code to end with.
     ExitCode interrupted(const std::string &consequence = {}) const;
 

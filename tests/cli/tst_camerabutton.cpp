@@ -1,4 +1,4 @@
-#include "cli/session/camerabutton.h"
+#include "cli/scan/camerabutton.h"
 
 #include "tests/support/temp_home.h"
 

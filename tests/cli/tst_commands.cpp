@@ -239,6 +239,43 @@ TEST_F(Commands, blurredPhotographIsNamed)
                   + ": out of focus; its writing is hard to read\n");
 }
 
+TEST_F(Commands, scanSaysWhenAPageIsOutOfFocus)
+{
+    streamFrames(1);
+    m_says = "korvcamera: warning: the photograph is out of focus: its writing is blurred by 4.0 "
+             "pixels\n";
+    m_options.destination = (m_home.scratch() / "p%d.jpg").string();
+    m_options.scanOn = cli::ScanOn::Interval;
+    m_options.pages = 1;
+    EXPECT_EQ(run(Command::Scan), ExitCode::Success);
+    EXPECT_EQ(m_errors, "korvcam: page 1: out of focus; its writing is hard to read\n");
+}
+
+TEST_F(Commands, focusIsExaminedOnlyForCommandsThatReportIt)
+{
+    std::string seen;
+    const auto examined = [&](Command command, const std::string &destination) {
+        const support::ScopedVariable variable("KORV_CAMERA_CHECK_FOCUS", std::nullopt);
+        seen.clear();
+        fake_set_hook(
+            [](const char *name, const char *, void *text) {
+                const char *const value = std::getenv("KORV_CAMERA_CHECK_FOCUS");
+                if (std::string(name) == "Init" && value)
+                    *static_cast<std::string *>(text) = value;
+            },
+            &seen);
+        m_options.destination = (m_home.scratch() / destination).string();
+        m_options.pages = 1;
+        static_cast<void>(run(command));
+        return seen;
+    };
+    EXPECT_EQ(examined(Command::Snap, "a.jpg"), "yes");
+    EXPECT_EQ(examined(Command::Scan, "p%d.jpg"), "yes");
+    EXPECT_EQ(examined(Command::Doctor, ""), "yes");
+    for (const Command command : {Command::List, Command::Modes, Command::Calibrate})
+        EXPECT_EQ(examined(command, ""), "");
+}
+
 TEST_F(Commands, cleanReachesTheLibrary)
 {
     const support::ScopedVariable photographs("KORV_CAMERA_CLEAN", std::nullopt);

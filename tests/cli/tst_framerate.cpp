@@ -1,4 +1,4 @@
-#include "cli/session/framerate.h"
+#include "cli/advice/framerate.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

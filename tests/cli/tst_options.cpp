@@ -1,4 +1,5 @@
-#include "cli/commandline/options.h"
+#include "cli/base/filenames.h"
+#include "cli/commandline/commandline.h"
 
 #include "tests/support/stdout_capture.h"
 
@@ -176,7 +177,7 @@ TEST(Options, nonsenseIsWrongUsage)
         {"photograph"},
         {"list", "extra"},
         {"snap"},
-        {"snap", "-o", "a.png"},
+        {"snap", "-o", "a.txt"},
         {"snap", "-o", "a.jpg", "-r", "1600"},
         {"snap", "-o", "a.jpg", "-r", "0x10"},
         {"snap", "-o", "a.jpg", "-r", "10x10x"},

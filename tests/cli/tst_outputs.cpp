@@ -187,7 +187,7 @@ TEST_F(KorvcamMessages, everyLineBeginsWithTheProgramsName)
         {"snp"},
         {"snap"},
         {"list", "extra"},
-        {"snap", "-o", file("x.png")},
+        {"snap", "-o", file("x.txt")},
         {"convert", file("x.txt"), file("y.pdf")},
         {"convert", file("none.jpg"), file("y.pdf")},
         {"convert", folder().string(), file("y.pdf")},

@@ -1,4 +1,4 @@
-#include "cli/session/framerate.h"
+#include "cli/advice/framerate.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,63 @@
+#include "cli/commandline/commanddescriptions.h"
+
+#include "cli/commandline/cameraoptions.h"
+#include "cli/commandline/sharedoptions.h"
+
+#include <CLI/CLI.hpp>
+
+namespace cli {
+namespace {
+
+constexpr int kMillisecondsPerSecond = 1000;
+constexpr int kMaxEvents = 1'000'000;
+
+void addWatchCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const watch = addCommand(program, options, Command::Watch, "watch",
+                                       "Report cameras as they are plugged in and removed");
+    watch
+        ->add_option_function<int>(
+            "--seconds",
+            [&options](int seconds) { options.durationMs = seconds * kMillisecondsPerSecond; },
+            "Stop after S seconds (default: never)")
+        ->type_name("S")
+        ->check(hidden(CLI::Range(1, 86400)));
+    watch->add_option("-n,--count", options.maximumEvents, "Stop after N events (default: never)")
+        ->type_name("N")
+        ->check(hidden(CLI::Range(1, kMaxEvents)));
+}
+
+} // namespace
+
+void addCameraCommands(CLI::App &program, Options &options)
+{
+    addCommand(program, options, Command::List, "list",
+               "List cameras: index, vendor:product, name, node, serial number");
+    CLI::App *const modes =
+        addCommand(program, options, Command::Modes, "modes",
+                   "List the resolutions of a camera: number, size, * for the one in use");
+    addDeviceOption(*modes, options);
+    addWatchCommand(program, options);
+    CLI::App *const doctor =
+        addCommand(program, options, Command::Doctor, "doctor", "Diagnose camera problems");
+    addCameraOption(*doctor, options.device, "all");
+    addTimeoutOption(*doctor, options);
+}
+
+void addControlCommands(CLI::App &program, Options &options)
+{
+    CLI::App *const controls = addCommand(program, options, Command::Controls, "controls",
+                                          "List or set the controls of a camera");
+    addDeviceOption(*controls, options);
+    addChangeOption(*controls, options.changes);
+    controls->add_flag("--save", options.save,
+                       "Keep what is set, or without -c every value, for this camera model");
+    controls->add_flag("--reset", options.reset,
+                       "Forget what was kept for this camera model, and set it to its defaults");
+    CLI::App *const focus = addCommand(program, options, Command::Focus, "focus", "Focus once");
+    addDeviceOption(*focus, options);
+    focus->add_flag("--lock", options.lock, "Keep the focus from then on");
+    addTimeoutOption(*focus, options);
+}
+
+} // namespace cli

@@ -1,0 +1,140 @@
+#include "cli/commandline/commanddescriptions.h"
+
+#include "cli/commandline/namechecks.h"
+#include "cli/commandline/sharedoptions.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+
+namespace cli {
+namespace {
+
+constexpr int kMillisecondsPerSecond = 1000;
+constexpr int kUsualInterval = 5 * kMillisecondsPerSecond; ///< between scanned pages
+
+// a choice's position is the code that the camera library takes
+const std::vector<std::string> kColors{"color", "gray", "lineart"};
+const std::vector<std::string> kRotations{"none", "left", "right", "180"};
+
+// a choice's position is that of ScanOn
+const std::vector<std::string> kTriggers{"turn", "key", "button", "interval"};
+
+/// What snap and scan have in common.
+void addPhotographOptions(CLI::App &command, Options &options)
+{
+    addDeviceOption(command, options);
+    addQualityOption(command, options);
+    addResolutionOption(command, options);
+    addChoice(command, "--color", kColors, "Colors of the photographs",
+              [&options](int code) { options.color = code; });
+    command.add_flag_callback(
+        "--crop", [&options] { options.crop = 0; }, "Find the sheet and cut it out (default: off)");
+    addCleanFlag(command, options);
+    addChoice(command, "--rotate", kRotations, "Rotate the photographs",
+              [&options](int code) { options.rotation = code; });
+    addTimeoutOption(command, options);
+    addForceFlag(command, options);
+}
+
+void concludeSnap(Options &options)
+{
+    if (options.writesToOutput() && options.count > 1)
+        throw CLI::ValidationError("-o - takes one photograph, without --count");
+    concludeOutput(options, kPictureFormats.front());
+}
+
+void addSnapCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const snap = addCommand(program, options, Command::Snap, "snap", "Take photographs");
+    addPhotographOptions(*snap, options);
+    snap->add_option("-n,--count", options.count, "Number of photographs (default: 1)")
+        ->type_name("N")
+        ->check(hidden(CLI::Range(1, 9999)));
+    snap->add_option("--interval", options.intervalMs,
+                     "Milliseconds between photographs (default: 0)")
+        ->type_name("MS")
+        ->check(hidden(CLI::Range(0, 3'600'000)));
+    snap->add_flag_callback(
+        "--no-settle", [&options] { options.settle = false; },
+        "Take the next frame (default: wait until the picture has settled, at most 3 s)");
+    addFormatOption(*snap, options, kPictureFormats);
+    addOutputOption(
+        *snap, options,
+        "jpg, png, bmp, tiff, pdf or ofd file; with --count, numbered: page-0001.jpg; - "
+        "is standard output",
+        checkPictureName);
+    snap->final_callback([&options] { concludeSnap(options); });
+}
+
+/// --interval means --on interval.
+void concludeInterval(const CLI::App &scan, Options &options)
+{
+    if (scan.count("--interval") == 0) {
+        options.intervalMs = kUsualInterval;
+        return;
+    }
+    if (scan.count("--on") > 0 && options.scanOn != ScanOn::Interval)
+        throw CLI::ValidationError("--interval goes with --on interval only");
+    options.scanOn = ScanOn::Interval;
+}
+
+void addScanTriggers(CLI::App &scan, Options &options)
+{
+    addChoice(scan, "--on", kTriggers,
+              "Take a page when one was turned, for each line of input or press of the camera's "
+              "button, or at intervals",
+              [&options](int code) { options.scanOn = static_cast<ScanOn>(code); });
+    scan.add_option_function<double>(
+            "--interval",
+            [&options](double seconds) {
+                options.intervalMs =
+                    static_cast<int>(std::lround(seconds * kMillisecondsPerSecond));
+            },
+            "Take a page every S seconds; means --on interval (default: 5)")
+        ->type_name("S")
+        ->check(hidden(CLI::Range(0.1, 86400.0)));
+    scan.final_callback([&scan, &options] { concludeInterval(scan, options); });
+}
+
+void addScanCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const scan =
+        addCommand(program, options, Command::Scan, "scan",
+                   "Take a page each time one is turned, and make a document of them");
+    addPhotographOptions(*scan, options);
+    scan->add_option("-n,--pages", options.pages, "Stop after N pages (default: when stopped)")
+        ->type_name("N")
+        ->check(hidden(CLI::Range(1, 9999)));
+    addScanTriggers(*scan, options);
+    scan->add_flag("--resume", options.resume, "Go on with a scan that was killed");
+    scan->add_flag("--quiet", options.quiet, "No sound when a page was taken");
+    scan->add_flag("--json", options.json, "Print one JSON object a line");
+    addDocumentOptions(*scan, options);
+    addOutputOption(*scan, options,
+                    "pdf, ofd or tiff file; or pictures, with %03d for their number",
+                    checkScanName);
+}
+
+} // namespace
+
+void addPhotographCommands(CLI::App &program, Options &options)
+{
+    addSnapCommand(program, options);
+    addScanCommand(program, options);
+}
+
+void addSettingsCommands(CLI::App &program, Options &options)
+{
+    addCommand(program, options, Command::Config, "config",
+               "Show the settings in force and where they come from");
+    CLI::App *const calibrate =
+        addCommand(program, options, Command::Calibrate, "calibrate",
+                   "Measure the desk by an A4 sheet under the camera, for pages of true size");
+    addDeviceOption(*calibrate, options);
+    addResolutionOption(*calibrate, options);
+    calibrate->add_flag("--card", options.card,
+                        "A bank card or identity card lies there (default: an A4 sheet)");
+    addTimeoutOption(*calibrate, options);
+}
+
+} // namespace cli

@@ -1,0 +1,35 @@
+#include "cli/commandline/commanddescriptions.h"
+
+#include "cli/commandline/sharedoptions.h"
+
+#include <CLI/CLI.hpp>
+
+namespace cli {
+
+void addServeCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const serve = addCommand(program, options, Command::Serve, "serve",
+                                       "Offer the camera to scan programs (eSCL)");
+    addDeviceOption(*serve, options);
+    serve
+        ->add_option("--listen", options.listen,
+                     "Address and port to listen on (default: " + options.listen + ")")
+        ->type_name("ADDRESS:PORT");
+    serve->add_option("--name", options.scannerName, "Name of the scanner (default: the camera's)")
+        ->type_name("NAME");
+    CLI::Option *const certificate = serve->add_option("--certificate", options.certificate,
+                                                       "TLS certificate, PEM (default: no TLS)");
+    CLI::Option *const key = serve->add_option("--key", options.key, "Key of the certificate, PEM");
+    certificate->type_name("FILE")->needs(key);
+    key->type_name("FILE")->needs(certificate);
+    addQualityOption(*serve, options, 90);
+    serve->add_flag("--no-crop", "Scan the whole picture (default: find the sheet and cut it out)");
+    serve->add_flag_callback(
+        "--no-announce", [&options] { options.announce = false; },
+        "Do not announce the scanner (default: announce it by DNS-SD)");
+    addTimeoutOption(*serve, options);
+    serve->final_callback(
+        [serve, &options] { options.crop = serve->count("--no-crop") == 0 ? 0 : -1; });
+}
+
+} // namespace cli
