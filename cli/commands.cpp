@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include "cli/base/translation.h"
 #include "cli/calibrate.h"
 #include "cli/config.h"
 #include "cli/controls.h"
@@ -36,7 +37,7 @@ ExitCode modes(LibrarySession &session)
         return code;
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device->name);
+        return session.checkCamera(camera.result(), tr("open %1", device->name));
     const int current = session.library().GetCurResolutionNo(device->index);
     for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
         session.print(std::to_string(mode.res_no) + "  " + sizeText(mode.res_w, mode.res_h)

@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/translation.h"
 #include "cli/documents/workspace.h"
 #include "cli/session/camerasetup.h"
 #include "cli/session/framereceiver.h"
@@ -35,8 +36,9 @@ ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceive
         case Wake::Notified:
             break;
         case Wake::TimedOut:
-            printError("the camera sent no picture in " + std::to_string(options.timeoutMs / 1000)
-                       + " s; run `korvcam doctor` to find out why");
+            printError(
+                tr("the camera sent no picture in %1 s; run `korvcam doctor` to find out why",
+                   options.timeoutMs / 1000));
             return ExitCode::NoFrame;
         case Wake::Interrupted:
             return session.interrupted();
@@ -74,12 +76,12 @@ ExitCode savePhotograph(LibrarySession &session, const Options &options, const W
                                                path.c_str());
     });
     if (answer.result < 0)
-        return session.check(answer.result, "save " + wanted);
+        return session.check(answer.result, tr("save %1", wanted));
     const bool foundNoSheet =
         options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
     const Published published = workspace.publish(wanted, options.force);
     if (published.error != 0)
-        return session.check(-published.error, "save " + wanted);
+        return session.check(-published.error, tr("save %1", wanted));
     taken({published.path, frame.width, frame.height, foundNoSheet, answer.isOutOfFocus});
     return ExitCode::Success;
 }
@@ -113,9 +115,9 @@ ExitCode snap(LibrarySession &session, const Options &options)
     return snap(session, options, [&](const TakenPhotograph &photograph) {
         session.print(photograph.path);
         if (photograph.isWhole)
-            printError(photograph.path + ": no sheet was found; this is the whole picture");
+            printError(tr("%1: no sheet was found; this is the whole picture", photograph.path));
         if (photograph.isOutOfFocus)
-            printError(photograph.path + ": out of focus; its writing is hard to read");
+            printError(tr("%1: out of focus; its writing is hard to read", photograph.path));
     });
 }
 
@@ -127,14 +129,14 @@ ExitCode snap(LibrarySession &session, const Options &options, const PhotographR
         return code;
     const Workspace workspace(options.destination);
     if (workspace.error() != 0) {
-        printError("cannot save " + options.destination + ": "
-                   + placeProblem(options.destination, workspace.error()));
+        printError(tr("cannot save %1: %2", options.destination,
+                      placeProblem(options.destination, workspace.error())));
         return ExitCode::Failure;
     }
     FrameReceiver receiver(session.wakeup());
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device->name);
+        return session.checkCamera(camera.result(), tr("open %1", device->name));
     code = startPhotographing(session, options, camera, *device);
     if (code == ExitCode::Success)
         code = savePhotographs(session, options, workspace, receiver, taken);

@@ -1,5 +1,6 @@
 #include "cli/commandline/commanddescriptions.h"
 
+#include "cli/base/translation.h"
 #include "cli/commandline/namechecks.h"
 #include "cli/commandline/sharedoptions.h"
 
@@ -12,16 +13,16 @@ void addConvertCommand(CLI::App &program, Options &options)
 {
     CLI::App *const convert =
         addCommand(program, options, Command::Convert, "convert",
-                   "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
+                   tr("Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd"));
     addQualityOption(*convert, options);
     addCleanFlag(*convert, options);
     addForceFlag(*convert, options);
     convert
         ->add_option_function<std::string>(
             "source", [&options](const std::string &source) { options.sources = {source}; },
-            "JPEG, PNG, BMP or TIFF file")
+            tr("JPEG, PNG, BMP or TIFF file"))
         ->required();
-    convert->add_option("destination", options.destination, "New file")
+    convert->add_option("destination", options.destination, tr("New file"))
         ->required()
         ->check(CLI::Validator(checkPictureName, ""));
 }
@@ -29,22 +30,22 @@ void addConvertCommand(CLI::App &program, Options &options)
 void addCombineCommand(CLI::App &program, Options &options)
 {
     CLI::App *const combine = addCommand(program, options, Command::Combine, "combine",
-                                         "Combine several pictures into one pdf, ofd or tiff");
+                                         tr("Combine several pictures into one pdf, ofd or tiff"));
     addQualityOption(*combine, options);
     addForceFlag(*combine, options);
     combine->add_flag("--strict", options.strict,
-                      "Write nothing when a page cannot be read (default: write the others)");
+                      tr("Write nothing when a page cannot be read (default: write the others)"));
     addDocumentOptions(*combine, options);
     combine
         ->add_option("--from-file", options.fromFile,
-                     "Read more sources from LIST, one a line; - is standard input "
-                     "(default: none)")
+                     tr("Read more sources from LIST, one a line; - is standard input "
+                        "(default: none)"))
         ->type_name("LIST");
-    combine->add_option("source", options.sources, "JPEG, PNG, BMP or TIFF files");
-    addOutputOption(*combine, options, "New file", checkDocumentName);
+    combine->add_option("source", options.sources, tr("JPEG, PNG, BMP or TIFF files"));
+    addOutputOption(*combine, options, tr("New file"), checkDocumentName);
     combine->final_callback([&options] {
         if (options.sources.empty() && options.fromFile.empty())
-            throw CLI::ValidationError("a source or --from-file is required");
+            throw CLI::ValidationError(tr("a source or --from-file is required"));
     });
 }
 

@@ -1,6 +1,8 @@
 #include "cli/commandline/sharedoptions.h"
 
+#include "cli/base/translation.h"
 #include "cli/commandline/cameraoptions.h"
+#include "cli/commandline/helpformatter.h"
 #include "cli/commandline/pagesize.h"
 
 #include <CLI/CLI.hpp>
@@ -20,7 +22,7 @@ std::string checkResolution(const std::string &text)
         std::sscanf(text.c_str(), "%5dx%5d%n", &resolution.width, &resolution.height, &used);
     const bool complete = fields == 2 && static_cast<std::size_t>(used) == text.size();
     if (!complete || resolution.width <= 0 || resolution.height <= 0)
-        return "not a resolution like 1920x1080: " + text;
+        return tr("not a resolution like 1920x1080: %1", text);
     return {};
 }
 
@@ -33,17 +35,20 @@ Resolution toResolution(const std::string &checkedText)
 
 std::string checkPageSize(const std::string &text)
 {
-    return toPageSize(text) ? std::string()
-                            : "not a page size: " + text
-            + "; known: A3, A4, A5, letter, card, or WIDTHxHEIGHT in millimetres, 2 to 5000 each";
+    return toPageSize(text)
+        ? std::string()
+        : tr("not a page size: %1; known: A3, A4, A5, letter, card, or WIDTHxHEIGHT in "
+             "millimetres, 2 to 5000 each",
+             text);
 }
 
 } // namespace
 
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
-                     const char *description)
+                     const std::string &description)
 {
     CLI::App *const sub = program.add_subcommand(name, description);
+    translateCommandHelp(*sub);
     sub->parse_complete_callback([&options, command] { options.command = command; });
     return sub;
 }
@@ -62,14 +67,14 @@ void addChoice(CLI::App &command, const char *name, const std::vector<std::strin
     };
     command
         .add_option_function<std::string>(name, storePosition,
-                                          description + " (default: " + choices.front() + ")")
+                                          tr("%1 (default: %2)", description, choices.front()))
         ->type_name(CLI::detail::join(choices, "|"))
         ->check(hidden(CLI::IsMember(choices)));
 }
 
 void addDeviceOption(CLI::App &command, Options &options)
 {
-    addCameraOption(command, options.device, "the first");
+    addCameraOption(command, options.device, tr("the first"));
 }
 
 void addResolutionOption(CLI::App &command, Options &options)
@@ -78,16 +83,14 @@ void addResolutionOption(CLI::App &command, Options &options)
         .add_option_function<std::string>(
             "-r,--resolution",
             [&options](const std::string &text) { options.resolution = toResolution(text); },
-            "Size, one of `modes` (default: the one in use)")
+            tr("Size, one of `modes` (default: the one in use)"))
         ->type_name("WxH")
         ->check(CLI::Validator(checkResolution, ""));
 }
 
 void addQualityOption(CLI::App &command, Options &options, int standard)
 {
-    command
-        .add_option("-q,--quality", options.quality,
-                    "JPEG quality (default: " + std::to_string(standard) + ")")
+    command.add_option("-q,--quality", options.quality, tr("JPEG quality (default: %1)", standard))
         ->type_name("1-100")
         ->check(hidden(CLI::Range(1, 100)));
 }
@@ -98,7 +101,7 @@ void addTimeoutOption(CLI::App &command, Options &options)
         .add_option_function<int>(
             "--timeout",
             [&options](int seconds) { options.timeoutMs = seconds * kMillisecondsPerSecond; },
-            "Seconds to wait for a frame (default: 10)")
+            tr("Seconds to wait for a frame (default: 10)"))
         ->type_name("S")
         ->check(hidden(CLI::Range(1, 3600)));
 }
@@ -106,19 +109,20 @@ void addTimeoutOption(CLI::App &command, Options &options)
 void addForceFlag(CLI::App &command, Options &options)
 {
     command.add_flag("-f,--force", options.force,
-                     "Replace an existing file (default: take the next free name)");
+                     tr("Replace an existing file (default: take the next free name)"));
 }
 
 void addCleanFlag(CLI::App &command, Options &options)
 {
     command.add_flag("--clean", options.clean,
-                     "Even out light and shadow, so that paper is white (default: off)");
+                     tr("Even out light and shadow, so that paper is white (default: off)"));
 }
 
 void addDocumentOptions(CLI::App &command, Options &options)
 {
     command
-        .add_option("--title", options.title, "Title of the document (default: the file's name)")
+        .add_option("--title", options.title,
+                    tr("Title of the document (default: the file's name)"))
         ->type_name("TEXT");
     command
         .add_option_function<std::string>(
@@ -126,12 +130,12 @@ void addDocumentOptions(CLI::App &command, Options &options)
             [&options](const std::string &text) {
                 options.pageSize = toPageSize(text).value_or(std::string());
             },
-            "Size of every page; W and H in millimetres (default: by the picture)")
+            tr("Size of every page; W and H in millimetres (default: by the picture)"))
         ->type_name("A3|A4|A5|letter|card|WxH")
         ->check(CLI::Validator(checkPageSize, ""));
 }
 
-CLI::Option *addOutputOption(CLI::App &command, Options &options, const char *description,
+CLI::Option *addOutputOption(CLI::App &command, Options &options, const std::string &description,
                              std::string (*check)(const std::string &path))
 {
     return command.add_option("-o,--output", options.destination, description)

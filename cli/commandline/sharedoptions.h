@@ -19,7 +19,7 @@ namespace cli {
 
 /// A command; `options.command` becomes `command` when it is given.
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
-                     const char *description);
+                     const std::string &description);
 
 /// The check without its own text in the help, which would hide the option's description.
 CLI::Validator hidden(const CLI::Validator &check);
@@ -51,7 +51,7 @@ void addCleanFlag(CLI::App &command, Options &options);
 void addDocumentOptions(CLI::App &command, Options &options);
 
 /// The option that names the new file, required.
-CLI::Option *addOutputOption(CLI::App &command, Options &options, const char *description,
+CLI::Option *addOutputOption(CLI::App &command, Options &options, const std::string &description,
                              std::string (*check)(const std::string &path));
 
 } // namespace cli

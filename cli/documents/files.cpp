@@ -4,6 +4,7 @@
 #include "cli/base/filenames.h"
 #include "cli/base/jsonline.h"
 #include "cli/base/libraryline.h"
+#include "cli/base/translation.h"
 #include "cli/documents/childprocess.h"
 #include "cli/documents/pagelist.h"
 #include "cli/documents/workspace.h"
@@ -31,12 +32,12 @@ void relay(const std::string &line, const Workspace &workspace)
 ExitCode publish(LibrarySession &session, const Options &options, const Workspace &workspace)
 {
     if (!workspace.holds(fileNameOf(options.destination))) {
-        printError("the camera library wrote no " + options.destination + ", and did not say why");
+        printError(tr("the camera library wrote no %1, and did not say why", options.destination));
         return ExitCode::Failure;
     }
     const Published published = workspace.publish(options.destination, options.force);
     if (published.error != 0)
-        return session.check(-published.error, "write " + options.destination);
+        return session.check(-published.error, tr("write %1", options.destination));
     session.print(options.json ? JsonLine().add("file", published.path).text() : published.path);
     return ExitCode::Success;
 }
@@ -47,14 +48,14 @@ ExitCode concludeChild(const LibrarySession &session, const ChildResult &result)
     case ChildEnd::Done:
         return static_cast<ExitCode>(result.code);
     case ChildEnd::Interrupted:
-        return session.interrupted("; nothing was written");
+        return session.interrupted(tr("; nothing was written"));
     case ChildEnd::Crashed:
-        printError("the camera library crashed (signal " + std::to_string(result.code) + ")");
+        printError(tr("the camera library crashed (signal %1)", result.code));
         return ExitCode::Failure;
     case ChildEnd::NotStarted:
         break;
     }
-    return session.check(-result.code, "start the work");
+    return session.check(-result.code, tr("start the work"));
 }
 
 /// Lets `work` write a file of that name in a private folder, and publishes the result.
@@ -63,8 +64,8 @@ ExitCode writeFile(LibrarySession &session, const Options &options, Work work)
 {
     const Workspace workspace(options.destination);
     if (workspace.error() != 0) {
-        printError("cannot write " + options.destination + ": "
-                   + placeProblem(options.destination, workspace.error()));
+        printError(tr("cannot write %1: %2", options.destination,
+                      placeProblem(options.destination, workspace.error())));
         return ExitCode::Failure;
     }
     const std::string name = fileNameOf(options.destination);
@@ -94,15 +95,17 @@ ExitCode openLibrary(LibrarySession &session, const Options &options)
     const ExitCode code = session.open();
     if (code != ExitCode::Success || !options.quality)
         return code;
-    return session.check(session.library().SetImageJPGQuality(*options.quality), "set the quality");
+    return session.check(session.library().SetImageJPGQuality(*options.quality),
+                         tr("set the quality"));
 }
 
 /// What the library said about a call that the sources are not to blame for.
 std::string refusal(const std::string &doing, const Answer &answer, const Workspace &workspace)
 {
     const bool isAboutUs = answer.reason.find(workspace.folder()) != std::string::npos;
-    return "cannot " + doing + ": " + std::strerror(-answer.result)
-        + (answer.reason.empty() || isAboutUs ? "" : " (" + answer.reason + ")");
+    const std::string why = std::strerror(-answer.result);
+    return answer.reason.empty() || isAboutUs ? tr("cannot %1: %2", doing, why)
+                                              : tr("cannot %1: %2 (%3)", doing, why, answer.reason);
 }
 
 ExitCode convertPicture(LibrarySession &session, const Options &options, const Workspace &workspace)
@@ -118,7 +121,7 @@ ExitCode convertPicture(LibrarySession &session, const Options &options, const W
         return ExitCode::Success;
     const std::string problem = pictureProblem(source, answer);
     printError(problem.empty()
-                   ? refusal("convert " + source + " to " + options.destination, answer, workspace)
+                   ? refusal(tr("convert %1 to %2", source, options.destination), answer, workspace)
                    : problem);
     return ExitCode::Failure;
 }
@@ -151,9 +154,9 @@ public:
         if (!m_leftOut)
             return answer.result < 0 ? ExitCode::Failure : ExitCode::Success;
         if (m_options.strict)
-            printError("nothing was written, because of --strict");
+            printError(tr("nothing was written, because of --strict"));
         else if (m_workspace.holds(m_name))
-            printError("the other pages were written");
+            printError(tr("the other pages were written"));
         return ExitCode::Failure;
     }
 
@@ -167,7 +170,7 @@ private:
     {
         m_leftOut = true;
         const std::string problem = pictureProblem(source, answer);
-        printError(problem.empty() ? refusal("add " + source, answer, m_workspace) : problem);
+        printError(problem.empty() ? refusal(tr("add %1", source), answer, m_workspace) : problem);
     }
 
     /// Whether there is something to write.
@@ -185,8 +188,8 @@ private:
         const bool refuses = m_leftOut && m_options.strict;
         m_sources = std::move(added);
         if (refuses || m_sources.empty())
-            printError(refuses ? "nothing was written, because of --strict"
-                               : "no page is left; nothing was written");
+            printError(refuses ? tr("nothing was written, because of --strict")
+                               : tr("no page is left; nothing was written"));
         return !refuses && !m_sources.empty();
     }
 
@@ -210,7 +213,7 @@ private:
             }
         }
         if (!m_leftOut)
-            printError(refusal("write " + m_options.destination, combined, m_workspace));
+            printError(refusal(tr("write %1", m_options.destination), combined, m_workspace));
     }
 
     LibrarySession &m_session;
@@ -239,7 +242,7 @@ ExitCode combine(LibrarySession &session, const Options &options)
             return code;
     }
     if (sources.empty()) {
-        printError(options.fromFile + " names no picture");
+        printError(tr("%1 names no picture", options.fromFile));
         return ExitCode::Usage;
     }
     return combinePages(session, options, sources);

@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/translation.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -37,7 +38,7 @@ ExitCode DocumentSink::store(LibrarySession &session, std::string &path)
 {
     const Published page = m_folder.keep();
     path = page.path;
-    return session.check(-page.error, "keep page " + std::to_string(nextNumber()));
+    return session.check(-page.error, tr("keep page %1", nextNumber()));
 }
 
 PictureSink::PictureSink(const NamePattern &pattern, const Options &options)
@@ -59,7 +60,7 @@ ExitCode PictureSink::store(LibrarySession &session, std::string &path)
 {
     const std::string wanted = m_pattern.path(m_number);
     const std::string hidden = m_workspace.pathOf(fileNameOf(wanted));
-    const std::string doing = "write " + wanted;
+    const std::string doing = tr("write %1", wanted);
     if (!isJpeg(wanted)) {
         // the library's own words would name a folder that nobody knows
         const Answer answer = askLibrary(m_options.verbose, [&] {

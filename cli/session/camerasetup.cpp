@@ -1,6 +1,7 @@
 #include "cli/session/camerasetup.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/session/framereceiver.h"
 
 namespace cli {
@@ -15,9 +16,9 @@ ExitCode selectResolution(LibrarySession &session, const Options &options, const
     for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
         if (mode.res_w == width && mode.res_h == height)
             return session.check(session.library().SetCurResolutionNo(index, mode.res_no),
-                                 "select " + sizeText(width, height));
+                                 tr("select %1", sizeText(width, height)));
     }
-    printError("the camera does not offer " + sizeText(width, height) + "; see `korvcam modes`");
+    printError(tr("the camera does not offer %1; see `korvcam modes`", sizeText(width, height)));
     return ExitCode::Failure;
 }
 
@@ -26,13 +27,13 @@ ExitCode setPhotographOptions(LibrarySession &session, const Options &options)
     CCameraSDK &library = session.library();
     ExitCode code = ExitCode::Success;
     if (options.quality)
-        code = session.check(library.SetImageJPGQuality(*options.quality), "set the quality");
+        code = session.check(library.SetImageJPGQuality(*options.quality), tr("set the quality"));
     if (code == ExitCode::Success)
-        code = session.check(library.SetAutoCrop(options.crop), "set the crop mode");
+        code = session.check(library.SetAutoCrop(options.crop), tr("set the crop mode"));
     if (code == ExitCode::Success)
-        code = session.check(library.SetImageRotateMode(options.rotation), "set the rotation");
+        code = session.check(library.SetImageRotateMode(options.rotation), tr("set the rotation"));
     if (code == ExitCode::Success)
-        code = session.check(library.SetImageColorStyle(options.color), "set the colour mode");
+        code = session.check(library.SetImageColorStyle(options.color), tr("set the colour mode"));
     return code;
 }
 
@@ -47,7 +48,7 @@ ExitCode startPhotographing(LibrarySession &session, const Options &options,
     if (code == ExitCode::Success)
         code = session.checkCamera(
             session.library().StartCapture(device.index, &FrameReceiver::onFrame),
-            "start " + device.name);
+            tr("start %1", device.name));
     return code;
 }
 

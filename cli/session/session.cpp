@@ -5,6 +5,7 @@
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/errors.h"
 #include "cli/base/malloc_text.h"
+#include "cli/base/translation.h"
 #include "cli/session/deviceselection.h"
 
 #include <cerrno>
@@ -65,12 +66,13 @@ ExitCode LibrarySession::open()
     setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
-        printError("cannot load the camera library " + m_options.library
-                   + (words.empty() ? "" : ": " + words));
+        printError(words.empty()
+                       ? tr("cannot load the camera library %1", m_options.library)
+                       : tr("cannot load the camera library %1: %2", m_options.library, words));
         return ExitCode::NoLibrary;
     }
     m_loaded = true;
-    const ExitCode code = check(m_library.Init(), "initialise the camera library");
+    const ExitCode code = check(m_library.Init(), tr("initialise the camera library"));
     m_initialised = code == ExitCode::Success;
     return code;
 }
@@ -104,8 +106,8 @@ ExitCode LibrarySession::reportNoCamera() const
     if (reportInaccessibleCameras())
         return ExitCode::NoDevice;
     const std::string words = adviceOnDesk(simulatedDesk());
-    printError(words.empty() ? "there is no camera; run `korvcam doctor` to find out why"
-                             : "there is no camera; " + words);
+    printError(words.empty() ? tr("there is no camera; run `korvcam doctor` to find out why")
+                             : tr("there is no camera; %1", words));
     return ExitCode::NoDevice;
 }
 
@@ -125,9 +127,9 @@ std::optional<Device> LibrarySession::findDevice(ExitCode &code)
         reportNoCamera();
     } else if (meant.empty()) {
         reportInaccessibleCameras();
-        printError("there is no camera " + *wanted + "; `korvcam list` shows those that are there");
+        printError(tr("there is no camera %1; `korvcam list` shows those that are there", *wanted));
     } else {
-        printError(*wanted + " means several cameras; name one by its index or its node:");
+        printError(tr("%1 means several cameras; name one by its index or its node:", *wanted));
         for (const Device &device : meant)
             printError(describeInFull(device));
     }
@@ -142,7 +144,7 @@ void LibrarySession::print(const std::string &line)
         output && std::fprintf(output, "%s\n", line.c_str()) >= 0 && std::fflush(output) == 0;
     if (!written && m_outputWorks) {
         m_outputWorks = false;
-        printError(std::string("cannot write to standard output: ") + std::strerror(errno));
+        printError(tr("cannot write to standard output: %1", std::strerror(errno)));
     }
 }
 
@@ -150,7 +152,7 @@ ExitCode LibrarySession::check(int result, const std::string &doing) const
 {
     if (result >= 0)
         return ExitCode::Success;
-    printError("cannot " + doing + ": " + std::strerror(-result));
+    printError(tr("cannot %1: %2", doing, std::strerror(-result)));
     return ExitCode::Failure;
 }
 
@@ -166,13 +168,13 @@ ExitCode LibrarySession::interrupted(const std::string &consequence) const
 {
     switch (m_wakeup.stopSignal()) {
     case SIGTERM:
-        printError("terminated" + consequence);
+        printError(tr("terminated") + consequence);
         return ExitCode::Terminated;
     case SIGHUP:
-        printError("terminal closed" + consequence);
+        printError(tr("terminal closed") + consequence);
         return ExitCode::HungUp;
     default:
-        printError("interrupted" + consequence);
+        printError(tr("interrupted") + consequence);
         return ExitCode::Interrupted;
     }
 }
