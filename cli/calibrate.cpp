@@ -1,6 +1,7 @@
 #include "cli/calibrate.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/documents/workspace.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/opendevice.h"
@@ -29,8 +30,8 @@ struct Reference
     double shortSide;
 };
 
-constexpr Reference kSheet{"an A4 sheet", 297, 210};
-constexpr Reference kCard{"a card", 85.6, 53.98};
+constexpr Reference kSheet{trLater("an A4 sheet"), 297, 210};
+constexpr Reference kCard{trLater("a card"), 85.6, 53.98};
 
 /// With '.' whatever the locale.
 std::string decimal(double value)
@@ -45,16 +46,17 @@ std::string decimal(double value)
 double scaleOf(const TakenPhotograph &taken, const Reference &reference)
 {
     if (taken.isWhole) {
-        printError(std::string("no sheet was found; lay ") + reference.name
-                   + " flat under the camera, alone and wholly in the picture");
+        printError(tr("no sheet was found; lay %1 flat under the camera, alone and wholly in the "
+                      "picture",
+                      tr(reference.name)));
         return 0;
     }
     const PictureSize size = jpegSize(taken.path);
     const double longSide = std::max(size.width, size.height) / reference.longSide;
     const double shortSide = std::min(size.width, size.height) / reference.shortSide;
     if (!(longSide > 0) || !(std::abs(longSide / shortSide - 1) <= kMaxShapeError)) {
-        printError(std::string("the sheet under the camera is not ") + reference.name + ": "
-                   + sizeText(size.width, size.height) + " pixels");
+        printError(tr("the sheet under the camera is not %1: %2 pixels", tr(reference.name),
+                      sizeText(size.width, size.height)));
         return 0;
     }
     return std::sqrt(longSide * shortSide);
@@ -65,19 +67,19 @@ ExitCode save(LibrarySession &session, const Device &device, const TakenPhotogra
 {
     const std::string file = korv::settingsPaths().user;
     if (file.empty()) {
-        printError("there is no place for settings; set HOME");
+        printError(tr("there is no place for settings; set HOME"));
         return ExitCode::Failure;
     }
     const std::string mode = sizeText(taken.frameWidth, taken.frameHeight);
     const std::string section = korv::sectionOf({device.vid, device.pid});
     const auto changed = korv::changeSettings(file, {{section, "scale." + mode, decimal(scale)}});
     if (!changed) {
-        printError("cannot save in " + file + ": "
-                   + std::generic_category().message(-changed.error().code));
+        printError(tr("cannot save in %1: %2", file,
+                      std::generic_category().message(-changed.error().code)));
         return ExitCode::Failure;
     }
     session.print("[" + section + "] scale." + mode + " = " + decimal(scale) + " ; "
-                  + std::to_string(std::lround(scale * kMillimetresPerInch)) + " dpi, in " + file);
+                  + tr("%1 dpi, in %2", std::lround(scale * kMillimetresPerInch), file));
     return ExitCode::Success;
 }
 
@@ -93,8 +95,8 @@ ExitCode calibrate(LibrarySession &session, const Options &options)
     const std::string folder = std::filesystem::temp_directory_path(failed).string();
     const Workspace workspace(folder + "/calibration.jpg");
     if (failed || workspace.error() != 0) {
-        printError("cannot write to " + folder + ": "
-                   + placeProblem(folder, failed ? failed.value() : workspace.error()));
+        printError(tr("cannot write to %1: %2", folder,
+                      placeProblem(folder, failed ? failed.value() : workspace.error())));
         return ExitCode::Failure;
     }
     Options photograph = options;

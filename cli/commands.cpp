@@ -1,6 +1,7 @@
 #include "cli/commands.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/calibrate.h"
 #include "cli/config.h"
 #include "cli/controls.h"
@@ -40,7 +41,7 @@ ExitCode modes(LibrarySession &session)
         return code;
     const OpenDevice camera(session.library(), device->index);
     if (camera.result() < 0)
-        return session.checkCamera(camera.result(), "open " + device->name);
+        return session.checkCamera(camera.result(), tr("open %1", device->name));
     const int current = session.library().GetCurResolutionNo(device->index);
     for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
         session.print(std::to_string(mode.res_no) + "  " + sizeText(mode.res_w, mode.res_h)
@@ -101,11 +102,11 @@ bool readsInput(const Options &options)
 ExitCode run(const Options &options)
 {
     if (options.writesToOutput() && isatty(STDOUT_FILENO) == 1) {
-        printError("standard output is a terminal; send the file on with > or |");
+        printError(tr("standard output is a terminal; send the file on with > or |"));
         return ExitCode::Usage;
     }
     if (readsInput(options) && isatty(STDIN_FILENO) == 1) {
-        printError("standard input is a terminal; send a picture into it with < or |");
+        printError(tr("standard input is a terminal; send a picture into it with < or |"));
         return ExitCode::Usage;
     }
     LibrarySession session(options);

@@ -1,6 +1,7 @@
 #include "cli/config.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "library/settings/settings_keys.h"
 #include "library/settings/settings_reader.h"
 
@@ -52,7 +53,7 @@ public:
             m_session.print(lineOf(setting.name, setting.value, originOf(setting)));
         }
         for (const std::string &problem : m_reading.problems)
-            printError(problem);
+            printError(trSentence(problem));
         return m_reading.problems.empty() ? ExitCode::Success : ExitCode::Failure;
     }
 
@@ -63,7 +64,7 @@ private:
             return;
         const auto &read = m_reading.files;
         const bool isRead = std::find(read.begin(), read.end(), path) != read.end();
-        m_session.print("; " + path + (isRead ? "" : " (not read)"));
+        m_session.print("; " + path + (isRead ? "" : " " + tr("(not read)")));
     }
 
     void printSection(const std::string &section)
@@ -92,7 +93,7 @@ private:
         if (found != m_reading.inForce.end() && !found->value.empty())
             m_session.print(lineOf(key.name, found->value, originOf(*found)));
         else
-            m_session.print(lineOf(key.name, "", std::string("default: ") + key.standard));
+            m_session.print(lineOf(key.name, "", tr("default: %1", trSentence(key.standard))));
     }
 
     LibrarySession &m_session;

@@ -3,6 +3,7 @@
 #include "cli/advice/advice.h"
 #include "cli/advice/videonodes.h"
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/commandline/suggestion.h"
 #include "cli/session/controlnode.h"
 #include "library/controls/control_order.h"
@@ -42,9 +43,21 @@ std::string unknownControl(const std::vector<Control> &controls, const std::stri
     for (const Control &control : controls)
         names.push_back(control.name);
     const std::string meant = nearest(name, names);
-    return "the camera has no control '" + name + "'"
-        + (meant.empty() ? "; `korvcam controls` lists those it has"
-                         : "; did you mean '" + meant + "'?");
+    return meant.empty()
+        ? tr("the camera has no control '%1'; `korvcam controls` lists those it has", name)
+        : tr("the camera has no control '%1'; did you mean '%2'?", name, meant);
+}
+
+/// What the control can be set to.
+std::string rangeText(const Control &control)
+{
+    if (control.kind == ControlKind::Switch)
+        return tr("0 or 1");
+    if (control.kind != ControlKind::Number)
+        return korv::controlRangeText(control);
+    return control.step > 1
+        ? tr("%1 to %2 in steps of %3", control.minimum, control.maximum, control.step)
+        : tr("%1 to %2", control.minimum, control.maximum);
 }
 
 /// The work on one camera's controls.
@@ -88,12 +101,12 @@ bool ControlTask::readControls()
 {
     korv::Result<std::vector<Control>> controls = korv::listControls(m_call);
     if (!controls) {
-        printError(m_device.name + ": " + controls.error().text);
+        printError(m_device.name + ": " + trSentence(controls.error().text));
         return false;
     }
     m_controls = std::move(controls).value();
     if (m_controls.empty())
-        printError(m_device.name + " has no controls");
+        printError(tr("%1 has no controls", m_device.name));
     return !m_controls.empty();
 }
 
@@ -113,18 +126,18 @@ ExitCode ControlTask::list()
         if (control.value)
             line += "=" + korv::controlValueText(control, *control.value);
         if (control.kind == ControlKind::Button)
-            line += "  button";
+            line += "  " + tr("button");
         else if (control.kind == ControlKind::Unsupported)
-            line += "  of a kind that cannot be set here";
+            line += "  " + tr("of a kind that cannot be set here");
         else
-            line += "  " + korv::controlRangeText(control) + "  default "
-                + korv::controlValueText(control, control.standard);
+            line += "  " + rangeText(control) + "  "
+                + tr("default %1", korv::controlValueText(control, control.standard));
         if (control.isReadOnly())
-            line += "  read-only";
+            line += "  " + tr("read-only");
         if (control.isInactive())
-            line += "  inactive";
+            line += "  " + tr("inactive");
         if (const auto value = kept.find(control.name); value != kept.end())
-            line += "  saved " + value->second;
+            line += "  " + tr("saved %1", value->second);
         m_session.print(line);
     }
     return ExitCode::Success;
@@ -141,8 +154,8 @@ bool ControlTask::settingsFor(std::vector<Setting> &settings) const
         }
         const korv::Result<std::int32_t> value = korv::parseControlValue(*control, change.value);
         if (!value || control->isReadOnly()) {
-            printError(control->isReadOnly() ? control->name + " is read-only"
-                                             : value.error().text);
+            printError(control->isReadOnly() ? tr("%1 is read-only", control->name)
+                                             : trSentence(value.error().text));
             return false;
         }
         settings.push_back({*control, value.value()});
@@ -166,11 +179,10 @@ bool ControlTask::settingsFor(std::vector<Setting> &settings) const
 std::string ControlTask::inactiveReason(const Control &control) const
 {
     const Control *const master = korv::masterOf(control, m_controls);
-    const std::string start = control.name + " is inactive";
     if (!master || !master->value)
-        return start + ": another control has taken its place";
-    return start + " while " + master->name + " is "
-        + korv::controlValueText(*master, *master->value) + "; set that in the same command";
+        return tr("%1 is inactive: another control has taken its place", control.name);
+    return tr("%1 is inactive while %2 is %3; set that in the same command", control.name,
+              master->name, korv::controlValueText(*master, *master->value));
 }
 
 ExitCode ControlTask::apply(const Setting &setting)
@@ -184,16 +196,17 @@ ExitCode ControlTask::apply(const Setting &setting)
         readControls();
         printError(inactiveReason(control));
     } else if (written.code() == -EBUSY) {
-        printError(control.name + " is in use by another program");
+        printError(tr("%1 is in use by another program", control.name));
     } else if (!written) {
-        printError("cannot set " + written.error().text);
+        printError(tr("cannot set %1", written.error().text));
     }
     if (isInactive || !written)
         return ExitCode::Failure;
     // a driver may round
     const std::optional<std::int32_t> value = korv::readControl(m_call, control);
-    m_session.print(control.name
-                    + (value ? "=" + korv::controlValueText(control, *value) : "  pressed"));
+    m_session.print(
+        control.name
+        + (value ? "=" + korv::controlValueText(control, *value) : "  " + tr("pressed")));
     return ExitCode::Success;
 }
 
@@ -212,13 +225,13 @@ ExitCode ControlTask::change(const std::vector<korv::SettingChange> &changes)
 {
     const std::string path = korv::settingsPaths().user;
     if (path.empty()) {
-        printError("there is no place for settings: HOME is not set");
+        printError(tr("there is no place for settings; set HOME"));
         return ExitCode::Failure;
     }
     const korv::Result<void> changed = korv::changeSettings(path, changes);
     if (changed)
         return ExitCode::Success;
-    printError("cannot change " + path + ": " + changed.error().text);
+    printError(tr("cannot change %1: %2", path, changed.error().text));
     return ExitCode::Failure;
 }
 
@@ -239,12 +252,12 @@ ExitCode ControlTask::save(const std::vector<Setting> &settings)
         }
     }
     if (changes.empty()) {
-        printError("there is nothing to save: buttons have no value");
+        printError(tr("there is nothing to save: buttons have no value"));
         return ExitCode::Failure;
     }
     const ExitCode code = change(changes);
     if (code == ExitCode::Success)
-        m_session.print("saved " + std::to_string(changes.size()) + " for " + modelOf(m_device));
+        m_session.print(tr("saved %1 for %2", changes.size(), modelOf(m_device)));
     return code;
 }
 
@@ -266,7 +279,7 @@ ExitCode ControlTask::reset()
                           [](const Setting &each) { return !korv::isMaster(each.control); });
     for (const Setting &each : settings)
         static_cast<void>(korv::writeControl(m_call, each.control, each.value));
-    m_session.print("forgot " + std::to_string(changes.size()) + " for " + modelOf(m_device));
+    m_session.print(tr("forgot %1 for %2", changes.size(), modelOf(m_device)));
     return ExitCode::Success;
 }
 
@@ -296,14 +309,14 @@ ExitCode openControls(const Device &device,
                       const std::function<ExitCode(const ControlCall &)> &work)
 {
     if (device.node.empty()) {
-        printError(device.name + " has no controls: it is no camera of the kernel's");
+        printError(tr("%1 has no controls: it is no camera of the kernel's", device.name));
         return ExitCode::Failure;
     }
     const ControlNode node(device.node);
     if (node.error() == EACCES || node.error() == EPERM)
         printError(adviceOnRights({device.node}, rightsOf(device.node)));
     else if (node.error() != 0)
-        printError("cannot open " + device.node + ": " + std::strerror(node.error()));
+        printError(tr("cannot open %1: %2", device.node, std::strerror(node.error())));
     return node.error() == 0 ? work(node.call()) : ExitCode::Failure;
 }
 

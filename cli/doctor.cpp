@@ -6,6 +6,7 @@
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/librarycall.h"
 #include "cli/base/temporaryfolder.h"
+#include "cli/base/translation.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/opendevice.h"
@@ -19,6 +20,9 @@ namespace {
 
 using Clock = Wakeup::Clock;
 using Seconds = std::chrono::duration<double>;
+
+/// Before the lines about a camera.
+constexpr char kDetail[] = "     ";
 
 /// Long enough to count frames.
 constexpr std::chrono::milliseconds kCountTime{2000};
@@ -76,27 +80,28 @@ private:
 void Doctor::problem(const Device &device, const std::string &doing, int result)
 {
     const std::string words = advice(result);
-    problem(device.name + ": cannot " + doing + ": "
-                + (words.empty() ? std::strerror(-result) : words),
-            ExitCode::Failure);
+    problem(
+        tr("%1: cannot %2: %3", device.name, doing, words.empty() ? std::strerror(-result) : words),
+        ExitCode::Failure);
 }
 
 void Doctor::examineSystem()
 {
     const std::vector<UsbCamera> cameras = usbCameras(m_folders);
-    m_session.print("USB cameras");
+    m_session.print(tr("USB cameras"));
     for (const UsbCamera &camera : cameras)
-        m_session.print("  " + camera.id + "  " + camera.name + "  "
-                        + (camera.driver.empty() ? "no driver" : "driver " + camera.driver));
+        m_session.print(
+            "  " + camera.id + "  " + camera.name + "  "
+            + (camera.driver.empty() ? tr("no driver") : tr("driver %1", camera.driver)));
     if (cameras.empty())
-        m_session.print("  none");
+        m_session.print("  " + tr("none"));
 
     const std::vector<VideoNodeInfo> nodes = videoNodes(m_folders);
-    m_session.print("Video nodes");
+    m_session.print(tr("Video nodes"));
     for (const VideoNodeInfo &node : nodes)
         m_session.print("  " + describe(node));
     if (nodes.empty())
-        m_session.print("  none");
+        m_session.print("  " + tr("none"));
     if (!usesRealCameras())
         return;
     for (const std::string &text : problemsOf(cameras, nodes))
@@ -107,20 +112,22 @@ void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
 {
     const TemporaryFolder folder;
     if (folder.error() != 0)
-        return m_session.print("     test photograph: not taken, no folder for it can be made");
+        return m_session.print(kDetail
+                               + tr("test photograph: not taken, no folder for it can be made"));
     const std::string path = folder.pathOf("photograph.jpg");
     const Answer answer = askLibrary(m_options.verbose, [&] {
         return m_session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
                                                  path.c_str());
     });
     if (answer.result < 0)
-        return problem(device, "make a photograph of its picture", answer.result);
-    m_session.print("     test photograph: "
-                    + std::string(answer.isOutOfFocus ? "out of focus" : "OK"));
+        return problem(device, tr("make a photograph of its picture"), answer.result);
+    m_session.print(
+        kDetail
+        + (answer.isOutOfFocus ? tr("test photograph: out of focus") : tr("test photograph: OK")));
     if (answer.isOutOfFocus)
-        problem(device.name
-                    + ": its picture is out of focus; wait until the camera has focused, clean its "
-                      "lens, or set its focus or its height",
+        problem(tr("%1: its picture is out of focus; wait until the camera has focused, clean its "
+                   "lens, or set its focus or its height",
+                   device.name),
                 ExitCode::Failure);
 }
 
@@ -140,14 +147,13 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     const Clock::time_point start = Clock::now();
     const int started = m_session.library().StartCapture(device.index, &FrameReceiver::onFrame);
     if (started < 0)
-        return problem(device, "start its stream", started);
+        return problem(device, tr("start its stream"), started);
     ReceivedFrame frame;
     const Wake wake = receiver.await(frame, start + std::chrono::milliseconds(m_options.timeoutMs));
     if (wake == Wake::TimedOut)
-        return problem(device.name + ": no picture came in "
-                           + std::to_string(m_options.timeoutMs / 1000)
-                           + " s; try another cable, a port of the computer itself instead of a "
-                             "hub, or another resolution",
+        return problem(tr("%1: no picture came in %2 s; try another cable, a port of the computer "
+                          "itself instead of a hub, or another resolution",
+                          device.name, m_options.timeoutMs / 1000),
                        ExitCode::NoFrame);
     if (wake == Wake::Interrupted)
         return;
@@ -155,11 +161,12 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     const FrameRate rate = countFrames(receiver, first);
     if (m_session.wakeup().stopSignal() != 0)
         return;
-    m_session.print("     first picture after " + fixed(Seconds(first - start).count(), 2) + " s, "
-                    + sizeText(frame.width, frame.height) + ", then " + fixed(rate.measured, 1)
-                    + " a second"
-                    + (rate.promised ? " of " + fixed(*rate.promised, 1) : std::string())
-                    + (rate.missing > 0 ? ", " + std::to_string(rate.missing) + " left out" : ""));
+    m_session.print(kDetail
+                    + tr("first picture after %1 s, %2, then %3 a second",
+                         fixed(Seconds(first - start).count(), 2),
+                         sizeText(frame.width, frame.height), fixed(rate.measured, 1))
+                    + (rate.promised ? tr(" of %1", fixed(*rate.promised, 1)) : std::string())
+                    + (rate.missing > 0 ? tr(", %1 left out", rate.missing) : std::string()));
     if (const std::string text = rateProblem(rate); !text.empty())
         problem(device.name + ": " + text, ExitCode::Failure);
     tryPhotograph(device, frame);
@@ -172,17 +179,17 @@ void Doctor::examine(const Device &device)
     FrameReceiver receiver(m_session.wakeup());
     const OpenDevice camera(m_session.library(), device.index);
     if (camera.result() < 0)
-        return problem(device, "open it", camera.result());
+        return problem(device, tr("open it"), camera.result());
     const std::vector<_tag_unit_cam_res_unit> modes = camera.modes();
     if (modes.empty())
-        return problem(device.name + ": it offers no resolution", ExitCode::Failure);
+        return problem(tr("%1: it offers no resolution", device.name), ExitCode::Failure);
     const int current = m_session.library().GetCurResolutionNo(device.index);
     const auto chosen = std::find_if(modes.begin(), modes.end(),
                                      [=](const auto &mode) { return mode.res_no == current; });
-    m_session.print("     " + std::to_string(modes.size()) + " resolutions"
-                    + (chosen == modes.end()
-                           ? std::string()
-                           : ", " + sizeText(chosen->res_w, chosen->res_h) + " to begin with"));
+    m_session.print(kDetail
+                    + (chosen == modes.end() ? tr("%1 resolutions", modes.size())
+                                             : tr("%1 resolutions, %2 to begin with", modes.size(),
+                                                  sizeText(chosen->res_w, chosen->res_h))));
     examineStream(device, receiver);
 }
 
@@ -195,11 +202,12 @@ void Doctor::noCamera(const std::string &text)
 
 void Doctor::examineLibrary()
 {
-    m_session.print("Camera library");
-    m_session.print("  " + m_options.library + "  cannot be used");
+    m_session.print(tr("Camera library"));
+    m_session.print("  " + m_options.library + "  " + tr("cannot be used"));
     const std::string words = adviceOnLibrary(m_options.library);
-    problem("the camera library " + m_options.library + " cannot be used"
-                + (words.empty() ? "" : ": " + words),
+    problem(words.empty()
+                ? tr("the camera library %1 cannot be used", m_options.library)
+                : tr("the camera library %1 cannot be used: %2", m_options.library, words),
             ExitCode::NoLibrary);
     m_code = ExitCode::NoLibrary;
 }
@@ -208,13 +216,13 @@ void Doctor::examineCameras()
 {
     char version[64] = {};
     m_session.library().GetVersion(version, sizeof version);
-    m_session.print("Camera library " + std::string(version));
+    m_session.print(tr("Camera library") + " " + version);
     // the desk takes the place of the cameras, which surprises users who have forgotten it
     if (!m_desk.empty())
-        m_session.print("  KORV_CAMERA_DESK is set: simulated desk " + m_desk);
+        m_session.print("  " + tr("KORV_CAMERA_DESK is set: simulated desk %1", m_desk));
     const bool isSwitchedOff = m_desk.empty() && !usesRealCameras();
     if (isSwitchedOff)
-        m_session.print("  KORV_CAMERA_REAL=0 is set: cameras are not used");
+        m_session.print("  " + tr("KORV_CAMERA_REAL=0 is set: cameras are not used"));
     const std::vector<Device> devices = m_session.devices(m_options.device);
     const std::vector<Device> wanted =
         m_options.device ? matching(devices, *m_options.device) : devices;
@@ -223,28 +231,28 @@ void Doctor::examineCameras()
     if (!wanted.empty())
         return;
     if (devices.empty())
-        m_session.print("  no camera");
+        m_session.print("  " + tr("no camera"));
     if (const std::string words = adviceOnDesk(m_desk); devices.empty() && !words.empty())
         noCamera(words);
     else if (isSwitchedOff)
-        noCamera("KORV_CAMERA_REAL=0 keeps the camera library from looking for cameras, and "
-                 "KORV_CAMERA_DESK names no simulated one");
+        noCamera(tr("KORV_CAMERA_REAL=0 keeps the camera library from looking for cameras, and "
+                    "KORV_CAMERA_DESK names no simulated one"));
     else if (m_options.device)
-        noCamera("there is no camera " + *m_options.device
-                 + "; `korvcam list` shows those that are there");
+        noCamera(tr("there is no camera %1; `korvcam list` shows those that are there",
+                    *m_options.device));
     else
-        noCamera("the camera library finds no camera");
+        noCamera(tr("the camera library finds no camera"));
 }
 
 ExitCode Doctor::conclude()
 {
     if (m_session.wakeup().stopSignal() != 0)
-        return m_session.interrupted(" before the examination was complete");
+        return m_session.interrupted(tr(" before the examination was complete"));
     if (m_problems.empty()) {
-        m_session.print("No problem found.");
+        m_session.print(tr("No problem found."));
         return ExitCode::Success;
     }
-    m_session.print(m_problems.size() == 1 ? "Problem" : "Problems");
+    m_session.print(m_problems.size() == 1 ? tr("Problem") : tr("Problems"));
     for (const std::string &text : m_problems)
         m_session.print("  - " + text);
     return m_code;
@@ -256,13 +264,13 @@ std::string describe(const VideoNodeInfo &node)
 {
     const std::string start = node.path + "  ";
     if (node.openError != 0)
-        return start + "cannot be opened: " + std::strerror(node.openError);
+        return start + tr("cannot be opened: %1", std::strerror(node.openError));
     if (!node.isV4l2)
-        return start + "is not a V4L2 device";
+        return start + tr("is not a V4L2 device");
     if (!node.capturesVideo)
-        return start + node.card + "  no pictures; a camera's second node is like that";
+        return start + node.card + "  " + tr("no pictures; a camera's second node is like that");
     return start + node.card + "  " + joined(node.formats)
-        + (node.users.empty() ? "" : "  open in " + joined(node.users));
+        + (node.users.empty() ? "" : "  " + tr("open in %1", joined(node.users)));
 }
 
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
@@ -271,15 +279,15 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
     std::vector<std::string> problems;
     for (const UsbCamera &camera : cameras) {
         if (camera.driver.empty())
-            problems.push_back("the USB camera " + camera.id + " " + camera.name
-                               + " has no driver: `sudo modprobe uvcvideo`");
+            problems.push_back(tr("the USB camera %1 %2 has no driver: `sudo modprobe uvcvideo`",
+                                  camera.id, camera.name));
     }
     if (!cameras.empty() && nodes.empty() && problems.empty())
-        problems.emplace_back("there is a USB camera but no /dev/video node; in a container or "
-                              "virtual machine, the nodes have to be passed in");
+        problems.push_back(tr("there is a USB camera but no /dev/video node; in a container or "
+                              "virtual machine, the nodes have to be passed in"));
     if (cameras.empty() && nodes.empty())
-        problems.emplace_back("no camera is plugged in, or its cable carries no data; `lsusb` "
-                              "shows what the computer sees");
+        problems.push_back(tr("no camera is plugged in, or its cable carries no data; `lsusb` "
+                              "shows what the computer sees"));
     std::vector<std::string> forbidden;
     NodeRights rights; // of the first of them: a camera's nodes do not differ
     for (const VideoNodeInfo &node : nodes) {
@@ -288,11 +296,12 @@ std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                 rights = node.rights;
             forbidden.push_back(node.path);
         } else if (node.capturesVideo && !node.usable)
-            problems.push_back(node.path + " offers only " + joined(node.formats)
-                               + ", which cannot be read");
+            problems.push_back(
+                tr("%1 offers only %2, which cannot be read", node.path, joined(node.formats)));
         else if (node.busy)
-            problems.push_back(node.path + " is in use by "
-                               + (node.users.empty() ? "another program" : joined(node.users)));
+            problems.push_back(node.users.empty()
+                                   ? tr("%1 is in use by another program", node.path)
+                                   : tr("%1 is in use by %2", node.path, joined(node.users)));
     }
     if (!forbidden.empty())
         problems.push_back(adviceOnRights(forbidden, rights));

@@ -1,6 +1,7 @@
 #include "cli/focus.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/controls.h"
 #include "cli/session/camerastream.h"
 #include "cli/session/settledframe.h"
@@ -40,7 +41,7 @@ ExitCode write(const ControlCall &call, const Control &control, std::int32_t val
 {
     const korv::Result<void> written = korv::writeControl(call, control, value);
     if (!written)
-        printError("cannot set " + written.error().text);
+        printError(tr("cannot set %1", written.error().text));
     return written ? ExitCode::Success : ExitCode::Failure;
 }
 
@@ -68,8 +69,7 @@ ExitCode awaitSharpness(LibrarySession &session, const Options &options, FrameRe
         if (wake == Wake::TimedOut && any)
             return ExitCode::Success;
         if (wake == Wake::TimedOut) {
-            printError("the camera sent no picture in " + std::to_string(options.timeoutMs / 1000)
-                       + " s");
+            printError(tr("the camera sent no picture in %1 s", options.timeoutMs / 1000));
             return ExitCode::NoFrame;
         }
         any = true;
@@ -101,9 +101,9 @@ ExitCode focusOf(LibrarySession &session, const Options &options, const Device &
 {
     const FocusControls controls(call);
     if (!controls.continuous && !controls.start) {
-        printError(device.name
-                   + " has no automatic focus that can be controlled: neither "
-                     "focus_automatic_continuous nor auto_focus_start");
+        printError(tr("%1 has no automatic focus that can be controlled: neither "
+                      "focus_automatic_continuous nor auto_focus_start",
+                      device.name));
         return ExitCode::Failure;
     }
     const ExitCode code = focusWhileStreaming(session, options, device, call, controls);
@@ -111,7 +111,7 @@ ExitCode focusOf(LibrarySession &session, const Options &options, const Device &
         return code;
     const std::optional<std::int32_t> position =
         controls.position ? korv::readControl(call, *controls.position) : std::nullopt;
-    session.print(std::string(options.lock ? "locked" : "focused")
+    session.print((options.lock ? tr("locked") : tr("focused"))
                   + (position ? "  focus_absolute=" + std::to_string(*position) : ""));
     return ExitCode::Success;
 }

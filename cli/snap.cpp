@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/translation.h"
 #include "cli/documents/outputplace.h"
 #include "cli/documents/standardstreams.h"
 #include "cli/session/camerastream.h"
@@ -61,7 +62,7 @@ ExitCode savePhotograph(LibrarySession &session, const Options &options, const O
                         const PhotographReceiver &taken)
 {
     const std::string path = place.photographPath(wanted);
-    const std::string doing = "save " + outputNameOf(wanted);
+    const std::string doing = tr("save %1", outputNameOf(wanted));
     // the library's own words would name a folder that nobody knows
     const Answer answer = askLibrary(options.verbose, [&] {
         return session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
@@ -110,9 +111,9 @@ ExitCode snap(LibrarySession &session, const Options &options)
         if (!options.writesToOutput())
             session.print(photograph.path);
         if (photograph.isWhole)
-            printError(name + ": no sheet was found; this is the whole picture");
+            printError(tr("%1: no sheet was found; this is the whole picture", name));
         if (photograph.isOutOfFocus)
-            printError(name + ": out of focus; its writing is hard to read");
+            printError(tr("%1: out of focus; its writing is hard to read", name));
     });
 }
 
@@ -123,7 +124,7 @@ ExitCode snap(LibrarySession &session, const Options &options, const PhotographR
     if (!device)
         return code;
     const OutputPlace place(options);
-    if (!place.isUsable("save"))
+    if (!place.isUsable(trLater("cannot save %1: %2")))
         return ExitCode::Failure;
     CameraStream camera(session, *device);
     code = camera.startPhotographing(options);

@@ -5,6 +5,7 @@
 #include "camera/deviceevent.h"
 #include "cli/advice/deskadvice.h"
 #include "cli/base/malloc_text.h"
+#include "cli/base/translation.h"
 #include "util/mutex.h"
 
 #include <atomic>
@@ -85,7 +86,7 @@ ExitCode watch(LibrarySession &session, const Options &options)
 {
     EventQueue queue(session.wakeup());
     ExitCode code =
-        session.check(session.library().RegCallBackCameraChange(&EventQueue::onEvent), "watch");
+        session.check(session.library().RegCallBackCameraChange(&EventQueue::onEvent), tr("watch"));
     if (code != ExitCode::Success)
         return code;
     std::optional<Clock::time_point> deadline;

@@ -1,6 +1,7 @@
 #include "cli/advice/deskadvice.h"
 
 #include "cli/base/filenames.h"
+#include "cli/base/translation.h"
 
 #include <filesystem>
 
@@ -71,15 +72,15 @@ std::string adviceOnDesk(const std::string &desk)
     std::error_code error;
     const fs::directory_iterator opened(desk, error);
     if (error)
-        return "cannot open the simulated desk " + desk + ": " + error.message();
+        return tr("cannot open the simulated desk %1: %2", desk, error.message());
     const Content content = contentOf(desk);
     if (content.cameras)
         return {};
     if (content.pictures)
-        return desk
-            + " holds pictures, but no camera: a camera is a sub-folder, so put them into \"" + desk
-            + "/" + kExample + "\"";
-    return desk + " has no sub-folder named like \"" + kExample + "\", which would be a camera";
+        return tr("%1 holds pictures, but no camera: a camera is a sub-folder, so put them into "
+                  "\"%1/%2\"",
+                  desk, kExample);
+    return tr("%1 has no sub-folder named like \"%2\", which would be a camera", desk, kExample);
 }
 
 } // namespace cli

@@ -1,5 +1,7 @@
 #include "cli/advice/framerate.h"
 
+#include "cli/base/translation.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -64,15 +66,15 @@ std::string rateProblem(const FrameRate &rate)
     const bool tooSlow = !rate.promised && rate.measured < kMinRate;
     if (rate.missing <= rate.arrived && !tooSlow)
         return {};
-    std::string text = "only " + fixed(rate.measured, 1) + " pictures a second";
+    std::string text = tr("only %1 pictures a second", fixed(rate.measured, 1));
     if (rate.promised)
-        text += " of " + fixed(*rate.promised, 1);
+        text += tr(" of %1", fixed(*rate.promised, 1));
     if (rate.missing > 0)
-        text += ", " + std::to_string(rate.missing) + " of "
-            + std::to_string(rate.missing + rate.arrived) + " were left out";
-    return text
-        + "; try more light, another cable, a port of the computer itself instead of a hub, or a "
-          "smaller resolution";
+        text += tr(", %1 of %2 were left out", rate.missing, rate.missing + rate.arrived);
+    return tr(
+        "%1; try more light, another cable, a port of the computer itself instead of a hub, or "
+        "a smaller resolution",
+        text);
 }
 
 } // namespace cli

@@ -1,5 +1,7 @@
 #include "cli/advice/libraryadvice.h"
 
+#include "cli/base/translation.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -13,8 +15,12 @@
 namespace cli {
 namespace {
 
-constexpr char kWhatHelps[] = "install the package korv-camera-open, or name the right library "
-                              "with --library";
+/// What is wrong, and what helps against it.
+std::string withRemedy(const std::string &problem)
+{
+    return tr("%1; install the package korv-camera-open, or name the right library with --library",
+              problem);
+}
 
 constexpr std::array<const char *, 24> kNames{"KorvCamera_GetVersion",
                                               "KorvCamera_Init",
@@ -51,16 +57,15 @@ std::string adviceOnFile(const std::string &path)
 {
     struct stat state = {};
     if (stat(path.c_str(), &state) != 0)
-        return errno == ENOENT ? "there is no such file; " + std::string(kWhatHelps)
-                               : std::strerror(errno);
+        return errno == ENOENT ? withRemedy(tr("there is no such file")) : std::strerror(errno);
     if (!S_ISREG(state.st_mode))
-        return "it is not a file; " + std::string(kWhatHelps);
+        return withRemedy(tr("it is not a file"));
     if (access(path.c_str(), R_OK) != 0)
-        return "this user may not read it; the administrator has to give the rights";
+        return tr("this user may not read it; the administrator has to give the rights");
     char magic[4] = {};
     std::ifstream(path, std::ios::binary).read(magic, sizeof magic);
     if (std::memcmp(magic, "\177ELF", sizeof magic) != 0)
-        return "it is not a shared library; " + std::string(kWhatHelps);
+        return withRemedy(tr("it is not a shared library"));
     return {};
 }
 
@@ -70,11 +75,11 @@ std::string adviceOnLoading(const std::string &path, const std::string &reason)
     const std::size_t end = reason.find(": cannot open shared object file");
     const std::string needed = reason.substr(0, end);
     if (end != std::string::npos && needed != path)
-        return "it needs " + needed + ", which is not installed; `ldd " + path
-            + "` lists all that it needs";
+        return tr("it needs %1, which is not installed; `ldd %2` lists all that it needs", needed,
+                  path);
     if (reason.find("wrong ELF class") != std::string::npos)
-        return "it is made for another kind of processor; " + std::string(kWhatHelps);
-    return reason + "; " + kWhatHelps;
+        return withRemedy(tr("it is made for another kind of processor"));
+    return withRemedy(reason);
 }
 
 } // namespace
@@ -88,7 +93,7 @@ std::string adviceOnLibrary(const std::string &path)
     const std::unique_ptr<void, Unloader> library(dlopen(path.c_str(), RTLD_NOW));
     if (!library) {
         const char *const reason = dlerror();
-        return adviceOnLoading(path, reason ? reason : "it cannot be loaded");
+        return adviceOnLoading(path, reason ? reason : tr("it cannot be loaded"));
     }
     std::vector<std::string> missing;
     for (const char *name : kNames) {
@@ -97,10 +102,11 @@ std::string adviceOnLibrary(const std::string &path)
     }
     if (missing.empty())
         return {};
-    const std::string rest =
-        missing.size() == 1 ? "" : " and " + std::to_string(missing.size() - 1) + " more";
-    return "it is another library, or another version of it: it lacks " + missing.front() + rest
-        + "; " + kWhatHelps;
+    return withRemedy(
+        missing.size() == 1
+            ? tr("it is another library, or another version of it: it lacks %1", missing.front())
+            : tr("it is another library, or another version of it: it lacks %1 and %2 more",
+                 missing.front(), missing.size() - 1));
 }
 
 } // namespace cli

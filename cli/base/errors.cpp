@@ -1,6 +1,7 @@
 #include "cli/base/errors.h"
 
 #include "cli/base/filenames.h"
+#include "cli/base/translation.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -27,21 +28,21 @@ std::string pictureProblem(const std::string &source, const std::string &name, c
     if (stat(source.c_str(), &state) != 0)
         return name + ": " + std::strerror(errno);
     if (S_ISDIR(state.st_mode))
-        return name + " is a folder, not a picture";
+        return tr("%1 is a folder, not a picture", name);
     if (access(source.c_str(), R_OK) != 0)
         return name + ": " + std::strerror(errno);
     if (answer.result == -EBADMSG)
-        return name + " is not a picture that can be read: "
-            + (answer.reason.empty() ? "damaged, or no JPEG, PNG, BMP or TIFF file"
-                                     : answer.reason);
+        return tr("%1 is not a picture that can be read: %2", name,
+                  answer.reason.empty() ? tr("damaged, or no JPEG, PNG, BMP or TIFF file")
+                                        : answer.reason);
     return {};
 }
 
 std::string placeProblem(const std::string &path, int code)
 {
     if (code == ENOENT || code == ENOTDIR)
-        return "there is no folder " + folderOf(path);
-    return std::strerror(code) + (" in " + folderOf(path));
+        return tr("there is no folder %1", folderOf(path));
+    return tr("%1 in %2", std::strerror(code), folderOf(path));
 }
 
 } // namespace cli

@@ -1,5 +1,7 @@
 #include "cli/commandline/cameraoptions.h"
 
+#include "cli/base/translation.h"
+
 #include <CLI/CLI.hpp>
 
 namespace cli {
@@ -10,7 +12,7 @@ ControlChange toChange(const std::string &text)
 {
     const std::size_t sign = text.find('=');
     if (sign == 0 || sign == std::string::npos || sign + 1 == text.size())
-        throw CLI::ValidationError("-c", "not of the form name=value: '" + text + "'");
+        throw CLI::ValidationError("-c", tr("not of the form name=value: '%1'", text));
     return {text.substr(0, sign), text.substr(sign + 1)};
 }
 
@@ -21,11 +23,11 @@ CLI::Option *addCameraOption(CLI::App &command, std::optional<std::string> &devi
 {
     return command
         .add_option("-d,--device", device,
-                    "Index, node, VVVV:PPPP or name of the camera (default: " + standard + ")")
+                    tr("Index, node, VVVV:PPPP or name of the camera (default: %1)", standard))
         ->type_name("CAMERA")
         ->check(CLI::Validator(
             [](const std::string &text) {
-                return text.empty() ? std::string("names no camera") : std::string();
+                return text.empty() ? tr("names no camera") : std::string();
             },
             ""));
 }
@@ -39,7 +41,7 @@ void addChangeOption(CLI::App &command, std::vector<ControlChange> &changes)
                 for (const std::string &text : texts)
                     changes.push_back(toChange(text));
             },
-            "Set controls; a menu's entry by number or name (default: list all controls)")
+            tr("Set controls; a menu's entry by number or name (default: list all controls)"))
         ->type_name("NAME=VALUE,...")
         ->delimiter(',');
 }

@@ -1,8 +1,10 @@
 #include "cli/commandline/commandline.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/commandline/cameraoptions.h"
 #include "cli/commandline/commanddescriptions.h"
+#include "cli/commandline/helpformatter.h"
 #include "cli/commandline/suggestion.h"
 #include "installpaths.h"
 
@@ -13,11 +15,11 @@
 namespace cli {
 namespace {
 
-constexpr char kFooter[] =
-    "Exit status: 0 success, 1 failed, 2 usage error, 3 camera not found,\n"
-    "4 timed out waiting for a frame, 5 cannot load the library, 129 terminal closed,\n"
-    "130 interrupted, 143 terminated.\n"
-    "`korvcam COMMAND --help` explains a command.";
+constexpr const char *kFooter =
+    trLater("Exit status: 0 success, 1 failed, 2 usage error, 3 camera not found,\n"
+            "4 timed out waiting for a frame, 5 cannot load the library, 129 terminal closed,\n"
+            "130 interrupted, 143 terminated.\n"
+            "`korvcam COMMAND --help` explains a command.");
 
 /// What stands where the command should; empty when nothing does.
 std::string commandWord(int argc, const char *const *argv)
@@ -37,23 +39,25 @@ class Parser
 {
 public:
     Parser()
-        : m_app("Command-line tool for document cameras.", "korvcam")
+        : m_app(tr("Command-line tool for document cameras."), "korvcam")
     {
         m_options.library = installpaths::kCameraLibrary;
-        m_app.footer(kFooter);
-        m_app.set_version_flag("--version", "korvcam " KORV_VERSION);
+        translateHelp(m_app);
+        m_app.footer(tr(kFooter));
+        m_app.set_version_flag("--version", "korvcam " KORV_VERSION,
+                               tr("Display program version information and exit"));
         m_app.require_subcommand(1);
         m_app.fallthrough();
         m_app
             .add_option("--library", m_options.library,
-                        "Camera library to load (default: " + m_options.library + ")")
+                        tr("Camera library to load (default: %1)", m_options.library))
             ->type_name("PATH");
         m_app
             .add_option("--desk", m_options.desk,
-                        "Simulated desk: a folder, or 'builtin' (default: $KORV_CAMERA_DESK)")
+                        tr("Simulated desk: a folder, or 'builtin' (default: $KORV_CAMERA_DESK)"))
             ->type_name("DIR|builtin");
         m_app.add_flag("-v,--verbose", m_options.verbose,
-                       "Print library calls and debug messages to standard error");
+                       tr("Print library calls and debug messages to standard error"));
         // the commands list it; before them it is the same
         m_commonDevice = addCameraOption(m_app, m_options.device, "")->group("");
         addCameraCommands(m_app, m_options);
@@ -72,13 +76,13 @@ public:
             m_app.exit(request);
             if (std::cout.flush())
                 return {std::nullopt, ExitCode::Success};
-            printError("cannot write to standard output");
+            printError(tr("cannot write to standard output"));
             return {std::nullopt, ExitCode::Failure};
         } catch (const CLI::ParseError &error) {
-            return refuse(error.what(), commandWord(argc, argv));
+            return refuse(trSentence(error.what()), commandWord(argc, argv));
         }
         if (const std::string command = commandWithoutCamera(); !command.empty())
-            return refuse("it takes no camera", command);
+            return refuse(tr("it takes no camera"), command);
         return {m_options, ExitCode::Success};
     }
 
@@ -90,7 +94,7 @@ private:
         if (!parsed.empty()) {
             const std::string command = parsed.front()->get_name();
             printError(command + ": " + why);
-            printError("`korvcam " + command + " --help` lists its options");
+            printError(tr("`korvcam %1 --help` lists its options", command));
             return {std::nullopt, ExitCode::Usage};
         }
         std::vector<std::string> names;
@@ -99,14 +103,14 @@ private:
         const std::string list = CLI::detail::join(names, ", ");
         const std::string meant = nearest(word, names);
         if (word.empty())
-            printError("a command is needed: " + list);
+            printError(tr("a command is needed: %1", list));
         else if (std::find(names.begin(), names.end(), word) != names.end())
             printError(why);
         else
-            printError("unknown command '" + word + "'"
-                       + (meant.empty() ? "" : "; did you mean '" + meant + "'?")
-                       + "\ncommands: " + list);
-        printError("`korvcam --help` explains them");
+            printError((meant.empty() ? tr("unknown command '%1'", word)
+                                      : tr("unknown command '%1'; did you mean '%2'?", word, meant))
+                       + "\n" + tr("commands: %1", list));
+        printError(tr("`korvcam --help` explains them"));
         return {std::nullopt, ExitCode::Usage};
     }
 

@@ -1,5 +1,6 @@
 #include "cli/commandline/commanddescriptions.h"
 
+#include "cli/base/translation.h"
 #include "cli/commandline/namechecks.h"
 #include "cli/commandline/sharedoptions.h"
 
@@ -13,17 +14,17 @@ void addConvertCommand(CLI::App &program, Options &options)
 {
     CLI::App *const convert =
         addCommand(program, options, Command::Convert, "convert",
-                   "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
+                   tr("Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd"));
     addQualityOption(*convert, options);
     addCleanFlag(*convert, options);
     addForceFlag(*convert, options);
     convert
         ->add_option_function<std::string>(
             "source", [&options](const std::string &source) { options.sources = {source}; },
-            "JPEG, PNG, BMP or TIFF file; - is standard input")
+            tr("JPEG, PNG, BMP or TIFF file; - is standard input"))
         ->required();
     addFormatOption(*convert, options, kPictureFormats);
-    addOutputOption(*convert, options, "New file; - is standard output", checkPictureName,
+    addOutputOption(*convert, options, tr("New file; - is standard output"), checkPictureName,
                     "-o,--output,destination");
     convert->final_callback([&options] { concludeOutput(options, kPictureFormats.front()); });
 }
@@ -31,31 +32,31 @@ void addConvertCommand(CLI::App &program, Options &options)
 void concludeCombine(Options &options)
 {
     if (options.sources.empty() && options.fromFile.empty())
-        throw CLI::ValidationError("a source or --from-file is required");
+        throw CLI::ValidationError(tr("a source or --from-file is required"));
     const auto inputs = std::count(options.sources.begin(), options.sources.end(), "-");
     if (inputs + (options.fromFile == "-" ? 1 : 0) > 1)
-        throw CLI::ValidationError("standard input can be read only once");
+        throw CLI::ValidationError(tr("standard input can be read only once"));
     concludeOutput(options, kDocumentFormats.front());
 }
 
 void addCombineCommand(CLI::App &program, Options &options)
 {
     CLI::App *const combine = addCommand(program, options, Command::Combine, "combine",
-                                         "Combine several pictures into one pdf, ofd or tiff");
+                                         tr("Combine several pictures into one pdf, ofd or tiff"));
     addQualityOption(*combine, options);
     addForceFlag(*combine, options);
     combine->add_flag("--strict", options.strict,
-                      "Write nothing when a page cannot be read (default: write the others)");
+                      tr("Write nothing when a page cannot be read (default: write the others)"));
     addDocumentOptions(*combine, options);
     combine
         ->add_option("--from-file", options.fromFile,
-                     "Read more sources from LIST, one a line; - is standard input "
-                     "(default: none)")
+                     tr("Read more sources from LIST, one a line; - is standard input "
+                        "(default: none)"))
         ->type_name("LIST");
     combine->add_option("source", options.sources,
-                        "JPEG, PNG, BMP or TIFF files; - is standard input");
+                        tr("JPEG, PNG, BMP or TIFF files; - is standard input"));
     addFormatOption(*combine, options, kDocumentFormats);
-    addOutputOption(*combine, options, "New file; - is standard output", checkDocumentName);
+    addOutputOption(*combine, options, tr("New file; - is standard output"), checkDocumentName);
     combine->final_callback([&options] { concludeCombine(options); });
 }
 

@@ -1,5 +1,6 @@
 #include "cli/commandline/commanddescriptions.h"
 
+#include "cli/base/translation.h"
 #include "cli/commandline/namechecks.h"
 #include "cli/commandline/sharedoptions.h"
 
@@ -25,12 +26,13 @@ void addPhotographOptions(CLI::App &command, Options &options)
     addDeviceOption(command, options);
     addQualityOption(command, options);
     addResolutionOption(command, options);
-    addChoice(command, "--color", kColors, "Colors of the photographs",
+    addChoice(command, "--color", kColors, tr("Colors of the photographs"),
               [&options](int code) { options.color = code; });
     command.add_flag_callback(
-        "--crop", [&options] { options.crop = 0; }, "Find the sheet and cut it out (default: off)");
+        "--crop", [&options] { options.crop = 0; },
+        tr("Find the sheet and cut it out (default: off)"));
     addCleanFlag(command, options);
-    addChoice(command, "--rotate", kRotations, "Rotate the photographs",
+    addChoice(command, "--rotate", kRotations, tr("Rotate the photographs"),
               [&options](int code) { options.rotation = code; });
     addTimeoutOption(command, options);
     addForceFlag(command, options);
@@ -39,29 +41,30 @@ void addPhotographOptions(CLI::App &command, Options &options)
 void concludeSnap(Options &options)
 {
     if (options.writesToOutput() && options.count > 1)
-        throw CLI::ValidationError("-o - takes one photograph, without --count");
+        throw CLI::ValidationError(tr("-o - takes one photograph, without --count"));
     concludeOutput(options, kPictureFormats.front());
 }
 
 void addSnapCommand(CLI::App &program, Options &options)
 {
-    CLI::App *const snap = addCommand(program, options, Command::Snap, "snap", "Take photographs");
+    CLI::App *const snap =
+        addCommand(program, options, Command::Snap, "snap", tr("Take photographs"));
     addPhotographOptions(*snap, options);
-    snap->add_option("-n,--count", options.count, "Number of photographs (default: 1)")
+    snap->add_option("-n,--count", options.count, tr("Number of photographs (default: 1)"))
         ->type_name("N")
         ->check(hidden(CLI::Range(1, 9999)));
     snap->add_option("--interval", options.intervalMs,
-                     "Milliseconds between photographs (default: 0)")
+                     tr("Milliseconds between photographs (default: 0)"))
         ->type_name("MS")
         ->check(hidden(CLI::Range(0, 3'600'000)));
     snap->add_flag_callback(
         "--no-settle", [&options] { options.settle = false; },
-        "Take the next frame (default: wait until the picture has settled, at most 3 s)");
+        tr("Take the next frame (default: wait until the picture has settled, at most 3 s)"));
     addFormatOption(*snap, options, kPictureFormats);
     addOutputOption(
         *snap, options,
-        "jpg, png, bmp, tiff, pdf or ofd file; with --count, numbered: page-0001.jpg; - "
-        "is standard output",
+        tr("jpg, png, bmp, tiff, pdf or ofd file; with --count, numbered: page-0001.jpg; - "
+           "is standard output"),
         checkPictureName);
     snap->final_callback([&options] { concludeSnap(options); });
 }
@@ -74,15 +77,15 @@ void concludeInterval(const CLI::App &scan, Options &options)
         return;
     }
     if (scan.count("--on") > 0 && options.scanOn != ScanOn::Interval)
-        throw CLI::ValidationError("--interval goes with --on interval only");
+        throw CLI::ValidationError(tr("--interval goes with --on interval only"));
     options.scanOn = ScanOn::Interval;
 }
 
 void addScanTriggers(CLI::App &scan, Options &options)
 {
     addChoice(scan, "--on", kTriggers,
-              "Take a page when one was turned, for each line of input or press of the camera's "
-              "button, or at intervals",
+              tr("Take a page when one was turned, for each line of input or press of the camera's "
+                 "button, or at intervals"),
               [&options](int code) { options.scanOn = static_cast<ScanOn>(code); });
     scan.add_option_function<double>(
             "--interval",
@@ -90,7 +93,7 @@ void addScanTriggers(CLI::App &scan, Options &options)
                 options.intervalMs =
                     static_cast<int>(std::lround(seconds * kMillisecondsPerSecond));
             },
-            "Take a page every S seconds; means --on interval (default: 5)")
+            tr("Take a page every S seconds; means --on interval (default: 5)"))
         ->type_name("S")
         ->check(hidden(CLI::Range(0.1, 86400.0)));
     scan.final_callback([&scan, &options] { concludeInterval(scan, options); });
@@ -100,18 +103,18 @@ void addScanCommand(CLI::App &program, Options &options)
 {
     CLI::App *const scan =
         addCommand(program, options, Command::Scan, "scan",
-                   "Take a page each time one is turned, and make a document of them");
+                   tr("Take a page each time one is turned, and make a document of them"));
     addPhotographOptions(*scan, options);
-    scan->add_option("-n,--pages", options.pages, "Stop after N pages (default: when stopped)")
+    scan->add_option("-n,--pages", options.pages, tr("Stop after N pages (default: when stopped)"))
         ->type_name("N")
         ->check(hidden(CLI::Range(1, 9999)));
     addScanTriggers(*scan, options);
-    scan->add_flag("--resume", options.resume, "Go on with a scan that was killed");
-    scan->add_flag("--quiet", options.quiet, "No sound when a page was taken");
-    scan->add_flag("--json", options.json, "Print one JSON object a line");
+    scan->add_flag("--resume", options.resume, tr("Go on with a scan that was killed"));
+    scan->add_flag("--quiet", options.quiet, tr("No sound when a page was taken"));
+    scan->add_flag("--json", options.json, tr("Print one JSON object a line"));
     addDocumentOptions(*scan, options);
     addOutputOption(*scan, options,
-                    "pdf, ofd or tiff file; or pictures, with %03d for their number",
+                    tr("pdf, ofd or tiff file; or pictures, with %03d for their number"),
                     checkScanName);
 }
 
@@ -126,14 +129,14 @@ void addPhotographCommands(CLI::App &program, Options &options)
 void addSettingsCommands(CLI::App &program, Options &options)
 {
     addCommand(program, options, Command::Config, "config",
-               "Show the settings in force and where they come from");
+               tr("Show the settings in force and where they come from"));
     CLI::App *const calibrate =
         addCommand(program, options, Command::Calibrate, "calibrate",
-                   "Measure the desk by an A4 sheet under the camera, for pages of true size");
+                   tr("Measure the desk by an A4 sheet under the camera, for pages of true size"));
     addDeviceOption(*calibrate, options);
     addResolutionOption(*calibrate, options);
     calibrate->add_flag("--card", options.card,
-                        "A bank card or identity card lies there (default: an A4 sheet)");
+                        tr("A bank card or identity card lies there (default: an A4 sheet)"));
     addTimeoutOption(*calibrate, options);
 }
 

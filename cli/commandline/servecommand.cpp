@@ -1,5 +1,6 @@
 #include "cli/commandline/commanddescriptions.h"
 
+#include "cli/base/translation.h"
 #include "cli/commandline/sharedoptions.h"
 
 #include <CLI/CLI.hpp>
@@ -9,24 +10,30 @@ namespace cli {
 void addServeCommand(CLI::App &program, Options &options)
 {
     CLI::App *const serve = addCommand(program, options, Command::Serve, "serve",
-                                       "Offer the camera to scan programs (eSCL)");
+                                       tr("Offer the camera to scan programs (eSCL)"));
     addDeviceOption(*serve, options);
     serve
         ->add_option("--listen", options.listen,
-                     "Address and port to listen on (default: " + options.listen + ")")
+                     tr("Address and port to listen on (default: %1)", options.listen))
         ->type_name("ADDRESS:PORT");
-    serve->add_option("--name", options.scannerName, "Name of the scanner (default: the camera's)")
+    serve
+        ->add_option("--name", options.scannerName,
+                     tr("Name of the scanner (default: the camera's)"))
         ->type_name("NAME");
-    CLI::Option *const certificate = serve->add_option("--certificate", options.certificate,
-                                                       "TLS certificate, PEM (default: no TLS)");
-    CLI::Option *const key = serve->add_option("--key", options.key, "Key of the certificate, PEM");
+    CLI::Option *const certificate = serve->add_option(
+        "--certificate", options.certificate, tr("TLS certificate, PEM (default: no TLS)"));
+    CLI::Option *const key =
+        serve->add_option("--key", options.key, tr("Key of the certificate, PEM"));
     certificate->type_name("FILE")->needs(key);
     key->type_name("FILE")->needs(certificate);
     addQualityOption(*serve, options, 90);
-    serve->add_flag("--no-crop", "Scan the whole picture (default: find the sheet and cut it out)");
+    // CLI11 takes a description alone only where it stays
+    const std::string wholePicture =
+        tr("Scan the whole picture (default: find the sheet and cut it out)");
+    serve->add_flag("--no-crop", wholePicture);
     serve->add_flag_callback(
         "--no-announce", [&options] { options.announce = false; },
-        "Do not announce the scanner (default: announce it by DNS-SD)");
+        tr("Do not announce the scanner (default: announce it by DNS-SD)"));
     addTimeoutOption(*serve, options);
     serve->final_callback(
         [serve, &options] { options.crop = serve->count("--no-crop") == 0 ? 0 : -1; });

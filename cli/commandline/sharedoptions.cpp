@@ -1,6 +1,8 @@
 #include "cli/commandline/sharedoptions.h"
 
+#include "cli/base/translation.h"
 #include "cli/commandline/cameraoptions.h"
+#include "cli/commandline/helpformatter.h"
 #include "cli/commandline/pagesize.h"
 
 #include <CLI/CLI.hpp>
@@ -20,7 +22,7 @@ std::string checkResolution(const std::string &text)
         std::sscanf(text.c_str(), "%5dx%5d%n", &resolution.width, &resolution.height, &used);
     const bool complete = fields == 2 && static_cast<std::size_t>(used) == text.size();
     if (!complete || resolution.width <= 0 || resolution.height <= 0)
-        return "not a resolution like 1920x1080: " + text;
+        return tr("not a resolution like 1920x1080: %1", text);
     return {};
 }
 
@@ -33,9 +35,11 @@ Resolution toResolution(const std::string &checkedText)
 
 std::string checkPageSize(const std::string &text)
 {
-    return toPageSize(text) ? std::string()
-                            : "not a page size: " + text
-            + "; known: A3, A4, A5, letter, card, or WIDTHxHEIGHT in millimetres, 2 to 5000 each";
+    return toPageSize(text)
+        ? std::string()
+        : tr("not a page size: %1; known: A3, A4, A5, letter, card, or WIDTHxHEIGHT in "
+             "millimetres, 2 to 5000 each",
+             text);
 }
 
 } // namespace
@@ -44,9 +48,10 @@ const std::vector<std::string> kPictureFormats{"jpg", "png", "bmp", "tiff", "pdf
 const std::vector<std::string> kDocumentFormats{"pdf", "ofd", "tiff"};
 
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
-                     const char *description)
+                     const std::string &description)
 {
     CLI::App *const sub = program.add_subcommand(name, description);
+    translateCommandHelp(*sub);
     sub->parse_complete_callback([&options, command] { options.command = command; });
     return sub;
 }
@@ -65,14 +70,14 @@ void addChoice(CLI::App &command, const char *name, const std::vector<std::strin
     };
     command
         .add_option_function<std::string>(name, storePosition,
-                                          description + " (default: " + choices.front() + ")")
+                                          tr("%1 (default: %2)", description, choices.front()))
         ->type_name(CLI::detail::join(choices, "|"))
         ->check(hidden(CLI::IsMember(choices)));
 }
 
 void addDeviceOption(CLI::App &command, Options &options)
 {
-    addCameraOption(command, options.device, "the first");
+    addCameraOption(command, options.device, tr("the first"));
 }
 
 void addResolutionOption(CLI::App &command, Options &options)
@@ -81,16 +86,14 @@ void addResolutionOption(CLI::App &command, Options &options)
         .add_option_function<std::string>(
             "-r,--resolution",
             [&options](const std::string &text) { options.resolution = toResolution(text); },
-            "Size, one of `modes` (default: the one in use)")
+            tr("Size, one of `modes` (default: the one in use)"))
         ->type_name("WxH")
         ->check(CLI::Validator(checkResolution, ""));
 }
 
 void addQualityOption(CLI::App &command, Options &options, int standard)
 {
-    command
-        .add_option("-q,--quality", options.quality,
-                    "JPEG quality (default: " + std::to_string(standard) + ")")
+    command.add_option("-q,--quality", options.quality, tr("JPEG quality (default: %1)", standard))
         ->type_name("1-100")
         ->check(hidden(CLI::Range(1, 100)));
 }
@@ -101,7 +104,7 @@ void addTimeoutOption(CLI::App &command, Options &options)
         .add_option_function<int>(
             "--timeout",
             [&options](int seconds) { options.timeoutMs = seconds * kMillisecondsPerSecond; },
-            "Seconds to wait for a frame (default: 10)")
+            tr("Seconds to wait for a frame (default: 10)"))
         ->type_name("S")
         ->check(hidden(CLI::Range(1, 3600)));
 }
@@ -109,19 +112,20 @@ void addTimeoutOption(CLI::App &command, Options &options)
 void addForceFlag(CLI::App &command, Options &options)
 {
     command.add_flag("-f,--force", options.force,
-                     "Replace an existing file (default: take the next free name)");
+                     tr("Replace an existing file (default: take the next free name)"));
 }
 
 void addCleanFlag(CLI::App &command, Options &options)
 {
     command.add_flag("--clean", options.clean,
-                     "Even out light and shadow, so that paper is white (default: off)");
+                     tr("Even out light and shadow, so that paper is white (default: off)"));
 }
 
 void addDocumentOptions(CLI::App &command, Options &options)
 {
     command
-        .add_option("--title", options.title, "Title of the document (default: the file's name)")
+        .add_option("--title", options.title,
+                    tr("Title of the document (default: the file's name)"))
         ->type_name("TEXT");
     command
         .add_option_function<std::string>(
@@ -129,7 +133,7 @@ void addDocumentOptions(CLI::App &command, Options &options)
             [&options](const std::string &text) {
                 options.pageSize = toPageSize(text).value_or(std::string());
             },
-            "Size of every page; W and H in millimetres (default: by the picture)")
+            tr("Size of every page; W and H in millimetres (default: by the picture)"))
         ->type_name("A3|A4|A5|letter|card|WxH")
         ->check(CLI::Validator(checkPageSize, ""));
 }
@@ -147,7 +151,7 @@ void addFormatOption(CLI::App &command, Options &options, const std::vector<std:
 {
     command
         .add_option("--format", options.format,
-                    "Format on standard output (default: " + formats.front() + ")")
+                    tr("Format on standard output (default: %1)", formats.front()))
         ->type_name(CLI::detail::join(formats, "|"))
         ->check(hidden(CLI::IsMember(formats)));
 }
@@ -156,7 +160,7 @@ void concludeOutput(Options &options, const std::string &standard)
 {
     if (!options.writesToOutput() && !options.format.empty())
         throw CLI::ValidationError(
-            "--format goes with -o - only; the extension of a file chooses its format");
+            tr("--format goes with -o - only; the extension of a file chooses its format"));
     if (options.writesToOutput() && options.format.empty())
         options.format = standard;
 }

@@ -23,7 +23,7 @@ extern const std::vector<std::string> kDocumentFormats;
 
 /// A command; `options.command` becomes `command` when it is given.
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
-                     const char *description);
+                     const std::string &description);
 
 /// The check without its own text in the help, which would hide the option's description.
 CLI::Validator hidden(const CLI::Validator &check);

@@ -2,6 +2,7 @@
 
 #include "cli/base/descriptor.h"
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 
 #include <array>
 #include <cerrno>
@@ -62,7 +63,7 @@ private:
     try {
         status = work();
     } catch (const std::exception &error) {
-        printError(std::string("unexpected failure: ") + error.what());
+        printError(tr("unexpected failure: %1", error.what()));
     }
     // nothing else: what this process inherited belongs to its parent
     std::fflush(stdout);

@@ -4,6 +4,7 @@
 #include "cli/base/filenames.h"
 #include "cli/base/jsonline.h"
 #include "cli/base/libraryline.h"
+#include "cli/base/translation.h"
 #include "cli/documents/childprocess.h"
 #include "cli/documents/outputplace.h"
 #include "cli/documents/pagelist.h"
@@ -33,11 +34,11 @@ ExitCode publish(LibrarySession &session, const Options &options, const OutputPl
 {
     const std::string &wanted = options.destination;
     if (!place.workspace().holds(place.workName(wanted))) {
-        printError("the camera library wrote no " + outputNameOf(wanted) + ", and did not say why");
+        printError(tr("the camera library wrote no %1, and did not say why", outputNameOf(wanted)));
         return ExitCode::Failure;
     }
     std::string path;
-    const ExitCode code = place.publish(session, wanted, "write " + wanted, path);
+    const ExitCode code = place.publish(session, wanted, tr("write %1", wanted), path);
     if (code == ExitCode::Success && !options.writesToOutput())
         session.print(options.json ? JsonLine().add("file", path).text() : path);
     return code;
@@ -49,14 +50,14 @@ ExitCode concludeChild(const LibrarySession &session, const ChildResult &result)
     case ChildEnd::Done:
         return static_cast<ExitCode>(result.code);
     case ChildEnd::Interrupted:
-        return session.interrupted("; nothing was written");
+        return session.interrupted(tr("; nothing was written"));
     case ChildEnd::Crashed:
-        printError("the camera library crashed (signal " + std::to_string(result.code) + ")");
+        printError(tr("the camera library crashed (signal %1)", result.code));
         return ExitCode::Failure;
     case ChildEnd::NotStarted:
         break;
     }
-    return session.check(-result.code, "start the work");
+    return session.check(-result.code, tr("start the work"));
 }
 
 /// What the work on a file has to do with.
@@ -74,7 +75,7 @@ ExitCode writeFile(Task &task, const std::function<ExitCode(const Task &)> &work
 {
     const Options &options = task.options;
     const Workspace &workspace = task.place.workspace();
-    if (!task.place.isUsable("write"))
+    if (!task.place.isUsable(trLater("cannot write %1: %2")))
         return ExitCode::Failure;
     ExitCode code = task.input.replaceIn(task.sources, task.session, workspace);
     if (code != ExitCode::Success)
@@ -105,15 +106,17 @@ ExitCode openLibrary(LibrarySession &session, const Options &options)
     const ExitCode code = session.open();
     if (code != ExitCode::Success || !options.quality)
         return code;
-    return session.check(session.library().SetImageJPGQuality(*options.quality), "set the quality");
+    return session.check(session.library().SetImageJPGQuality(*options.quality),
+                         tr("set the quality"));
 }
 
 /// What the library said about a call that the sources are not to blame for.
 std::string refusal(const std::string &doing, const Answer &answer, const Workspace &workspace)
 {
     const bool isAboutUs = answer.reason.find(workspace.folder()) != std::string::npos;
-    return "cannot " + doing + ": " + std::strerror(-answer.result)
-        + (answer.reason.empty() || isAboutUs ? "" : " (" + answer.reason + ")");
+    const std::string why = std::strerror(-answer.result);
+    return answer.reason.empty() || isAboutUs ? tr("cannot %1: %2", doing, why)
+                                              : tr("cannot %1: %2 (%3)", doing, why, answer.reason);
 }
 
 ExitCode convertPicture(const Task &task)
@@ -131,8 +134,8 @@ ExitCode convertPicture(const Task &task)
     const std::string name = task.input.nameOf(source);
     const std::string problem = pictureProblem(source, name, answer);
     printError(problem.empty()
-                   ? refusal("convert " + name + " to " + outputNameOf(options.destination), answer,
-                             task.place.workspace())
+                   ? refusal(tr("convert %1 to %2", name, outputNameOf(options.destination)),
+                             answer, task.place.workspace())
                    : problem);
     return ExitCode::Failure;
 }
@@ -165,9 +168,9 @@ public:
         if (!m_leftOut)
             return answer.result < 0 ? ExitCode::Failure : ExitCode::Success;
         if (m_options.strict)
-            printError("nothing was written, because of --strict");
+            printError(tr("nothing was written, because of --strict"));
         else if (m_workspace.holds(m_name))
-            printError("the other pages were written");
+            printError(tr("the other pages were written"));
         return ExitCode::Failure;
     }
 
@@ -182,7 +185,7 @@ private:
         m_leftOut = true;
         const std::string name = m_input.nameOf(source);
         const std::string problem = pictureProblem(source, name, answer);
-        printError(problem.empty() ? refusal("add " + name, answer, m_workspace) : problem);
+        printError(problem.empty() ? refusal(tr("add %1", name), answer, m_workspace) : problem);
     }
 
     /// Whether there is something to write.
@@ -200,8 +203,8 @@ private:
         const bool refuses = m_leftOut && m_options.strict;
         m_sources = std::move(added);
         if (refuses || m_sources.empty())
-            printError(refuses ? "nothing was written, because of --strict"
-                               : "no page is left; nothing was written");
+            printError(refuses ? tr("nothing was written, because of --strict")
+                               : tr("no page is left; nothing was written"));
         return !refuses && !m_sources.empty();
     }
 
@@ -225,8 +228,8 @@ private:
             }
         }
         if (!m_leftOut)
-            printError(
-                refusal("write " + outputNameOf(m_options.destination), combined, m_workspace));
+            printError(refusal(tr("write %1", outputNameOf(m_options.destination)), combined,
+                               m_workspace));
     }
 
     LibrarySession &m_session;
@@ -255,7 +258,7 @@ ExitCode combine(LibrarySession &session, const Options &options)
             return code;
     }
     if (sources.empty()) {
-        printError(options.fromFile + " names no picture");
+        printError(tr("%1 names no picture", options.fromFile));
         return ExitCode::Usage;
     }
     return combinePages(session, options, sources);

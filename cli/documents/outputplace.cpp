@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/translation.h"
 #include "cli/documents/standardstreams.h"
 
 #include <filesystem>
@@ -44,11 +45,11 @@ OutputPlace::OutputPlace(const Options &options, const std::string &target)
 {
 }
 
-bool OutputPlace::isUsable(const std::string &doing) const
+bool OutputPlace::isUsable(const char *problem) const
 {
     if (m_workspace.error() != 0)
-        printError("cannot " + doing + " " + outputNameOf(m_options.destination) + ": "
-                   + placeProblem(m_target, m_workspace.error()));
+        printError(tr(problem, outputNameOf(m_options.destination),
+                      placeProblem(m_target, m_workspace.error())));
     return m_workspace.error() == 0;
 }
 

@@ -17,8 +17,9 @@ public:
     /// The same for files whose names are like `target`, a path.
     OutputPlace(const Options &options, const std::string &target);
 
-    /// Whether files can be made there; `doing` ("write") is what the message says otherwise.
-    bool isUsable(const std::string &doing) const;
+    /// Whether files can be made there. Otherwise `problem`, a text for tr(), is printed with the name
+    /// and the reason.
+    bool isUsable(const char *problem) const;
 
     const Workspace &workspace() const { return m_workspace; }
 

@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 
 #include "cli/base/descriptor.h"
+#include "cli/base/translation.h"
 
 #include <array>
 #include <cerrno>
@@ -40,7 +41,8 @@ ExitCode addListedPages(LibrarySession &session, const std::string &list,
                         std::vector<std::string> &sources)
 {
     const bool isInput = list == "-";
-    const std::string doing = "read the list " + (isInput ? "on standard input" : list);
+    const std::string doing =
+        isInput ? tr("read the list on standard input") : tr("read the list %1", list);
     // without waiting for the other end of a named pipe, which would not be interruptible
     const Descriptor file(isInput
                               ? dup(STDIN_FILENO)
@@ -50,11 +52,11 @@ ExitCode addListedPages(LibrarySession &session, const std::string &list,
     std::string text;
     const int result = readAll(session.wakeup(), file.get(), text);
     if (result == -EINTR)
-        return session.interrupted("; nothing was written");
+        return session.interrupted(tr("; nothing was written"));
     if (result < 0)
         return session.check(result, doing);
     if (text.find('\0') != std::string::npos) {
-        printError("cannot " + doing + ": it is not a text with one path a line");
+        printError(tr("cannot %1: it is not a text with one path a line", doing));
         return ExitCode::Failure;
     }
     std::istringstream lines(text);

@@ -1,6 +1,7 @@
 #include "cli/documents/standardstreams.h"
 
 #include "cli/base/descriptor.h"
+#include "cli/base/translation.h"
 #include "cli/documents/workspace.h"
 
 #include <algorithm>
@@ -54,12 +55,12 @@ Wake neverWait()
 
 std::string outputNameOf(const std::string &destination)
 {
-    return destination == "-" ? "standard output" : destination;
+    return destination == "-" ? tr("standard output") : destination;
 }
 
 ExitCode copyToOutput(LibrarySession &session, const std::string &path)
 {
-    const std::string doing = "write to standard output";
+    const std::string doing = tr("write to standard output");
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     const int output = session.outputDescriptor();
     if (!file || output < 0)
@@ -77,20 +78,20 @@ ExitCode StandardInput::replaceIn(std::vector<std::string> &sources, LibrarySess
         return ExitCode::Success;
     m_path = workspace.pathOf("standard-input");
     *input = m_path;
-    const std::string doing = "read standard input";
+    const std::string doing = tr("read standard input");
     const Descriptor copy(open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivate));
     if (!copy)
         return session.check(-errno, doing);
     const int code = copyAll(
         STDIN_FILENO, copy.get(), [&] { return session.wakeup().waitFor(STDIN_FILENO); },
         neverWait);
-    return code == EINTR ? session.interrupted("; nothing was written")
+    return code == EINTR ? session.interrupted(tr("; nothing was written"))
                          : session.check(-code, doing);
 }
 
 std::string StandardInput::nameOf(const std::string &source) const
 {
-    return !m_path.empty() && source == m_path ? "standard input" : source;
+    return !m_path.empty() && source == m_path ? tr("standard input") : source;
 }
 
 } // namespace cli

@@ -3,6 +3,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/jsonline.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/translation.h"
 
 #include <algorithm>
 #include <array>
@@ -173,7 +174,6 @@ ExitCode PageScanner::takePage()
 {
     Page page;
     page.number = m_sink.nextNumber();
-    const std::string name = "page " + std::to_string(page.number);
     FrameReceiver::makeRoom(m_frame);
     // the library's own words would name a folder that nobody knows
     const Answer answer = askLibrary(m_options.verbose, [&] {
@@ -183,7 +183,7 @@ ExitCode PageScanner::takePage()
     if (answer.result == -EBADMSG && ++m_failures < kMaxFailures)
         return ExitCode::Success; // the next frame may be better
     if (answer.result < 0)
-        return m_session.check(answer.result, "take " + name);
+        return m_session.check(answer.result, tr("take page %1", page.number));
     m_failures = 0;
     page.size = jpegSize(m_sink.photographPath());
     if (const ExitCode code = m_sink.store(m_session, page.path); code != ExitCode::Success)
@@ -195,9 +195,9 @@ ExitCode PageScanner::takePage()
     m_due = std::max(m_due + milliseconds(m_options.intervalMs), Clock::now());
     announce(page);
     if (m_options.crop >= 0 && isWhole(page.size, m_frame.width, m_frame.height))
-        printError(name + ": no sheet was found; this is the whole picture");
+        printError(tr("page %1: no sheet was found; this is the whole picture", page.number));
     if (answer.isOutOfFocus)
-        printError(name + ": out of focus; its writing is hard to read");
+        printError(tr("page %1: out of focus; its writing is hard to read", page.number));
     return ExitCode::Success;
 }
 

@@ -1,6 +1,7 @@
 #include "cli/scan/pagesink.h"
 
 #include "cli/base/filenames.h"
+#include "cli/base/translation.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -27,7 +28,7 @@ ExitCode DocumentSink::store(LibrarySession &session, std::string &path)
 {
     const Published page = m_folder.keep();
     path = page.path;
-    return session.check(-page.error, "keep page " + std::to_string(nextNumber()));
+    return session.check(-page.error, tr("keep page %1", nextNumber()));
 }
 
 PictureSink::PictureSink(const NamePattern &pattern, const Options &options)
@@ -46,7 +47,7 @@ std::string PictureSink::photographPath() const
 ExitCode PictureSink::store(LibrarySession &session, std::string &path)
 {
     const std::string wanted = m_pattern.path(m_number);
-    const std::string doing = "write " + wanted;
+    const std::string doing = tr("write %1", wanted);
     ExitCode code = m_place.finishPhotograph(session, wanted, doing);
     if (code == ExitCode::Success)
         code = session.check(-syncFile(m_place.workPath(wanted)), doing);

@@ -2,6 +2,7 @@
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
+#include "cli/base/translation.h"
 #include "cli/documents/files.h"
 #include "cli/scan/camerabutton.h"
 #include "cli/scan/pagescanner.h"
@@ -19,13 +20,13 @@ std::unique_ptr<PageTrigger> buttonOf(const Device &device)
 {
     const std::string path = device.node.empty() ? std::string() : CameraButton::find(device.node);
     if (path.empty()) {
-        printError(device.name + " has no button that the system shows");
+        printError(tr("%1 has no button that the system shows", device.name));
         return nullptr;
     }
     auto button = std::make_unique<ButtonPress>(path);
     if (button->error() == 0)
         return button;
-    printError("cannot read the button " + path + ": " + std::strerror(button->error()));
+    printError(tr("cannot read the button %1: %2", path, std::strerror(button->error())));
     return nullptr;
 }
 
@@ -51,22 +52,20 @@ ExitCode takePages(LibrarySession &session, const Options &options, PageSink &si
 bool isWritable(const Options &options, int error)
 {
     if (error != 0)
-        printError("cannot write " + options.destination + ": "
-                   + placeProblem(options.destination, error));
+        printError(tr("cannot write %1: %2", options.destination,
+                      placeProblem(options.destination, error)));
     return error == 0;
-}
-
-std::string pagesText(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " page" : " pages");
 }
 
 void offer(const KeptScan &kept, const std::string &folder)
 {
     const std::string document = (folder == "." ? "" : folder + "/") + kept.document;
-    printError(pagesText(kept.pages) + " of an interrupted scan of " + document
-               + " are kept; `korvcam scan --resume -o " + document
-               + "` goes on with it, and removing " + kept.folder + " gives them up");
+    printError(
+        trCount("%1 page of an interrupted scan of %2 are kept; `korvcam scan --resume -o %2` "
+                "goes on with it, and removing %3 gives them up",
+                "%1 pages of an interrupted scan of %2 are kept; `korvcam scan --resume -o "
+                "%2` goes on with it, and removing %3 gives them up",
+                kept.pages, document, kept.folder));
 }
 
 /// The killed scan to go on with; without one, says which there are.
@@ -78,7 +77,7 @@ std::optional<KeptScan> scanToResume(const Options &options)
         if (at->document == name)
             return *at;
     }
-    printError("no interrupted scan of " + options.destination + " is kept");
+    printError(tr("no interrupted scan of %1 is kept", options.destination));
     for (const KeptScan &each : kept)
         offer(each, folderOf(options.destination));
     return std::nullopt;
@@ -91,7 +90,7 @@ ExitCode finish(LibrarySession &session, const Options &options, ScanFolder &fol
     // whoever stopped the scan wants the document; the next signal stops that, too
     session.wakeup().heedStop();
     if (folder.pages().empty()) {
-        printError("no page was taken; nothing was written");
+        printError(tr("no page was taken; nothing was written"));
         return code == ExitCode::Success ? ExitCode::Failure : code;
     }
     const ExitCode combined = combinePages(session, options, folder.pages());
@@ -99,8 +98,8 @@ ExitCode finish(LibrarySession &session, const Options &options, ScanFolder &fol
         folder.discard();
         return code;
     }
-    printError("the pages are kept; `korvcam scan --resume -o " + options.destination
-               + "` tries again");
+    printError(
+        tr("the pages are kept; `korvcam scan --resume -o %1` tries again", options.destination));
     return code == ExitCode::Success ? combined : code;
 }
 

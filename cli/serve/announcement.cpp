@@ -1,6 +1,7 @@
 #include "cli/serve/announcement.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 
 #include <avahi-client/client.h>
 #include <avahi-client/publish.h>
@@ -159,7 +160,7 @@ private:
                 + ".local";
             AvahiAddress address = {};
             if (!avahi_address_parse(m_scanner.address.c_str(), AVAHI_PROTO_UNSPEC, &address))
-                return report("not an address: " + m_scanner.address);
+                return report(tr("not an address: %1", m_scanner.address));
             const int added =
                 avahi_entry_group_add_address(m_group, interface, AVAHI_PROTO_UNSPEC,
                                               AVAHI_PUBLISH_NO_REVERSE, host.c_str(), &address);
@@ -183,7 +184,7 @@ private:
     void report(const std::string &reason)
     {
         if (!m_reported)
-            printError("the scanner is not announced: " + reason);
+            printError(tr("the scanner is not announced: %1", reason));
         m_reported = true;
     }
 

@@ -1,5 +1,7 @@
 #include "cli/serve/listenaddress.h"
 
+#include "cli/base/translation.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <charconv>
@@ -67,7 +69,7 @@ void describe(Listener &listener)
     address.size = sizeof address.storage;
     char text[INET6_ADDRSTRLEN] = "";
     if (getsockname(listener.socket.get(), address.get(), &address.size) != 0) {
-        listener.problem = std::string("the socket is not usable: ") + std::strerror(errno);
+        listener.problem = tr("the socket is not usable: %1", std::strerror(errno));
     } else if (address.storage.ss_family == AF_INET) {
         constexpr std::uint32_t kLoopbackNet = 127;
         inet_ntop(AF_INET, &address.v4().sin_addr, text, sizeof text);
@@ -80,7 +82,7 @@ void describe(Listener &listener)
         listener.port = ntohs(address.v6().sin6_port);
         listener.isLoopback = IN6_IS_ADDR_LOOPBACK(&address.v6().sin6_addr);
     } else {
-        listener.problem = "the socket is none of the internet's";
+        listener.problem = tr("the socket is none of the internet's");
     }
 }
 
@@ -91,7 +93,7 @@ Listener listenOn(const std::string &text)
     Listener listener;
     const std::optional<Address> address = parse(text);
     if (!address) {
-        listener.problem = "not an address like 127.0.0.1:8590 or [::1]:8590: " + text;
+        listener.problem = tr("not an address like 127.0.0.1:8590 or [::1]:8590: %1", text);
         return listener;
     }
     Descriptor socket(::socket(address->storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -99,7 +101,7 @@ Listener listenOn(const std::string &text)
     if (!socket || setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) != 0
         || bind(socket.get(), address->get(), address->size) != 0
         || listen(socket.get(), kBacklog) != 0) {
-        listener.problem = "cannot listen on " + text + ": " + std::strerror(errno);
+        listener.problem = tr("cannot listen on %1: %2", text, std::strerror(errno));
         return listener;
     }
     listener.socket = std::move(socket);

@@ -2,6 +2,7 @@
 
 #include "cli/base/librarycall.h"
 #include "cli/base/temporaryfolder.h"
+#include "cli/base/translation.h"
 #include "cli/serve/pagerenderer.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
@@ -29,7 +30,7 @@ ScanOutcome failure(std::string reason)
 /// What a refusal of the library means for a job.
 ScanOutcome refusal(int result, const std::string &doing)
 {
-    return {nullptr, result == -EBUSY, "cannot " + doing + ": " + std::strerror(-result)};
+    return {nullptr, result == -EBUSY, tr("cannot %1: %2", doing, std::strerror(-result))};
 }
 
 std::string contentsOf(const std::string &path)
@@ -95,9 +96,9 @@ ScanOutcome ScanSource::scan(const ScanSettings &settings)
 {
     try {
         const std::optional<Device> device = findDevice();
-        return device ? photograph(*device, settings) : failure("there is no camera");
+        return device ? photograph(*device, settings) : failure(tr("there is no camera"));
     } catch (const std::exception &error) {
-        return failure(std::string("cannot make the scan: ") + error.what());
+        return failure(tr("cannot make the scan: %1", error.what()));
     }
 }
 
@@ -107,7 +108,7 @@ std::string ScanSource::setOptions(const ScanSettings &settings)
     const bool accepted = library.SetImageColorStyle(static_cast<int>(settings.color)) >= 0
         && library.SetImageJPGQuality(kBestQuality) >= 0 && library.SetAutoCrop(m_options.crop) >= 0
         && library.SetImageRotateMode(m_options.rotation) >= 0;
-    return accepted ? std::string() : "the camera library refused an option";
+    return accepted ? std::string() : tr("the camera library refused an option");
 }
 
 ScanOutcome ScanSource::photograph(const Device &device, const ScanSettings &settings)
@@ -118,18 +119,18 @@ ScanOutcome ScanSource::photograph(const Device &device, const ScanSettings &set
     {
         const OpenDevice camera(library, device.index);
         if (camera.result() < 0)
-            return refusal(camera.result(), "open " + device.name);
+            return refusal(camera.result(), tr("open %1", device.name));
         if (const std::optional<int> mode = largestMode(camera)) {
             const int result = library.SetCurResolutionNo(device.index, *mode);
             if (result < 0)
-                return refusal(result, "select the largest picture");
+                return refusal(result, tr("select the largest picture"));
         }
         const int result = library.StartCapture(device.index, &FrameReceiver::onFrame);
         if (result < 0)
-            return refusal(result, "start " + device.name);
+            return refusal(result, tr("start %1", device.name));
         const auto deadline = Wakeup::Clock::now() + std::chrono::milliseconds(m_options.timeoutMs);
         if (receiver.await(frame, deadline) != Wake::Notified)
-            return failure("the camera sent no picture");
+            return failure(tr("the camera sent no picture"));
     }
     if (const std::string problem = setOptions(settings); !problem.empty())
         return failure(problem);
@@ -140,15 +141,14 @@ ScanOutcome ScanSource::save(const ScanSettings &settings, ReceivedFrame &frame)
 {
     const TemporaryFolder folder;
     if (folder.error() != 0)
-        return failure(std::string("cannot make a temporary folder: ")
-                       + std::strerror(folder.error()));
+        return failure(tr("cannot make a temporary folder: %1", std::strerror(folder.error())));
     const std::string photograph = folder.pathOf("photograph.jpg");
     Answer answer = askLibrary(m_options.verbose, [&] {
         return m_session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
                                                  photograph.c_str());
     });
     if (answer.result < 0)
-        return refusal(answer.result, "save the photograph");
+        return refusal(answer.result, tr("save the photograph"));
     const bool isSheet =
         m_options.crop >= 0 && !isWhole(jpegSize(photograph), frame.width, frame.height);
     ScanOutcome outcome = renderPage(contentsOf(photograph), isSheet, settings,
@@ -162,7 +162,7 @@ ScanOutcome ScanSource::save(const ScanSettings &settings, ReceivedFrame &frame)
         return m_session.library().ConvertImagetoImage(page.c_str(), document.c_str());
     });
     if (answer.result < 0)
-        return refusal(answer.result, "make the document");
+        return refusal(answer.result, tr("make the document"));
     outcome.page = std::make_shared<ScannedPage>(
         ScannedPage{contentsOf(document), outcome.page->width, outcome.page->height});
     return outcome;

@@ -1,6 +1,7 @@
 #include "cli/serve/serve.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 #include "cli/serve/announcement.h"
 #include "cli/serve/esclservice.h"
 #include "cli/serve/listenaddress.h"
@@ -28,17 +29,19 @@ std::optional<std::string> readPem(const std::string &path)
     contents.resize(static_cast<std::size_t>(file.gcount()));
     if (!contents.empty())
         return contents;
-    printError("cannot read " + path + ": " + (errno != 0 ? std::strerror(errno) : "it is empty"));
+    printError(
+        tr("cannot read %1: %2", path, errno != 0 ? std::strerror(errno) : tr("it is empty")));
     return std::nullopt;
 }
 
 /// Says what a listener beyond this machine means.
 void warnOfNetwork(const Listener &listener, bool usesTls)
 {
-    printError("everyone who can reach " + listener.host + " port " + std::to_string(listener.port)
-               + " can take scans from this camera; there is no password");
+    printError(tr("everyone who can reach %1 port %2 can take scans from this camera; there is no "
+                  "password",
+                  listener.host, listener.port));
     if (!usesTls)
-        printError("scans cross the network unencrypted; --certificate and --key turn TLS on");
+        printError(tr("scans cross the network unencrypted; --certificate and --key turn TLS on"));
 }
 
 /// An id that stays the same for a camera on this machine and does not reveal the machine's.
@@ -87,8 +90,8 @@ public:
         HttpServer http(std::move(listener.socket), tls,
                         [this](const HttpRequest &request) { return m_service.answer(request); });
         if (!http.works()) {
-            printError(tls ? "cannot start the server; do certificate and key belong together?"
-                           : "cannot start the server");
+            printError(tls ? tr("cannot start the server; do certificate and key belong together?")
+                           : tr("cannot start the server"));
             return ExitCode::Failure;
         }
         m_session.print((tls ? "https://" : "http://") + listener.host + ":"
@@ -137,7 +140,7 @@ private:
                     lookAtCamera();
                 ScanOutcome outcome = m_source.scan(job->settings);
                 if (!outcome.page)
-                    printError("no scan: " + outcome.reason);
+                    printError(tr("no scan: %1", outcome.reason));
                 m_jobs.finish(job->id, std::move(outcome));
                 http.wake();
             }

@@ -1,6 +1,7 @@
 #include "cli/session/camerastream.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/translation.h"
 
 namespace cli {
 namespace {
@@ -10,13 +11,13 @@ ExitCode setPhotographOptions(LibrarySession &session, const Options &options)
     CCameraSDK &library = session.library();
     ExitCode code = ExitCode::Success;
     if (options.quality)
-        code = session.check(library.SetImageJPGQuality(*options.quality), "set the quality");
+        code = session.check(library.SetImageJPGQuality(*options.quality), tr("set the quality"));
     if (code == ExitCode::Success)
-        code = session.check(library.SetAutoCrop(options.crop), "set the crop mode");
+        code = session.check(library.SetAutoCrop(options.crop), tr("set the crop mode"));
     if (code == ExitCode::Success)
-        code = session.check(library.SetImageRotateMode(options.rotation), "set the rotation");
+        code = session.check(library.SetImageRotateMode(options.rotation), tr("set the rotation"));
     if (code == ExitCode::Success)
-        code = session.check(library.SetImageColorStyle(options.color), "set the colour mode");
+        code = session.check(library.SetImageColorStyle(options.color), tr("set the colour mode"));
     return code;
 }
 
@@ -32,14 +33,14 @@ CameraStream::CameraStream(LibrarySession &session, const Device &device)
 
 ExitCode CameraStream::checkOpened() const
 {
-    return m_session.checkCamera(m_camera.result(), "open " + m_device.name);
+    return m_session.checkCamera(m_camera.result(), tr("open %1", m_device.name));
 }
 
 ExitCode CameraStream::startOpened()
 {
     return m_session.checkCamera(
         m_session.library().StartCapture(m_device.index, &FrameReceiver::onFrame),
-        "start " + m_device.name);
+        tr("start %1", m_device.name));
 }
 
 ExitCode CameraStream::selectResolution(const Options &options) const
@@ -51,9 +52,9 @@ ExitCode CameraStream::selectResolution(const Options &options) const
         if (mode.res_w == width && mode.res_h == height)
             return m_session.check(
                 m_session.library().SetCurResolutionNo(m_device.index, mode.res_no),
-                "select " + sizeText(width, height));
+                tr("select %1", sizeText(width, height)));
     }
-    printError("the camera does not offer " + sizeText(width, height) + "; see `korvcam modes`");
+    printError(tr("the camera does not offer %1; see `korvcam modes`", sizeText(width, height)));
     return ExitCode::Failure;
 }
 

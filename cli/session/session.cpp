@@ -5,6 +5,7 @@
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/errors.h"
 #include "cli/base/malloc_text.h"
+#include "cli/base/translation.h"
 #include "cli/session/deviceselection.h"
 
 #include <cerrno>
@@ -66,12 +67,13 @@ ExitCode LibrarySession::open(FocusCheck focus)
         setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
-        printError("cannot load the camera library " + m_options.library
-                   + (words.empty() ? "" : ": " + words));
+        printError(words.empty()
+                       ? tr("cannot load the camera library %1", m_options.library)
+                       : tr("cannot load the camera library %1: %2", m_options.library, words));
         return ExitCode::NoLibrary;
     }
     m_loaded = true;
-    const ExitCode code = check(m_library.Init(), "initialise the camera library");
+    const ExitCode code = check(m_library.Init(), tr("initialise the camera library"));
     m_initialised = code == ExitCode::Success;
     return code;
 }
@@ -105,8 +107,8 @@ ExitCode LibrarySession::reportNoCamera() const
     if (reportInaccessibleCameras())
         return ExitCode::NoDevice;
     const std::string words = adviceOnDesk(simulatedDesk());
-    printError(words.empty() ? "there is no camera; run `korvcam doctor` to find out why"
-                             : "there is no camera; " + words);
+    printError(words.empty() ? tr("there is no camera; run `korvcam doctor` to find out why")
+                             : tr("there is no camera; %1", words));
     return ExitCode::NoDevice;
 }
 
@@ -126,9 +128,9 @@ std::optional<Device> LibrarySession::findDevice(ExitCode &code)
         reportNoCamera();
     } else if (meant.empty()) {
         reportInaccessibleCameras();
-        printError("there is no camera " + *wanted + "; `korvcam list` shows those that are there");
+        printError(tr("there is no camera %1; `korvcam list` shows those that are there", *wanted));
     } else {
-        printError(*wanted + " means several cameras; name one by its index or its node:");
+        printError(tr("%1 means several cameras; name one by its index or its node:", *wanted));
         for (const Device &device : meant)
             printError(describeInFull(device));
     }
@@ -143,7 +145,7 @@ void LibrarySession::print(const std::string &line)
         output && std::fprintf(output, "%s\n", line.c_str()) >= 0 && std::fflush(output) == 0;
     if (!written && m_outputWorks) {
         m_outputWorks = false;
-        printError(std::string("cannot write to standard output: ") + std::strerror(errno));
+        printError(tr("cannot write to standard output: %1", std::strerror(errno)));
     }
 }
 
@@ -156,7 +158,7 @@ ExitCode LibrarySession::check(int result, const std::string &doing) const
 {
     if (result >= 0)
         return ExitCode::Success;
-    printError("cannot " + doing + ": " + std::strerror(-result));
+    printError(tr("cannot %1: %2", doing, std::strerror(-result)));
     return ExitCode::Failure;
 }
 
@@ -170,8 +172,8 @@ ExitCode LibrarySession::checkCamera(int result, const std::string &doing) const
 
 ExitCode LibrarySession::reportNoFrame() const
 {
-    printError("the camera sent no picture in " + std::to_string(m_options.timeoutMs / 1000)
-               + " s; run `korvcam doctor` to find out why");
+    printError(tr("the camera sent no picture in %1 s; run `korvcam doctor` to find out why",
+                  m_options.timeoutMs / 1000));
     return ExitCode::NoFrame;
 }
 
@@ -179,13 +181,13 @@ ExitCode LibrarySession::interrupted(const std::string &consequence) const
 {
     switch (m_wakeup.stopSignal()) {
     case SIGTERM:
-        printError("terminated" + consequence);
+        printError(tr("terminated") + consequence);
         return ExitCode::Terminated;
     case SIGHUP:
-        printError("terminal closed" + consequence);
+        printError(tr("terminal closed") + consequence);
         return ExitCode::HungUp;
     default:
-        printError("interrupted" + consequence);
+        printError(tr("interrupted") + consequence);
         return ExitCode::Interrupted;
     }
 }

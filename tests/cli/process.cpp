@@ -40,6 +40,7 @@ Process::Process(const std::vector<std::string> &arguments,
     m_pid = fork();
     if (m_pid != 0)
         return;
+    setenv("LC_ALL", "C", 1); // whatever language the tests are run in
     for (const auto &[name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
     // a test that runs in the background of a shell was started to ignore some of these

@@ -3,6 +3,7 @@
 # no others. Usage: test_korvcam_documents.sh ROOT KORVCAM LIBRARY
 set -euo pipefail
 root=$1 korvcam=$2 library=$3
+export LC_ALL=C # the help is read
 failed=0
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
