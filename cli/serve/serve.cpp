@@ -2,8 +2,8 @@
 
 #include "cli/base/errors.h"
 #include "cli/serve/announcement.h"
-#include "cli/serve/esclservice.h"
-#include "cli/serve/listenaddress.h"
+#include "cli/serve/escl/esclservice.h"
+#include "cli/serve/http/listenaddress.h"
 #include "cli/serve/scansource.h"
 
 #include <QUuid>

@@ -1,4 +1,4 @@
-#include "cli/serve/scanjobs.h"
+#include "cli/serve/escl/scanjobs.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "cli/serve/scansettings.h"
+#include "cli/serve/escl/scansettings.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "cli/serve/escltexts.h"
+#include "cli/serve/escl/escltexts.h"
 
 #include <pugixml.hpp>
 #include <sstream>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/serve/escltexts.h"
-#include "cli/serve/httpserver.h"
-#include "cli/serve/scanjobs.h"
+#include "cli/serve/escl/escltexts.h"
+#include "cli/serve/escl/scanjobs.h"
+#include "cli/serve/http/httpserver.h"
 #include "util/mutex.h"
 
 #include <functional>
