@@ -36,7 +36,7 @@ MAY_INCLUDE = {
     "cli/documents": ["cli/session", "cli/commandline", "cli/base", "camera", "util"],
     "cli/scan": ["cli/documents", "cli/session", "cli/turns", "cli/commandline", "cli/base",
                  "camera", "util"],
-    "cli": ["cli/serve", "cli/scan", "cli/documents", "cli/session", "cli/turns", "cli/advice",
+    "cli": ["cli/scan", "cli/documents", "cli/session", "cli/turns", "cli/advice",
             "cli/commandline", "cli/base", "camera", "util", "library/controls",
             "library/settings", "library/settling"],
     "library/include": [],

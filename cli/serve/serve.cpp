@@ -5,6 +5,7 @@
 #include "cli/serve/escl/esclservice.h"
 #include "cli/serve/http/listenaddress.h"
 #include "cli/serve/scansource.h"
+#include "cli/session/session.h"
 
 #include <QUuid>
 #include <cerrno>
@@ -158,9 +159,14 @@ private:
 
 } // namespace
 
-ExitCode serve(LibrarySession &session, const Options &options)
+ExitCode serve(const Options &options)
 {
-    return Server(session, options).run();
+    LibrarySession session(options);
+    if (const ExitCode opened = session.open(); opened != ExitCode::Success)
+        return opened;
+    const ExitCode code = Server(session, options).run();
+    // an address that nobody could read is of no help
+    return code == ExitCode::Success && !session.outputWorks() ? ExitCode::Failure : code;
 }
 
 } // namespace cli

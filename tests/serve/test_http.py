@@ -3,6 +3,7 @@
 import http.client
 import os
 import re
+import shutil
 import socket
 import ssl
 import subprocess
@@ -316,6 +317,46 @@ class Starts(unittest.TestCase):
             self.assertIn("there is no password", server.messages())
         with Server() as server:
             self.assertEqual(server.messages(), "")
+
+
+class Programs(unittest.TestCase):
+    """korvcam and the server are two programs; a package of its own holds the second."""
+
+    def test_without_the_server_the_package_is_named(self):
+        with tempfile.TemporaryDirectory() as folder:
+            os.mkdir(os.path.join(folder, "bin"))
+            lonely = shutil.copy(os.environ["KORVCAM"], os.path.join(folder, "bin", "korvcam"))
+            answer = subprocess.run([lonely, "serve"], stdout=subprocess.PIPE,
+                                    stderr=subprocess.PIPE, text=True)
+        self.assertEqual((answer.returncode, answer.stdout), (1, ""))
+        self.assertIn("install the package korv-camera-escl", answer.stderr)
+
+    def test_korvcam_needs_no_library_that_only_the_server_uses(self):
+        needed = subprocess.run(["readelf", "-d", os.environ["KORVCAM"]], stdout=subprocess.PIPE,
+                                text=True, check=True).stdout
+        self.assertIn("NEEDED", needed)
+        for library in "microhttpd", "gnutls", "avahi", "pugixml":
+            self.assertNotIn(library, needed)
+
+    def test_the_server_serves_only(self):
+        server = os.environ["KORVCAM_SERVE"]
+        answer = subprocess.run([server, "list"], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                text=True)
+        self.assertEqual((answer.returncode, answer.stdout), (2, ""))
+        self.assertIn("korvcam serve", answer.stderr)
+
+    def test_what_is_wrong_with_the_options_needs_no_server(self):
+        answer = subprocess.run([os.environ["KORVCAM"], "serve", "--nonsense"],
+                                stderr=subprocess.PIPE, text=True)
+        self.assertEqual(answer.returncode, 2)
+        self.assertIn("--nonsense", answer.stderr)
+
+    def test_a_socket_that_was_passed_on_takes_the_place_of_listen(self):
+        with socket.create_server(("127.0.0.1", 0)) as listening:
+            port = listening.getsockname()[1]
+            with Server(listen="127.0.0.1:1", inherited=listening) as server:
+                self.assertEqual(server.port, port)
+                self.assertEqual(server.ask("GET", "/eSCL/ScannerStatus")[0], 200)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,34 @@
+#include "cli/serverprogram.h"
+
+#include "cli/base/errors.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <unistd.h>
+
+namespace cli {
+namespace {
+
+/// The program beside this one, wherever both were installed to.
+std::filesystem::path serverProgram()
+{
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    return self.parent_path().parent_path() / "libexec" / "korvcam-serve";
+}
+
+} // namespace
+
+ExitCode becomeServer(char **argv)
+{
+    const std::filesystem::path program = serverProgram();
+    execv(program.c_str(), argv);
+    if (errno == ENOENT)
+        printError("the scanner server is not installed; install the package korv-camera-escl");
+    else
+        printError("cannot start " + program.string() + ": " + std::strerror(errno));
+    return ExitCode::Failure;
+}
+
+} // namespace cli
