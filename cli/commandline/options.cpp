@@ -316,8 +316,26 @@ private:
         serve->add_flag_callback(
             "--no-announce", [this] { m_options.announce = false; },
             "Do not announce the scanner (default: announce it by DNS-SD)");
+        addFeederOptions(serve);
         addTimeoutOption(serve);
         serve->final_callback([this] { m_options.crop = m_crops ? 0 : -1; });
+    }
+
+    void addFeederOptions(CLI::App *serve)
+    {
+        CLI::Option *const handsFree =
+            serve->add_flag("--hands-free", m_options.handsFree,
+                            "Offer a feeder too: a page each time one is turned (default: off)");
+        serve
+            ->add_option_function<int>(
+                "--still",
+                [this](const int &seconds) {
+                    m_options.stillMs = seconds * kMillisecondsPerSecond;
+                },
+                "End a scan from the feeder after S seconds without a new page (default: 20)")
+            ->type_name("S")
+            ->check(hidden(CLI::Range(1, 600)))
+            ->needs(handsFree);
     }
 
     void addSnapCommand()

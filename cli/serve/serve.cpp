@@ -98,7 +98,7 @@ public:
         if (m_options.announce)
             announcement.emplace(AnnouncedScanner{m_identity.name, m_identity.uuid, listener.port,
                                                   listener.isLoopback, plainHost(listener.host),
-                                                  tls.has_value()});
+                                                  tls.has_value(), m_options.handsFree});
         work(http);
         return ExitCode::Success;
     }
@@ -125,7 +125,9 @@ private:
             m_identity.name = m_options.scannerName.value_or(known.name);
         if (m_identity.uuid.empty())
             m_identity.uuid = uuidOf(m_identity.name);
-        m_service.describe(m_identity, limitsOf(known));
+        ScannerLimits limits = limitsOf(known);
+        limits.hasFeeder = m_options.handsFree;
+        m_service.describe(m_identity, limits);
     }
 
     /// Stopping is the way to end.
@@ -136,16 +138,40 @@ private:
             while (const std::optional<ScanJobs::Work> job = m_jobs.takeWork()) {
                 if (!m_knowsCamera)
                     lookAtCamera();
-                ScanOutcome outcome = m_source.scan(job->settings);
-                if (!outcome.page)
+                ScanOutcome outcome = carryOut(*job, http);
+                if (!outcome.reason.empty())
                     printError("no scan: " + outcome.reason);
                 m_jobs.finish(job->id, std::move(outcome));
                 http.wake();
             }
             wake = m_session.wakeup().wait(Wakeup::Clock::now() + kCheckEvery);
-            m_jobs.expire(ScanJobs::Clock::now());
-            http.endSlowConnections();
+            endWhatTakesTooLong(http);
         }
+    }
+
+    ScanOutcome carryOut(const ScanJobs::Work &job, HttpServer &http)
+    {
+        if (job.settings.source == ScanInput::Platen)
+            return m_source.scan(job.settings);
+        const FeederClient client{
+            [&] { return m_jobs.feeding(job.id); },
+            [&](ScannedPagePointer page) {
+                m_jobs.add(job.id, std::move(page));
+                http.wake();
+            },
+            [&] { endWhatTakesTooLong(http); },
+        };
+        return m_source.feed(job.settings, client);
+    }
+
+    /// Jobs that nobody asks for, and slow connections. Called more often than needed.
+    void endWhatTakesTooLong(HttpServer &http)
+    {
+        if (Wakeup::Clock::now() < m_checkAt)
+            return;
+        m_checkAt = Wakeup::Clock::now() + kCheckEvery;
+        m_jobs.expire(ScanJobs::Clock::now());
+        http.endSlowConnections();
     }
 
     LibrarySession &m_session;
@@ -155,6 +181,7 @@ private:
     EsclService m_service;
     ScannerIdentity m_identity;
     bool m_knowsCamera = false;
+    Wakeup::Clock::time_point m_checkAt;
 };
 
 } // namespace

@@ -14,7 +14,7 @@ SETTINGS = """<?xml version="1.0" encoding="UTF-8"?>
     <pwg:XOffset>0</pwg:XOffset><pwg:YOffset>0</pwg:YOffset>
     <pwg:Width>{width}</pwg:Width><pwg:Height>{height}</pwg:Height>
   </pwg:ScanRegion></pwg:ScanRegions>
-  <pwg:InputSource>Platen</pwg:InputSource>
+  <pwg:InputSource>{source}</pwg:InputSource>
   <scan:DocumentFormatExt>{format}</scan:DocumentFormatExt>
   <scan:ColorMode>{color}</scan:ColorMode>
   <scan:XResolution>{dpi}</scan:XResolution><scan:YResolution>{dpi}</scan:YResolution>
@@ -24,7 +24,7 @@ A4 = {"width": 2480, "height": 3508}
 
 
 def settings(**changes):
-    values = {**A4, "format": "image/jpeg", "color": "RGB24", "dpi": 150}
+    values = {**A4, "format": "image/jpeg", "color": "RGB24", "dpi": 150, "source": "Platen"}
     return SETTINGS.format(**{**values, **changes})
 
 

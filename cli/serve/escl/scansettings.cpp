@@ -89,7 +89,11 @@ private:
     void readSource()
     {
         const std::string source = textOf(m_root, "InputSource");
-        if (!source.empty() && source != "Platen")
+        if (source.empty() || source == "Platen")
+            m_settings.source = ScanInput::Platen;
+        else if (source == "Feeder" && m_limits.hasFeeder)
+            m_settings.source = ScanInput::Feeder;
+        else
             refuse(conflict("the input source", source));
     }
 
