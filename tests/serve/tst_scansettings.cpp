@@ -79,6 +79,15 @@ TEST(ScanSettingsTest, aRegionOutsideIsRefused)
     EXPECT_EQ(refused(region("<Width>-5</Width>")), 400U);
 }
 
+TEST(ScanSettingsTest, anOffsetThatIsNoNumberIsRefused)
+{
+    for (const char *const offset : {"-1", "-2147483647", "2147483648", "1.5", "x"}) {
+        EXPECT_EQ(refused(region("<XOffset>" + std::string(offset) + "</XOffset>")), 400U)
+            << offset;
+        EXPECT_EQ(refused(region("<Height>" + std::string(offset) + "</Height>")), 400U) << offset;
+    }
+}
+
 TEST(ScanSettingsTest, unequalOrUnknownResolutionsAreRefused)
 {
     EXPECT_EQ(refused("<XResolution>300</XResolution><YResolution>150</YResolution>"), 409U);

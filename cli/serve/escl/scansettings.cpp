@@ -81,9 +81,10 @@ private:
         int value = 0;
         const char *const end = text.data() + text.size();
         const std::from_chars_result read = std::from_chars(text.data(), end, value);
-        if (read.ec != std::errc() || read.ptr != end || value < 0)
-            refuse({kBadRequest, std::string(name) + " is not a number"});
-        return value;
+        if (read.ec == std::errc() && read.ptr == end && value >= 0)
+            return value;
+        refuse({kBadRequest, std::string(name) + " is not a number"});
+        return missing; // nobody computes with what was refused
     }
 
     void readSource()
