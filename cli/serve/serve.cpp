@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <malloc.h>
 #include <sstream>
 
 namespace cli {
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::chrono::seconds kCheckEvery{5};
 constexpr std::size_t kMaxPem = 1024 * 1024;
+constexpr int kLargeBlock = 256 * 1024;
 
 /// The contents of a small file; nothing after saying why.
 std::optional<std::string> readPem(const std::string &path)
@@ -188,6 +190,9 @@ private:
 
 ExitCode serve(const Options &options)
 {
+    // Memory of pictures goes back to the system at once: the next scan may be hours away, and the
+    // heaps of the threads would keep over 100 MB for it.
+    mallopt(M_MMAP_THRESHOLD, kLargeBlock);
     LibrarySession session(options);
     if (const ExitCode opened = session.open(); opened != ExitCode::Success)
         return opened;
