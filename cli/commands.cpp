@@ -9,7 +9,6 @@
 #include "cli/documents/files.h"
 #include "cli/focus.h"
 #include "cli/scan/scan.h"
-#include "cli/serve/serve.h"
 #include "cli/session/opendevice.h"
 #include "cli/session/session.h"
 #include "cli/snap.h"
@@ -84,8 +83,6 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return controls(session, options);
     case Command::Focus:
         return focus(session, options);
-    case Command::Serve:
-        return serve(session, options);
     default:
         return ExitCode::Failure;
     }

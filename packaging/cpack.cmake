@@ -2,7 +2,7 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
-set(CPACK_COMPONENTS_ALL application camera)
+set(CPACK_COMPONENTS_ALL application camera escl)
 set(CPACK_PACKAGE_NAME "${PROJECT_NAME}")
 set(CPACK_PACKAGE_VERSION "${KORV_PACKAGE_VERSION}")
 set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/packages")
@@ -21,7 +21,7 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://example.org/vexalin")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-foreach(component IN ITEMS APPLICATION CAMERA)
+foreach(component IN ITEMS APPLICATION CAMERA ESCL)
   set(CPACK_DEBIAN_${component}_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_SOURCE_DIR}/postrm")
 endforeach()
 # CPack strips the programs itself then, and packs what it took from them
@@ -57,7 +57,7 @@ set(CPACK_DEBIAN_CAMERA_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_PROVIDES korv-camera-library)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_CONFLICTS korv-camera-library)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_REPLACES korv-camera-library)
-set(CPACK_DEBIAN_CAMERA_PACKAGE_SUGGESTS "${application}")
+set(CPACK_DEBIAN_CAMERA_PACKAGE_SUGGESTS "${application}, ${escl}")
 set(CPACK_DEBIAN_CAMERA_DESCRIPTION
 "open library for document cameras, and korvcam
 libKorvPlixoManager.so finds USB cameras of the usual kind (UVC), streams
@@ -68,5 +68,23 @@ library of that name.
 korvcam does the same from the command line: it lists cameras, takes
 photographs, makes documents, and says in plain words why a camera gives no
 picture.")
+
+set(CPACK_DEBIAN_ESCL_PACKAGE_NAME ${escl})
+set(CPACK_DEBIAN_ESCL_PACKAGE_SOURCE "${PROJECT_NAME}")
+set(CPACK_DEBIAN_ESCL_PACKAGE_SECTION graphics)
+# korvcam becomes the server, which takes its options
+set(CPACK_DEBIAN_ESCL_PACKAGE_DEPENDS "${camera} (>= ${KORV_PACKAGE_VERSION})")
+# without it programs have to be given the scanner's address
+set(CPACK_DEBIAN_ESCL_PACKAGE_RECOMMENDS "avahi-daemon")
+# how Debian's scan programs reach such scanners
+set(CPACK_DEBIAN_ESCL_PACKAGE_SUGGESTS "sane-airscan")
+set(CPACK_DEBIAN_ESCL_DESCRIPTION
+"document camera as a scanner without a driver (eSCL)
+Programs that scan see a document camera as a scanner: on this machine, or on
+the network when that is asked for. The sheet is found in the picture, cut out
+and scaled to the resolution that the program wants.
+
+The server runs as `korvcam serve`, or as a service of the user's that is off
+until it is turned on: systemctl --user enable --now ${escl}")
 
 include(CPack)

@@ -70,6 +70,7 @@ readonly kPackageTestPackages=(
     "appstream|checks the software centre's description"
     "man-db|checks the manual pages"
     "mandoc|checks the manual pages, a second reader"
+    "systemd|checks the units of the user's service"
     "util-linux|keeps the fresh Debian's processes apart: unshare"
 )
 # for the tests on a Wayland desktop, those of what screen readers get, and those with scan programs

@@ -6,6 +6,23 @@
 #include <CLI/CLI.hpp>
 
 namespace cli {
+namespace {
+
+void addFeederOptions(CLI::App &serve, Options &options)
+{
+    CLI::Option *const handsFree =
+        serve.add_flag("--hands-free", options.handsFree,
+                       tr("Offer a feeder too: a page each time one is turned (default: off)"));
+    serve
+        .add_option_function<int>(
+            "--still", [&options](const int &seconds) { options.stillMs = seconds * 1000; },
+            tr("End a scan from the feeder after S seconds without a new page (default: 20)"))
+        ->type_name("S")
+        ->check(hidden(CLI::Range(1, 600)))
+        ->needs(handsFree);
+}
+
+} // namespace
 
 void addServeCommand(CLI::App &program, Options &options)
 {
@@ -34,6 +51,7 @@ void addServeCommand(CLI::App &program, Options &options)
     serve->add_flag_callback(
         "--no-announce", [&options] { options.announce = false; },
         tr("Do not announce the scanner (default: announce it by DNS-SD)"));
+    addFeederOptions(*serve, options);
     addTimeoutOption(*serve, options);
     serve->final_callback(
         [serve, &options] { options.crop = serve->count("--no-crop") == 0 ? 0 : -1; });

@@ -53,7 +53,7 @@ std::unique_ptr<AvahiStringList, ListRelease> recordsOf(const AnnouncedScanner &
         "note=",
         "pdl=image/jpeg,application/pdf",
         "cs=binary,color,grayscale",
-        "is=platen",
+        scanner.hasFeeder ? "is=platen,adf" : "is=platen",
         "duplex=F",
         "UUID=" + scanner.uuid,
     };

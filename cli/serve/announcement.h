@@ -14,6 +14,7 @@ struct AnnouncedScanner
     bool loopbackOnly = true; ///< announced to programs of this machine only
     std::string address; ///< without brackets; where it listens, with loopbackOnly
     bool usesTls = false;
+    bool hasFeeder = false;
 };
 
 /// Announces a scanner through Avahi for as long as it lives, also when Avahi starts or restarts

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/serve/scansettings.h"
+#include "cli/serve/escl/scansettings.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "cli/serve/escl/scanjobs.h"
 #include "cli/serve/pagegeometry.h"
-#include "cli/serve/scanjobs.h"
 
 namespace cli {
 

@@ -3,6 +3,7 @@
 #include "cli/base/librarycall.h"
 #include "cli/base/temporaryfolder.h"
 #include "cli/base/translation.h"
+#include "cli/scan/turnwatch.h"
 #include "cli/serve/pagerenderer.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
@@ -21,16 +22,12 @@ namespace {
 
 constexpr int kStandardQuality = 90;
 constexpr int kBestQuality = 100; // of the photograph that the scan is made from
+constexpr const char *kNoCamera = trLater("there is no camera");
+constexpr const char *kNoPicture = trLater("the camera sent no picture");
 
 ScanOutcome failure(std::string reason)
 {
     return {nullptr, false, std::move(reason)};
-}
-
-/// What a refusal of the library means for a job.
-ScanOutcome refusal(int result, const std::string &doing)
-{
-    return {nullptr, result == -EBUSY, tr("cannot %1: %2", doing, std::strerror(-result))};
 }
 
 std::string contentsOf(const std::string &path)
@@ -52,15 +49,6 @@ CameraFacts factsOf(const Device &device, const OpenDevice &camera)
         }
     }
     return facts;
-}
-
-/// The number of the largest mode; nothing when the camera names none.
-std::optional<int> largestMode(const OpenDevice &camera)
-{
-    const std::vector<_tag_unit_cam_res_unit> modes = camera.modes();
-    const auto largest = std::max_element(
-        modes.begin(), modes.end(), [](auto &one, auto &other) { return one.res_w < other.res_w; });
-    return largest == modes.end() ? std::nullopt : std::optional(largest->res_no);
 }
 
 } // namespace
@@ -96,7 +84,7 @@ ScanOutcome ScanSource::scan(const ScanSettings &settings)
 {
     try {
         const std::optional<Device> device = findDevice();
-        return device ? photograph(*device, settings) : failure(tr("there is no camera"));
+        return device ? photograph(*device, settings) : failure(tr(kNoCamera));
     } catch (const std::exception &error) {
         return failure(tr("cannot make the scan: %1", error.what()));
     }
@@ -113,25 +101,76 @@ std::string ScanSource::setOptions(const ScanSettings &settings)
 
 ScanOutcome ScanSource::photograph(const Device &device, const ScanSettings &settings)
 {
-    CCameraSDK &library = m_session.library();
-    FrameReceiver receiver(m_session.wakeup());
     ReceivedFrame frame;
     {
-        const OpenDevice camera(library, device.index);
-        if (camera.result() < 0)
-            return refusal(camera.result(), tr("open %1", device.name));
-        if (const std::optional<int> mode = largestMode(camera)) {
-            const int result = library.SetCurResolutionNo(device.index, *mode);
-            if (result < 0)
-                return refusal(result, tr("select the largest picture"));
-        }
-        const int result = library.StartCapture(device.index, &FrameReceiver::onFrame);
-        if (result < 0)
-            return refusal(result, tr("start %1", device.name));
+        ScanStream stream(m_session, device);
+        if (!stream.problem().reason.empty())
+            return stream.problem();
         const auto deadline = Wakeup::Clock::now() + std::chrono::milliseconds(m_options.timeoutMs);
-        if (receiver.await(frame, deadline) != Wake::Notified)
-            return failure(tr("the camera sent no picture"));
+        if (stream.frames().await(frame, deadline) != Wake::Notified)
+            return failure(tr(kNoPicture));
     }
+    return makePage(settings, frame);
+}
+
+ScanOutcome ScanSource::feed(const ScanSettings &settings, const FeederClient &client)
+{
+    try {
+        const std::optional<Device> device = findDevice();
+        if (!device)
+            return failure(tr(kNoCamera));
+        ScanStream stream(m_session, *device);
+        return stream.problem().reason.empty() ? watchTurns(stream, settings, client)
+                                               : stream.problem();
+    } catch (const std::exception &error) {
+        return failure(tr("cannot make the scan: %1", error.what()));
+    }
+}
+
+ScanOutcome ScanSource::watchTurns(ScanStream &stream, const ScanSettings &settings,
+                                   const FeederClient &client)
+{
+    using Feeding = ScanJobs::Feeding;
+    using std::chrono::milliseconds;
+    TurnWatch turns;
+    ReceivedFrame frame;
+    unsigned long seen = 0;
+    auto frameAt = Wakeup::Clock::now();
+    auto pageAt = frameAt;
+    for (Feeding feeding = client.feeding(); feeding != Feeding::Over; feeding = client.feeding()) {
+        const auto silent = frameAt + milliseconds(m_options.timeoutMs);
+        const auto still = pageAt + milliseconds(m_options.stillMs);
+        if (m_session.wakeup().wait(std::min(silent, still)) == Wake::Interrupted)
+            return failure(tr("the scanner was stopped"));
+        client.rest();
+        const auto now = Wakeup::Clock::now();
+        if (feeding == Feeding::Later)
+            pageAt = now; // what was turned meanwhile is still to be taken
+        if (now >= still)
+            return {};
+        if (stream.frames().count() == seen) {
+            if (now >= silent)
+                return failure(tr(kNoPicture));
+            continue;
+        }
+        seen = stream.frames().count();
+        frameAt = now;
+        if (feeding != Feeding::Wanted || !turns.wantsFrame() || !stream.frames().takeBare(frame)
+            || !turns.shows(frame))
+            continue;
+        FrameReceiver::makeRoom(frame);
+        ScanOutcome outcome = makePage(settings, frame);
+        if (!outcome.page)
+            return outcome;
+        turns.taken(frame);
+        pageAt = Wakeup::Clock::now();
+        client.deliver(std::move(outcome.page));
+    }
+    return {};
+}
+
+ScanOutcome ScanSource::makePage(const ScanSettings &settings, ReceivedFrame &frame)
+{
     if (const std::string problem = setOptions(settings); !problem.empty())
         return failure(problem);
     return save(settings, frame);

@@ -3,14 +3,16 @@
 #include "cli/base/errors.h"
 #include "cli/base/translation.h"
 #include "cli/serve/announcement.h"
-#include "cli/serve/esclservice.h"
-#include "cli/serve/listenaddress.h"
+#include "cli/serve/escl/esclservice.h"
+#include "cli/serve/http/listenaddress.h"
 #include "cli/serve/scansource.h"
+#include "cli/session/session.h"
 
 #include <QUuid>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <malloc.h>
 #include <sstream>
 
 namespace cli {
@@ -18,6 +20,7 @@ namespace {
 
 constexpr std::chrono::seconds kCheckEvery{5};
 constexpr std::size_t kMaxPem = 1024 * 1024;
+constexpr int kLargeBlock = 256 * 1024;
 
 /// The contents of a small file; nothing after saying why.
 std::optional<std::string> readPem(const std::string &path)
@@ -100,7 +103,7 @@ public:
         if (m_options.announce)
             announcement.emplace(AnnouncedScanner{m_identity.name, m_identity.uuid, listener.port,
                                                   listener.isLoopback, plainHost(listener.host),
-                                                  tls.has_value()});
+                                                  tls.has_value(), m_options.handsFree});
         work(http);
         return ExitCode::Success;
     }
@@ -127,7 +130,9 @@ private:
             m_identity.name = m_options.scannerName.value_or(known.name);
         if (m_identity.uuid.empty())
             m_identity.uuid = uuidOf(m_identity.name);
-        m_service.describe(m_identity, limitsOf(known));
+        ScannerLimits limits = limitsOf(known);
+        limits.hasFeeder = m_options.handsFree;
+        m_service.describe(m_identity, limits);
     }
 
     /// Stopping is the way to end.
@@ -138,16 +143,40 @@ private:
             while (const std::optional<ScanJobs::Work> job = m_jobs.takeWork()) {
                 if (!m_knowsCamera)
                     lookAtCamera();
-                ScanOutcome outcome = m_source.scan(job->settings);
-                if (!outcome.page)
+                ScanOutcome outcome = carryOut(*job, http);
+                if (!outcome.reason.empty())
                     printError(tr("no scan: %1", outcome.reason));
                 m_jobs.finish(job->id, std::move(outcome));
                 http.wake();
             }
             wake = m_session.wakeup().wait(Wakeup::Clock::now() + kCheckEvery);
-            m_jobs.expire(ScanJobs::Clock::now());
-            http.endSlowConnections();
+            endWhatTakesTooLong(http);
         }
+    }
+
+    ScanOutcome carryOut(const ScanJobs::Work &job, HttpServer &http)
+    {
+        if (job.settings.source == ScanInput::Platen)
+            return m_source.scan(job.settings);
+        const FeederClient client{
+            [&] { return m_jobs.feeding(job.id); },
+            [&](ScannedPagePointer page) {
+                m_jobs.add(job.id, std::move(page));
+                http.wake();
+            },
+            [&] { endWhatTakesTooLong(http); },
+        };
+        return m_source.feed(job.settings, client);
+    }
+
+    /// Jobs that nobody asks for, and slow connections. Called more often than needed.
+    void endWhatTakesTooLong(HttpServer &http)
+    {
+        if (Wakeup::Clock::now() < m_checkAt)
+            return;
+        m_checkAt = Wakeup::Clock::now() + kCheckEvery;
+        m_jobs.expire(ScanJobs::Clock::now());
+        http.endSlowConnections();
     }
 
     LibrarySession &m_session;
@@ -157,13 +186,22 @@ private:
     EsclService m_service;
     ScannerIdentity m_identity;
     bool m_knowsCamera = false;
+    Wakeup::Clock::time_point m_checkAt;
 };
 
 } // namespace
 
-ExitCode serve(LibrarySession &session, const Options &options)
+ExitCode serve(const Options &options)
 {
-    return Server(session, options).run();
+    // Memory of pictures goes back to the system at once: the next scan may be hours away, and the
+    // heaps of the threads would keep over 100 MB for it.
+    mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+    LibrarySession session(options);
+    if (const ExitCode opened = session.open(); opened != ExitCode::Success)
+        return opened;
+    const ExitCode code = Server(session, options).run();
+    // an address that nobody could read is of no help
+    return code == ExitCode::Success && !session.outputWorks() ? ExitCode::Failure : code;
 }
 
 } // namespace cli

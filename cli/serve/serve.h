@@ -1,10 +1,10 @@
 #pragma once
 
-#include "cli/session/session.h"
+#include "cli/commandline/options.h"
 
 namespace cli {
 
 /// Offers the camera as a scanner until the user stops it.
-ExitCode serve(LibrarySession &session, const Options &options);
+ExitCode serve(const Options &options);
 
 } // namespace cli

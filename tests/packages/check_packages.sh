@@ -12,7 +12,8 @@ source "$here/fresh_debian.sh"
 source "$here/steps.sh"
 
 mirror=${KORV_DEBIAN_MIRROR:-http://deb.debian.org/debian}
-obstacle=$(freshDebianObstacle "$mirror" lintian desktop-file-validate appstreamcli man mandoc)
+obstacle=$(freshDebianObstacle "$mirror" lintian desktop-file-validate appstreamcli man mandoc \
+    systemd-analyze djpeg)
 [[ -z $obstacle ]] || { echo "package tests skipped: $obstacle" && exit 77; }
 
 rm -rf --one-file-system -- "$work"

@@ -47,6 +47,23 @@ examineOverrides()
         END { exit bad }' "$1"/usr/share/lintian/overrides/*
 }
 
+# Only the server's package needs HTTP and announcements, and its units are what systemd takes.
+examineServer()
+{
+    local unpacked=$1 folder=$2 runtime
+    dpkg-deb -f "$folder"/korv-camera-escl_*.deb Depends | grep libmicrohttpd
+    if dpkg-deb -f "$folder"/korv-camera-open_*.deb Depends | grep -E 'libmicrohttpd|libavahi'; then
+        fail "korvcam needs what only its server uses"
+    fi
+    mkdir -p "$work/units"
+    cp "$unpacked"/usr/lib/systemd/user/* "$work/units/"
+    # the package is not installed here
+    sed -i 's:^ExecStart=/usr/bin/korvcam :ExecStart=/bin/true :' "$work"/units/*.service
+    runtime=$work/runtime
+    mkdir -p "$runtime"
+    silent env XDG_RUNTIME_DIR="$runtime" systemd-analyze --user --man=no verify "$work"/units/*
+}
+
 examinePackages()
 {
     local folder=$1 package name unpacked
@@ -57,11 +74,12 @@ examinePackages()
         mkdir -p "$unpacked"
         dpkg-deb -x "$package" "$unpacked"
     done
-    for name in vexalin-plixo-base korv-camera-open; do
-        examineManualPages "$work/unpacked/$name"
+    for name in vexalin-plixo-base korv-camera-open korv-camera-escl; do
+        [[ $name == korv-camera-escl ]] || examineManualPages "$work/unpacked/$name"
         examineSymbols "$work/unpacked/$name" "$work/unpacked/$name-dbgsym"
         examineOverrides "$work/unpacked/$name"
     done
+    examineServer "$work/unpacked/korv-camera-escl" "$folder"
     unpacked=$work/unpacked/vexalin-plixo-base/usr/share
     silent desktop-file-validate "$unpacked"/applications/*.desktop
     appstreamcli validate --no-net --no-color "$unpacked"/metainfo/*.xml
@@ -71,6 +89,6 @@ examinePackages()
 compareBuilds()
 {
     (cd "$work/packages/first" && sha256sum -- *.deb) >"$work/first.sha256"
-    (($(wc -l <"$work/first.sha256") == 4)) || fail "not four packages"
+    (($(wc -l <"$work/first.sha256") == 6)) || fail "not six packages"
     (cd "$work/packages/second" && sha256sum --check "$work/first.sha256")
 }

@@ -4,6 +4,7 @@
 
 application=vexalin-plixo-base
 camera=korv-camera-open
+server=korv-camera-escl
 prefix=/opt/vexalin/camera
 library=$prefix/lib/libKorvPlixoManager.so
 
@@ -20,11 +21,42 @@ offer()
     mkdir -p "$debian/packages"
     cp "$folder/$application"_*.deb "$debian/packages/application.deb"
     cp "$folder/$camera"_*.deb "$debian/packages/camera.deb"
+    cp "$folder/$server"_*.deb "$debian/packages/server.deb"
 }
 
 aptInstall()
 {
     inFreshDebian "$debian" apt-get install -y -qq --no-install-recommends "$@"
+}
+
+# korvcam without the package of its server says which one that is.
+withoutServer()
+{
+    local said status=0
+    said=$(asTester korvcam serve 2>&1) || status=$?
+    ((status == 1)) || fail "serve ended with $status: $said"
+    [[ $said == *"install the package $server"* ]] || fail "$said"
+}
+
+# The server gives a page to a client outside; nothing has turned the user's service on.
+scanAsTester()
+{
+    local process address='' page=$work/evidence/scan.jpg
+    [[ -z $(find "$debian/etc/systemd/user" -name "$server*" 2>/dev/null) ]] || fail "the service is on"
+    : >"$work/logs/address"
+    asTester korvcam --desk builtin serve --no-announce --listen 127.0.0.1:0 \
+        >"$work/logs/address" &
+    process=$!
+    for _ in {1..100}; do
+        read -r address <"$work/logs/address" && break
+        sleep 0.1
+    done
+    mkdir -p "${page%/*}"
+    PYTHONPATH=$root/tests/serve python3 -B "$here/take_scan.py" "$address" >"$page"
+    # not the shell: what it waits for, and all that goes with it
+    pkill -KILL -P "$process"
+    wait "$process" || true
+    djpeg -pnm "$page" | LC_ALL=C sed -n 2p | grep -x '1240 1754'
 }
 
 installThem()
@@ -36,8 +68,8 @@ installThem()
     # everything else first, so that what the packages themselves bring can be told apart
     local -a needed
     mapfile -t needed < <(inFreshDebian "$debian" apt-get install -s --no-install-recommends \
-        /packages/application.deb /packages/camera.deb fonts-wqy-microhei |
-        awk -v ours="^($application|$camera)\$" '/^Inst / && $2 !~ ours { print $2 }')
+        /packages/application.deb /packages/camera.deb /packages/server.deb fonts-wqy-microhei |
+        awk -v ours="^($application|$camera|$server)\$" '/^Inst / && $2 !~ ours { print $2 }')
     ((${#needed[@]} > 10)) || fail "apt finds nothing to install"
     {
         echo "apt brings ${#needed[@]} packages along:"
@@ -52,6 +84,8 @@ installThem()
     aptInstall /packages/application.deb /packages/camera.deb
     installed $application
     installed $camera
+    withoutServer
+    aptInstall /packages/server.deb
     [[ $(inFreshDebian "$debian" readlink -f /usr/bin/korvcam) == "$prefix/bin/korvcam" ]]
     # every Chinese text needs its glyphs
     [[ -n $(inFreshDebian "$debian" fc-list :lang=zh-cn) ]] || fail "no font for Chinese"
@@ -66,6 +100,7 @@ useAsTester()
 {
     asTester korvcam --desk builtin list | grep -q 'Simulated Desk'
     asTester korvcam --version
+    scanAsTester
     python3 -B "$here/drive.py" "$debian" "$work/evidence"
     (cd "$debian/home/tester" && find .config -name '*.ini' -exec sha256sum {} +) >"$work/settings"
     [[ -s $work/settings ]]
@@ -107,8 +142,9 @@ upgrade()
     local before
     before=$(versionOf $application)
     offer upgrade
-    aptInstall /packages/application.deb /packages/camera.deb
-    [[ $before == *-1 && $(versionOf $application) == *-99 && $(versionOf $camera) == *-99 ]] ||
+    aptInstall /packages/application.deb /packages/camera.deb /packages/server.deb
+    [[ $before == *-1 && $(versionOf $application) == *-99 && $(versionOf $camera) == *-99 &&
+        $(versionOf $server) == *-99 ]] ||
         fail "from $before to $(versionOf $application)"
     settingsAreThere
     asTester korvcam --desk builtin list | grep -q 'Simulated Desk'
@@ -135,8 +171,9 @@ CONTROL
     installed maker-camera
     installed $application || fail "the application was removed with the library"
     if installed $camera; then fail "two packages own the library"; fi
+    if installed $server; then fail "the server stayed without korvcam"; fi
     cmp "$maker$library" "$debian$library"
-    aptInstall /packages/camera.deb
+    aptInstall /packages/camera.deb /packages/server.deb
     if installed maker-camera; then fail "the maker's package stayed"; fi
     inFreshDebian "$debian" dpkg --purge maker-camera
     inFreshDebian "$debian" dpkg -S "$library" | grep "^$camera: "
@@ -144,7 +181,7 @@ CONTROL
 
 removeThem()
 {
-    inFreshDebian "$debian" apt-get remove -y -qq $application $camera
+    inFreshDebian "$debian" apt-get remove -y -qq $application $camera $server
     settingsAreThere
     [[ ! -e $debian/opt/vexalin ]] || fail "$(find "$debian/opt")"
 }
@@ -152,9 +189,9 @@ removeThem()
 # From the installed state, as most people do it; nothing but the settings may be left then.
 purgeThem()
 {
-    aptInstall /packages/application.deb /packages/camera.deb
-    inFreshDebian "$debian" apt-get purge -y -qq $application $camera
-    if inFreshDebian "$debian" dpkg-query -W $application $camera; then fail "dpkg still knows them"; fi
+    aptInstall /packages/application.deb /packages/camera.deb /packages/server.deb
+    inFreshDebian "$debian" apt-get purge -y -qq $application $camera $server
+    if inFreshDebian "$debian" dpkg-query -W $application $camera $server; then fail "dpkg still knows them"; fi
     settingsAreThere
     listFreshDebian "$debian" >"$work/after"
     diff "$work/before" "$work/after"

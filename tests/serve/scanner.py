@@ -14,7 +14,7 @@ SETTINGS = """<?xml version="1.0" encoding="UTF-8"?>
     <pwg:XOffset>0</pwg:XOffset><pwg:YOffset>0</pwg:YOffset>
     <pwg:Width>{width}</pwg:Width><pwg:Height>{height}</pwg:Height>
   </pwg:ScanRegion></pwg:ScanRegions>
-  <pwg:InputSource>Platen</pwg:InputSource>
+  <pwg:InputSource>{source}</pwg:InputSource>
   <scan:DocumentFormatExt>{format}</scan:DocumentFormatExt>
   <scan:ColorMode>{color}</scan:ColorMode>
   <scan:XResolution>{dpi}</scan:XResolution><scan:YResolution>{dpi}</scan:YResolution>
@@ -24,21 +24,30 @@ A4 = {"width": 2480, "height": 3508}
 
 
 def settings(**changes):
-    values = {**A4, "format": "image/jpeg", "color": "RGB24", "dpi": 150}
+    values = {**A4, "format": "image/jpeg", "color": "RGB24", "dpi": 150, "source": "Platen"}
     return SETTINGS.format(**{**values, **changes})
+
+
+def pass_on(listening, command):
+    """The command with a socket passed to it as systemd does, see sd_listen_fds(3)."""
+    script = 'LISTEN_PID=$$ LISTEN_FDS=1 exec "$@" 3<&"$0"'
+    return ["bash", "-c", script, str(listening.fileno()), *command]
 
 
 class Server:
     """The program on a free port; ends with the block."""
 
-    def __init__(self, *arguments, desk="builtin", listen="127.0.0.1:0"):
+    def __init__(self, *arguments, desk="builtin", listen="127.0.0.1:0", inherited=None):
         self._folder = tempfile.TemporaryDirectory()
         self.errors = open(os.path.join(self._folder.name, "errors"), "w+", encoding="utf-8")
         environment = {**os.environ, "KORV_CAMERA_REAL": "0", "TMPDIR": self._folder.name}
-        self.process = subprocess.Popen(
-            [os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"], "--desk", desk,
-             "serve", "--no-announce", "--listen", listen, *arguments],
-            env=environment, stdout=subprocess.PIPE, stderr=self.errors, text=True)
+        command = [os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"], "--desk", desk,
+                   "serve", "--no-announce", "--listen", listen, *arguments]
+        if inherited:
+            command = pass_on(inherited, command)
+        self.process = subprocess.Popen(command, env=environment, stdout=subprocess.PIPE,
+                                        stderr=self.errors, text=True,
+                                        pass_fds=[inherited.fileno()] if inherited else [])
         self.url = self.process.stdout.readline().strip()
         if not self.url:
             self.process.wait(10)

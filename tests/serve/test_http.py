@@ -3,10 +3,12 @@
 import http.client
 import os
 import re
+import shutil
 import socket
 import ssl
 import subprocess
 import tempfile
+import threading
 import time
 import unittest
 import xml.etree.ElementTree as ElementTree
@@ -260,6 +262,77 @@ class Cameras(unittest.TestCase):
         self.assertLess(width / 75 * 25.4, 250)
 
 
+class Feeder(unittest.TestCase):
+    """Pages that somebody turns, on a desk with a hand; the desk says which page a frame shows."""
+
+    def serve(self, *arguments, turns=3):
+        desk = f"builtin:hands,seed=22,speed=2,turns={turns}"
+        return self.enterContext(Server("--hands-free", *arguments, desk=desk))
+
+    def test_only_a_hands_free_scanner_has_one(self):
+        with Server() as server:
+            self.assertNotIn(b"Adf", server.ask("GET", "/eSCL/ScannerCapabilities")[2])
+            self.assertNotIn(b"Adf", server.ask("GET", "/eSCL/ScannerStatus")[2])
+            self.assertEqual(server.ask("POST", "/eSCL/ScanJobs", settings(source="Feeder"))[0],
+                             409)
+        server = self.serve()
+        root = ElementTree.fromstring(server.ask("GET", "/eSCL/ScannerCapabilities")[2])
+        caps = root.find(f"{SCAN}Adf/{SCAN}AdfSimplexInputCaps")
+        self.assertIn("300", {element.text for element in caps.iter(SCAN + "XResolution")})
+        root = ElementTree.fromstring(server.ask("GET", "/eSCL/ScannerStatus")[2])
+        self.assertEqual(root.find(SCAN + "AdfState").text, "ScannerAdfLoaded")
+
+    def test_each_turned_page_is_delivered_and_stillness_ends_the_scan(self):
+        server = self.serve("--still", "5")
+        job = server.create(source="Feeder", dpi=75)
+        pages = []
+        while True:
+            status, headers, body = server.ask("GET", job + "/NextDocument")
+            if status != 200:
+                break
+            pages.append(body)
+            self.assertTrue(headers["Content-Location"].endswith(f"/{len(pages)}"))
+        self.assertEqual(status, 404)
+        # the page that lies there, and one for each time that the hand has turned one
+        self.assertGreaterEqual(len(pages), 2)
+        self.assertLessEqual(len(pages), 4)
+        self.assertEqual(len(set(pages)), len(pages))
+        for page in pages:
+            self.assertEqual(len(jpeg_size(page)), 2)
+        self.assertEqual(job_states(server), ["Completed"])
+        self.assertTrue(server.scan(dpi=75), "the camera is free again")
+
+    def test_a_cancelled_scan_ends_the_request_that_waits(self):
+        server = self.serve("--still", "600", turns=1)
+        job = server.create(source="Feeder", dpi=75)
+        self.assertEqual(server.ask("GET", job + "/NextDocument")[0], 200)
+        answers = []
+
+        def ask():
+            status = 200
+            while status == 200:
+                status = server.ask("GET", job + "/NextDocument")[0]
+            answers.append(status)
+
+        client = threading.Thread(target=ask)
+        client.start()
+        time.sleep(8)  # the only turn is over
+        begun = time.monotonic()
+        self.assertEqual(server.ask("DELETE", job)[0], 200)
+        client.join(20)
+        self.assertEqual(answers, [410])
+        self.assertLess(time.monotonic() - begun, 5)
+        self.assertTrue(server.scan(dpi=75))
+
+    def test_stopping_does_not_wait_for_stillness(self):
+        server = self.serve("--still", "600")
+        job = server.create(source="Feeder", dpi=75)
+        self.assertEqual(server.ask("GET", job + "/NextDocument")[0], 200)
+        begun = time.monotonic()
+        self.assertEqual(server.stop(), 0)
+        self.assertLess(time.monotonic() - begun, 10)
+
+
 class Encryption(unittest.TestCase):
     @staticmethod
     def identity(folder, name):
@@ -316,6 +389,46 @@ class Starts(unittest.TestCase):
             self.assertIn("there is no password", server.messages())
         with Server() as server:
             self.assertEqual(server.messages(), "")
+
+
+class Programs(unittest.TestCase):
+    """korvcam and the server are two programs; a package of its own holds the second."""
+
+    def test_without_the_server_the_package_is_named(self):
+        with tempfile.TemporaryDirectory() as folder:
+            os.mkdir(os.path.join(folder, "bin"))
+            lonely = shutil.copy(os.environ["KORVCAM"], os.path.join(folder, "bin", "korvcam"))
+            answer = subprocess.run([lonely, "serve"], stdout=subprocess.PIPE,
+                                    stderr=subprocess.PIPE, text=True)
+        self.assertEqual((answer.returncode, answer.stdout), (1, ""))
+        self.assertIn("install the package korv-camera-escl", answer.stderr)
+
+    def test_korvcam_needs_no_library_that_only_the_server_uses(self):
+        needed = subprocess.run(["readelf", "-d", os.environ["KORVCAM"]], stdout=subprocess.PIPE,
+                                text=True, check=True).stdout
+        self.assertIn("NEEDED", needed)
+        for library in "microhttpd", "gnutls", "avahi", "pugixml":
+            self.assertNotIn(library, needed)
+
+    def test_the_server_serves_only(self):
+        server = os.environ["KORVCAM_SERVE"]
+        answer = subprocess.run([server, "list"], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                text=True)
+        self.assertEqual((answer.returncode, answer.stdout), (2, ""))
+        self.assertIn("korvcam serve", answer.stderr)
+
+    def test_what_is_wrong_with_the_options_needs_no_server(self):
+        answer = subprocess.run([os.environ["KORVCAM"], "serve", "--nonsense"],
+                                stderr=subprocess.PIPE, text=True)
+        self.assertEqual(answer.returncode, 2)
+        self.assertIn("--nonsense", answer.stderr)
+
+    def test_a_socket_that_was_passed_on_takes_the_place_of_listen(self):
+        with socket.create_server(("127.0.0.1", 0)) as listening:
+            port = listening.getsockname()[1]
+            with Server(listen="127.0.0.1:1", inherited=listening) as server:
+                self.assertEqual(server.port, port)
+                self.assertEqual(server.ask("GET", "/eSCL/ScannerStatus")[0], 200)
 
 
 if __name__ == "__main__":

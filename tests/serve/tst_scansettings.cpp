@@ -1,4 +1,4 @@
-#include "cli/serve/scansettings.h"
+#include "cli/serve/escl/scansettings.h"
 
 #include <gmock/gmock.h>
 
@@ -21,9 +21,9 @@ ScanSettings accepted(const std::string &inner)
     return refusal ? ScanSettings() : std::get<ScanSettings>(parsed);
 }
 
-unsigned refused(const std::string &inner)
+unsigned refused(const std::string &inner, const cli::ScannerLimits &limits = kLimits)
 {
-    const auto parsed = parseScanSettings("<ScanSettings>" + inner + "</ScanSettings>", kLimits);
+    const auto parsed = parseScanSettings("<ScanSettings>" + inner + "</ScanSettings>", limits);
     const auto *const refusal = std::get_if<SettingsRefusal>(&parsed);
     return refusal ? refusal->status : 0;
 }
@@ -79,6 +79,15 @@ TEST(ScanSettingsTest, aRegionOutsideIsRefused)
     EXPECT_EQ(refused(region("<Width>-5</Width>")), 400U);
 }
 
+TEST(ScanSettingsTest, anOffsetThatIsNoNumberIsRefused)
+{
+    for (const char *const offset : {"-1", "-2147483647", "2147483648", "1.5", "x"}) {
+        EXPECT_EQ(refused(region("<XOffset>" + std::string(offset) + "</XOffset>")), 400U)
+            << offset;
+        EXPECT_EQ(refused(region("<Height>" + std::string(offset) + "</Height>")), 400U) << offset;
+    }
+}
+
 TEST(ScanSettingsTest, unequalOrUnknownResolutionsAreRefused)
 {
     EXPECT_EQ(refused("<XResolution>300</XResolution><YResolution>150</YResolution>"), 409U);
@@ -86,9 +95,23 @@ TEST(ScanSettingsTest, unequalOrUnknownResolutionsAreRefused)
     EXPECT_EQ(refused("<XResolution>4294967596</XResolution>"), 400U);
 }
 
-TEST(ScanSettingsTest, aFeederIsRefused)
+TEST(ScanSettingsTest, aFeederIsRefusedWhereThereIsNone)
 {
     EXPECT_EQ(refused("<InputSource>Feeder</InputSource>"), 409U);
+}
+
+TEST(ScanSettingsTest, aFeederIsTakenWhereThereIsOne)
+{
+    cli::ScannerLimits limits = kLimits;
+    limits.hasFeeder = true;
+    const auto source = [&limits](const std::string &name) {
+        const auto parsed = parseScanSettings(
+            "<ScanSettings><InputSource>" + name + "</InputSource></ScanSettings>", limits);
+        return std::get<ScanSettings>(parsed).source;
+    };
+    EXPECT_EQ(source("Feeder"), cli::ScanInput::Feeder);
+    EXPECT_EQ(source("Platen"), cli::ScanInput::Platen);
+    EXPECT_EQ(refused("<InputSource>Camera</InputSource>", limits), 409U);
 }
 
 TEST(ScanSettingsTest, otherDocumentsAreNoRequest)

@@ -1,4 +1,4 @@
-#include "cli/serve/esclservice.h"
+#include "cli/serve/escl/esclservice.h"
 
 #include <gmock/gmock.h>
 

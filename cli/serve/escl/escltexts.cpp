@@ -1,4 +1,4 @@
-#include "cli/serve/escltexts.h"
+#include "cli/serve/escl/escltexts.h"
 
 #include <pugixml.hpp>
 #include <sstream>
@@ -39,10 +39,10 @@ std::string textOf(const pugi::xml_document &document)
     return text.str();
 }
 
-void addProfile(pugi::xml_node &platen, const std::vector<int> &resolutions)
+void addProfile(pugi::xml_node &source, const std::vector<int> &resolutions)
 {
     pugi::xml_node profile =
-        platen.append_child("scan:SettingProfiles").append_child("scan:SettingProfile");
+        source.append_child("scan:SettingProfiles").append_child("scan:SettingProfile");
     pugi::xml_node modes = profile.append_child("scan:ColorModes");
     for (const char *const mode : {"BlackAndWhite1", "Grayscale8", "RGB24"})
         add(modes, "scan:ColorMode", mode);
@@ -58,6 +58,22 @@ void addProfile(pugi::xml_node &platen, const std::vector<int> &resolutions)
         add(entry, "scan:XResolution", resolution);
         add(entry, "scan:YResolution", resolution);
     }
+}
+
+/// What a place to put paper offers.
+void addSource(pugi::xml_node source, const ScannerLimits &limits)
+{
+    add(source, "scan:MinWidth", kMinSide);
+    add(source, "scan:MaxWidth", limits.maxWidth);
+    add(source, "scan:MinHeight", kMinSide);
+    add(source, "scan:MaxHeight", limits.maxHeight);
+    add(source, "scan:MaxScanRegions", 1);
+    addProfile(source, limits.resolutions);
+    pugi::xml_node intents = source.append_child("scan:SupportedIntents");
+    for (const char *const intent : {"Document", "Photo", "Preview", "TextAndGraphic"})
+        add(intents, "scan:Intent", intent);
+    add(source, "scan:MaxOpticalXResolution", limits.resolutions.back());
+    add(source, "scan:MaxOpticalYResolution", limits.resolutions.back());
 }
 
 const char *nameOf(ScanJobs::State state)
@@ -103,27 +119,21 @@ std::string capabilitiesXml(const ScannerIdentity &identity, const ScannerLimits
     add(root, "pwg:MakeAndModel", identity.name);
     add(root, "pwg:SerialNumber", identity.uuid);
     add(root, "scan:UUID", identity.uuid);
-    pugi::xml_node platen = root.append_child("scan:Platen").append_child("scan:PlatenInputCaps");
-    add(platen, "scan:MinWidth", kMinSide);
-    add(platen, "scan:MaxWidth", limits.maxWidth);
-    add(platen, "scan:MinHeight", kMinSide);
-    add(platen, "scan:MaxHeight", limits.maxHeight);
-    add(platen, "scan:MaxScanRegions", 1);
-    addProfile(platen, limits.resolutions);
-    pugi::xml_node intents = platen.append_child("scan:SupportedIntents");
-    for (const char *const intent : {"Document", "Photo", "Preview", "TextAndGraphic"})
-        add(intents, "scan:Intent", intent);
-    add(platen, "scan:MaxOpticalXResolution", limits.resolutions.back());
-    add(platen, "scan:MaxOpticalYResolution", limits.resolutions.back());
+    addSource(root.append_child("scan:Platen").append_child("scan:PlatenInputCaps"), limits);
+    if (limits.hasFeeder)
+        addSource(root.append_child("scan:Adf").append_child("scan:AdfSimplexInputCaps"), limits);
     return textOf(document);
 }
 
-std::string statusXml(const std::vector<ScanJobs::Status> &jobs, bool isActive)
+std::string statusXml(const std::vector<ScanJobs::Status> &jobs, bool isActive, bool hasFeeder)
 {
     pugi::xml_document document;
     pugi::xml_node root = addRoot(document, "scan:ScannerStatus");
     add(root, "pwg:Version", kVersion);
     add(root, "pwg:State", isActive ? "Processing" : "Idle");
+    // somebody turns pages; the camera sees when there are no more
+    if (hasFeeder)
+        add(root, "scan:AdfState", "ScannerAdfLoaded");
     pugi::xml_node list = root.append_child("scan:Jobs");
     for (const ScanJobs::Status &job : jobs) {
         pugi::xml_node info = list.append_child("scan:JobInfo");
@@ -131,7 +141,7 @@ std::string statusXml(const std::vector<ScanJobs::Status> &jobs, bool isActive)
         add(info, "pwg:JobUuid", job.id);
         add(info, "scan:Age", static_cast<int>(job.ageSeconds));
         add(info, "pwg:ImagesCompleted", job.pagesDelivered);
-        add(info, "pwg:ImagesToTransfer", job.state == ScanJobs::State::Ready ? 1 : 0);
+        add(info, "pwg:ImagesToTransfer", job.pagesWaiting);
         add(info, "pwg:JobState", nameOf(job.state));
         pugi::xml_node reasons = info.append_child("pwg:JobStateReasons");
         add(reasons, "pwg:JobStateReason", reasonOf(job.state));

@@ -1,4 +1,4 @@
-#include "cli/serve/esclservice.h"
+#include "cli/serve/escl/esclservice.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -110,8 +110,9 @@ std::optional<HttpResponse> EsclService::answer(const HttpRequest &request)
     if (path == "ScannerCapabilities")
         return isGet ? capabilities() : allowOnly("GET");
     if (path == "ScannerStatus")
-        return isGet ? respond(kOk, kXml, statusXml(m_jobs.list(), m_jobs.isActive()))
-                     : allowOnly("GET");
+        return isGet
+            ? respond(kOk, kXml, statusXml(m_jobs.list(), m_jobs.isActive(), limits().hasFeeder))
+            : allowOnly("GET");
     if (path == "ScanJobs")
         return request.method == "POST" ? createJob(request) : allowOnly("POST");
     const std::string jobs = "ScanJobs/";
@@ -130,6 +131,7 @@ std::optional<HttpResponse> EsclService::answerJob(const HttpRequest &request,
             return allowOnly("DELETE");
         if (!m_jobs.remove(id))
             return refuse(kNotFound, "there is no such job");
+        m_workArrived(); // a feeder ends its work
         return respond(kOk, kText, {});
     }
     if (part != "/NextDocument" && part != "/ScanImageInfo")
@@ -161,7 +163,8 @@ std::optional<HttpResponse> EsclService::nextDocument(const std::string &id)
         HttpResponse response;
         response.contentType = mimeType(next.format);
         response.headers.emplace_back("Content-Location",
-                                      std::string(kEsclRoot) + "/ScanJobs/" + id + "/1");
+                                      std::string(kEsclRoot) + "/ScanJobs/" + id + "/"
+                                          + std::to_string(next.number));
         // the bytes stay where they are; the page lives as long as they are sent
         response.body = std::shared_ptr<const std::string>(next.page, &next.page->bytes);
         return response;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/serve/escltexts.h"
-#include "cli/serve/httpserver.h"
-#include "cli/serve/scanjobs.h"
+#include "cli/serve/escl/escltexts.h"
+#include "cli/serve/escl/scanjobs.h"
+#include "cli/serve/http/httpserver.h"
 #include "util/mutex.h"
 
 #include <functional>
@@ -16,7 +16,8 @@ namespace cli {
 class EsclService
 {
 public:
-    /// `jobs` is borrowed; `workArrived` is called when one of them may wait for the camera.
+    /// `jobs` is borrowed; `workArrived` is called when one of them may wait for
+    /// the camera, and when one is cancelled.
     EsclService(ScanJobs &jobs, std::function<void()> workArrived);
 
     /// Sets what the scanner is and offers; requests are held against it from now on.

@@ -1,4 +1,4 @@
-#include "cli/serve/scansettings.h"
+#include "cli/serve/escl/scansettings.h"
 
 #include <algorithm>
 #include <charconv>
@@ -81,15 +81,20 @@ private:
         int value = 0;
         const char *const end = text.data() + text.size();
         const std::from_chars_result read = std::from_chars(text.data(), end, value);
-        if (read.ec != std::errc() || read.ptr != end || value < 0)
-            refuse({kBadRequest, std::string(name) + " is not a number"});
-        return value;
+        if (read.ec == std::errc() && read.ptr == end && value >= 0)
+            return value;
+        refuse({kBadRequest, std::string(name) + " is not a number"});
+        return missing; // nobody computes with what was refused
     }
 
     void readSource()
     {
         const std::string source = textOf(m_root, "InputSource");
-        if (!source.empty() && source != "Platen")
+        if (source.empty() || source == "Platen")
+            m_settings.source = ScanInput::Platen;
+        else if (source == "Feeder" && m_limits.hasFeeder)
+            m_settings.source = ScanInput::Feeder;
+        else
             refuse(conflict("the input source", source));
     }
 

@@ -1,4 +1,4 @@
-#include "cli/serve/listenaddress.h"
+#include "cli/serve/http/listenaddress.h"
 
 #include "cli/base/translation.h"
 

@@ -1,4 +1,4 @@
-#include "cli/serve/httpserver.h"
+#include "cli/serve/http/httpserver.h"
 
 #include <exception>
 #include <microhttpd.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/serve/scansettings.h"
+#include "cli/serve/escl/scansettings.h"
 #include "util/mutex.h"
 
 #include <chrono>
@@ -24,13 +24,13 @@ using ScannedPagePointer = std::shared_ptr<const ScannedPage>;
 /// What became of an attempt to scan.
 struct ScanOutcome
 {
-    ScannedPagePointer page; ///< null: there is none
+    ScannedPagePointer page; ///< null: there is none, or none besides those of the feeder
     bool isBusy = false; ///< another program holds the camera; worth another attempt
-    std::string reason; ///< why there is no page, one sentence
+    std::string reason; ///< what went wrong, one sentence; empty: nothing
 };
 
-/// The jobs of all clients. One at a time is active, from its creation until its page is delivered,
-/// it fails, is cancelled, or nobody has asked for it for a minute.
+/// The jobs of all clients. One at a time is active, from its creation until its last page is
+/// delivered, it fails, is cancelled, or nobody has asked for a page of it for a minute.
 /// Thread: any.
 class ScanJobs
 {
@@ -45,6 +45,7 @@ public:
         State state = State::Pending;
         long ageSeconds = 0;
         int pagesDelivered = 0;
+        int pagesWaiting = 0;
         std::string reason; ///< of an abort
     };
 
@@ -57,13 +58,14 @@ public:
     {
         Answer answer = Answer::Unknown;
         ScannedPagePointer page; ///< with Answer::Page
+        int number = 0; ///< of the page, from 1
         ScanFormat format = ScanFormat::Jpeg;
         std::string reason; ///< with Answer::Failed and Answer::Busy
     };
-    /// Hands over the page of a job, once. After Busy, the next call has the scan tried again.
+    /// Hands over the next page of a job, each once. After Busy, the next call has the scan tried again.
     Next next(const std::string &id);
 
-    /// The page of a job without handing it over; sizes stay known after the delivery.
+    /// The next page of a job without handing it over; the last one's size stays known.
     Next peek(const std::string &id) const;
 
     /// Cancels an active job, forgets a finished one. False: there is none of that id.
@@ -81,6 +83,13 @@ public:
     };
     std::optional<Work> takeWork();
 
+    /// Whether a job of the feeder is to get pages: now, when its client has fetched some, or no more.
+    enum class Feeding { Wanted, Later, Over };
+    Feeding feeding(const std::string &id) const;
+
+    /// A page of the feeder; others may follow until finish(). Ignored when it is over.
+    void add(const std::string &id, ScannedPagePointer page);
+
     /// What became of the work. Ignored for a job that was cancelled meanwhile.
     void finish(const std::string &id, ScanOutcome outcome);
 
@@ -95,8 +104,10 @@ private:
         State state = State::Pending;
         bool isQueued = true; ///< the camera is to try (again)
         bool wasBusy = false; ///< the last attempt failed, and nobody has been told
-        ScannedPagePointer page;
-        int width = 0;
+        std::deque<ScannedPagePointer> pages; ///< not handed over yet
+        State end = State::Completed; ///< what Ready becomes with the last page
+        int pagesDelivered = 0;
+        int width = 0; ///< of the page delivered last
         int height = 0;
         std::string reason;
         Clock::time_point created;
@@ -104,6 +115,7 @@ private:
     };
 
     static bool isActive(const Job &job);
+    static void handOver(Job &job, Next &next);
     Job *find(const std::string &id) REQUIRES(m_mutex);
 
     mutable Mutex m_mutex;

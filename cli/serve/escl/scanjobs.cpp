@@ -1,4 +1,4 @@
-#include "cli/serve/scanjobs.h"
+#include "cli/serve/escl/scanjobs.h"
 
 #include <algorithm>
 #include <random>
@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::chrono::seconds kPatience{60};
 constexpr std::size_t kMaxJobs = 10; // finished ones stay in the status until then
+constexpr std::size_t kMaxWaiting = 4; // pages in memory that nobody has fetched
 
 /// An id that another client cannot guess.
 std::string newId()
@@ -74,11 +75,13 @@ ScanJobs::Next ScanJobs::next(const std::string &id)
         break;
     case State::Scanning:
         next.answer = Answer::NotYet;
+        if (!job->pages.empty())
+            handOver(*job, next);
         break;
     case State::Ready:
-        next.answer = Answer::Page;
-        next.page = std::move(job->page);
-        job->state = State::Completed;
+        handOver(*job, next);
+        if (job->pages.empty())
+            job->state = job->end;
         break;
     case State::Completed:
         next.answer = Answer::NoMore;
@@ -93,6 +96,16 @@ ScanJobs::Next ScanJobs::next(const std::string &id)
     return next;
 }
 
+void ScanJobs::handOver(Job &job, Next &next)
+{
+    next.answer = Answer::Page;
+    next.page = std::move(job.pages.front());
+    job.pages.pop_front();
+    next.number = ++job.pagesDelivered;
+    job.width = next.page->width;
+    job.height = next.page->height;
+}
+
 ScanJobs::Next ScanJobs::peek(const std::string &id) const
 {
     const MutexLock lock(m_mutex);
@@ -101,12 +114,15 @@ ScanJobs::Next ScanJobs::peek(const std::string &id) const
             continue;
         Next next;
         next.format = job.settings.format;
-        if (job.width == 0) {
+        if (!job.pages.empty()) {
+            next.answer = Answer::Page;
+            next.page = job.pages.front();
+        } else if (job.width > 0) {
+            next.answer = Answer::Page;
+            next.page = std::make_shared<ScannedPage>(ScannedPage{{}, job.width, job.height});
+        } else {
             next.answer = isActive(job) ? Answer::NotYet : Answer::Failed;
-            return next;
         }
-        next.answer = Answer::Page;
-        next.page = std::make_shared<ScannedPage>(ScannedPage{{}, job.width, job.height});
         return next;
     }
     return {};
@@ -120,7 +136,7 @@ bool ScanJobs::remove(const std::string &id)
         return false;
     if (isActive(*job)) {
         job->state = State::Canceled;
-        job->page.reset();
+        job->pages.clear();
     } else {
         m_jobs.erase(std::find_if(m_jobs.begin(), m_jobs.end(),
                                   [&](const Job &other) { return &other == job; }));
@@ -135,8 +151,8 @@ std::vector<ScanJobs::Status> ScanJobs::list() const
     std::vector<Status> list;
     for (const Job &job : m_jobs) {
         const auto age = std::chrono::duration_cast<std::chrono::seconds>(now - job.created);
-        list.push_back({job.id, job.state, static_cast<long>(age.count()),
-                        job.state == State::Completed ? 1 : 0, job.reason});
+        list.push_back({job.id, job.state, static_cast<long>(age.count()), job.pagesDelivered,
+                        static_cast<int>(job.pages.size()), job.reason});
     }
     return list;
 }
@@ -154,6 +170,26 @@ std::optional<ScanJobs::Work> ScanJobs::takeWork()
     return std::nullopt;
 }
 
+ScanJobs::Feeding ScanJobs::feeding(const std::string &id) const
+{
+    const MutexLock lock(m_mutex);
+    for (const Job &job : m_jobs) {
+        if (job.id == id && job.state == State::Scanning)
+            return job.pages.size() < kMaxWaiting ? Feeding::Wanted : Feeding::Later;
+    }
+    return Feeding::Over;
+}
+
+void ScanJobs::add(const std::string &id, ScannedPagePointer page)
+{
+    const MutexLock lock(m_mutex);
+    Job *const job = find(id);
+    if (!job || job->state != State::Scanning)
+        return;
+    job->lastAsked = Clock::now();
+    job->pages.push_back(std::move(page));
+}
+
 void ScanJobs::finish(const std::string &id, ScanOutcome outcome)
 {
     const MutexLock lock(m_mutex);
@@ -162,26 +198,28 @@ void ScanJobs::finish(const std::string &id, ScanOutcome outcome)
         return;
     job->lastAsked = Clock::now();
     job->reason = std::move(outcome.reason);
-    if (outcome.page) {
-        job->state = State::Ready;
-        job->width = outcome.page->width;
-        job->height = outcome.page->height;
-        job->page = std::move(outcome.page);
-    } else {
-        job->state = outcome.isBusy ? State::Pending : State::Aborted;
-        job->wasBusy = outcome.isBusy;
+    if (outcome.isBusy && job->pages.empty() && job->pagesDelivered == 0) {
+        job->state = State::Pending;
+        job->wasBusy = true;
+        return;
     }
+    if (outcome.page)
+        job->pages.push_back(std::move(outcome.page));
+    job->end = job->reason.empty() ? State::Completed : State::Aborted;
+    job->state = job->pages.empty() ? job->end : State::Ready;
 }
 
 void ScanJobs::expire(Clock::time_point now)
 {
     const MutexLock lock(m_mutex);
     for (Job &job : m_jobs) {
-        const bool waitsForClient = job.state == State::Ready || job.state == State::Pending;
+        // while the camera works the client may wait, and a request that waits is not made again
+        const bool waitsForClient =
+            job.state == State::Ready || job.state == State::Pending || !job.pages.empty();
         if (waitsForClient && now - job.lastAsked > kPatience) {
             job.state = State::Aborted;
             job.reason = "nobody asked for the page";
-            job.page.reset();
+            job.pages.clear();
         }
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/serve/pagegeometry.h"
-#include "cli/serve/scanjobs.h"
+#include "cli/serve/escl/scanjobs.h"
+#include "cli/serve/escl/scansettings.h"
 
 #include <string>
 #include <vector>
@@ -17,7 +17,7 @@ struct ScannerIdentity
 
 /// The documents that the eSCL protocol defines, in the version that it calls 2.63.
 std::string capabilitiesXml(const ScannerIdentity &identity, const ScannerLimits &limits);
-std::string statusXml(const std::vector<ScanJobs::Status> &jobs, bool isActive);
+std::string statusXml(const std::vector<ScanJobs::Status> &jobs, bool isActive, bool hasFeeder);
 std::string imageInfoXml(const std::string &jobId, const ScannedPage &page);
 
 /// The path below which everything lies, without a slash at its end.

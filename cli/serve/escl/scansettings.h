@@ -12,10 +12,14 @@ struct ScannerLimits
     std::vector<int> resolutions; ///< dots per inch, ascending
     int maxWidth = 0; ///< of the platen, in 1/300 inch
     int maxHeight = 0;
+    bool hasFeeder = false; ///< a page each time one is turned
 };
 
 enum class ScanColor { Color, Gray, Lineart };
 enum class ScanFormat { Jpeg, Pdf };
+
+/// Where pages come from: one from the desk, or one after the other as somebody turns them.
+enum class ScanInput { Platen, Feeder };
 
 /// A rectangle on the platen, in 1/300 inch.
 struct ScanRegion
@@ -31,6 +35,7 @@ struct ScanSettings
 {
     ScanColor color = ScanColor::Color;
     ScanFormat format = ScanFormat::Jpeg;
+    ScanInput source = ScanInput::Platen;
     int resolution = 0; ///< dots per inch
     ScanRegion region;
 };

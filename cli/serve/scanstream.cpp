@@ -1,0 +1,48 @@
+#include "cli/serve/scanstream.h"
+
+#include "cli/base/translation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace cli {
+namespace {
+
+/// The number of the largest mode; nothing when the camera names none.
+std::optional<int> largestMode(const OpenDevice &camera)
+{
+    const std::vector<_tag_unit_cam_res_unit> modes = camera.modes();
+    const auto largest = std::max_element(
+        modes.begin(), modes.end(), [](auto &one, auto &other) { return one.res_w < other.res_w; });
+    return largest == modes.end() ? std::nullopt : std::optional(largest->res_no);
+}
+
+} // namespace
+
+ScanOutcome refusal(int result, const std::string &doing)
+{
+    return {nullptr, result == -EBUSY, tr("cannot %1: %2", doing, std::strerror(-result))};
+}
+
+ScanStream::ScanStream(LibrarySession &session, const Device &device)
+    : m_receiver(session.wakeup())
+    , m_camera(session.library(), device.index)
+    , m_problem(start(session, device))
+{
+}
+
+ScanOutcome ScanStream::start(LibrarySession &session, const Device &device) const
+{
+    if (m_camera.result() < 0)
+        return refusal(m_camera.result(), tr("open %1", device.name));
+    if (const std::optional<int> mode = largestMode(m_camera)) {
+        const int result = session.library().SetCurResolutionNo(device.index, *mode);
+        if (result < 0)
+            return refusal(result, tr("select the largest picture"));
+    }
+    const int result = session.library().StartCapture(device.index, &FrameReceiver::onFrame);
+    return result < 0 ? refusal(result, tr("start %1", device.name)) : ScanOutcome();
+}
+
+} // namespace cli

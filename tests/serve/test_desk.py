@@ -1,0 +1,164 @@
+"""Two clients at once and one that never reads, while the camera is unplugged and plugged in again.
+
+KORV_SCAN_SECONDS: how long; 20 unless given.
+"""
+
+import os
+import random
+import socket
+import subprocess
+import tempfile
+import threading
+import time
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+from scanner import Server, settings
+
+SECONDS = float(os.environ.get("KORV_SCAN_SECONDS", "20"))
+CAMERA = "1b17:0211 My Camera"
+
+
+def memory(process):
+    """Kilobytes of its own, and open descriptors."""
+    with open(f"/proc/{process}/status", encoding="ascii") as file:
+        kilobytes = next(int(line.split()[1]) for line in file if line.startswith("RssAnon"))
+    return kilobytes, len(os.listdir(f"/proc/{process}/fd"))
+
+
+class Client(threading.Thread):
+    """Scans as programs do: asks again when the scanner is busy, and takes what it gets."""
+
+    def __init__(self, server, seed, end):
+        super().__init__()
+        self.server, self.end = server, end
+        self.random = random.Random(seed)
+        self.pages = 0
+        self.gone = 0
+        self.busy = 0
+        self.problems = []
+
+    def run(self):
+        # a busy machine may need longer for a page of each
+        while time.monotonic() < self.end + (0 if self.pages else 100):
+            try:
+                self.scan()
+            except Exception as error:  # the thread's end must not hide it
+                self.problems.append(repr(error))
+                return
+
+    def scan(self):
+        wanted = {"dpi": self.random.choice([75, 150]),
+                  "color": self.random.choice(["RGB24", "Grayscale8", "BlackAndWhite1"]),
+                  "format": self.random.choice(["image/jpeg", "application/pdf"])}
+        status, headers, body = self.server.ask("POST", "/eSCL/ScanJobs", settings(**wanted))
+        if status == 503:
+            self.busy += 1
+            time.sleep(0.05)
+            return
+        if status != 201:
+            raise RuntimeError(f"{status}: {body!r}")
+        if self.random.random() < 0.1:
+            status = self.server.ask("DELETE", headers["Location"])[0]
+            if status != 200:
+                raise RuntimeError(f"DELETE: {status}")
+            return
+        self.fetch(headers["Location"] + "/NextDocument", wanted["format"])
+
+    def fetch(self, path, kind):
+        status, headers, body = self.server.ask("GET", path)
+        if status == 200:
+            begin = b"%PDF" if kind == "application/pdf" else b"\xff\xd8"
+            end = b"%%EOF" if kind == "application/pdf" else b"\xff\xd9"
+            if headers["Content-Type"] != kind or not body.startswith(begin) or end not in body[-8:]:
+                raise RuntimeError(f"no whole {kind}: {body[:20]!r} ... {body[-20:]!r}")
+            self.pages += 1
+            time.sleep(0.2)  # whoever puts down the next sheet lets others come first
+        elif status in (500, 503):  # no camera; taken by nobody else, but on its way out
+            self.gone += 1
+        else:
+            raise RuntimeError(f"{status}: {body!r}")
+
+
+class Desk(unittest.TestCase):
+    def setUp(self):
+        self.desk = self.enterContext(tempfile.TemporaryDirectory())
+        with tempfile.TemporaryDirectory() as folder:
+            page = os.path.join(folder, "page.jpg")
+            subprocess.run([os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"],
+                            "--desk", "builtin", "snap", "--no-settle", "-o", page],
+                           stdout=subprocess.DEVNULL, check=True)
+            os.mkdir(self.camera(False))
+            with open(page, "rb") as source:
+                data = source.read()
+        with open(os.path.join(self.camera(False), "page.jpg"), "wb") as file:
+            file.write(data)
+        self.plug(True)
+
+    def camera(self, is_present):
+        return os.path.join(self.desk, ("" if is_present else ".") + CAMERA)
+
+    def plug(self, is_present):
+        os.rename(self.camera(not is_present), self.camera(is_present))
+
+    def never_read(self, server):
+        """A client that asks for a page and leaves it in the pipe."""
+        job = server.create(dpi=300)
+        idle = socket.create_connection(("127.0.0.1", server.port), 30)
+        idle.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+        idle.sendall(f"GET {job}/NextDocument HTTP/1.1\r\nHost: localhost\r\n\r\n".encode())
+        self.addCleanup(idle.close)
+        deadline = time.monotonic() + 60
+        while b"Idle" not in server.ask("GET", "/eSCL/ScannerStatus")[2]:
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.1)
+
+    def test_clients_and_camera_come_and_go(self):
+        with Server(desk=self.desk) as server:
+            server.scan(dpi=300)
+            before = memory(server.process.pid)
+            for _ in range(3):
+                self.never_read(server)
+            end = time.monotonic() + SECONDS
+            clients = [Client(server, seed, end) for seed in range(2)]
+            for client in clients:
+                client.start()
+            replugs = 0
+            while time.monotonic() < end:
+                time.sleep(2)
+                self.plug(False)
+                time.sleep(1)
+                self.plug(True)
+                replugs += 1
+            for client in clients:
+                client.join(300)
+            pages = [client.pages for client in clients]
+            print(f"{pages} pages, {sum(client.gone for client in clients)} without a camera, "
+                  f"{sum(client.busy for client in clients)} times busy, {replugs} replugs")
+            self.assertEqual([client.problems for client in clients], [[], []])
+            self.assertTrue(all(pages), "each client has got a page")
+            self.check_rest(server, before)
+
+    def check_rest(self, server, before):
+        """The server works, and holds no more than at the beginning."""
+        deadline = time.monotonic() + 90
+        while True:  # a job of a client that left may still be active
+            status, headers, _ = server.ask("POST", "/eSCL/ScanJobs", settings(dpi=300))
+            if status == 201 or time.monotonic() > deadline:
+                break
+            time.sleep(1)
+        self.assertEqual(status, 201)
+        self.assertEqual(server.ask("GET", headers["Location"] + "/NextDocument")[0], 200)
+        root = ElementTree.fromstring(server.ask("GET", "/eSCL/ScannerStatus")[2])
+        self.assertTrue(root.tag.endswith("ScannerStatus"))
+        after = memory(server.process.pid)
+        print(f"memory {before[0]} kB, then {after[0]} kB; descriptors {before[1]}, {after[1]}")
+        self.assertLessEqual(after[1], before[1] + 5)  # three that never read among them
+        if not os.environ.get("KORV_SANITIZED"):  # what is freed stays there for a while
+            self.assertLess(after[0], before[0] + 20_000)
+        self.assertEqual(server.stop(), 0)
+        self.assertEqual(server.leftovers(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
