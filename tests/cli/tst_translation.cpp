@@ -134,7 +134,7 @@ TEST_F(KorvcamInChinese, everyLineOfTheHelpIsChinese)
 TEST_F(KorvcamInChinese, descriptionsStandOneBelowTheOther)
 {
     const Finished help = speak({"convert", "--help"});
-    EXPECT_THAT(help.output, HasSubstr("\n  destination TEXT (必填)     新文件\n"));
+    EXPECT_THAT(help.output, HasSubstr("\n  destination FILE (必填)     新文件；- 表示标准输出\n"));
     EXPECT_THAT(help.output, HasSubstr("\n  -q,--quality 1-100          JPEG 品质（默认：95）\n"));
 }
 
@@ -154,7 +154,7 @@ TEST_F(KorvcamInChinese, everyMistakeInTheCommandLineIsToldInChinese)
         {"snap", "-o", "a.jpg", "--color", "blue"},
         {"snap", "-o", "a.jpg", "--crop=maybe"},
         {"snap", "-o", "a.jpg", "-r", "5"},
-        {"snap", "-o", "a.png"},
+        {"snap", "-o", "a.gif"},
         {"snap", "-o", "a"},
         {"scan", "-o", "a.jpg"},
         {"scan", "-o", "a.pdf", "--page-size", "x"},
