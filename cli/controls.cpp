@@ -4,6 +4,7 @@
 #include "cli/advice/videonodes.h"
 #include "cli/base/errors.h"
 #include "cli/commandline/suggestion.h"
+#include "cli/controllines.h"
 #include "cli/session/controlnode.h"
 #include "library/controls/control_order.h"
 #include "library/controls/control_values.h"
@@ -19,7 +20,6 @@ namespace {
 
 using korv::Control;
 using korv::ControlCall;
-using korv::ControlKind;
 
 /// A control of the camera and the value that it is to get.
 struct Setting
@@ -71,6 +71,7 @@ private:
     bool readControls();
     bool settingsFor(std::vector<Setting> &settings) const;
     ExitCode apply(const Setting &setting);
+    void printCount(const char *done, std::size_t count);
     ExitCode change(const std::vector<korv::SettingChange> &changes);
     std::string inactiveReason(const Control &control) const;
     const std::map<std::string, std::string> &saved();
@@ -109,23 +110,9 @@ ExitCode ControlTask::list()
 {
     const std::map<std::string, std::string> &kept = saved();
     for (const Control &control : m_controls) {
-        std::string line = control.name;
-        if (control.value)
-            line += "=" + korv::controlValueText(control, *control.value);
-        if (control.kind == ControlKind::Button)
-            line += "  button";
-        else if (control.kind == ControlKind::Unsupported)
-            line += "  of a kind that cannot be set here";
-        else
-            line += "  " + korv::controlRangeText(control) + "  default "
-                + korv::controlValueText(control, control.standard);
-        if (control.isReadOnly())
-            line += "  read-only";
-        if (control.isInactive())
-            line += "  inactive";
-        if (const auto value = kept.find(control.name); value != kept.end())
-            line += "  saved " + value->second;
-        m_session.print(line);
+        const auto saved = kept.find(control.name);
+        const std::string *const value = saved == kept.end() ? nullptr : &saved->second;
+        m_session.print(describe(control, value), objectOf(control, value));
     }
     return ExitCode::Success;
 }
@@ -192,8 +179,13 @@ ExitCode ControlTask::apply(const Setting &setting)
         return ExitCode::Failure;
     // a driver may round
     const std::optional<std::int32_t> value = korv::readControl(m_call, control);
+    JsonLine object;
+    object.add("name", control.name);
+    if (value)
+        object.add("value", *value);
     m_session.print(control.name
-                    + (value ? "=" + korv::controlValueText(control, *value) : "  pressed"));
+                        + (value ? "=" + korv::controlValueText(control, *value) : "  pressed"),
+                    object);
     return ExitCode::Success;
 }
 
@@ -222,6 +214,13 @@ ExitCode ControlTask::change(const std::vector<korv::SettingChange> &changes)
     return ExitCode::Failure;
 }
 
+void ControlTask::printCount(const char *done, std::size_t count)
+{
+    JsonLine object;
+    object.add(done, static_cast<double>(count)).add("model", modelOf(m_device));
+    m_session.print(done + (" " + std::to_string(count)) + " for " + modelOf(m_device), object);
+}
+
 ExitCode ControlTask::save(const std::vector<Setting> &settings)
 {
     std::vector<korv::SettingChange> changes;
@@ -244,7 +243,7 @@ ExitCode ControlTask::save(const std::vector<Setting> &settings)
     }
     const ExitCode code = change(changes);
     if (code == ExitCode::Success)
-        m_session.print("saved " + std::to_string(changes.size()) + " for " + modelOf(m_device));
+        printCount("saved", changes.size());
     return code;
 }
 
@@ -266,7 +265,7 @@ ExitCode ControlTask::reset()
                           [](const Setting &each) { return !korv::isMaster(each.control); });
     for (const Setting &each : settings)
         static_cast<void>(korv::writeControl(m_call, each.control, each.value));
-    m_session.print("forgot " + std::to_string(changes.size()) + " for " + modelOf(m_device));
+    printCount("forgot", changes.size());
     return ExitCode::Success;
 }
 

@@ -6,6 +6,7 @@
 #include "cli/advice/libraryadvice.h"
 #include "cli/base/librarycall.h"
 #include "cli/base/temporaryfolder.h"
+#include "cli/doctorlines.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/opendevice.h"
@@ -25,14 +26,6 @@ constexpr std::chrono::milliseconds kCountTime{2000};
 
 /// Frames a second of a simulated camera.
 constexpr double kSimulatedRate = 15;
-
-std::string joined(const std::vector<std::string> &words)
-{
-    std::string text;
-    for (const std::string &word : words)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
-}
 
 /// One examination: prints as it goes and collects what is wrong.
 class Doctor
@@ -62,6 +55,7 @@ private:
     void examine(const Device &device);
     void examineStream(const Device &device, FrameReceiver &receiver);
     FrameRate countFrames(FrameReceiver &receiver, Clock::time_point first);
+    void printPhotograph(const std::string &result);
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
     void noCamera(const std::string &text);
 
@@ -84,30 +78,36 @@ void Doctor::problem(const Device &device, const std::string &doing, int result)
 void Doctor::examineSystem()
 {
     const std::vector<UsbCamera> cameras = usbCameras(m_folders);
-    m_session.print("USB cameras");
+    m_session.printHeading("USB cameras");
     for (const UsbCamera &camera : cameras)
-        m_session.print("  " + camera.id + "  " + camera.name + "  "
-                        + (camera.driver.empty() ? "no driver" : "driver " + camera.driver));
+        m_session.print("  " + describe(camera), objectOf(camera));
     if (cameras.empty())
-        m_session.print("  none");
+        m_session.printHeading("  none");
 
     const std::vector<VideoNodeInfo> nodes = videoNodes(m_folders);
-    m_session.print("Video nodes");
+    m_session.printHeading("Video nodes");
     for (const VideoNodeInfo &node : nodes)
-        m_session.print("  " + describe(node));
+        m_session.print("  " + describe(node), objectOf(node));
     if (nodes.empty())
-        m_session.print("  none");
+        m_session.printHeading("  none");
     if (!usesRealCameras())
         return;
     for (const std::string &text : problemsOf(cameras, nodes))
         problem(text, ExitCode::Failure);
 }
 
+void Doctor::printPhotograph(const std::string &result)
+{
+    JsonLine object;
+    object.add("check", "photograph").add("result", result);
+    m_session.print("     test photograph: " + result, object);
+}
+
 void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
 {
     const TemporaryFolder folder;
     if (folder.error() != 0)
-        return m_session.print("     test photograph: not taken, no folder for it can be made");
+        return printPhotograph("not taken, no folder for it can be made");
     const std::string path = folder.pathOf("photograph.jpg");
     const Answer answer = askLibrary(m_options.verbose, [&] {
         return m_session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
@@ -115,8 +115,7 @@ void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
     });
     if (answer.result < 0)
         return problem(device, "make a photograph of its picture", answer.result);
-    m_session.print("     test photograph: "
-                    + std::string(answer.isOutOfFocus ? "out of focus" : "OK"));
+    printPhotograph(answer.isOutOfFocus ? "out of focus" : "OK");
     if (answer.isOutOfFocus)
         problem(device.name
                     + ": its picture is out of focus; wait until the camera has focused, clean its "
@@ -155,11 +154,8 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     const FrameRate rate = countFrames(receiver, first);
     if (m_session.wakeup().stopSignal() != 0)
         return;
-    m_session.print("     first picture after " + fixed(Seconds(first - start).count(), 2) + " s, "
-                    + sizeText(frame.width, frame.height) + ", then " + fixed(rate.measured, 1)
-                    + " a second"
-                    + (rate.promised ? " of " + fixed(*rate.promised, 1) : std::string())
-                    + (rate.missing > 0 ? ", " + std::to_string(rate.missing) + " left out" : ""));
+    const StreamFinding finding{Seconds(first - start).count(), frame.width, frame.height, rate};
+    m_session.print("     " + describe(finding), objectOf(finding));
     if (const std::string text = rateProblem(rate); !text.empty())
         problem(device.name + ": " + text, ExitCode::Failure);
     tryPhotograph(device, frame);
@@ -167,7 +163,7 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
 
 void Doctor::examine(const Device &device)
 {
-    m_session.print("  " + describe(device));
+    m_session.printHeading("  " + describe(device));
     // outlives the stream, which ends when the camera is closed
     FrameReceiver receiver(m_session.wakeup());
     const OpenDevice camera(m_session.library(), device.index);
@@ -179,10 +175,13 @@ void Doctor::examine(const Device &device)
     const int current = m_session.library().GetCurResolutionNo(device.index);
     const auto chosen = std::find_if(modes.begin(), modes.end(),
                                      [=](const auto &mode) { return mode.res_no == current; });
+    JsonLine object = objectOf(device);
+    object.add("check", "camera").add("resolutions", static_cast<double>(modes.size()));
     m_session.print("     " + std::to_string(modes.size()) + " resolutions"
-                    + (chosen == modes.end()
-                           ? std::string()
-                           : ", " + sizeText(chosen->res_w, chosen->res_h) + " to begin with"));
+                        + (chosen == modes.end()
+                               ? std::string()
+                               : ", " + sizeText(chosen->res_w, chosen->res_h) + " to begin with"),
+                    object);
     examineStream(device, receiver);
 }
 
@@ -195,8 +194,10 @@ void Doctor::noCamera(const std::string &text)
 
 void Doctor::examineLibrary()
 {
-    m_session.print("Camera library");
-    m_session.print("  " + m_options.library + "  cannot be used");
+    JsonLine object;
+    object.add("check", "library").add("path", m_options.library).add("usable", false);
+    m_session.printHeading("Camera library");
+    m_session.print("  " + m_options.library + "  cannot be used", object);
     const std::string words = adviceOnLibrary(m_options.library);
     problem("the camera library " + m_options.library + " cannot be used"
                 + (words.empty() ? "" : ": " + words),
@@ -208,13 +209,18 @@ void Doctor::examineCameras()
 {
     char version[64] = {};
     m_session.library().GetVersion(version, sizeof version);
-    m_session.print("Camera library " + std::string(version));
+    JsonLine object;
+    object.add("check", "library").add("path", m_options.library).add("usable", true);
+    object.add("version", version);
+    m_session.print("Camera library " + std::string(version), object);
     // the desk takes the place of the cameras, which surprises users who have forgotten it
     if (!m_desk.empty())
-        m_session.print("  KORV_CAMERA_DESK is set: simulated desk " + m_desk);
+        m_session.print("  KORV_CAMERA_DESK is set: simulated desk " + m_desk,
+                        JsonLine().add("check", "environment").add("KORV_CAMERA_DESK", m_desk));
     const bool isSwitchedOff = m_desk.empty() && !usesRealCameras();
     if (isSwitchedOff)
-        m_session.print("  KORV_CAMERA_REAL=0 is set: cameras are not used");
+        m_session.print("  KORV_CAMERA_REAL=0 is set: cameras are not used",
+                        JsonLine().add("check", "environment").add("KORV_CAMERA_REAL", "0"));
     const std::vector<Device> devices = m_session.devices(m_options.device);
     const std::vector<Device> wanted =
         m_options.device ? matching(devices, *m_options.device) : devices;
@@ -223,7 +229,7 @@ void Doctor::examineCameras()
     if (!wanted.empty())
         return;
     if (devices.empty())
-        m_session.print("  no camera");
+        m_session.printHeading("  no camera");
     if (const std::string words = adviceOnDesk(m_desk); devices.empty() && !words.empty())
         noCamera(words);
     else if (isSwitchedOff)
@@ -240,30 +246,16 @@ ExitCode Doctor::conclude()
 {
     if (m_session.wakeup().stopSignal() != 0)
         return m_session.interrupted(" before the examination was complete");
-    if (m_problems.empty()) {
-        m_session.print("No problem found.");
-        return ExitCode::Success;
-    }
-    m_session.print(m_problems.size() == 1 ? "Problem" : "Problems");
+    if (m_problems.empty())
+        m_session.printHeading("No problem found.");
+    else
+        m_session.printHeading(m_problems.size() == 1 ? "Problem" : "Problems");
     for (const std::string &text : m_problems)
-        m_session.print("  - " + text);
+        m_session.print("  - " + text, JsonLine().add("problem", text));
     return m_code;
 }
 
 } // namespace
-
-std::string describe(const VideoNodeInfo &node)
-{
-    const std::string start = node.path + "  ";
-    if (node.openError != 0)
-        return start + "cannot be opened: " + std::strerror(node.openError);
-    if (!node.isV4l2)
-        return start + "is not a V4L2 device";
-    if (!node.capturesVideo)
-        return start + node.card + "  no pictures; a camera's second node is like that";
-    return start + node.card + "  " + joined(node.formats)
-        + (node.users.empty() ? "" : "  open in " + joined(node.users));
-}
 
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                                     const std::vector<VideoNodeInfo> &nodes)

@@ -25,23 +25,27 @@ void addWatchCommand(CLI::App &program, Options &options)
     watch->add_option("-n,--count", options.maximumEvents, "Stop after N events (default: never)")
         ->type_name("N")
         ->check(hidden(CLI::Range(1, kMaxEvents)));
+    addJsonFlag(*watch, options);
 }
 
 } // namespace
 
 void addCameraCommands(CLI::App &program, Options &options)
 {
-    addCommand(program, options, Command::List, "list",
-               "List cameras: index, vendor:product, name, node, serial number");
+    addJsonFlag(*addCommand(program, options, Command::List, "list",
+                            "List cameras: index, vendor:product, name, node, serial number"),
+                options);
     CLI::App *const modes =
         addCommand(program, options, Command::Modes, "modes",
                    "List the resolutions of a camera: number, size, * for the one in use");
     addDeviceOption(*modes, options);
+    addJsonFlag(*modes, options);
     addWatchCommand(program, options);
     CLI::App *const doctor =
         addCommand(program, options, Command::Doctor, "doctor", "Diagnose camera problems");
     addCameraOption(*doctor, options.device, "all");
     addTimeoutOption(*doctor, options);
+    addJsonFlag(*doctor, options);
 }
 
 void addControlCommands(CLI::App &program, Options &options)
@@ -54,6 +58,7 @@ void addControlCommands(CLI::App &program, Options &options)
                        "Keep what is set, or without -c every value, for this camera model");
     controls->add_flag("--reset", options.reset,
                        "Forget what was kept for this camera model, and set it to its defaults");
+    addJsonFlag(*controls, options);
     CLI::App *const focus = addCommand(program, options, Command::Focus, "focus", "Focus once");
     addDeviceOption(*focus, options);
     focus->add_flag("--lock", options.lock, "Keep the focus from then on");

@@ -86,7 +86,8 @@ TEST_F(KorvcamPipes, standardInputIsASource)
 TEST_F(KorvcamPipes, inputThatIsNoPictureIsNamed)
 {
     snap("a.jpg");
-    for (const char *line : {"$K convert - b.png </dev/null", "echo text | $K combine - -o b.pdf"}) {
+    for (const char *line :
+         {"$K convert - b.png </dev/null", "echo text | $K combine - -o b.pdf"}) {
         const Finished done = shell(line);
         EXPECT_EQ(done.status, 1) << line;
         EXPECT_THAT(done.errors, StartsWith("korvcam: standard input is not a picture")) << line;
