@@ -3,7 +3,6 @@
 #include "cli/base/errors.h"
 #include "cli/base/translation.h"
 #include "cli/documents/workspace.h"
-#include "cli/session/jpegsize.h"
 #include "cli/session/opendevice.h"
 #include "cli/snap.h"
 #include "library/settings/settings.h"
@@ -51,7 +50,7 @@ double scaleOf(const TakenPhotograph &taken, const Reference &reference)
                       tr(reference.name)));
         return 0;
     }
-    const PictureSize size = jpegSize(taken.path);
+    const PictureSize &size = taken.size;
     const double longSide = std::max(size.width, size.height) / reference.longSide;
     const double shortSide = std::min(size.width, size.height) / reference.shortSide;
     if (!(longSide > 0) || !(std::abs(longSide / shortSide - 1) <= kMaxShapeError)) {

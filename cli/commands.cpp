@@ -24,7 +24,7 @@ ExitCode list(LibrarySession &session)
 {
     const std::vector<Device> devices = session.devices();
     for (const Device &device : devices)
-        session.print(describeInFull(device));
+        session.print(describeInFull(device), objectOf(device));
     if (devices.empty())
         return session.wakeup().stopSignal() != 0 ? session.interrupted()
                                                   : session.reportNoCamera();
@@ -43,8 +43,12 @@ ExitCode modes(LibrarySession &session)
         return session.checkCamera(camera.result(), tr("open %1", device->name));
     const int current = session.library().GetCurResolutionNo(device->index);
     for (const _tag_unit_cam_res_unit &mode : camera.modes()) {
+        JsonLine object;
+        object.add("number", mode.res_no).add("width", mode.res_w).add("height", mode.res_h);
+        object.add("current", mode.res_no == current);
         session.print(std::to_string(mode.res_no) + "  " + sizeText(mode.res_w, mode.res_h)
-                      + (mode.res_no == current ? " *" : ""));
+                          + (mode.res_no == current ? " *" : ""),
+                      object);
     }
     return ExitCode::Success;
 }

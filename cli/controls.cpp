@@ -5,6 +5,7 @@
 #include "cli/base/errors.h"
 #include "cli/base/translation.h"
 #include "cli/commandline/suggestion.h"
+#include "cli/controllines.h"
 #include "cli/session/controlnode.h"
 #include "library/controls/control_order.h"
 #include "library/controls/control_values.h"
@@ -20,7 +21,6 @@ namespace {
 
 using korv::Control;
 using korv::ControlCall;
-using korv::ControlKind;
 
 /// A control of the camera and the value that it is to get.
 struct Setting
@@ -48,18 +48,6 @@ std::string unknownControl(const std::vector<Control> &controls, const std::stri
         : tr("the camera has no control '%1'; did you mean '%2'?", name, meant);
 }
 
-/// What the control can be set to.
-std::string rangeText(const Control &control)
-{
-    if (control.kind == ControlKind::Switch)
-        return tr("0 or 1");
-    if (control.kind != ControlKind::Number)
-        return korv::controlRangeText(control);
-    return control.step > 1
-        ? tr("%1 to %2 in steps of %3", control.minimum, control.maximum, control.step)
-        : tr("%1 to %2", control.minimum, control.maximum);
-}
-
 /// The work on one camera's controls.
 class ControlTask
 {
@@ -84,6 +72,7 @@ private:
     bool readControls();
     bool settingsFor(std::vector<Setting> &settings) const;
     ExitCode apply(const Setting &setting);
+    void printCount(const char *key, const char *text, std::size_t count);
     ExitCode change(const std::vector<korv::SettingChange> &changes);
     std::string inactiveReason(const Control &control) const;
     const std::map<std::string, std::string> &saved();
@@ -122,23 +111,9 @@ ExitCode ControlTask::list()
 {
     const std::map<std::string, std::string> &kept = saved();
     for (const Control &control : m_controls) {
-        std::string line = control.name;
-        if (control.value)
-            line += "=" + korv::controlValueText(control, *control.value);
-        if (control.kind == ControlKind::Button)
-            line += "  " + tr("button");
-        else if (control.kind == ControlKind::Unsupported)
-            line += "  " + tr("of a kind that cannot be set here");
-        else
-            line += "  " + rangeText(control) + "  "
-                + tr("default %1", korv::controlValueText(control, control.standard));
-        if (control.isReadOnly())
-            line += "  " + tr("read-only");
-        if (control.isInactive())
-            line += "  " + tr("inactive");
-        if (const auto value = kept.find(control.name); value != kept.end())
-            line += "  " + tr("saved %1", value->second);
-        m_session.print(line);
+        const auto saved = kept.find(control.name);
+        const std::string *const value = saved == kept.end() ? nullptr : &saved->second;
+        m_session.print(describe(control, value), objectOf(control, value));
     }
     return ExitCode::Success;
 }
@@ -204,9 +179,14 @@ ExitCode ControlTask::apply(const Setting &setting)
         return ExitCode::Failure;
     // a driver may round
     const std::optional<std::int32_t> value = korv::readControl(m_call, control);
+    JsonLine object;
+    object.add("name", control.name);
+    if (value)
+        object.add("value", *value);
     m_session.print(
         control.name
-        + (value ? "=" + korv::controlValueText(control, *value) : "  " + tr("pressed")));
+            + (value ? "=" + korv::controlValueText(control, *value) : "  " + tr("pressed")),
+        object);
     return ExitCode::Success;
 }
 
@@ -235,6 +215,13 @@ ExitCode ControlTask::change(const std::vector<korv::SettingChange> &changes)
     return ExitCode::Failure;
 }
 
+void ControlTask::printCount(const char *key, const char *text, std::size_t count)
+{
+    JsonLine object;
+    object.add(key, static_cast<double>(count)).add("model", modelOf(m_device));
+    m_session.print(tr(text, count, modelOf(m_device)), object);
+}
+
 ExitCode ControlTask::save(const std::vector<Setting> &settings)
 {
     std::vector<korv::SettingChange> changes;
@@ -257,7 +244,7 @@ ExitCode ControlTask::save(const std::vector<Setting> &settings)
     }
     const ExitCode code = change(changes);
     if (code == ExitCode::Success)
-        m_session.print(tr("saved %1 for %2", changes.size(), modelOf(m_device)));
+        printCount("saved", trLater("saved %1 for %2"), changes.size());
     return code;
 }
 
@@ -279,7 +266,7 @@ ExitCode ControlTask::reset()
                           [](const Setting &each) { return !korv::isMaster(each.control); });
     for (const Setting &each : settings)
         static_cast<void>(korv::writeControl(m_call, each.control, each.value));
-    m_session.print(tr("forgot %1 for %2", changes.size(), modelOf(m_device)));
+    printCount("forgot", trLater("forgot %1 for %2"), changes.size());
     return ExitCode::Success;
 }
 

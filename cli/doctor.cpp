@@ -7,6 +7,7 @@
 #include "cli/base/librarycall.h"
 #include "cli/base/temporaryfolder.h"
 #include "cli/base/translation.h"
+#include "cli/doctorlines.h"
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/opendevice.h"
@@ -29,14 +30,6 @@ constexpr std::chrono::milliseconds kCountTime{2000};
 
 /// Frames a second of a simulated camera.
 constexpr double kSimulatedRate = 15;
-
-std::string joined(const std::vector<std::string> &words)
-{
-    std::string text;
-    for (const std::string &word : words)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
-}
 
 /// One examination: prints as it goes and collects what is wrong.
 class Doctor
@@ -66,6 +59,7 @@ private:
     void examine(const Device &device);
     void examineStream(const Device &device, FrameReceiver &receiver);
     FrameRate countFrames(FrameReceiver &receiver, Clock::time_point first);
+    void printPhotograph(const char *result);
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
     void noCamera(const std::string &text);
 
@@ -88,32 +82,36 @@ void Doctor::problem(const Device &device, const std::string &doing, int result)
 void Doctor::examineSystem()
 {
     const std::vector<UsbCamera> cameras = usbCameras(m_folders);
-    m_session.print(tr("USB cameras"));
+    m_session.printHeading(tr("USB cameras"));
     for (const UsbCamera &camera : cameras)
-        m_session.print(
-            "  " + camera.id + "  " + camera.name + "  "
-            + (camera.driver.empty() ? tr("no driver") : tr("driver %1", camera.driver)));
+        m_session.print("  " + describe(camera), objectOf(camera));
     if (cameras.empty())
-        m_session.print("  " + tr("none"));
+        m_session.printHeading("  " + tr("none"));
 
     const std::vector<VideoNodeInfo> nodes = videoNodes(m_folders);
-    m_session.print(tr("Video nodes"));
+    m_session.printHeading(tr("Video nodes"));
     for (const VideoNodeInfo &node : nodes)
-        m_session.print("  " + describe(node));
+        m_session.print("  " + describe(node), objectOf(node));
     if (nodes.empty())
-        m_session.print("  " + tr("none"));
+        m_session.printHeading("  " + tr("none"));
     if (!usesRealCameras())
         return;
     for (const std::string &text : problemsOf(cameras, nodes))
         problem(text, ExitCode::Failure);
 }
 
+void Doctor::printPhotograph(const char *result)
+{
+    JsonLine object;
+    object.add("check", "photograph").add("result", result);
+    m_session.print(kDetail + tr("test photograph: %1", tr(result)), object);
+}
+
 void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
 {
     const TemporaryFolder folder;
     if (folder.error() != 0)
-        return m_session.print(kDetail
-                               + tr("test photograph: not taken, no folder for it can be made"));
+        return printPhotograph(trLater("not taken, no folder for it can be made"));
     const std::string path = folder.pathOf("photograph.jpg");
     const Answer answer = askLibrary(m_options.verbose, [&] {
         return m_session.library().SaveVideoData(frame.jpeg.data(), frame.width, frame.height, 0,
@@ -121,9 +119,7 @@ void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
     });
     if (answer.result < 0)
         return problem(device, tr("make a photograph of its picture"), answer.result);
-    m_session.print(
-        kDetail
-        + (answer.isOutOfFocus ? tr("test photograph: out of focus") : tr("test photograph: OK")));
+    printPhotograph(answer.isOutOfFocus ? trLater("out of focus") : trLater("OK"));
     if (answer.isOutOfFocus)
         problem(tr("%1: its picture is out of focus; wait until the camera has focused, clean its "
                    "lens, or set its focus or its height",
@@ -161,12 +157,8 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     const FrameRate rate = countFrames(receiver, first);
     if (m_session.wakeup().stopSignal() != 0)
         return;
-    m_session.print(kDetail
-                    + tr("first picture after %1 s, %2, then %3 a second",
-                         fixed(Seconds(first - start).count(), 2),
-                         sizeText(frame.width, frame.height), fixed(rate.measured, 1))
-                    + (rate.promised ? tr(" of %1", fixed(*rate.promised, 1)) : std::string())
-                    + (rate.missing > 0 ? tr(", %1 left out", rate.missing) : std::string()));
+    const StreamFinding finding{Seconds(first - start).count(), frame.width, frame.height, rate};
+    m_session.print(kDetail + describe(finding), objectOf(finding));
     if (const std::string text = rateProblem(rate); !text.empty())
         problem(device.name + ": " + text, ExitCode::Failure);
     tryPhotograph(device, frame);
@@ -174,7 +166,7 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
 
 void Doctor::examine(const Device &device)
 {
-    m_session.print("  " + describe(device));
+    m_session.printHeading("  " + describe(device));
     // outlives the stream, which ends when the camera is closed
     FrameReceiver receiver(m_session.wakeup());
     const OpenDevice camera(m_session.library(), device.index);
@@ -186,10 +178,14 @@ void Doctor::examine(const Device &device)
     const int current = m_session.library().GetCurResolutionNo(device.index);
     const auto chosen = std::find_if(modes.begin(), modes.end(),
                                      [=](const auto &mode) { return mode.res_no == current; });
+    JsonLine object = objectOf(device);
+    object.add("check", "camera").add("resolutions", static_cast<double>(modes.size()));
     m_session.print(kDetail
-                    + (chosen == modes.end() ? tr("%1 resolutions", modes.size())
-                                             : tr("%1 resolutions, %2 to begin with", modes.size(),
-                                                  sizeText(chosen->res_w, chosen->res_h))));
+                        + (chosen == modes.end()
+                               ? tr("%1 resolutions", modes.size())
+                               : tr("%1 resolutions, %2 to begin with", modes.size(),
+                                    sizeText(chosen->res_w, chosen->res_h))),
+                    object);
     examineStream(device, receiver);
 }
 
@@ -202,8 +198,10 @@ void Doctor::noCamera(const std::string &text)
 
 void Doctor::examineLibrary()
 {
-    m_session.print(tr("Camera library"));
-    m_session.print("  " + m_options.library + "  " + tr("cannot be used"));
+    JsonLine object;
+    object.add("check", "library").add("path", m_options.library).add("usable", false);
+    m_session.printHeading(tr("Camera library"));
+    m_session.print("  " + m_options.library + "  " + tr("cannot be used"), object);
     const std::string words = adviceOnLibrary(m_options.library);
     problem(words.empty()
                 ? tr("the camera library %1 cannot be used", m_options.library)
@@ -216,13 +214,18 @@ void Doctor::examineCameras()
 {
     char version[64] = {};
     m_session.library().GetVersion(version, sizeof version);
-    m_session.print(tr("Camera library") + " " + version);
+    JsonLine object;
+    object.add("check", "library").add("path", m_options.library).add("usable", true);
+    object.add("version", version);
+    m_session.print(tr("Camera library") + " " + version, object);
     // the desk takes the place of the cameras, which surprises users who have forgotten it
     if (!m_desk.empty())
-        m_session.print("  " + tr("KORV_CAMERA_DESK is set: simulated desk %1", m_desk));
+        m_session.print("  " + tr("KORV_CAMERA_DESK is set: simulated desk %1", m_desk),
+                        JsonLine().add("check", "environment").add("KORV_CAMERA_DESK", m_desk));
     const bool isSwitchedOff = m_desk.empty() && !usesRealCameras();
     if (isSwitchedOff)
-        m_session.print("  " + tr("KORV_CAMERA_REAL=0 is set: cameras are not used"));
+        m_session.print("  " + tr("KORV_CAMERA_REAL=0 is set: cameras are not used"),
+                        JsonLine().add("check", "environment").add("KORV_CAMERA_REAL", "0"));
     const std::vector<Device> devices = m_session.devices(m_options.device);
     const std::vector<Device> wanted =
         m_options.device ? matching(devices, *m_options.device) : devices;
@@ -231,7 +234,7 @@ void Doctor::examineCameras()
     if (!wanted.empty())
         return;
     if (devices.empty())
-        m_session.print("  " + tr("no camera"));
+        m_session.printHeading("  " + tr("no camera"));
     if (const std::string words = adviceOnDesk(m_desk); devices.empty() && !words.empty())
         noCamera(words);
     else if (isSwitchedOff)
@@ -248,30 +251,16 @@ ExitCode Doctor::conclude()
 {
     if (m_session.wakeup().stopSignal() != 0)
         return m_session.interrupted(tr(" before the examination was complete"));
-    if (m_problems.empty()) {
-        m_session.print(tr("No problem found."));
-        return ExitCode::Success;
-    }
-    m_session.print(m_problems.size() == 1 ? tr("Problem") : tr("Problems"));
+    if (m_problems.empty())
+        m_session.printHeading(tr("No problem found."));
+    else
+        m_session.printHeading(m_problems.size() == 1 ? tr("Problem") : tr("Problems"));
     for (const std::string &text : m_problems)
-        m_session.print("  - " + text);
+        m_session.print("  - " + text, JsonLine().add("problem", text));
     return m_code;
 }
 
 } // namespace
-
-std::string describe(const VideoNodeInfo &node)
-{
-    const std::string start = node.path + "  ";
-    if (node.openError != 0)
-        return start + tr("cannot be opened: %1", std::strerror(node.openError));
-    if (!node.isV4l2)
-        return start + tr("is not a V4L2 device");
-    if (!node.capturesVideo)
-        return start + node.card + "  " + tr("no pictures; a camera's second node is like that");
-    return start + node.card + "  " + joined(node.formats)
-        + (node.users.empty() ? "" : "  " + tr("open in %1", joined(node.users)));
-}
 
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                                     const std::vector<VideoNodeInfo> &nodes)

@@ -12,9 +12,6 @@ namespace cli {
 std::vector<std::string> problemsOf(const std::vector<UsbCamera> &cameras,
                                     const std::vector<VideoNodeInfo> &nodes);
 
-/// One line about a node.
-std::string describe(const VideoNodeInfo &node);
-
 /// Looks at everything between the USB plug and a photograph, and says what is wrong. `opened` is
 /// what opening the session answered. Success when every camera gives its pictures; NoLibrary,
 /// NoDevice when there is no camera or not the one asked for; otherwise NoFrame or Failure.

@@ -70,8 +70,9 @@ ExitCode savePhotograph(LibrarySession &session, const Options &options, const O
     });
     if (answer.result < 0)
         return session.check(answer.result, doing);
-    TakenPhotograph photograph{wanted, frame.width, frame.height};
-    photograph.isWhole = options.crop >= 0 && isWhole(jpegSize(path), frame.width, frame.height);
+    TakenPhotograph photograph{wanted, frame.width, frame.height, {}};
+    photograph.size = jpegSize(path);
+    photograph.isWhole = options.crop >= 0 && isWhole(photograph.size, frame.width, frame.height);
     photograph.isOutOfFocus = answer.isOutOfFocus;
     ExitCode code = place.finishPhotograph(session, wanted, doing);
     if (code == ExitCode::Success)
@@ -102,6 +103,17 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options, const 
     return ExitCode::Success;
 }
 
+JsonLine objectOf(const TakenPhotograph &photograph, const Options &options)
+{
+    JsonLine object;
+    object.addTime().add("file", photograph.path).add("size", fileSize(photograph.path));
+    object.add("width", photograph.size.width).add("height", photograph.size.height);
+    object.add("out_of_focus", photograph.isOutOfFocus);
+    if (options.crop >= 0)
+        object.add("sheet_found", !photograph.isWhole);
+    return object;
+}
+
 } // namespace
 
 ExitCode snap(LibrarySession &session, const Options &options)
@@ -109,7 +121,7 @@ ExitCode snap(LibrarySession &session, const Options &options)
     return snap(session, options, [&](const TakenPhotograph &photograph) {
         const std::string name = outputNameOf(photograph.path);
         if (!options.writesToOutput())
-            session.print(photograph.path);
+            session.print(photograph.path, objectOf(photograph, options));
         if (photograph.isWhole)
             printError(tr("%1: no sheet was found; this is the whole picture", name));
         if (photograph.isOutOfFocus)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/session/jpegsize.h"
 #include "cli/session/session.h"
 
 #include <functional>
@@ -12,6 +13,7 @@ struct TakenPhotograph
     std::string path;
     int frameWidth = 0; ///< pixels of the camera's frame
     int frameHeight = 0;
+    PictureSize size; ///< of the photograph
     bool isWhole = false; ///< a sheet should have been cut out and was not found
     bool isOutOfFocus = false; ///< its writing is blurred
 };

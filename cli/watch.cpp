@@ -75,7 +75,11 @@ void printEvents(LibrarySession &session, EventQueue &queue, int &left)
     while (const std::optional<QString> event = left != 0 ? queue.pop() : std::nullopt) {
         const Device device{deviceevent::index(*event), deviceevent::vid(*event),
                             deviceevent::pid(*event), deviceevent::name(*event).toStdString()};
-        session.print(deviceevent::action(*event).toStdString() + "  " + describe(device));
+        const std::string action = deviceevent::action(*event).toStdString();
+        JsonLine object;
+        object.add("event", action).addTime().add("index", device.index);
+        object.add("model", modelOf(device)).add("name", device.name);
+        session.print(action + "  " + describe(device), object);
         --left;
     }
 }

@@ -40,6 +40,8 @@ readonly kTestPackages=(
     "libgtest-dev|unit tests"
     "libgmock-dev|unit tests: matchers"
     "python3|end-to-end tests, layer check"
+    "zsh|completion of korvcam in zsh"
+    "fish|completion of korvcam in fish"
     "xvfb|a display for the tests"
     "xdotool|mouse and keyboard for the tests"
     "qpdf|reads PDF files back"

@@ -42,6 +42,13 @@ std::string extensionOf(const std::string &path)
     return extension;
 }
 
+double fileSize(const std::string &path)
+{
+    std::error_code unknown;
+    const std::uintmax_t size = std::filesystem::file_size(path, unknown);
+    return unknown ? 0 : static_cast<double>(size);
+}
+
 std::string withInsertion(const std::string &path, const std::string &insertion)
 {
     const std::string name = fileNameOf(path);

@@ -13,6 +13,9 @@ std::string fileNameOf(const std::string &path);
 /// The extension in lower case and without its dot: "JPEG" is "jpeg". Empty when there is none.
 std::string extensionOf(const std::string &path);
 
+/// The bytes of a file; 0 when it is not there. A number that JsonLine takes.
+double fileSize(const std::string &path);
+
 /// A path with `insertion` before its extension: ("/a/b.pdf", " (1)") is "/a/b (1).pdf". A name that
 /// became longer than file systems take loses letters before the insertion.
 std::string withInsertion(const std::string &path, const std::string &insertion);

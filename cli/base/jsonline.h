@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 struct cJSON;
 
@@ -20,6 +21,11 @@ public:
     JsonLine &add(const char *key, double value);
     JsonLine &add(const char *key, int value) { return add(key, static_cast<double>(value)); }
     JsonLine &add(const char *key, bool value);
+    JsonLine &add(const char *key, const std::vector<std::string> &values);
+    JsonLine &add(const char *key, const std::vector<JsonLine> &objects);
+
+    /// "time": now, in ISO 8601 with the distance to UTC.
+    JsonLine &addTime();
 
     /// The line, without its end. Throws std::bad_alloc.
     std::string text() const;

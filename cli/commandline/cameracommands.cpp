@@ -28,23 +28,27 @@ void addWatchCommand(CLI::App &program, Options &options)
                      tr("Stop after N events (default: never)"))
         ->type_name("N")
         ->check(hidden(CLI::Range(1, kMaxEvents)));
+    addJsonFlag(*watch, options);
 }
 
 } // namespace
 
 void addCameraCommands(CLI::App &program, Options &options)
 {
-    addCommand(program, options, Command::List, "list",
-               tr("List cameras: index, vendor:product, name, node, serial number"));
+    addJsonFlag(*addCommand(program, options, Command::List, "list",
+                            tr("List cameras: index, vendor:product, name, node, serial number")),
+                options);
     CLI::App *const modes =
         addCommand(program, options, Command::Modes, "modes",
                    tr("List the resolutions of a camera: number, size, * for the one in use"));
     addDeviceOption(*modes, options);
+    addJsonFlag(*modes, options);
     addWatchCommand(program, options);
     CLI::App *const doctor =
         addCommand(program, options, Command::Doctor, "doctor", tr("Diagnose camera problems"));
     addCameraOption(*doctor, options.device, tr("all"));
     addTimeoutOption(*doctor, options);
+    addJsonFlag(*doctor, options);
 }
 
 void addControlCommands(CLI::App &program, Options &options)
@@ -58,6 +62,7 @@ void addControlCommands(CLI::App &program, Options &options)
     controls->add_flag(
         "--reset", options.reset,
         tr("Forget what was kept for this camera model, and set it to its defaults"));
+    addJsonFlag(*controls, options);
     CLI::App *const focus = addCommand(program, options, Command::Focus, "focus", tr("Focus once"));
     addDeviceOption(*focus, options);
     focus->add_flag("--lock", options.lock, tr("Keep the focus from then on"));

@@ -42,6 +42,9 @@ void concludeSnap(Options &options)
 {
     if (options.writesToOutput() && options.count > 1)
         throw CLI::ValidationError(tr("-o - takes one photograph, without --count"));
+    if (options.writesToOutput() && options.json)
+        throw CLI::ValidationError(
+            tr("--json does not go with -o -: both are for standard output"));
     concludeOutput(options, kPictureFormats.front());
 }
 
@@ -60,6 +63,7 @@ void addSnapCommand(CLI::App &program, Options &options)
     snap->add_flag_callback(
         "--no-settle", [&options] { options.settle = false; },
         tr("Take the next frame (default: wait until the picture has settled, at most 3 s)"));
+    addJsonFlag(*snap, options);
     addFormatOption(*snap, options, kPictureFormats);
     addOutputOption(
         *snap, options,
@@ -111,7 +115,7 @@ void addScanCommand(CLI::App &program, Options &options)
     addScanTriggers(*scan, options);
     scan->add_flag("--resume", options.resume, tr("Go on with a scan that was killed"));
     scan->add_flag("--quiet", options.quiet, tr("No sound when a page was taken"));
-    scan->add_flag("--json", options.json, tr("Print one JSON object a line"));
+    addJsonFlag(*scan, options);
     addDocumentOptions(*scan, options);
     addOutputOption(*scan, options,
                     tr("pdf, ofd or tiff file; or pictures, with %03d for their number"),

@@ -115,6 +115,11 @@ void addForceFlag(CLI::App &command, Options &options)
                      tr("Replace an existing file (default: take the next free name)"));
 }
 
+void addJsonFlag(CLI::App &command, Options &options)
+{
+    command.add_flag("--json", options.json, tr("Print one JSON object a line (default: text)"));
+}
+
 void addCleanFlag(CLI::App &command, Options &options)
 {
     command.add_flag("--clean", options.clean,

@@ -48,6 +48,9 @@ void addTimeoutOption(CLI::App &command, Options &options);
 /// -f
 void addForceFlag(CLI::App &command, Options &options);
 
+/// --json
+void addJsonFlag(CLI::App &command, Options &options);
+
 /// --clean
 void addCleanFlag(CLI::App &command, Options &options);
 

@@ -61,6 +61,9 @@ ExitCode addListedPages(LibrarySession &session, const std::string &list,
     }
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
+        // the list has paths only: a file of that name, not standard input
+        if (line == "-")
+            line = "./-";
         if (!line.empty())
             sources.push_back(line);
     }

@@ -1,16 +1,15 @@
 #include "cli/scan/pagescanner.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/filenames.h"
 #include "cli/base/jsonline.h"
 #include "cli/base/librarycall.h"
+#include "cli/base/localtime.h"
 #include "cli/base/translation.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <ctime>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace cli {
@@ -19,29 +18,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr int kMaxFailures = 3; ///< frames that are no picture, before it is no accident
-
-/// "10:31:02", or with the date and the distance to UTC (ISO 8601).
-std::string timeText(const char *format)
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm local = {};
-    localtime_r(&now, &local);
-    std::array<char, 40> text{};
-    std::strftime(text.data(), text.size(), format, &local);
-    return text.data();
-}
-
-std::string isoTime()
-{
-    std::string text = timeText("%Y-%m-%dT%H:%M:%S%z");
-    return text.insert(text.size() - 2, ":");
-}
-
-double sizeOf(const std::string &path)
-{
-    struct stat state = {};
-    return stat(path.c_str(), &state) == 0 ? static_cast<double>(state.st_size) : 0;
-}
 
 /// A short sound, for whoever has turned a page and looks at the paper.
 void ring()
@@ -155,16 +131,16 @@ ExitCode PageScanner::awaitPage(bool &isThere)
 
 void PageScanner::announce(const Page &page) const
 {
-    const double size = sizeOf(page.path);
+    const double size = fileSize(page.path);
     if (m_options.json) {
         JsonLine line;
-        line.add("page", page.number).add("time", isoTime()).add("file", page.path);
+        line.add("page", page.number).addTime().add("file", page.path);
         line.add("size", size).add("width", page.size.width).add("height", page.size.height);
         m_session.print(line.text());
     } else {
         const std::string kilobytes = std::to_string(static_cast<long>((size + 999) / 1000));
-        m_session.print(std::to_string(page.number) + "  " + timeText("%H:%M:%S") + "  " + kilobytes
-                        + " kB" + (m_sink.isHidden() ? "" : "  " + page.path));
+        m_session.print(std::to_string(page.number) + "  " + localTime("%H:%M:%S") + "  "
+                        + kilobytes + " kB" + (m_sink.isHidden() ? "" : "  " + page.path));
     }
     if (!m_options.quiet)
         ring();

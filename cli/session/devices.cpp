@@ -52,6 +52,14 @@ std::string describe(const Device &device)
     return std::to_string(device.index) + "  " + modelOf(device) + "  " + device.name;
 }
 
+JsonLine objectOf(const Device &device)
+{
+    JsonLine object;
+    object.add("index", device.index).add("model", modelOf(device)).add("name", device.name);
+    object.add("node", device.node).add("serial", device.serial);
+    return object;
+}
+
 std::string describeInFull(const Device &device)
 {
     return describe(device) + (device.node.empty() ? "" : "  " + device.node)

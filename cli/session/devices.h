@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/base/jsonline.h"
+
 #include <string>
 #include <vector>
 
@@ -25,6 +27,9 @@ std::string describe(const Device &device);
 
 /// The same with node and serial number behind it, as far as they are known.
 std::string describeInFull(const Device &device);
+
+/// The same as JSON: index, model, name, node, serial; the last two are empty where they are not known.
+JsonLine objectOf(const Device &device);
 
 /// "1b17:0211".
 std::string modelOf(const Device &device);

@@ -149,6 +149,17 @@ void LibrarySession::print(const std::string &line)
     }
 }
 
+void LibrarySession::print(const std::string &text, const JsonLine &object)
+{
+    print(m_options.json ? object.text() : text);
+}
+
+void LibrarySession::printHeading(const std::string &text)
+{
+    if (!m_options.json)
+        print(text);
+}
+
 int LibrarySession::outputDescriptor() const
 {
     return m_trace.output() ? fileno(m_trace.output()) : -1;

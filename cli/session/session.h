@@ -2,6 +2,7 @@
 
 #include "camera/ccamerasdk.h"
 #include "cli/advice/videonodes.h"
+#include "cli/base/jsonline.h"
 #include "cli/base/tracecapture.h"
 #include "cli/base/wakeup.h"
 #include "cli/commandline/options.h"
@@ -60,6 +61,10 @@ public:
     /// A line on standard output, there at once. The first one that cannot be written is
     /// reported.
     void print(const std::string &line);
+    /// A result: as a line of text, or with --json as an object.
+    void print(const std::string &text, const JsonLine &object);
+    /// A line of text between results, which --json leaves out.
+    void printHeading(const std::string &text);
     /// Where results go, for what is no line; -1 when standard output is closed.
     int outputDescriptor() const;
     /// Whether every line so far went out.

@@ -71,6 +71,25 @@ TEST_F(Controls, areListed)
     EXPECT_THAT(m_camera.writes, IsEmpty());
 }
 
+TEST_F(Controls, areObjectsWithJson)
+{
+    m_options.json = true;
+    m_options.save = true;
+    EXPECT_EQ(run({{"brightness", "5"}}), ExitCode::Success);
+    EXPECT_EQ(m_output,
+              "{\"name\":\"brightness\",\"value\":5}\n"
+              "{\"saved\":1,\"model\":\"1b17:0211\"}\n");
+    EXPECT_EQ(run({}), ExitCode::Success);
+    EXPECT_THAT(m_output,
+                HasSubstr("{\"name\":\"brightness\",\"type\":\"number\",\"value\":5,"
+                          "\"minimum\":-64,\"maximum\":64,\"step\":1,\"default\":0,"
+                          "\"read_only\":false,\"inactive\":false,\"saved\":\"5\"}\n"));
+    EXPECT_THAT(m_output,
+                HasSubstr("\"choices\":[{\"value\":0,\"name\":\"Disabled\"},"
+                          "{\"value\":1,\"name\":\"50 Hz\"},"));
+    EXPECT_THAT(m_output, HasSubstr("\"inactive\":true"));
+}
+
 TEST_F(Controls, areSetWithAutomaticsFirst)
 {
     EXPECT_EQ(run({{"exposure_time_absolute", "100"}, {"auto_exposure", "manual_mode"}}),

@@ -1,4 +1,5 @@
 #include "cli/doctor.h"
+#include "cli/doctorlines.h"
 
 #include "cli/advice/advice.h"
 #include "cli/commands.h"

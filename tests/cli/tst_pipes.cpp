@@ -83,6 +83,15 @@ TEST_F(KorvcamPipes, standardInputIsASource)
     EXPECT_THAT(names(), ElementsAre("a.jpg", "b.png", "c.pdf", "d.pdf"));
 }
 
+TEST_F(KorvcamPipes, listNamesFilesOnly)
+{
+    snap("a.jpg");
+    std::filesystem::rename(file("a.jpg"), file("-"));
+    const Finished done = shell("echo - | $K combine --from-file - -o b.pdf");
+    EXPECT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(done.output, "b.pdf\n");
+}
+
 TEST_F(KorvcamPipes, inputThatIsNoPictureIsNamed)
 {
     snap("a.jpg");
