@@ -332,7 +332,7 @@ private:
                 [this](const int &seconds) {
                     m_options.stillMs = seconds * kMillisecondsPerSecond;
                 },
-                "End a scan from the feeder after S seconds without a new page (default: 20)")
+                "End a scan from the feeder after S seconds of stillness (default: 20)")
             ->type_name("S")
             ->check(hidden(CLI::Range(1, 600)))
             ->needs(handsFree);
