@@ -99,7 +99,7 @@ struct Options
     std::string key; ///< PEM file
     bool announce = true; ///< by DNS-SD (serve)
     bool handsFree = false; ///< offer a feeder: a page each time one is turned (serve)
-    int stillMs = 20'000; ///< without a new page, the feeder is empty then (serve)
+    int stillMs = 20'000; ///< when nothing moves for so long, the feeder is empty (serve)
 
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };

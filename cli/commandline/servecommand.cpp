@@ -16,7 +16,7 @@ void addFeederOptions(CLI::App &serve, Options &options)
     serve
         .add_option_function<int>(
             "--still", [&options](const int &seconds) { options.stillMs = seconds * 1000; },
-            tr("End a scan from the feeder after S seconds without a new page (default: 20)"))
+            tr("End a scan from the feeder after S seconds of stillness (default: 20)"))
         ->type_name("S")
         ->check(hidden(CLI::Range(1, 600)))
         ->needs(handsFree);

@@ -37,12 +37,12 @@ private:
 
 } // namespace
 
-bool TurnWatch::shows(const ReceivedFrame &frame)
+Sight TurnWatch::look(const ReceivedFrame &frame)
 {
     if (!decodeSmall(frame.jpeg.data(), frame.jpeg.size(), kMinWidth, m_small))
-        return false;
+        return Sight::Moving;
     FrameCloser closer(frame);
-    return m_detector.look(m_small, TurnDetector::Clock::now(), closer) == Sight::Turned;
+    return m_detector.look(m_small, TurnDetector::Clock::now(), closer);
 }
 
 void TurnWatch::taken(const ReceivedFrame &frame)

@@ -9,8 +9,11 @@ namespace cli {
 class TurnWatch
 {
 public:
-    /// Whether the frame shows a page to be taken. Frames that cannot be decoded are passed over.
-    bool shows(const ReceivedFrame &frame);
+    /// What the frame shows. One that cannot be decoded is passed over: it moves.
+    Sight look(const ReceivedFrame &frame);
+
+    /// Whether the frame shows a page to be taken.
+    bool shows(const ReceivedFrame &frame) { return look(frame) == Sight::Turned; }
 
     /// Whether it is worth the time to fetch a frame now.
     bool wantsFrame() const { return m_detector.wantsToLook(TurnDetector::Clock::now()); }

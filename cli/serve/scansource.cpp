@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kStandardQuality = 90;
 constexpr int kBestQuality = 100; // of the photograph that the scan is made from
+constexpr std::chrono::minutes kMaxUnrest{10}; // without a page, for a desk that never rests
 constexpr const char *kNoCamera = trLater("there is no camera");
 constexpr const char *kNoPicture = trLater("the camera sent no picture");
 
@@ -137,17 +138,13 @@ ScanOutcome ScanSource::watchTurns(ScanStream &stream, const ScanSettings &setti
     unsigned long seen = 0;
     auto frameAt = Wakeup::Clock::now();
     auto pageAt = frameAt;
+    auto stillSince = frameAt;
     for (Feeding feeding = client.feeding(); feeding != Feeding::Over; feeding = client.feeding()) {
         const auto silent = frameAt + milliseconds(m_options.timeoutMs);
-        const auto still = pageAt + milliseconds(m_options.stillMs);
-        if (m_session.wakeup().wait(std::min(silent, still)) == Wake::Interrupted)
+        if (m_session.wakeup().wait(silent) == Wake::Interrupted)
             return failure(tr("the scanner was stopped"));
         client.rest();
         const auto now = Wakeup::Clock::now();
-        if (feeding == Feeding::Later)
-            pageAt = now; // what was turned meanwhile is still to be taken
-        if (now >= still)
-            return {};
         if (stream.frames().count() == seen) {
             if (now >= silent)
                 return failure(tr(kNoPicture));
@@ -155,16 +152,24 @@ ScanOutcome ScanSource::watchTurns(ScanStream &stream, const ScanSettings &setti
         }
         seen = stream.frames().count();
         frameAt = now;
-        if (feeding != Feeding::Wanted || !turns.wantsFrame() || !stream.frames().takeBare(frame)
-            || !turns.shows(frame))
+        if (feeding == Feeding::Later)
+            pageAt = stillSince = now; // what was turned meanwhile is still to be taken
+        if (feeding == Feeding::Later || !turns.wantsFrame() || !stream.frames().takeBare(frame))
             continue;
-        FrameReceiver::makeRoom(frame);
-        ScanOutcome outcome = makePage(settings, frame);
-        if (!outcome.page)
-            return outcome;
-        turns.taken(frame);
-        pageAt = Wakeup::Clock::now();
-        client.deliver(std::move(outcome.page));
+        const Sight sight = turns.look(frame);
+        if (sight == Sight::Turned) {
+            FrameReceiver::makeRoom(frame);
+            ScanOutcome outcome = makePage(settings, frame);
+            if (!outcome.page)
+                return outcome;
+            turns.taken(frame);
+            client.deliver(std::move(outcome.page));
+            pageAt = Wakeup::Clock::now();
+        }
+        if (sight != Sight::Waiting)
+            stillSince = Wakeup::Clock::now();
+        if (now >= stillSince + milliseconds(m_options.stillMs) || now >= pageAt + kMaxUnrest)
+            return {};
     }
     return {};
 }

@@ -33,8 +33,8 @@ public:
     ScanOutcome scan(const ScanSettings &settings);
 
     /// Delivers the page that lies there and each one that is turned, until the client wants no more
-    /// or nothing has been turned for the time of stillness. The outcome has no page of its own. The
-    /// camera is closed when this returns.
+    /// or all has been still for the time of stillness. The outcome has no page of its own. The camera
+    /// is closed when this returns.
     ScanOutcome feed(const ScanSettings &settings, const FeederClient &client);
 
 private:

@@ -265,8 +265,8 @@ class Cameras(unittest.TestCase):
 class Feeder(unittest.TestCase):
     """Pages that somebody turns, on a desk with a hand; the desk says which page a frame shows."""
 
-    def serve(self, *arguments, turns=3):
-        desk = f"builtin:hands,seed=22,speed=2,turns={turns}"
+    def serve(self, *arguments, turns=3, speed=2):
+        desk = f"builtin:hands,seed=22,speed={speed},turns={turns}"
         return self.enterContext(Server("--hands-free", *arguments, desk=desk))
 
     def test_only_a_hands_free_scanner_has_one(self):
@@ -283,7 +283,8 @@ class Feeder(unittest.TestCase):
         self.assertEqual(root.find(SCAN + "AdfState").text, "ScannerAdfLoaded")
 
     def test_each_turned_page_is_delivered_and_stillness_ends_the_scan(self):
-        server = self.serve("--still", "5")
+        # slow enough for a busy machine to see every page
+        server = self.serve("--still", "5", speed=0.6)
         job = server.create(source="Feeder", dpi=75)
         pages = []
         while True:

@@ -16,8 +16,8 @@ namespace cli {
 class EsclService
 {
 public:
-    /// `jobs` is borrowed; `workArrived` is called when one of them may wait for
-    /// the camera, and when one is cancelled.
+    /// `jobs` is borrowed; `workArrived` is called when one of them may wait for the camera, and when
+    /// one is cancelled.
     EsclService(ScanJobs &jobs, std::function<void()> workArrived);
 
     /// Sets what the scanner is and offers; requests are held against it from now on.
