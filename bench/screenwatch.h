@@ -10,8 +10,8 @@
 /// Now, in nanoseconds of CLOCK_MONOTONIC.
 std::int64_t monotonicNs();
 
-/// Looks at a part of the X server's screen more than a thousand times a second, over a connection of its
-/// own.
+/// Looks at a part of the X server's screen more than a thousand times a second, over a connection of
+/// its own.
 class ScreenWatch
 {
 public:
