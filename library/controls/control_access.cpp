@@ -105,6 +105,19 @@ bool Control::isKeepable() const
 Result<std::vector<Control>> listControls(const ControlCall &call)
 {
     std::vector<Control> controls;
+    const Result<void> visited = visitControls(call, [&](Control control) {
+        control.value = readControl(call, control);
+        controls.push_back(std::move(control));
+        return true;
+    });
+    if (!visited)
+        return visited.error();
+    return controls;
+}
+
+Result<void> visitControls(const ControlCall &call,
+                           const std::function<bool(Control control)> &visit)
+{
     v4l2_queryctrl query{};
     query.id = V4L2_CTRL_FLAG_NEXT_CTRL;
     for (std::size_t count = 0; count < kMaxControls; ++count) {
@@ -116,14 +129,11 @@ Result<std::vector<Control>> listControls(const ControlCall &call)
         }
         if (query.id <= before)
             break;
-        if (!isNone(query)) {
-            Control control = controlOf(call, query);
-            control.value = readControl(call, control);
-            controls.push_back(std::move(control));
-        }
+        if (!isNone(query) && !visit(controlOf(call, query)))
+            break;
         query.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
     }
-    return controls;
+    return {};
 }
 
 Result<Control> queryControl(const ControlCall &call, std::uint32_t id)

@@ -12,9 +12,14 @@ using ControlCall = std::function<int(unsigned long request, void *argument)>;
 
 /// The controls of a node, in the driver's order, with their values. A value that the camera does
 /// not give stays empty. Empty for a node without controls. -ENODEV: the camera is gone.
-/// The first question for a control makes the driver ask the camera, which takes a few milliseconds,
-/// or seconds when it does not answer.
+/// The first question for a control makes the driver ask the camera four things, the first one for its
+/// value another one, which takes a few milliseconds, or seconds when the camera does not answer.
 Result<std::vector<Control>> listControls(const ControlCall &call);
+
+/// Hands `visit` one control after the other, in the driver's order and without their values, until it
+/// returns false. -ENODEV: the camera is gone.
+Result<void> visitControls(const ControlCall &call,
+                           const std::function<bool(Control control)> &visit);
 
 /// One control, without its value. -EINVAL: the node has none of that id.
 Result<Control> queryControl(const ControlCall &call, std::uint32_t id);

@@ -18,16 +18,41 @@ struct Wish
     std::int32_t value = 0;
 };
 
+const Control *find(const std::vector<Control> &controls, const std::string &name)
+{
+    const auto found = std::find_if(controls.begin(), controls.end(),
+                                    [&](const Control &known) { return known.name == name; });
+    return found == controls.end() ? nullptr : &*found;
+}
+
+/// Those of a camera's controls of which a value is saved. Others are not asked for, as far as the
+/// driver's order allows, nor are the values of a camera that was just plugged in, where nobody can
+/// have set any: every answer takes its time.
+Result<std::vector<Control>> savedControlsOf(const ControlCall &call, const SavedControls &saved,
+                                             Appearance appearance)
+{
+    std::vector<Control> controls;
+    const Result<void> visited = visitControls(call, [&](Control control) {
+        if (saved.count(control.name) > 0 && !find(controls, control.name)) {
+            if (appearance == Appearance::Found)
+                control.value = readControl(call, control);
+            controls.push_back(std::move(control));
+        }
+        return controls.size() < saved.size();
+    });
+    if (!visited)
+        return visited.error();
+    return controls;
+}
+
 /// What the camera has and takes of what is saved, automatics first; the rest is logged.
 std::vector<Wish> wishesFor(const std::vector<Control> &controls, const SavedControls &saved,
                             const std::string &label)
 {
     std::vector<Wish> wishes;
     for (const auto &[name, text] : saved) {
-        const auto control = std::find_if(
-            controls.begin(), controls.end(),
-            [&, &wanted = name](const Control &known) { return known.name == wanted; });
-        if (control == controls.end()) {
+        const Control *const control = find(controls, name);
+        if (!control) {
             logLine(LogLevel::Warning, label,
                     "saved control " + name + ": the camera has none of that name");
             continue;
@@ -44,10 +69,11 @@ std::vector<Wish> wishesFor(const std::vector<Control> &controls, const SavedCon
     return wishes;
 }
 
-bool isSomebodys(const Wish &wish)
+/// Whether a control's value is the saved one already, or one that somebody has set.
+bool mustStay(const Wish &wish)
 {
     const std::optional<std::int32_t> &value = wish.control.value;
-    return value && *value != wish.control.standard && *value != wish.value;
+    return value && (*value == wish.value || *value != wish.control.standard);
 }
 
 } // namespace
@@ -98,14 +124,13 @@ bool ControlRestorer::restore(const ControlCall &call, const SavedControls &save
                     "the camera does not answer; its saved controls are not set");
         return patience.hasEnded();
     };
-    const Result<std::vector<Control>> controls = listControls(ask);
+    const Result<std::vector<Control>> controls = savedControlsOf(ask, saved, appearance);
     if (given())
         return false;
     if (!controls)
         return true;
     for (const Wish &wish : wishesFor(controls.value(), saved, label)) {
-        if (wish.control.value == wish.value
-            || (appearance == Appearance::Found && isSomebodys(wish)))
+        if (mustStay(wish))
             continue;
         // an automatic that was set a moment ago may have changed that
         const Result<Control> now = queryControl(ask, wish.control.id);

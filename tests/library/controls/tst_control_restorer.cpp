@@ -70,8 +70,44 @@ TEST_F(Restorer, whatHasNoEffectIsPassedOverInSilence)
 TEST_F(Restorer, whatIsSetAlreadyIsNotSetAgain)
 {
     m_camera.controls[V4L2_CID_BRIGHTNESS].value = 5;
-    restore({{"brightness", "5"}});
+    restore({{"brightness", "5"}}, Appearance::Found);
     EXPECT_THAT(m_camera.writes, IsEmpty());
+}
+
+TEST_F(Restorer, cameraThatWasPluggedInIsNotAskedForValues)
+{
+    restore({{"brightness", "5"}, {"auto_exposure", "1"}, {"exposure_time_absolute", "100"}});
+    EXPECT_THAT(m_camera.writes,
+                ElementsAre("Auto Exposure=1", "Brightness=5", "Exposure Time, Absolute=100"));
+    EXPECT_EQ(m_camera.requests[VIDIOC_G_CTRL], 0);
+}
+
+TEST_F(Restorer, ofACameraThatWasFoundOnlySavedValuesAreAskedFor)
+{
+    restore({{"brightness", "5"}}, Appearance::Found);
+    EXPECT_EQ(m_camera.requests[VIDIOC_G_CTRL], 1);
+}
+
+TEST_F(Restorer, whatAnAutomaticLeavesBehindIsNobodys)
+{
+    const ControlCall call = [this](unsigned long request, void *argument) {
+        const int result = m_camera.ask(request, argument);
+        if (!m_camera.writes.empty() && m_camera.writes.back() == "Auto Exposure=1")
+            m_camera.controls[V4L2_CID_EXPOSURE_ABSOLUTE].value = 333;
+        return result;
+    };
+    ControlRestorer(std::nullopt)
+        .restore(call, {{"auto_exposure", "1"}, {"exposure_time_absolute", "9"}}, Appearance::Found,
+                 "cam");
+    EXPECT_THAT(m_camera.writes, ElementsAre("Auto Exposure=1", "Exposure Time, Absolute=9"));
+}
+
+TEST_F(Restorer, noControlIsAskedForBehindTheLastSavedOne)
+{
+    restore({{"brightness", "5"}, {"white_balance_automatic", "0"}});
+    EXPECT_THAT(m_camera.writes, ElementsAre("White Balance, Automatic=0", "Brightness=5"));
+    // to be found, and to see that it is active
+    EXPECT_EQ(m_camera.requests[VIDIOC_QUERYCTRL], 4);
 }
 
 TEST_F(Restorer, valueThatSomebodySetIsLeftAlone)

@@ -104,6 +104,7 @@ int FakeControls::write(const v4l2_control &request)
 int FakeControls::ask(unsigned long request, void *argument)
 {
     ++asked;
+    ++requests[request];
     if (const auto failure = failures.find(request); failure != failures.end())
         return failure->second;
     switch (request) {

@@ -34,6 +34,7 @@ public:
     std::map<std::uint32_t, FakeControl> controls;
     std::vector<std::string> writes; ///< "Brightness=5"
     int asked = 0;
+    std::map<unsigned long, int> requests{}; ///< how often, by kind
     std::map<unsigned long, int> failures{}; ///< negative errno for every request of a kind
 
     /// A document camera with automatics and a power line frequency, all at their defaults.
