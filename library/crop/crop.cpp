@@ -23,6 +23,7 @@ constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not h
 // the fit weighed wrong outlines double, and still nothing is worse than a lost strip
 constexpr double kMinConfidence = 0.5;
 constexpr double kBareDesk = 1.5; ///< trust more where a cut could hardly lose anything
+constexpr double kMinOnDarkDesk = -1; ///< least confidence of a sheet that stands out of its desk
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
@@ -38,7 +39,10 @@ struct Verdict
 {
     Corners corners{};
     double trust = kNoTrust;
+    bool onDarkDesk = false; ///< see isOnDarkDesk()
     bool hasTwin = false; ///< another sheet, about as large, lies in the picture
+
+    bool isTrusted() const { return trust >= (onDarkDesk ? kMinOnDarkDesk : kMinConfidence); }
 };
 
 Verdict judged(const SheetSearch &search, const Candidate &candidate,
@@ -49,11 +53,12 @@ Verdict judged(const SheetSearch &search, const Candidate &candidate,
     evidence.leadOverLarger = marginOverLarger(candidate, all);
     evidence.surroundings = search.around(candidate);
     if (isPartOfAPage(candidate, evidence.surroundings))
-        return {search.inFrame(candidate.corners), kNoTrust, false};
+        return {search.inFrame(candidate.corners)};
     evidence.refined = search.refined(candidate);
     evidence.fromWriting = fromWriting;
     const double bonus = isOnBareDesk(evidence.surroundings) ? kBareDesk : 0;
-    return {evidence.refined.corners, confidenceOf(candidate, evidence) + bonus, false};
+    return {evidence.refined.corners, confidenceOf(candidate, evidence) + bonus,
+            isOnDarkDesk(candidate, evidence.surroundings)};
 }
 
 bool liesApart(const Corners &a, const Corners &b)
@@ -88,7 +93,7 @@ Verdict chosen(const Verdict &first, const Verdict &second)
     const Verdict &inner = firstIsLarger ? second : first;
     if (!isWithin(inner.corners, outer.corners))
         return second.trust > first.trust ? second : first;
-    if (outer.trust >= kMinConfidence)
+    if (outer.isTrusted())
         return outer;
     return outer.trust >= kRuledOut ? Verdict{} : inner;
 }
@@ -100,7 +105,7 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
     if (candidates.empty())
         return {};
     Verdict best = judged(search, candidates.front(), candidates, fromWriting);
-    if (best.trust < kMinConfidence)
+    if (!best.isTrusted())
         return best;
     if (const Candidate *second = elsewhere(candidates)) {
         const Verdict other = judged(search, *second, candidates, fromWriting);
@@ -119,9 +124,9 @@ std::string descriptionOf(const Verdict &verdict)
         return "crop: no outline found";
     std::ostringstream text;
     text << std::fixed << std::setprecision(2) << "crop: confidence " << verdict.trust
-         << (verdict.trust < kMinConfidence ? ", too low; not cut"
-                 : verdict.hasTwin          ? ", but another sheet is about as large; not cut"
-                                            : "; cut")
+         << (!verdict.isTrusted()  ? ", too low; not cut"
+                 : verdict.hasTwin ? ", but another sheet is about as large; not cut"
+                                   : "; cut")
          << std::setprecision(0) << "; corners";
     for (const cv::Point2d &corner : ordered(verdict.corners))
         text << ' ' << corner.x << ',' << corner.y;
@@ -141,7 +146,7 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
     if (verdict.trust < kSettledTrust && !verdict.hasTwin)
         verdict = chosen(verdict, bestOf(search, search.searchAll(), true));
     logDebug([&] { return descriptionOf(verdict); });
-    if (verdict.trust < kMinConfidence || verdict.hasTwin)
+    if (!verdict.isTrusted() || verdict.hasTwin)
         return std::nullopt;
     return quadrilateralOf(ordered(verdict.corners));
 }

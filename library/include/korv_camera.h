@@ -143,7 +143,8 @@ KORV_CAMERA_API int KorvCamera_RegCallBackCameraChange(KorvCamera_ChangeCallback
 
 /* ---- options of photographs and files ---- */
 
-/* 0 colour, 1 gray, 2 lineart (black and white only). Initially 0. */
+/* 0 colour, 1 gray, 2 lineart (black and white only; a photograph of less than 250 dots per inch gets
+ * twice the width and the height). Initially 0. */
 KORV_CAMERA_API int KorvCamera_SetImageColorStyle(int color);
 
 /* 1 to 100, for the following saves and conversions. Initially 95. */

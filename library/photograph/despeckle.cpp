@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace korv {
@@ -22,6 +23,16 @@ bool operator==(const Pixel &a, const Pixel &b)
 bool isBlack(const Image &image, int x, int y)
 {
     return x >= 0 && y >= 0 && x < image.width() && y < image.height() && image.row(y)[x] == 0;
+}
+
+/// The first black pixel of a row from x on; the row's end when there is none.
+int nextBlack(const Image &image, int x, int y)
+{
+    const std::uint8_t *row = image.row(y);
+    const auto length = static_cast<std::size_t>(image.width() - x);
+    const void *found = length > 0 ? std::memchr(row + x, 0, length) : nullptr;
+    return found != nullptr ? static_cast<int>(static_cast<const std::uint8_t *>(found) - row)
+                            : image.width();
 }
 
 /// Whether a thing may begin here, row by row: every thing has one such pixel, and few others do.
@@ -56,8 +67,8 @@ void despeckle(Image &image, int largest)
     const auto limit = static_cast<std::size_t>(std::max(0, largest));
     std::vector<Pixel> pixels;
     for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.row(y)[x] != 0 || !isFirst(image, x, y))
+        for (int x = nextBlack(image, 0, y); x < image.width(); x = nextBlack(image, x + 1, y)) {
+            if (!isFirst(image, x, y))
                 continue;
             pixels.assign(1, {x, y});
             collect(image, limit, pixels);

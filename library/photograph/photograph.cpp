@@ -13,6 +13,7 @@
 #include "library/photograph/photograph_resolution.h"
 #include "library/photograph/sharpness.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <optional>
@@ -21,6 +22,9 @@
 namespace korv {
 
 namespace {
+
+/// Below this many dots an inch, fine type needs edges between the pixels; twice as many do.
+constexpr double kFineLineartDpi = 250;
 
 /// What a photograph needs, as far as it needs no pixels; nothing when it needs them.
 std::optional<jpeg::Transform> coefficientWork(const jpeg::Structure &structure,
@@ -50,13 +54,22 @@ Motif straighten(Image &image, CropMode crop, HelperThread &core, StepTimes &tim
     return Motif::Sheet;
 }
 
-Image inColour(Image image, ColourStyle style)
+/// How many times as wide and high a photograph becomes.
+int enlargementOf(const Image &image, ColourStyle style, const Resolution &resolution)
+{
+    const bool coarse = std::min(resolution.x, resolution.y) < kFineLineartDpi;
+    const bool enlarged = style == ColourStyle::Lineart && coarse
+        && isSupportedSize(2 * image.width(), 2 * image.height());
+    return enlarged ? 2 : 1;
+}
+
+Image inColour(Image image, ColourStyle style, int enlargement)
 {
     switch (style) {
     case ColourStyle::Gray:
         return toGray(std::move(image));
     case ColourStyle::Lineart:
-        return toLineart(std::move(image));
+        return toLineart(std::move(image), enlargement);
     case ColourStyle::Colour:
         break;
     }
@@ -124,13 +137,17 @@ Result<Bytes> remake(ByteView frame, const jpeg::Info &info, const PhotographOpt
         times.ended("check the focus");
     }
     image = rotate(std::move(image), options.rotation);
-    image = inColour(std::move(image), options.colour);
+    const int enlargement =
+        enlargementOf(image, options.colour,
+                      photographResolution(image.width(), image.height(), motif, options.scale));
+    image = inColour(std::move(image), options.colour, enlargement);
     times.ended("rotate and colour");
     if (options.clean) {
         cleanPaper(image, core);
         times.ended("clean");
     }
-    image.setResolution(photographResolution(image.width(), image.height(), motif, options.scale));
+    image.setResolution(
+        photographResolution(image.width(), image.height(), motif, enlargement * options.scale));
     jpeg::EncodeOptions encoding;
     encoding.quality = options.quality;
     encoding.subsampling = jpeg::keptSubsampling(

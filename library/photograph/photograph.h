@@ -27,7 +27,7 @@ struct PhotographOptions
 /// bytes. What can be done on the coefficients is: a turn whose edge blocks are whole, leaving out
 /// chroma, coarser steps. With nothing to do, and at 95 or more, or when the frame's own steps are
 /// as coarse as those of the quality, the frame's bytes are the photograph, mended if strict
-/// readers need it. All others state their resolution, see photographResolution(), and the details in
+/// readers need it. Lineart of less than 250 dots an inch gets twice the width and the height. All others state their resolution, see photographResolution(), and the details in
 /// EXIF. With a scale every photograph states it that can without being decoded.
 /// Errors: -EBADMSG frame not decodable, -EFBIG too large, -ENOMEM. Any thread; keeps no state.
 Result<Bytes> makePhotograph(ByteView frame, const PhotographOptions &options);

@@ -24,6 +24,12 @@ constexpr double kSomeInk = 0.01;
 constexpr double kMuchInk = 0.02;
 constexpr double kNoInk = 0.002;
 constexpr double kNoLikeness = 0.1;
+constexpr double kLighter = 0.9; ///< of 1: inside than outside
+constexpr double kNothingLight = 0.08; ///< evenness of what is not paper
+constexpr double kDarkDesk = 0.5; ///< lightness of the desk
+constexpr double kUnlikeDesk = 0.05; ///< likeness
+constexpr double kStraySpecks = 0.01; ///< ink beyond a side
+constexpr double kMinShareOfFrame = 0.1; ///< smaller light things are as often no sheet
 
 bool isRival(const Candidate &other, const Candidate &candidate)
 {
@@ -84,6 +90,14 @@ bool isPartOfAPage(const Candidate &candidate, const Surroundings &surroundings)
 bool isOnBareDesk(const Surroundings &surroundings)
 {
     return surroundings.ink < kNoInk && surroundings.mostLikeness < kNoLikeness;
+}
+
+bool isOnDarkDesk(const Candidate &candidate, const Surroundings &surroundings)
+{
+    return candidate.features[Feature::Lighter] > kLighter && surroundings.lightness < kDarkDesk
+        && surroundings.evenness < kNothingLight && surroundings.mostLikeness < kUnlikeDesk
+        && surroundings.mostInk < kStraySpecks
+        && candidate.features[Feature::Area] > std::log(kMinShareOfFrame);
 }
 
 double confidenceOf(const Candidate &candidate, const Evidence &evidence)

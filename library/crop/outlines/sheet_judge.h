@@ -45,6 +45,10 @@ bool isPartOfAPage(const Candidate &candidate, const Surroundings &surroundings)
 /// Whether nothing is outside that could belong to the sheet: no writing, and no paper like its own.
 bool isOnBareDesk(const Surroundings &surroundings);
 
+/// Whether the candidate is not small, lighter than its desk on all sides, and nothing outside is as
+/// light, nor written on next to it: the desk may have seams and things on it, but is not paper.
+bool isOnDarkDesk(const Candidate &candidate, const Surroundings &surroundings);
+
 /// Logarithm of the odds that the best candidate of a picture is a sheet's outline: 0 is even.
 double confidenceOf(const Candidate &candidate, const Evidence &evidence);
 

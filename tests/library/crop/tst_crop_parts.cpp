@@ -1,6 +1,7 @@
 #include "library/crop/edges/edge_finder.h"
 #include "library/crop/edges/shrinker.h"
 #include "library/crop/outlines/line_votes.h"
+#include "library/crop/outlines/sheet_judge.h"
 #include "library/crop/outlines/side_refiner.h"
 #include "library/crop/outlines/surroundings.h"
 
@@ -106,6 +107,48 @@ TEST(Surroundings, aSheetHasADifferentDeskAround)
     EXPECT_EQ(around.writing, 0);
     EXPECT_EQ(around.evenness, 0);
     EXPECT_NEAR(around.lightness, 90.0 / 220, 0.01);
+}
+
+TEST(Surroundings, aDarkDeskMayHaveSeamsAndThingsOnIt)
+{
+    Candidate sheet;
+    sheet.corners = kMiddleCorners;
+    sheet.features[Feature::Lighter] = 1;
+    sheet.features[Feature::Area] = std::log(100.0 * 80 / (320 * 240));
+    SearchPicture picture = pictureWith(90, kMiddle, 220);
+    picture.plainLuma(cv::Rect(0, 20, 320, 5)) = 20; // a seam, away from the sheet
+    picture.closed[0](cv::Rect(0, 200, 60, 40)) = 40; // something dark
+    const Surroundings around = surroundingsOf(kMiddleCorners, picture);
+    EXPECT_FALSE(isOnBareDesk(around));
+    EXPECT_TRUE(isOnDarkDesk(sheet, around));
+
+    sheet.features[Feature::Area] = std::log(0.05);
+    EXPECT_FALSE(isOnDarkDesk(sheet, around)) << "small";
+    sheet.features[Feature::Area] = std::log(0.1 + 1e-3);
+    sheet.features[Feature::Lighter] = 0.5;
+    EXPECT_FALSE(isOnDarkDesk(sheet, around)) << "not lighter everywhere";
+}
+
+TEST(Surroundings, whatIsLightOrWrittenNextToASheetIsNoDarkDesk)
+{
+    Candidate sheet;
+    sheet.corners = kMiddleCorners;
+    sheet.features[Feature::Lighter] = 1;
+    sheet.features[Feature::Area] = std::log(0.2);
+    const SearchPicture plain = pictureWith(90, kMiddle, 220);
+    EXPECT_TRUE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, plain)));
+
+    SearchPicture light = pictureWith(90, kMiddle, 220);
+    light.closed[0](cv::Rect(0, 0, 320, 40)) = 215; // paper of another page, say
+    EXPECT_FALSE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, light)));
+
+    SearchPicture written = pictureWith(90, kMiddle, 220);
+    for (int y = 170; y < 200; y += 6)
+        written.plainLuma(cv::Rect(110, y, 100, 2)) = 30;
+    EXPECT_FALSE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, written)));
+
+    const SearchPicture even = pictureWith(150, kMiddle, 220);
+    EXPECT_FALSE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, even)));
 }
 
 TEST(Surroundings, paperThatGoesOnBeyondOneSideIsSeen)

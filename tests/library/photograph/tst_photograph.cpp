@@ -150,8 +150,33 @@ TEST(Photograph, lineartIsOfTwoLevels)
     ASSERT_TRUE(photograph);
     const Image image = jpeg::decode(photograph.value()).value();
     EXPECT_TRUE(image.isBilevel());
-    EXPECT_EQ(image.width(), 221);
-    EXPECT_EQ(image.height(), 333);
+    EXPECT_EQ(image.width(), 2 * 221);
+    EXPECT_EQ(image.height(), 2 * 333);
+}
+
+TEST(Photograph, lineartIsDoubledOnlyWhereItsDotsAreCoarse)
+{
+    PhotographOptions options;
+    options.colour = ColourStyle::Lineart;
+    const auto infoOf = [&](int width, int height) {
+        const Bytes page = pictures::jpegOf(pictures::page(width, height));
+        return jpeg::readInfo(makePhotograph(page, options).value()).value();
+    };
+    const jpeg::Info coarse = infoOf(2900, 400);
+    EXPECT_EQ(coarse.width, 5800);
+    EXPECT_EQ(coarse.resolution, 496);
+    const jpeg::Info fine = infoOf(2930, 400);
+    EXPECT_EQ(fine.width, 2930);
+    EXPECT_EQ(fine.resolution, 251);
+
+    // a desk that was measured: 600 pixels are 50 mm there, which is fine enough
+    options.scale = 12;
+    const jpeg::Info measured = infoOf(600, 400);
+    EXPECT_EQ(measured.width, 600);
+    EXPECT_NEAR(measured.resolution.x, 304.8, 0.5);
+    options.scale = 6;
+    EXPECT_EQ(infoOf(600, 400).width, 1200);
+    EXPECT_NEAR(infoOf(600, 400).resolution.x, 304.8, 0.5);
 }
 
 TEST(Photograph, wholeFrameIsKeptWhenNoSheetIsFound)
@@ -198,11 +223,13 @@ TEST(Photograph, madeAnewItTellsItsDateCameraAndResolution)
         EXPECT_EQ(told.status, 0) << told.errors;
         EXPECT_EQ(told.errors, "");
         const int width = jpeg::readInfo(photograph).value().width;
+        // lineart has twice the pixels
+        const std::string dpi = options.colour == ColourStyle::Lineart ? "200" : "100";
         for (const std::string &line :
              {std::string("exif:DateTime=2023:11:15 06:13:20\n"),
               std::string("exif:DateTimeOriginal=2023:11:15 06:13:20\n"),
               std::string("exif:OffsetTimeOriginal=+08:00\n"), std::string("exif:Model=Desk 1\n"),
-              std::string("exif:XResolution=10000/100\n"),
+              "exif:XResolution=" + dpi + "00/100\n",
               "exif:PixelXDimension=" + std::to_string(width) + "\n"})
             EXPECT_NE((told.output + "\n").find(line), std::string::npos) << line << told.output;
     }

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "library/photograph/evened_page.h"
+
+namespace korv {
+
+/// Darkens the middle of thin lines in `page.sharp`. The hairlines of small type, which blur leaves
+/// half as dark as the stems beside them, would get holes otherwise. A stroke's edge, which is darker
+/// than one side only, stays where it is. Throws std::bad_alloc, cv::Exception.
+void deepenHairlines(EvenedPage &page);
+
+} // namespace korv
