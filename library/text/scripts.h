@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace korv {
+
+/// Whether a character is as wide as it is high: Chinese characters, kana, Hangul, and the
+/// punctuation that goes with them (East Asian Width "W" and "F" of Unicode's UAX #11, by blocks).
+bool isWideCharacter(char32_t character);
+
+/// Whether no space belongs between two words, both not empty, because characters of Chinese or
+/// Japanese meet. Korean words have spaces between them.
+bool isWrittenWithoutSpaces(const std::string &validBefore, const std::string &validBehind);
+
+/// The characters of a valid text.
+std::u32string charactersOf(const std::string &validText);
+
+} // namespace korv
