@@ -23,6 +23,7 @@ enum Column { Level, PageNumber, Block, Paragraph, Line, Word, Left, Top, Width,
 
 // levels of rows that count here
 constexpr int kPageLevel = 1;
+constexpr int kLineLevel = 4;
 constexpr int kWordLevel = 5;
 
 struct Row
@@ -31,7 +32,7 @@ struct Row
     std::string text;
 
     int at(Column column) const { return numbers[static_cast<std::size_t>(column)]; }
-    /// Words of which it is the same are on the same line.
+    /// What words of one line have in common.
     std::tuple<int, int, int> line() const { return {at(Block), at(Paragraph), at(Line)}; }
 };
 
@@ -106,13 +107,13 @@ bool isInside(const Row &row, const PageText &page)
         && row.at(Height) <= page.height - row.at(Top);
 }
 
-/// The words, without what only the plain text says.
-std::vector<Row> wordRows(std::string_view &rest, PageText &page)
+/// Takes the rows off, of which it returns those of lines and words, and the picture's size.
+std::vector<Row> rowsOf(std::string_view &rest, PageText &page)
 {
-    std::vector<Row> words;
+    std::vector<Row> rows;
     while (!rest.empty()) {
         std::string_view behind = rest;
-        const std::optional<Row> row = rowOf(takeLine(behind));
+        std::optional<Row> row = rowOf(takeLine(behind));
         if (!row)
             break;
         rest = behind;
@@ -122,11 +123,49 @@ std::vector<Row> wordRows(std::string_view &rest, PageText &page)
         }
         const bool isWord = row->at(Level) == kWordLevel
             && !std::all_of(row->text.begin(), row->text.end(), isBlank);
-        if (isWord)
-            words.push_back(*row);
+        if (isWord || row->at(Level) == kLineLevel)
+            rows.push_back(std::move(*row));
     }
-    return words;
+    return rows;
 }
+
+/// Puts words into the lines of a page.
+class Lines
+{
+public:
+    explicit Lines(PageText &page)
+        : m_page(page)
+    {
+    }
+
+    /// The row of the line that the next words are on.
+    void begin(const Row &row)
+    {
+        m_line = isInside(row, m_page) ? std::optional<Row>(row) : std::nullopt;
+        m_hasWords = false;
+    }
+
+    /// `space` as Spaces::before() says it.
+    void add(const Row &row, std::optional<bool> space)
+    {
+        if (!isInside(row, m_page))
+            return;
+        if (!m_line || m_line->line() != row.line())
+            begin(row); // there was no row of this line: its first word stands for it
+        if (!m_hasWords)
+            m_page.lines.push_back({m_line->at(Top), m_line->at(Height), {}});
+        std::vector<PageWord> &words = m_page.lines.back().words;
+        const bool isApart =
+            m_hasWords && space.value_or(!isWrittenWithoutSpaces(words.back().text, row.text));
+        words.push_back({row.text, row.at(Left), row.at(Width), isApart});
+        m_hasWords = true;
+    }
+
+private:
+    PageText &m_page;
+    std::optional<Row> m_line;
+    bool m_hasWords = false;
+};
 
 } // namespace
 
@@ -136,24 +175,16 @@ Result<PageText> readTesseractOutput(const std::string &output)
     if (takeLine(rest) != kHead)
         return Error{-EBADMSG, "no table of words"};
     PageText page;
-    const std::vector<Row> rows = wordRows(rest, page);
+    const std::vector<Row> rows = rowsOf(rest, page);
     if (page.width <= 0 || page.height <= 0)
         return Error{-EBADMSG, "a table of words without the picture's size"};
     Spaces spaces(validUtf8(std::string(rest)));
-    const Row *last = nullptr;
-    int line = -1;
+    Lines lines(page);
     for (const Row &row : rows) {
-        const std::optional<bool> space = spaces.before(row.text);
-        if (!isInside(row, page))
-            continue;
-        const bool isFirst = last == nullptr || last->line() != row.line();
-        line += isFirst ? 1 : 0;
-        PageWord word{row.text,       row.at(Left), row.at(Top), row.at(Width),
-                      row.at(Height), line,         false};
-        word.spaceBefore =
-            !isFirst && space.value_or(!isWrittenWithoutSpaces(last->text, word.text));
-        page.words.push_back(std::move(word));
-        last = &row;
+        if (row.at(Level) == kLineLevel)
+            lines.begin(row);
+        else
+            lines.add(row, spaces.before(row.text));
     }
     return page;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace korv {
 
@@ -43,6 +44,12 @@ template <std::size_t Count> bool isIn(const Range (&ranges)[Count], char32_t ch
 bool isWideCharacter(char32_t character)
 {
     return isIn(kWide, character);
+}
+
+bool isWidePunctuation(char32_t character)
+{
+    constexpr std::u32string_view kMarks = U"、。〉》」』】〕！），．：；？］｝";
+    return kMarks.find(character) != std::u32string_view::npos;
 }
 
 bool isWrittenWithoutSpaces(const std::string &validBefore, const std::string &validBehind)

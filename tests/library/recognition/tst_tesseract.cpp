@@ -63,8 +63,8 @@ TEST_F(TesseractTest, recognisesWithTheLanguages)
     install(kPage);
     const auto text = Tesseract({"eng+chi_sim"}).recognise(m_picture, {}, m_stop);
     ASSERT_TRUE(text) << text.error().text;
-    ASSERT_EQ(text.value().words.size(), 1U);
-    EXPECT_EQ(text.value().words[0].text, "eng+chi_sim");
+    ASSERT_EQ(text.value().lines.size(), 1U);
+    EXPECT_EQ(text.value().lines[0].words[0].text, "eng+chi_sim");
 }
 
 TEST_F(TesseractTest, rubbishAndWordsOfOtherPicturesAreRefused)

@@ -22,12 +22,10 @@ std::string wordRow(int line, int number, int left, const std::string &text)
 std::string joined(const PageText &page)
 {
     std::string text;
-    int line = 0;
-    for (const PageWord &word : page.words) {
-        if (word.line != line)
-            text += "/";
-        line = word.line;
-        text += (word.spaceBefore ? " " : "") + word.text;
+    for (const PageLine &line : page.lines) {
+        for (const PageWord &word : line.words)
+            text += (word.spaceBefore ? " " : "") + word.text;
+        text += "/";
     }
     return text;
 }
@@ -37,19 +35,19 @@ std::string joined(const PageText &page)
 TEST(TesseractOutput, wordsHaveTheirBoxesAndLines)
 {
     const Result<PageText> page = readTesseractOutput(
-        kHead + kPage + "4\t1\t1\t1\t1\t0\t80\t203\t1298\t48\t-1\t\n" + wordRow(1, 1, 80, "The")
+        kHead + kPage + "4\t1\t1\t1\t1\t0\t80\t203\t698\t48\t-1\t\n" + wordRow(1, 1, 80, "The")
         + wordRow(1, 2, 174, "quick") + wordRow(2, 1, 82, "fox") + "The quick\nfox\n\f");
     ASSERT_TRUE(page) << page.error().text;
     EXPECT_EQ(page.value().width, 800);
     EXPECT_EQ(page.value().height, 600);
-    ASSERT_EQ(page.value().words.size(), 3U);
-    const PageWord &quick = page.value().words[1];
-    EXPECT_EQ(quick.text, "quick");
-    EXPECT_EQ(quick.left, 174);
-    EXPECT_EQ(quick.top, 100);
-    EXPECT_EQ(quick.width, 50);
-    EXPECT_EQ(quick.height, 40);
-    EXPECT_EQ(joined(page.value()), "The quick/fox");
+    ASSERT_EQ(page.value().lines.size(), 2U);
+    const PageLine &line = page.value().lines.front();
+    EXPECT_EQ(line.top, 203);
+    EXPECT_EQ(line.height, 48);
+    EXPECT_EQ(line.words.back().left, 174);
+    EXPECT_EQ(line.words.back().width, 50);
+    EXPECT_EQ(page.value().lines.back().top, 100) << "a word stands for a line without a row";
+    EXPECT_EQ(joined(page.value()), "The quick/fox/");
 }
 
 TEST(TesseractOutput, plainTextSaysWhereSpacesAre)
@@ -58,7 +56,7 @@ TEST(TesseractOutput, plainTextSaysWhereSpacesAre)
         + wordRow(1, 3, 190, "2026") + wordRow(1, 4, 250, "年");
     const auto page = readTesseractOutput(kHead + kPage + rows + "会议 2026年\n\f");
     ASSERT_TRUE(page);
-    EXPECT_EQ(joined(page.value()), "会议 2026年");
+    EXPECT_EQ(joined(page.value()), "会议 2026年/");
 }
 
 TEST(TesseractOutput, scriptSaysSoWhereTheTextsDiffer)
@@ -68,7 +66,7 @@ TEST(TesseractOutput, scriptSaysSoWhereTheTextsDiffer)
     for (const char *plain : {"", "something else\n", "会"}) {
         const auto page = readTesseractOutput(kHead + kPage + rows + plain);
         ASSERT_TRUE(page);
-        EXPECT_EQ(joined(page.value()), "会议 two words") << plain;
+        EXPECT_EQ(joined(page.value()), "会议 two words/") << plain;
     }
 }
 
@@ -79,14 +77,14 @@ TEST(TesseractOutput, wordsWithoutAPlaceAreLeftOut)
         + wordRow(1, 6, 400, "inside");
     const auto page = readTesseractOutput(kHead + kPage + rows);
     ASSERT_TRUE(page);
-    EXPECT_EQ(joined(page.value()), "in inside");
+    EXPECT_EQ(joined(page.value()), "in inside/");
 }
 
 TEST(TesseractOutput, emptyPageHasNoWords)
 {
     const auto page = readTesseractOutput(kHead + kPage + "\f");
     ASSERT_TRUE(page);
-    EXPECT_TRUE(page.value().words.empty());
+    EXPECT_TRUE(page.value().lines.empty());
 }
 
 TEST(TesseractOutput, rubbishIsRefused)
@@ -102,5 +100,5 @@ TEST(TesseractOutput, brokenBytesBecomeReplacements)
 {
     const auto page = readTesseractOutput(kHead + kPage + wordRow(1, 1, 80, "a\xFFz"));
     ASSERT_TRUE(page);
-    EXPECT_EQ(joined(page.value()), "a\xEF\xBF\xBDz");
+    EXPECT_EQ(joined(page.value()), "a\xEF\xBF\xBDz/");
 }

@@ -1,0 +1,137 @@
+#include "library/text/text_runs.h"
+
+#include "library/text/scripts.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korv {
+
+namespace {
+
+/// The least width of a run, in pixels.
+constexpr double kMinWidth = 1;
+
+double widthOf(const std::u32string &characters)
+{
+    double width = 0;
+    for (const char32_t character : characters)
+        width += characterWidth(character);
+    return width;
+}
+
+bool isWide(char32_t character)
+{
+    return isWideCharacter(character);
+}
+
+/// Words without a space between them.
+std::vector<TextRun> runsOf(const PageWord *first, const PageWord *end)
+{
+    std::vector<TextRun> runs;
+    bool hasWide = false;
+    for (const PageWord *word = first; word != end; ++word) {
+        const std::u32string characters = charactersOf(word->text);
+        hasWide |= std::any_of(characters.begin(), characters.end(), isWide);
+        runs.push_back({characters, double(word->left), double(word->left + word->width)});
+    }
+    if (!hasWide || runs.size() == 1)
+        return runs;
+    TextRun row = std::move(runs.front());
+    for (std::size_t i = 1; i < runs.size(); ++i) {
+        row.characters += runs[i].characters;
+        row.right = std::max(row.right, runs[i].right);
+    }
+    return {row};
+}
+
+/// Wide punctuation has its ink at the left of its room, which the box does not show.
+double rightOfRoom(const TextRun &run)
+{
+    constexpr double kInk = 0.45; ///< of the room
+    if (!isWidePunctuation(run.characters.back()))
+        return run.right;
+    const double width = widthOf(run.characters);
+    return run.left + (run.right - run.left) * width / (width - 1 + kInk);
+}
+
+/// Collects the runs of a line, and moves them as little as they must so that each ends where the
+/// next one begins.
+class LineOfRuns
+{
+public:
+    explicit LineOfRuns(const PageLine &line)
+        : m_line{double(line.top), double(line.height), {}}
+    {
+    }
+
+    void add(TextRun run, bool spaceBefore)
+    {
+        const double left = run.left;
+        if (hasRuns())
+            meet(run, spaceBefore ? kMinWidth : 0);
+        m_lastLeft = left;
+        m_ink = std::max(run.right, run.left + kMinWidth);
+        run.right = std::max(m_ink, rightOfRoom(run));
+        m_line.runs.push_back(std::move(run));
+    }
+
+    /// Whether a word is where the line can go on.
+    bool goesOnWith(const PageWord &word) const { return !hasRuns() || word.left > m_lastLeft; }
+
+    bool hasRuns() const { return !m_line.runs.empty(); }
+
+    RunLine take() { return std::move(m_line); }
+
+private:
+    /// Lets the last run and the next one leave `space` between them, where there is a space, or
+    /// else nothing.
+    void meet(TextRun &next, double space)
+    {
+        TextRun &last = m_line.runs.back();
+        if (m_ink + space > next.left) { // the boxes overlap
+            last.right = std::max((m_ink + next.left - space) / 2, last.left + kMinWidth);
+            next.left = last.right + space;
+        } else if (space == 0 || last.right + space > next.left) {
+            last.right = next.left - space;
+        }
+        if (space > 0) {
+            TextRun between{U" ", last.right, next.left};
+            m_line.runs.push_back(std::move(between));
+        }
+    }
+
+    RunLine m_line;
+    double m_lastLeft = 0; ///< where the last run's box begins
+    double m_ink = 0; ///< where it ends, at least
+};
+
+void layOut(const PageLine &line, std::vector<RunLine> &lines)
+{
+    const PageWord *const end = line.words.data() + line.words.size();
+    LineOfRuns current(line);
+    for (const PageWord *word = line.words.data(); word != end;) {
+        const PageWord *next = word + 1;
+        while (next != end && !next->spaceBefore && next->left > (next - 1)->left)
+            ++next;
+        if (!current.goesOnWith(*word))
+            lines.push_back(std::exchange(current, LineOfRuns(line)).take());
+        bool spaceBefore = word->spaceBefore && current.hasRuns();
+        for (TextRun &run : runsOf(word, next))
+            current.add(std::move(run), std::exchange(spaceBefore, false));
+        word = next;
+    }
+    lines.push_back(current.take());
+}
+
+} // namespace
+
+std::vector<RunLine> layOut(const PageText &text)
+{
+    std::vector<RunLine> lines;
+    for (const PageLine &line : text.lines)
+        layOut(line, lines);
+    return lines;
+}
+
+} // namespace korv
