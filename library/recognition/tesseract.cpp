@@ -1,7 +1,6 @@
 #include "library/recognition/tesseract.h"
 
 #include "library/base/log.h"
-#include "library/recognition/tesseract_output.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -112,8 +111,8 @@ bool Tesseract::isReady(const ProgramLimits &limits, const EventFd &stop)
     return *m_isReady;
 }
 
-Result<PageText> Tesseract::recognise(const Image &gray, const ProgramLimits &limits,
-                                      const EventFd &stop) const
+Result<std::string> Tesseract::describe(const Image &gray, const ProgramLimits &limits,
+                                        const EventFd &stop) const
 {
     if (static_cast<std::int64_t>(gray.width()) * gray.height() > kMaxPagePixels)
         return Error{-EFBIG, "larger than any page"};
@@ -136,10 +135,7 @@ Result<PageText> Tesseract::recognise(const Image &gray, const ProgramLimits &li
         runLimited(call(std::move(arguments)), picture.value().get(), limits, stop);
     if (!said)
         return said.error();
-    Result<PageText> text = readTesseractOutput(said.value().text);
-    if (text && (text.value().width != gray.width() || text.value().height != gray.height()))
-        return Error{-EBADMSG, "words of another picture"};
-    return text;
+    return std::move(said).value().text;
 }
 
 } // namespace korv

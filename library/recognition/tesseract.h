@@ -2,11 +2,12 @@
 
 #include "library/image/image.h"
 #include "library/recognition/limited_program.h"
-#include "library/text/page_text.h"
 #include "library/text/text_languages.h"
 #include "library/threads/mutex.h"
 
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace korv {
 
@@ -23,11 +24,10 @@ public:
     /// on the log what is missing; the others wait for the answer.
     bool isReady(const ProgramLimits &limits, const EventFd &stop);
 
-    /// The writing on an upright Gray8 picture. Call it when isReady().
-    /// Errors: those of runLimited(), -EBADMSG rubbish in place of words, -EFBIG a picture larger
-    /// than any page.
-    Result<PageText> recognise(const Image &gray, const ProgramLimits &limits,
-                               const EventFd &stop) const;
+    /// What the program writes about an upright Gray8 picture, see readTesseractOutput(). Call it when
+    /// isReady(). Errors: those of runLimited(), -EFBIG a picture larger than any page.
+    Result<std::string> describe(const Image &gray, const ProgramLimits &limits,
+                                 const EventFd &stop) const;
 
 private:
     Result<void> askForLanguages(const ProgramLimits &limits, const EventFd &stop) const;

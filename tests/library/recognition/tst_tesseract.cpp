@@ -11,14 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-constexpr char kPage[] = R"(if [ "$1" = --list-langs ]; then
-    printf 'List of available languages (2):\nchi_sim\neng\n'; exit 0
-fi
-head -c 20 | head -n 2 >&2
-printf 'level\tpage_num\tblock_num\tpar_num\tline_num\tword_num\tleft\ttop\twidth\theight\tconf\ttext\n'
-printf '1\t1\t0\t0\t0\t0\t0\t0\t64\t48\t-1\t\n'
-printf '5\t1\t1\t1\t1\t1\t1\t2\t30\t10\t90.0\t%s\n' "$4"
-)";
+constexpr char kLanguages[] = "printf 'List of available languages (2):\\nchi_sim\\neng\\n'";
 
 class TesseractTest : public testing::Test
 {
@@ -50,7 +43,7 @@ TEST_F(TesseractTest, programThatIsNotInstalledIsNamedOnce)
 
 TEST_F(TesseractTest, languageThatIsMissingIsNamedWithItsPackage)
 {
-    install(kPage);
+    install(kLanguages);
     testing::internal::CaptureStderr();
     EXPECT_FALSE(Tesseract({"eng+chi_tra"}).isReady({}, m_stop));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
@@ -58,27 +51,27 @@ TEST_F(TesseractTest, languageThatIsMissingIsNamedWithItsPackage)
     EXPECT_TRUE(Tesseract({"eng+chi_sim"}).isReady({}, m_stop));
 }
 
-TEST_F(TesseractTest, recognisesWithTheLanguages)
+TEST_F(TesseractTest, getsThePictureAndTheLanguages)
 {
-    install(kPage);
-    const auto text = Tesseract({"eng+chi_sim"}).recognise(m_picture, {}, m_stop);
-    ASSERT_TRUE(text) << text.error().text;
-    ASSERT_EQ(text.value().lines.size(), 1U);
-    EXPECT_EQ(text.value().lines[0].words[0].text, "eng+chi_sim");
+    install("head -n 2 | tr '\\n' ' '; echo \"$3 $4\"");
+    const auto said = Tesseract({"eng+chi_sim"}).describe(m_picture, {}, m_stop);
+    ASSERT_TRUE(said) << said.error().text;
+    EXPECT_EQ(said.value(), "P5 64 48 -l eng+chi_sim\n");
 }
 
-TEST_F(TesseractTest, rubbishAndWordsOfOtherPicturesAreRefused)
+TEST_F(TesseractTest, resolutionIsGivenWhereItIsBelieved)
 {
-    install("head -c 5000 /dev/urandom");
-    EXPECT_EQ(Tesseract({"eng"}).recognise(m_picture, {}, m_stop).code(), -EBADMSG);
-    install(kPage);
-    const Image other(65, 48, PixelFormat::Gray8);
-    EXPECT_EQ(Tesseract({"eng"}).recognise(other, {}, m_stop).code(), -EBADMSG);
+    install("echo \"$*\"");
+    m_picture.setResolution(204.2);
+    EXPECT_THAT(Tesseract({"eng"}).describe(m_picture, {}, m_stop).value(), HasSubstr("--dpi 204"));
+    m_picture.setResolution(30);
+    EXPECT_THAT(Tesseract({"eng"}).describe(m_picture, {}, m_stop).value(),
+                testing::Not(HasSubstr("--dpi")));
 }
 
 TEST_F(TesseractTest, pictureLargerThanAnyPageIsRefused)
 {
     install("exit 1");
     const Image large = Image::unset(10'000, 5'000, PixelFormat::Gray8);
-    EXPECT_EQ(Tesseract({"eng"}).recognise(large, {}, m_stop).code(), -EFBIG);
+    EXPECT_EQ(Tesseract({"eng"}).describe(large, {}, m_stop).code(), -EFBIG);
 }
