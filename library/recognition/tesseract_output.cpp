@@ -129,6 +129,15 @@ std::vector<Row> rowsOf(std::string_view &rest, PageText &page)
     return rows;
 }
 
+/// The number that so many percent of the others are not above.
+int quantile(std::vector<int> numbers, std::size_t percent)
+{
+    const auto at =
+        numbers.begin() + static_cast<std::ptrdiff_t>((numbers.size() - 1) * percent / 100);
+    std::nth_element(numbers.begin(), at, numbers.end());
+    return *at;
+}
+
 /// Puts words into the lines of a page.
 class Lines
 {
@@ -141,8 +150,8 @@ public:
     /// The row of the line that the next words are on.
     void begin(const Row &row)
     {
+        end();
         m_line = isInside(row, m_page) ? std::optional<Row>(row) : std::nullopt;
-        m_hasWords = false;
     }
 
     /// `space` as Spaces::before() says it.
@@ -152,19 +161,36 @@ public:
             return;
         if (!m_line || m_line->line() != row.line())
             begin(row); // there was no row of this line: its first word stands for it
-        if (!m_hasWords)
-            m_page.lines.push_back({m_line->at(Top), m_line->at(Height), {}});
-        std::vector<PageWord> &words = m_page.lines.back().words;
-        const bool isApart =
-            m_hasWords && space.value_or(!isWrittenWithoutSpaces(words.back().text, row.text));
-        words.push_back({row.text, row.at(Left), row.at(Width), isApart});
-        m_hasWords = true;
+        const bool isApart = !m_words.empty()
+            && space.value_or(!isWrittenWithoutSpaces(m_words.back().text, row.text));
+        m_words.push_back({row.text, row.at(Left), row.at(Width), isApart});
+        m_tops.push_back(row.at(Top));
+        m_bottoms.push_back(row.at(Top) + row.at(Height));
+    }
+
+    /// Call it behind the last word, too.
+    void end()
+    {
+        if (m_words.empty())
+            return;
+        // a speck between two lines makes the box of a line or that of a word too high, rarely both
+        const int top = std::max(m_line->at(Top), quantile(m_tops, 25));
+        const int bottom = std::min(m_line->at(Top) + m_line->at(Height), quantile(m_bottoms, 75));
+        if (top < bottom)
+            m_page.lines.push_back({top, bottom - top, std::move(m_words)});
+        else
+            m_page.lines.push_back({m_line->at(Top), m_line->at(Height), std::move(m_words)});
+        m_words.clear();
+        m_tops.clear();
+        m_bottoms.clear();
     }
 
 private:
     PageText &m_page;
     std::optional<Row> m_line;
-    bool m_hasWords = false;
+    std::vector<PageWord> m_words;
+    std::vector<int> m_tops;
+    std::vector<int> m_bottoms;
 };
 
 } // namespace
@@ -186,6 +212,7 @@ Result<PageText> readTesseractOutput(const std::string &output)
         else
             lines.add(row, spaces.before(row.text));
     }
+    lines.end();
     return page;
 }
 

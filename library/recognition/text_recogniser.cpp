@@ -95,15 +95,25 @@ void TextRecogniser::stop()
 
 // ---- in the background ----
 
-void TextRecogniser::begin(ByteView jpeg)
+void TextRecogniser::begin(ByteView jpeg) noexcept
+{
+    try {
+        enqueue(jpeg);
+    } catch (...) {
+        logLine(LogLevel::Debug, "no text is recognised ahead", errorInFlight().text);
+    }
+}
+
+void TextRecogniser::enqueue(ByteView jpeg)
 {
     const ContentKey key = contentKeyOf(jpeg);
     Bytes copy(jpeg.begin(), jpeg.end());
     const MutexLock lock(m_mutex);
     if (m_stopping || m_waitingBytes + copy.size() > kMaxWaitingBytes || m_entries.count(key) != 0)
         return;
-    m_waitingBytes += copy.size();
-    m_entries[key].jpeg = std::move(copy);
+    Entry &entry = m_entries[key];
+    entry.jpeg = std::move(copy);
+    m_waitingBytes += entry.jpeg.size();
     m_waiting.push_back(key);
     if (m_idle < m_waiting.size() && m_threads.size() < usefulThreads())
         startWorker();

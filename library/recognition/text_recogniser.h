@@ -48,8 +48,8 @@ public:
     const TextLanguages &languages() const { return m_options.languages; }
 
     /// Begins to recognise a JPEG in the background; its bytes are copied. Does nothing when too many
-    /// wait already: they are recognised when somebody asks.
-    void begin(ByteView jpeg);
+    /// wait already, or memory is short: then they are recognised when somebody asks.
+    void begin(ByteView jpeg) noexcept;
 
     /// The text of the picture that has this key; `make` runs at most once, on this thread.
     /// Errors: kUnavailable, -ETIMEDOUT not to be had within the time, -ECANCELED after stop(), and
@@ -72,6 +72,7 @@ private:
 
     void work(); ///< a thread
     void startWorker() REQUIRES(m_mutex);
+    void enqueue(ByteView jpeg);
     bool takeWaiting(ContentKey &key, Bytes &jpeg);
     std::optional<Result<Text>> claim(const ContentKey &key);
     void finish(const ContentKey &key, const Result<Text> &text);

@@ -1,6 +1,6 @@
 #include "library/recognition/limited_program.h"
 
-#include "tests/library/recognition/script.h"
+#include "tests/library/support/script.h"
 
 #include <algorithm>
 #include <cerrno>

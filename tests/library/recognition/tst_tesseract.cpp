@@ -1,6 +1,6 @@
 #include "library/recognition/tesseract.h"
 
-#include "tests/library/recognition/script.h"
+#include "tests/library/support/script.h"
 #include "tests/support/temp_home.h"
 
 #include <cerrno>

@@ -35,19 +35,38 @@ std::string joined(const PageText &page)
 TEST(TesseractOutput, wordsHaveTheirBoxesAndLines)
 {
     const Result<PageText> page = readTesseractOutput(
-        kHead + kPage + "4\t1\t1\t1\t1\t0\t80\t203\t698\t48\t-1\t\n" + wordRow(1, 1, 80, "The")
+        kHead + kPage + "4\t1\t1\t1\t1\t0\t80\t98\t698\t60\t-1\t\n" + wordRow(1, 1, 80, "The")
         + wordRow(1, 2, 174, "quick") + wordRow(2, 1, 82, "fox") + "The quick\nfox\n\f");
     ASSERT_TRUE(page) << page.error().text;
     EXPECT_EQ(page.value().width, 800);
     EXPECT_EQ(page.value().height, 600);
     ASSERT_EQ(page.value().lines.size(), 2U);
     const PageLine &line = page.value().lines.front();
-    EXPECT_EQ(line.top, 203);
-    EXPECT_EQ(line.height, 48);
+    EXPECT_EQ(line.top, 100);
+    EXPECT_EQ(line.height, 40);
     EXPECT_EQ(line.words.back().left, 174);
     EXPECT_EQ(line.words.back().width, 50);
     EXPECT_EQ(page.value().lines.back().top, 100) << "a word stands for a line without a row";
     EXPECT_EQ(joined(page.value()), "The quick/fox/");
+}
+
+TEST(TesseractOutput, specksDoNotMakeALineHigher)
+{
+    const std::string row = "5\t1\t1\t1\t1\t9\t300\t60\t50\t160\t93.9\thigh\n";
+    std::string words;
+    for (int i = 0; i < 5; ++i)
+        words += wordRow(1, i, 10 + 50 * i, "word");
+    const auto withHighWord = readTesseractOutput(
+        kHead + kPage + "4\t1\t1\t1\t1\t0\t10\t95\t700\t50\t-1\t\n" + words + row);
+    ASSERT_TRUE(withHighWord);
+    ASSERT_EQ(withHighWord.value().lines.size(), 1U);
+    EXPECT_EQ(withHighWord.value().lines[0].top, 100);
+    EXPECT_EQ(withHighWord.value().lines[0].height, 40);
+    const auto onlyHighWord =
+        readTesseractOutput(kHead + kPage + "4\t1\t1\t1\t1\t0\t10\t95\t700\t50\t-1\t\n" + row);
+    ASSERT_TRUE(onlyHighWord);
+    EXPECT_EQ(onlyHighWord.value().lines[0].top, 95);
+    EXPECT_EQ(onlyHighWord.value().lines[0].height, 50);
 }
 
 TEST(TesseractOutput, plainTextSaysWhereSpacesAre)

@@ -1,9 +1,8 @@
 #include "library/recognition/text_recogniser.h"
 
 #include "library/jpeg/jpeg.h"
-#include "tests/library/recognition/script.h"
+#include "tests/library/support/fake_tesseract.h"
 #include "tests/library/support/sample_pictures.h"
-#include "tests/support/temp_home.h"
 
 #include <cerrno>
 #include <fstream>
@@ -16,22 +15,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Stands in for the program: counts its runs in the file "runs", does what a test wants, and says
-/// that a word is on a picture of 64 x 48 pixels.
-constexpr char kProgram[] = R"(if [ "$1" = --list-langs ]; then echo eng; exit 0; fi
-head -c 1 FOLDER/wait >/dev/null
-COMMANDS
-printf 'level\tpage_num\tblock_num\tpar_num\tline_num\tword_num\tleft\ttop\twidth\theight\tconf\ttext\n'
-printf '1\t1\t0\t0\t0\t0\t0\t0\t64\t48\t-1\t\n5\t1\t1\t1\t1\t1\t1\t2\t30\t10\t90.0\tword\n'
-)";
-
-std::string replaced(std::string text, const std::string &what, const std::string &by)
-{
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at))
-        text.replace(at, what.size(), by);
-    return text;
-}
-
 class TextRecogniserTest : public testing::Test
 {
 protected:
@@ -40,11 +23,10 @@ protected:
         open();
         install("");
     }
+    /// Waits for the file "wait" before it does what a test wants.
     void install(const std::string &commands)
     {
-        const std::string program = replaced(kProgram, "COMMANDS", commands);
-        testing_support::writeScript(m_folder / "tesseract",
-                                     replaced(program, "FOLDER", m_folder.path()));
+        m_tesseract.install("head -c 1 '" + (m_folder / "wait") + "' >/dev/null; " + commands);
     }
     /// The program waits until there is something in its file.
     void hold()
@@ -74,7 +56,7 @@ protected:
     }
 
     testing_support::TemporaryFolder m_folder;
-    support::ScopedVariable m_path{"PATH", m_folder.path()};
+    testing_support::FakeTesseract m_tesseract;
     Bytes m_jpeg = pictures::jpegOf(pictures::page(64, 48));
     std::chrono::milliseconds m_wait = 20s;
     std::string m_cache;
@@ -173,7 +155,7 @@ TEST_F(TextRecogniserTest, picturesThatWaitAreTheirsWhoAsk)
 
 TEST_F(TextRecogniserTest, missingProgramCostsNoPicture)
 {
-    std::filesystem::remove(m_folder / "tesseract");
+    m_tesseract.remove();
     const auto recogniser = make();
     recogniser->begin(m_jpeg);
     EXPECT_EQ(ask(*recogniser).code(), TextRecogniser::kUnavailable);
@@ -194,10 +176,8 @@ TEST_F(TextRecogniserTest, cacheOutlivesIt)
 
 TEST_F(TextRecogniserTest, wordsOfAnotherPictureAreRefused)
 {
-    const auto recogniser = make();
-    const auto text =
-        recogniser->textOf({1, 2}, [] { return Result<Image>(Image(65, 48, PixelFormat::Gray8)); });
-    EXPECT_EQ(text.code(), -EBADMSG);
+    install("width=65");
+    EXPECT_EQ(ask(*make()).code(), -EBADMSG);
 }
 
 TEST_F(TextRecogniserTest, oldResultsMakeRoom)
