@@ -98,7 +98,7 @@ constexpr std::array<Format, 8> kFormats = {{
     document<TiffWriter>("tif", codePixelsForTiff, JpegsTaken::PlainOnly),
     document<TiffWriter>("tiff", codePixelsForTiff, JpegsTaken::PlainOnly),
     withText(document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All)),
-    document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All),
+    withText(document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All)),
 }};
 
 } // namespace

@@ -88,6 +88,15 @@ TEST_F(DocumentTextTest, singlePicturesOfAllKindsHaveIt)
     EXPECT_EQ(textOf("b.pdf"), "word\n\n");
 }
 
+TEST_F(DocumentTextTest, ofdHasIt)
+{
+    EXPECT_EQ(combine(2, "a.ofd"), "");
+    const support::ScopedVariable path("PATH", "/usr/bin:/bin");
+    for (const char *page : {"Doc_0/Pages/Page_0/Content.xml", "Doc_0/Pages/Page_1/Content.xml"})
+        EXPECT_THAT(runProgram({"unzip", "-p", m_folder / "a.ofd", page}).output,
+                    HasSubstr(">word</ofd:TextCode>"));
+}
+
 TEST_F(DocumentTextTest, formatsWithoutTextAskForNone)
 {
     m_tesseract.installOnly("touch '" + (m_folder / "asked") + "'");
