@@ -24,7 +24,7 @@ MAY_INCLUDE = {
     "app/window": ["app/preview", "app/files", "settings", "camera", "util", "ui"],
     "app": ["app/window", "settings", "camera", "util", "ui"],
     "cli/base": ["camera", "util"],
-    "cli/commandline": ["cli/base"],
+    "cli/commandline": ["cli/base", "library/text/text_languages.h"],
     "cli/advice": ["cli/base", "camera", "util"],
     "cli/session": ["cli/advice", "cli/commandline", "cli/base", "camera", "util",
                     "library/controls", "library/settling"],

@@ -6,6 +6,7 @@
 #include "cli/commandline/pagesize.h"
 #include "cli/commandline/suggestion.h"
 #include "installpaths.h"
+#include "library/text/text_languages.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -70,6 +71,12 @@ std::string checkPageSize(const std::string &text)
     return toPageSize(text) ? std::string()
                             : "not a page size: " + text
             + "; known: A3, A4, A5, letter, card, or WIDTHxHEIGHT in millimetres, 2 to 5000 each";
+}
+
+std::string checkLanguages(const std::string &text)
+{
+    return korv::areLanguageNames(text) ? std::string()
+                                        : "no languages such as chi_sim+eng: " + text;
 }
 
 /// What stands where the command should; empty when nothing does.
@@ -380,6 +387,15 @@ private:
         m_trigger = "interval";
     }
 
+    void addTextOption(CLI::App *sub)
+    {
+        sub->add_option("--text", m_options.text,
+                        "Recognise the writing on pages of pdf and ofd documents, in languages "
+                        "such as chi_sim+eng (default: by the settings, else no)")
+            ->type_name("LANGS")
+            ->check(CLI::Validator(checkLanguages, ""));
+    }
+
     /// What is said of a whole document.
     void addDocumentOptions(CLI::App *sub)
     {
@@ -390,6 +406,7 @@ private:
                         "Size of every page; W and H in millimetres (default: by the picture)")
             ->type_name("A3|A4|A5|letter|card|WxH")
             ->check(CLI::Validator(checkPageSize, ""));
+        addTextOption(sub);
     }
 
     void addConvertCommand()
@@ -399,6 +416,7 @@ private:
                        "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
         addQualityOption(convert);
         addCleanFlag(convert);
+        addTextOption(convert);
         addForceFlag(convert);
         convert->add_option("source", m_source, "JPEG, PNG, BMP or TIFF file")->required();
         convert->add_option("destination", m_options.destination, "New file")

@@ -97,6 +97,8 @@ struct Options
     std::string key; ///< PEM file
     bool announce = true; ///< by DNS-SD (serve)
 
+    std::optional<std::string>
+        text; ///< languages of the writing on pages; nothing: by the settings
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
 

@@ -6,6 +6,7 @@
 #include "cli/base/libraryline.h"
 #include "cli/documents/childprocess.h"
 #include "cli/documents/pagelist.h"
+#include "cli/documents/textsettings.h"
 #include "cli/documents/workspace.h"
 
 #include <cerrno>
@@ -91,6 +92,7 @@ ExitCode openLibrary(LibrarySession &session, const Options &options)
         setenv("KORV_CAMERA_PAGE_SIZE", options.pageSize.c_str(), 1);
     if (options.clean)
         setenv("KORV_CAMERA_CLEAN_FILES", "yes", 1);
+    passTextSettings(options);
     const ExitCode code = session.open();
     if (code != ExitCode::Success || !options.quality)
         return code;
