@@ -124,12 +124,13 @@ Result<void> Manager::initialise()
     try {
         setSettings(m_readSettings ? m_readSettings() : Settings());
         const std::shared_ptr<const Settings> wanted = settings();
+        std::shared_ptr<TextRecogniser> recogniser = recogniserFor(*wanted);
         auto session = std::make_shared<Session>(m_monitors(*wanted),
                                                  wanted->settle ? StreamReceiver::From::Settled
                                                                 : StreamReceiver::From::First);
         Result<void> started = session->start();
         if (started)
-            setRecogniser(recogniserFor(*wanted));
+            setRecogniser(std::move(recogniser));
         else
             session.reset();
         endChange(std::move(session));

@@ -9,8 +9,8 @@
 namespace korv {
 
 /// An OFD document (GB/T 33190-2016) of page pictures: JPEG pages are stored as they are, other
-/// pixels as PNG, which they must be coded as.
-/// The text of pages lies under the pictures. Pages are written as they come, the lists that name them last.
+/// pixels as PNG, which they must be coded as. The text of pages lies under the pictures. Pages are
+/// written as they come, the lists that name them last.
 class OfdWriter : public DocumentWriter
 {
 public:
