@@ -35,7 +35,7 @@ Result<Image> grayPicture(const Page &page)
 bool DocumentText::isWorthWaiting()
 {
     const MutexLock lock(m_mutex);
-    return m_waitsInVain < kMaxWaitsInVain;
+    return !m_isGivenUp;
 }
 
 void DocumentText::explain(const std::string &name, const Error &problem)
@@ -46,16 +46,19 @@ void DocumentText::explain(const std::string &name, const Error &problem)
     if (problem.code != -ETIMEDOUT)
         return;
     const MutexLock lock(m_mutex);
-    if (++m_waitsInVain == kMaxWaitsInVain)
+    m_isGivenUp |= ++m_waitsInVain == kMaxWaitsInVain;
+    if (m_waitsInVain == kMaxWaitsInVain)
         logLine(LogLevel::Warning, "text recognition",
-                "the rest of this document gets no text: it takes too long");
+                "this document waits for no more text: it takes too long");
 }
 
 TextRecogniser::Text DocumentText::of(const ContentKey &key, const Page &page,
                                       const std::string &name)
 {
-    if (!isWanted() || !isWorthWaiting())
+    if (!isWanted())
         return nullptr;
+    if (!isWorthWaiting())
+        return m_recogniser->known(key);
     Result<TextRecogniser::Text> text =
         m_recogniser->textOf(key, [&] { return grayPicture(page); });
     if (!text) {

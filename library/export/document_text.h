@@ -32,6 +32,7 @@ private:
     TextRecogniser *const m_recogniser;
     Mutex m_mutex;
     int m_waitsInVain GUARDED_BY(m_mutex) = 0; ///< one after the other
+    bool m_isGivenUp GUARDED_BY(m_mutex) = false; ///< no further page is waited for
 };
 
 } // namespace korv

@@ -29,7 +29,7 @@ struct ProgramLimits
 {
     std::chrono::milliseconds time{20'000}; ///< by the clock
     std::chrono::seconds processorTime{120};
-    std::size_t memory = std::size_t{2} << 30; ///< bytes of addresses
+    std::size_t memory = std::size_t{1} << 30; ///< bytes of addresses
     std::size_t output = std::size_t{16} << 20; ///< bytes on standard output
     ProgramPriority priority = ProgramPriority::Low;
 };

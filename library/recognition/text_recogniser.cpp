@@ -156,19 +156,19 @@ void TextRecogniser::work()
     limits.priority = ProgramPriority::Idle;
     ContentKey key;
     Bytes jpeg;
-    while (takeWaiting(key, jpeg))
-        finish(key,
-               recognise(
-                   key, [&] { return grayPicture(jpeg); }, limits));
+    while (takeWaiting(key, jpeg)) {
+        const auto make = [&] { return grayPicture(jpeg); };
+        static_cast<void>(finish(key, recognise(key, make, limits)));
+    }
 }
 
 // ---- for whoever asks ----
 
-/// What is known about a picture, after waiting for what others do with it. Nothing: it is the
-/// caller's to recognise.
-std::optional<Result<TextRecogniser::Text>> TextRecogniser::claim(const ContentKey &key)
+/// What is known about a picture, after waiting for what others do with it until `deadline`. Nothing:
+/// it is the caller's to recognise.
+std::optional<Result<TextRecogniser::Text>>
+TextRecogniser::claim(const ContentKey &key, Condition::Clock::time_point deadline)
 {
-    const auto deadline = Condition::Clock::now() + m_options.wait;
     MutexLock lock(m_mutex);
     for (bool isInTime = true;; isInTime = m_changed.waitUntil(lock, deadline)) {
         if (m_stopping)
@@ -186,17 +186,23 @@ std::optional<Result<TextRecogniser::Text>> TextRecogniser::claim(const ContentK
             return std::nullopt;
         }
         if (!isInTime)
-            return Result<Text>(Error{-ETIMEDOUT, "not finished in time"});
+            return std::nullopt;
     }
 }
 
-void TextRecogniser::finish(const ContentKey &key, const Result<Text> &text)
+/// Of two threads that recognised the same picture, the text of the first counts, which is returned.
+Result<TextRecogniser::Text> TextRecogniser::finish(const ContentKey &key, Result<Text> text)
 {
     const MutexLock lock(m_mutex);
+    Entry &entry = m_entries[key];
+    if (entry.step == Step::Done) {
+        if (!entry.text)
+            entry.text = std::move(text);
+        return entry.text;
+    }
     if (text.code() == -ECANCELED) {
         m_entries.erase(key);
     } else {
-        Entry &entry = m_entries[key];
         entry.text = text;
         entry.step = Step::Done;
         m_done.push_back(key);
@@ -206,6 +212,7 @@ void TextRecogniser::finish(const ContentKey &key, const Result<Text> &text)
         m_done.pop_front();
     }
     m_changed.notifyAll();
+    return text;
 }
 
 Result<TextRecogniser::Text> TextRecogniser::read(const std::string &output) const
@@ -248,15 +255,27 @@ Result<TextRecogniser::Text> TextRecogniser::recognise(const ContentKey &key,
     });
 }
 
+TextRecogniser::Text TextRecogniser::known(const ContentKey &key)
+{
+    const MutexLock lock(m_mutex);
+    const auto found = m_entries.find(key);
+    const bool isThere =
+        found != m_entries.end() && found->second.step == Step::Done && found->second.text;
+    return isThere ? found->second.text.value() : nullptr;
+}
+
 Result<TextRecogniser::Text> TextRecogniser::textOf(const ContentKey &key, const PictureMaker &make)
 {
-    if (std::optional<Result<Text>> known = claim(key))
+    const auto begin = Condition::Clock::now();
+    // A process that only runs where no processor is needed may starve. A quarter of the time is
+    // enough for it otherwise, and then another one has the rest, at a better priority.
+    if (std::optional<Result<Text>> known = claim(key, begin + m_options.wait / 4))
         return *std::move(known);
+    const auto waited =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Condition::Clock::now() - begin);
     ProgramLimits limits;
-    limits.time = m_options.wait;
-    const Result<Text> text = recognise(key, make, limits);
-    finish(key, text);
-    return text;
+    limits.time = m_options.wait - std::min(waited, m_options.wait);
+    return finish(key, recognise(key, make, limits));
 }
 
 } // namespace korv

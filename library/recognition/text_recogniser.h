@@ -26,9 +26,9 @@ struct RecogniserOptions
     std::string cacheFolder; ///< see TextCache; empty for none
 };
 
-/// The writing on pictures, recognised before somebody asks for it where possible. Threads that have
-/// begun a picture in the background give way to everything else on the machine. Results are kept,
-/// failures too, so that no picture is recognised twice. Any thread.
+/// The writing on pictures, recognised before somebody asks for it where possible. What is recognised
+/// in the background gives way to everything else on the machine; whoever asks for a picture that is
+/// starved by that recognises it himself. Results are kept, failures too. Any thread.
 class TextRecogniser
 {
 public:
@@ -56,6 +56,9 @@ public:
     /// those of Tesseract, readTesseractOutput() and `make`.
     Result<Text> textOf(const ContentKey &key, const PictureMaker &make);
 
+    /// The same without waiting; null when the text is not there.
+    Text known(const ContentKey &key);
+
     /// Ends all work at once; nothing is recognised afterwards. Waits for its own threads.
     void stop();
 
@@ -74,8 +77,8 @@ private:
     void startWorker() REQUIRES(m_mutex);
     void enqueue(ByteView jpeg);
     bool takeWaiting(ContentKey &key, Bytes &jpeg);
-    std::optional<Result<Text>> claim(const ContentKey &key);
-    void finish(const ContentKey &key, const Result<Text> &text);
+    std::optional<Result<Text>> claim(const ContentKey &key, Condition::Clock::time_point deadline);
+    Result<Text> finish(const ContentKey &key, Result<Text> text);
     Result<Text> recognise(const ContentKey &key, const PictureMaker &make,
                            const ProgramLimits &limits);
     Result<Text> read(const std::string &output) const;

@@ -20,11 +20,6 @@ double widthOf(const std::u32string &characters)
     return width;
 }
 
-bool isWide(char32_t character)
-{
-    return isWideCharacter(character);
-}
-
 /// Words without a space between them.
 std::vector<TextRun> runsOf(const PageWord *first, const PageWord *end)
 {
@@ -32,7 +27,7 @@ std::vector<TextRun> runsOf(const PageWord *first, const PageWord *end)
     bool hasWide = false;
     for (const PageWord *word = first; word != end; ++word) {
         const std::u32string characters = charactersOf(word->text);
-        hasWide |= std::any_of(characters.begin(), characters.end(), isWide);
+        hasWide |= std::any_of(characters.begin(), characters.end(), isWideCharacter);
         runs.push_back({characters, double(word->left), double(word->left + word->width)});
     }
     if (!hasWide || runs.size() == 1)
@@ -76,8 +71,11 @@ public:
         m_line.runs.push_back(std::move(run));
     }
 
-    /// Whether a word is where the line can go on.
-    bool goesOnWith(const PageWord &word) const { return !hasRuns() || word.left > m_lastLeft; }
+    /// Whether a word is where the line can go on. Boxes that overlap are common.
+    bool goesOnWith(const PageWord &word) const
+    {
+        return !hasRuns() || word.left + word.width > m_lastLeft;
+    }
 
     bool hasRuns() const { return !m_line.runs.empty(); }
 
@@ -112,7 +110,7 @@ void layOut(const PageLine &line, std::vector<RunLine> &lines)
     LineOfRuns current(line);
     for (const PageWord *word = line.words.data(); word != end;) {
         const PageWord *next = word + 1;
-        while (next != end && !next->spaceBefore && next->left > (next - 1)->left)
+        while (next != end && !next->spaceBefore && next->left + next->width > word->left)
             ++next;
         if (!current.goesOnWith(*word))
             lines.push_back(std::exchange(current, LineOfRuns(line)).take());

@@ -26,8 +26,8 @@ struct RunLine
 
 /// The places of a page's writing as a text layer has them: every line goes from left to right without
 /// gaps, which a reader would take for spaces. Words have their boxes. In a row of Chinese characters,
-/// whose boxes are guesses, the characters share the room of the row. Words that are not to the right
-/// of the last one, as in scripts that go another way, begin a line.
+/// whose boxes are guesses, the characters share the room of the row. Words that end to the
+/// left of where the last one begins, as in scripts that go another way, begin a line.
 std::vector<RunLine> layOut(const PageText &text);
 
 } // namespace korv

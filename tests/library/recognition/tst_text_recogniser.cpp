@@ -121,6 +121,24 @@ TEST_F(TextRecogniserTest, nobodyWaitsLongerThanAllowed)
     EXPECT_LT(secondsSince(begin), 10);
 }
 
+TEST_F(TextRecogniserTest, whoAsksDoesNotWaitForAStarvedProcess)
+{
+    m_wait = 8s;
+    hold();
+    const auto recogniser = make();
+    recogniser->begin(m_jpeg);
+    std::this_thread::sleep_for(500ms); // the process waits now
+    std::filesystem::remove(m_folder / "wait");
+    open();
+    const auto begin = std::chrono::steady_clock::now();
+    const auto text = ask(*recogniser);
+    EXPECT_TRUE(text) << text.error().text;
+    EXPECT_EQ(m_made, 1);
+    EXPECT_LT(secondsSince(begin), 8);
+    EXPECT_TRUE(ask(*recogniser));
+    EXPECT_EQ(m_made, 1);
+}
+
 TEST_F(TextRecogniserTest, stopEndsAllAtOnce)
 {
     hold();

@@ -58,6 +58,15 @@ TEST(TextRuns, chineseCharactersShareTheRoomOfTheirRow)
     EXPECT_EQ(line.runs[0].right, 274);
 }
 
+TEST(TextRuns, aPhraseStaysWholeWhereItsBoxesAreOutOfOrder)
+{
+    const RunLine line =
+        only({{"会", 100, 40, false}, {"议", 95, 90, false}, {"录", 180, 40, false}});
+    ASSERT_EQ(line.runs.size(), 1U);
+    EXPECT_EQ(textOf(line), U"会议录");
+    EXPECT_EQ(line.runs[0].right, 220);
+}
+
 TEST(TextRuns, punctuationAtTheEndHasTheRoomOfACharacter)
 {
     const RunLine line =
