@@ -3,6 +3,7 @@
 #include "library/text/scripts.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace korv {
@@ -11,6 +12,8 @@ namespace {
 
 /// The least width of a run, in pixels.
 constexpr double kMinWidth = 1;
+/// The least width of a space, of the line's height. Readers that go by the gaps see no smaller ones.
+constexpr double kMinSpace = 0.15;
 
 double widthOf(const std::u32string &characters)
 {
@@ -40,14 +43,26 @@ std::vector<TextRun> runsOf(const PageWord *first, const PageWord *end)
     return {row};
 }
 
-/// Wide punctuation has its ink at the left of its room, which the box does not show.
+/// Whether characters end with a mark that stands in the room of a wide character, as marks do behind
+/// such a character: recognisers often take it for the narrow mark of the same look. `before` is what
+/// stands before the characters; 0 for nothing.
+bool endsWithMark(const std::u32string &characters, char32_t before)
+{
+    constexpr std::u32string_view kNarrowMarks = U":;,.!?)";
+    if (characters.size() > 1)
+        before = characters[characters.size() - 2];
+    return isWidePunctuation(characters.back())
+        || (isWideCharacter(before)
+            && kNarrowMarks.find(characters.back()) != std::u32string_view::npos);
+}
+
+/// Such a mark has its ink at the left of its room, which the box does not show. Left as it is, the
+/// rest of the room looks like a gap between two columns.
 double rightOfRoom(const TextRun &run)
 {
     constexpr double kInk = 0.45; ///< of the room
-    if (!isWidePunctuation(run.characters.back()))
-        return run.right;
-    const double width = widthOf(run.characters);
-    return run.left + (run.right - run.left) * width / (width - 1 + kInk);
+    const double others = widthOf(run.characters) - characterWidth(run.characters.back());
+    return run.left + (run.right - run.left) * (others + 1) / (others + kInk);
 }
 
 /// Collects the runs of a line, and moves them as little as they must so that each ends where the
@@ -64,10 +79,12 @@ public:
     {
         const double left = run.left;
         if (hasRuns())
-            meet(run, spaceBefore ? kMinWidth : 0);
+            meet(run, spaceBefore ? std::max(kMinWidth, kMinSpace * m_line.height) : 0);
         m_lastLeft = left;
         m_ink = std::max(run.right, run.left + kMinWidth);
-        run.right = std::max(m_ink, rightOfRoom(run));
+        const bool isMark = endsWithMark(run.characters, m_last);
+        run.right = isMark ? std::max(m_ink, rightOfRoom(run)) : m_ink;
+        m_last = isMark ? kWideMark : run.characters.back();
         m_line.runs.push_back(std::move(run));
     }
 
@@ -99,7 +116,10 @@ private:
         }
     }
 
+    static constexpr char32_t kWideMark = U'\uFF0C'; ///< stands for all
+
     RunLine m_line;
+    char32_t m_last = 0; ///< the last character
     double m_lastLeft = 0; ///< where the last run's box begins
     double m_ink = 0; ///< where it ends, at least
 };

@@ -84,11 +84,46 @@ TEST(TextRuns, roomOfPunctuationEndsAtTheNextWord)
     expectAdjoining(line);
 }
 
+TEST(TextRuns, narrowMarkBehindWideCharactersHasTheirRoomToo)
+{
+    const RunLine line = only({{"传", 100, 40, false},
+                               {"输", 140, 40, false},
+                               {":", 184, 14, false},
+                               {"被", 222, 40, true}});
+    EXPECT_EQ(textOf(line), U"传输: 被");
+    // what is left of the gap is a space, not a column's
+    EXPECT_GE(line.runs[1].right - line.runs[1].left, 0.15 * 40);
+    EXPECT_LE(line.runs[1].right - line.runs[1].left, 0.4 * 40);
+    expectAdjoining(line);
+}
+
+TEST(TextRuns, marksOnTheirOwnHaveTheirRoomBehindWideCharacters)
+{
+    const RunLine line = only({{"文", 100, 40, false},
+                               {":", 150, 10, true},
+                               {":", 190, 10, true},
+                               {"安", 224, 40, true}});
+    EXPECT_EQ(textOf(line), U"文 : : 安");
+    for (std::size_t i = 1; i < line.runs.size(); i += 2)
+        EXPECT_LE(line.runs[i].right - line.runs[i].left, 0.7 * 40) << i;
+    const RunLine latin =
+        only({{"as", 100, 40, false}, {":", 150, 10, true}, {"is", 224, 40, true}});
+    EXPECT_EQ(latin.runs[2].right, 160);
+}
+
+TEST(TextRuns, spacesAreWideEnoughToBeSeen)
+{
+    const RunLine line =
+        only({{"问题", 100, 80, false}, {"。", 182, 14, false}, {"只", 218, 40, true}});
+    EXPECT_EQ(textOf(line), U"问题。 只");
+    EXPECT_GE(line.runs[1].right - line.runs[1].left, 0.15 * 40);
+}
+
 TEST(TextRuns, overlappingBoxesMeetInTheMiddle)
 {
     const RunLine line = only({{"one", 100, 60, false}, {"two", 150, 50, true}});
     EXPECT_EQ(textOf(line), U"one two");
-    EXPECT_NEAR(line.runs[0].right, 155, 1);
+    EXPECT_NEAR(line.runs[0].right, 152, 1);
     EXPECT_EQ(line.runs[2].right, 200);
     expectAdjoining(line);
 }
