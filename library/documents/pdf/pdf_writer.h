@@ -11,10 +11,9 @@ namespace korv {
 
 /// A PDF/A-2b document (ISO 19005-2, so ISO 32000-1) of page pictures: JPEG pages are stored as
 /// they are, other pixels as CCITT G4 or deflated. Colours are sRGB or those of the JPEG's profile.
-/// Pixels must be coded in CCITT G4 or as PNG. The text of pages lies invisibly over them, and makes the
-/// document a PDF/A-2u. Objects are written front to back, the page
-/// tree and the cross-reference table last. Apart from date and identifier the same pages make the
-/// same bytes.
+/// Pixels must be coded in CCITT G4 or as PNG. The text of pages lies invisibly over them, and
+/// makes the document a PDF/A-2u. Objects are written front to back, the page tree and the
+/// cross-reference table last. Apart from date and identifier the same pages make the same bytes.
 class PdfWriter : public DocumentWriter
 {
 public:
