@@ -1,6 +1,8 @@
 #include "tests/cli/korvcam_program.h"
 
+#include <csignal>
 #include <fstream>
+#include <unistd.h>
 
 using support::Finished;
 using testing::HasSubstr;
@@ -89,6 +91,35 @@ TEST_F(KorvcamText, scannedPagesHaveText)
                                        "0.5", "-n", "2", "--quiet", "-o", file("a.pdf")});
     EXPECT_EQ(done.status, 0) << done.errors;
     EXPECT_EQ(textOf("a.pdf"), "found\n\nfound\n\n");
+}
+
+TEST_F(KorvcamText, interruptionEndsTheRecogniserToo)
+{
+    snap("1.jpg");
+    const std::string argument = "98763." + std::to_string(getpid());
+    install("exec sleep " + argument);
+    support::Process convert(command({"convert", "--text", "eng", file("1.jpg"), file("a.pdf")}),
+                             {{"KORV_CAMERA_REAL", "0"},
+                              {"PATH", file("bin") + ":/usr/bin:/bin"},
+                              {"XDG_CACHE_HOME", file("cache")}});
+    const auto runs = [&] {
+        for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+            std::ifstream line(entry.path() / "cmdline");
+            const std::string text{std::istreambuf_iterator<char>(line), {}};
+            if (text.find(argument) != std::string::npos)
+                return true;
+        }
+        return false;
+    };
+    const auto becomes = [&](bool wanted) {
+        for (int tries = 0; tries < 500 && runs() != wanted; ++tries)
+            usleep(20'000);
+        return runs() == wanted;
+    };
+    ASSERT_TRUE(becomes(true));
+    kill(convert.pid(), SIGINT);
+    EXPECT_EQ(convert.wait().status, 130);
+    EXPECT_TRUE(becomes(false));
 }
 
 TEST_F(KorvcamText, languagesAreNames)
