@@ -57,7 +57,9 @@ set(CPACK_DEBIAN_CAMERA_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_PROVIDES korv-camera-library)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_CONFLICTS korv-camera-library)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_REPLACES korv-camera-library)
-set(CPACK_DEBIAN_CAMERA_PACKAGE_SUGGESTS "${application}, ${escl}")
+# tesseract: text in documents, for those who switch it on
+set(CPACK_DEBIAN_CAMERA_PACKAGE_SUGGESTS
+  "${application}, ${escl}, tesseract-ocr, tesseract-ocr-chi-sim")
 set(CPACK_DEBIAN_CAMERA_DESCRIPTION
 "open library for document cameras, and korvcam
 libKorvPlixoManager.so finds USB cameras of the usual kind (UVC), streams

@@ -17,6 +17,7 @@ void addConvertCommand(CLI::App &program, Options &options)
                    tr("Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd"));
     addQualityOption(*convert, options);
     addCleanFlag(*convert, options);
+    addTextOption(*convert, options);
     addForceFlag(*convert, options);
     convert
         ->add_option_function<std::string>(

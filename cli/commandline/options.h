@@ -101,6 +101,8 @@ struct Options
     bool handsFree = false; ///< offer a feeder: a page each time one is turned (serve)
     int stillMs = 20'000; ///< when nothing moves for so long, the feeder is empty (serve)
 
+    std::optional<std::string>
+        text; ///< languages of the writing on pages; nothing: by the settings
     std::string pageSize; ///< as toPageSize() gives it; empty: the library's choice
 };
 

@@ -4,6 +4,7 @@
 #include "cli/commandline/cameraoptions.h"
 #include "cli/commandline/helpformatter.h"
 #include "cli/commandline/pagesize.h"
+#include "library/text/text_languages.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -31,6 +32,12 @@ Resolution toResolution(const std::string &checkedText)
     Resolution resolution;
     std::sscanf(checkedText.c_str(), "%5dx%5d", &resolution.width, &resolution.height);
     return resolution;
+}
+
+std::string checkLanguages(const std::string &text)
+{
+    return korv::areLanguageNames(text) ? std::string()
+                                        : tr("no languages such as chi_sim+eng: %1", text);
 }
 
 std::string checkPageSize(const std::string &text)
@@ -126,6 +133,16 @@ void addCleanFlag(CLI::App &command, Options &options)
                      tr("Even out light and shadow, so that paper is white (default: off)"));
 }
 
+void addTextOption(CLI::App &command, Options &options)
+{
+    command
+        .add_option("--text", options.text,
+                    tr("Recognise the writing on pages of pdf and ofd documents, in languages "
+                       "such as chi_sim+eng (default: by the settings, else no)"))
+        ->type_name("LANGS")
+        ->check(CLI::Validator(checkLanguages, ""));
+}
+
 void addDocumentOptions(CLI::App &command, Options &options)
 {
     command
@@ -141,6 +158,7 @@ void addDocumentOptions(CLI::App &command, Options &options)
             tr("Size of every page; W and H in millimetres (default: by the picture)"))
         ->type_name("A3|A4|A5|letter|card|WxH")
         ->check(CLI::Validator(checkPageSize, ""));
+    addTextOption(command, options);
 }
 
 void addOutputOption(CLI::App &command, Options &options, const std::string &description,

@@ -54,7 +54,10 @@ void addJsonFlag(CLI::App &command, Options &options);
 /// --clean
 void addCleanFlag(CLI::App &command, Options &options);
 
-/// --title and --page-size: what is said of a whole document.
+/// --text
+void addTextOption(CLI::App &command, Options &options);
+
+/// --title, --page-size and --text: what is said of a whole document.
 void addDocumentOptions(CLI::App &command, Options &options);
 
 /// -o, or what `names` says: the new file, required.

@@ -9,6 +9,7 @@
 #include "cli/documents/outputplace.h"
 #include "cli/documents/pagelist.h"
 #include "cli/documents/standardstreams.h"
+#include "cli/documents/textsettings.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -103,6 +104,7 @@ ExitCode openLibrary(LibrarySession &session, const Options &options)
         setenv("KORV_CAMERA_PAGE_SIZE", options.pageSize.c_str(), 1);
     if (options.clean)
         setenv("KORV_CAMERA_CLEAN_FILES", "yes", 1);
+    passTextSettings(options);
     const ExitCode code = session.open();
     if (code != ExitCode::Success || !options.quality)
         return code;

@@ -4,6 +4,7 @@
 #include "cli/base/filenames.h"
 #include "cli/base/translation.h"
 #include "cli/documents/files.h"
+#include "cli/documents/textsettings.h"
 #include "cli/scan/camerabutton.h"
 #include "cli/scan/pagescanner.h"
 #include "cli/session/camerastream.h"
@@ -117,6 +118,8 @@ ExitCode scanInto(LibrarySession &session, const Options &options, ScanFolder &f
 
 ExitCode scan(LibrarySession &session, const Options &options)
 {
+    // recognition begins with the first page, and the document is made from its cache
+    passTextSettings(options);
     if (const auto pattern = NamePattern::read(options.destination)) {
         PictureSink sink(*pattern, options);
         return isWritable(options, sink.error()) ? takePages(session, options, sink)

@@ -12,12 +12,16 @@
 #include "library/values/utf8.h"
 
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 
 namespace korv {
 namespace {
+
+constexpr double kMilliseconds = 1000; ///< in a second
 
 Error outOfRange(const char *what, int value)
 {
@@ -39,22 +43,35 @@ Error insideCallback()
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
 }
 
-DocumentSettings documentSettings(const Settings &settings)
-{
-    return {cleanUtf8(settings.title), settings.pageSize};
-}
-
-/// What an environment variable says; `otherwise` when it is not set. A value that is neither yes nor
-/// no is reported on standard error and counts as not set.
-bool fromEnvironment(const char *name, bool otherwise)
+/// What an environment variable says; `otherwise` when it is not set. A value that is none is reported
+/// on standard error and counts as not set.
+template <typename Value> Value fromEnvironment(const char *name, Value otherwise)
 {
     const char *text = std::getenv(name);
     if (text == nullptr || *text == '\0')
         return otherwise;
-    const std::optional<bool> value = valueOf<bool>(text);
+    const std::optional<Value> value = valueOf<Value>(text);
     if (!value)
-        logLine(LogLevel::Warning, name, refusalOf<bool>(), cleanUtf8(text));
+        logLine(LogLevel::Warning, name, refusalOf<Value>(), cleanUtf8(text));
     return value.value_or(otherwise);
+}
+
+/// Nobody when no text is wanted, or when there is no room for it.
+std::shared_ptr<TextRecogniser> recogniserFor(const Settings &settings)
+{
+    RecogniserOptions options;
+    options.languages = fromEnvironment("KORV_CAMERA_TEXT", settings.text);
+    if (options.languages.empty())
+        return nullptr;
+    options.wait =
+        std::chrono::milliseconds(static_cast<std::int64_t>(settings.textWait * kMilliseconds));
+    if (const char *const cache = ::secure_getenv("KORV_CAMERA_TEXT_CACHE"))
+        options.cacheFolder = cache;
+    Result<std::shared_ptr<TextRecogniser>> made = TextRecogniser::create(options);
+    if (made)
+        return std::move(made).value();
+    logLine(LogLevel::Warning, "documents get no text", made.error().text);
+    return nullptr;
 }
 
 bool isInsideAnyCallback()
@@ -107,11 +124,14 @@ Result<void> Manager::initialise()
     try {
         setSettings(m_readSettings ? m_readSettings() : Settings());
         const std::shared_ptr<const Settings> wanted = settings();
+        std::shared_ptr<TextRecogniser> recogniser = recogniserFor(*wanted);
         auto session = std::make_shared<Session>(m_monitors(*wanted),
                                                  wanted->settle ? StreamReceiver::From::Settled
                                                                 : StreamReceiver::From::First);
         Result<void> started = session->start();
-        if (!started)
+        if (started)
+            setRecogniser(std::move(recogniser));
+        else
             session.reset();
         endChange(std::move(session));
         return started;
@@ -140,6 +160,7 @@ Result<void> Manager::uninitialise()
         m_options = {};
     }
     setSettings({});
+    setRecogniser(nullptr);
     {
         const MutexLock lock(m_documentMutex);
         m_document.clear();
@@ -238,6 +259,34 @@ void Manager::setSettings(Settings settings)
     m_settings = std::move(kept);
 }
 
+/// Ends the work of the one before.
+void Manager::setRecogniser(std::shared_ptr<TextRecogniser> recogniser)
+{
+    {
+        const MutexLock lock(m_optionsMutex);
+        m_recogniser.swap(recogniser);
+    }
+    if (recogniser)
+        recogniser->stop();
+}
+
+/// None when the process ends, because OpenCV's own globals may be destroyed by then.
+std::shared_ptr<TextRecogniser> Manager::recogniser() const
+{
+    const MutexLock lock(m_optionsMutex);
+    return m_processEnds ? nullptr : m_recogniser;
+}
+
+DocumentSettings Manager::documentSettings() const
+{
+    const std::shared_ptr<const Settings> wanted = settings();
+    DocumentSettings result;
+    result.title = cleanUtf8(wanted->title);
+    result.sheet = wanted->pageSize;
+    result.text = recogniser();
+    return result;
+}
+
 std::shared_ptr<const Settings> Manager::settings() const
 {
     const MutexLock lock(m_optionsMutex);
@@ -289,6 +338,10 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     Result<void> written = writeFileAtomically(
         path, photograph.value(), isWorkingFile(path) ? Existing::Recover : Existing::Replace);
     times.ended("write the file");
+    if (const auto recogniser = this->recogniser(); written && recogniser) {
+        recogniser->begin(photograph.value());
+        times.ended("begin to recognise the text");
+    }
     return written;
 }
 
@@ -301,13 +354,13 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
     m_leftOvers.clearOnce(folderOf(path));
-    return writeImage(image, path, options().quality, documentSettings(*settings()));
+    return writeImage(image, path, options().quality, documentSettings());
 }
 
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
     m_leftOvers.clearOnce(folderOf(destination));
-    DocumentSettings wanted = documentSettings(*settings());
+    DocumentSettings wanted = documentSettings();
     wanted.clean = fromEnvironment("KORV_CAMERA_CLEAN_FILES", false);
     if (wanted.clean && m_processEnds) {
         wanted.clean = false; // OpenCV's own globals may be destroyed by now
@@ -326,7 +379,7 @@ Result<void> Manager::addPage(const std::string &source)
 Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
-    const DocumentSettings wanted = documentSettings(*settings());
+    const DocumentSettings wanted = documentSettings();
     m_leftOvers.clearOnce(folderOf(destination));
     const MutexLock lock(m_documentMutex);
     return m_document.combine(destination, quality, wanted);

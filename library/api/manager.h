@@ -4,6 +4,7 @@
 #include "library/export/pending_document.h"
 #include "library/files/left_overs.h"
 #include "library/photograph/photograph.h"
+#include "library/recognition/text_recogniser.h"
 #include "library/settings/settings.h"
 #include "library/threads/mutex.h"
 
@@ -65,6 +66,9 @@ private:
     void beginChange(MutexLock &lock) REQUIRES(m_stateMutex);
     void endChange(std::shared_ptr<Session> session);
     void setSettings(Settings settings);
+    void setRecogniser(std::shared_ptr<TextRecogniser> recogniser);
+    std::shared_ptr<TextRecogniser> recogniser() const;
+    DocumentSettings documentSettings() const;
 
     const MonitorFactory m_monitors;
     const SettingsReader m_readSettings;
@@ -83,6 +87,8 @@ private:
     PhotographOptions m_options GUARDED_BY(m_optionsMutex);
     std::shared_ptr<const Settings>
         m_settings GUARDED_BY(m_optionsMutex) = std::make_shared<const Settings>();
+    /// Null when nobody wants text. Calls under way keep theirs.
+    std::shared_ptr<TextRecogniser> m_recogniser GUARDED_BY(m_optionsMutex);
 
     Mutex m_documentMutex;
     PendingDocument m_document GUARDED_BY(m_documentMutex);

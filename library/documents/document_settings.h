@@ -2,10 +2,13 @@
 
 #include "library/image/sheet_size.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
 namespace korv {
+
+class TextRecogniser;
 
 /// What a document can have that its pages do not say.
 struct DocumentSettings
@@ -13,6 +16,8 @@ struct DocumentSettings
     std::string title; ///< UTF-8; empty: the file's name
     std::optional<SheetSize> sheet; ///< of all pages; none: each page is as large as its picture
     bool clean = false; ///< the light on the pages is evened out, see cleanPaper()
+    /// Recognises the writing on the pages, for documents that can have text; null: nobody does.
+    std::shared_ptr<TextRecogniser> text = nullptr;
 };
 
 /// What KORV_CAMERA_TITLE and KORV_CAMERA_PAGE_SIZE say goes before `settings`. A size that is none

@@ -14,6 +14,7 @@ namespace korv {
 struct DocumentOptions
 {
     std::string title; ///< UTF-8; empty for none
+    std::string language; ///< of the pages' text, as BCP 47 names it; empty: not known
     std::time_t created = 0;
     int pageCount = 0; ///< 0 when not known beforehand
 };

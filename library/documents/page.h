@@ -5,6 +5,7 @@
 #include "library/image/image.h"
 #include "library/image/sheet_size.h"
 #include "library/jpeg/jpeg.h"
+#include "library/text/page_text.h"
 
 #include <optional>
 
@@ -27,7 +28,7 @@ struct CodedPixels
 using PixelCoder = Result<CodedPixels> (*)(const Image &image, const Resolution &resolution);
 
 /// One page as the document writers take it: a JPEG to be stored byte for byte, or coded pixels.
-/// Both belong to whoever made the page.
+/// All of it belongs to whoever made the page.
 struct Page
 {
     ByteView jpeg; ///< complete file; empty for coded pixels
@@ -40,6 +41,7 @@ struct Page
     int height = 0;
     Resolution resolution; ///< known
     std::optional<SheetSize> sheet; ///< the picture lies in its middle; none: it is the page
+    const PageText *text = nullptr; ///< the writing on it, upright as the picture; null: not known
 };
 
 } // namespace korv

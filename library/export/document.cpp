@@ -21,10 +21,14 @@ DocumentOptions optionsFor(const std::string &path, const DocumentSettings &sett
     options.title =
         !settings.title.empty() ? settings.title : cleanUtf8(name.substr(0, name.rfind('.')));
     options.created = std::time(nullptr);
+    if (settings.text)
+        options.language = documentLanguage(settings.text->languages());
     return options;
 }
 
-PageOptions pageOptions(const Format &format, int quality, const DocumentSettings &settings)
+/// `text` is borrowed.
+PageOptions pageOptions(const Format &format, int quality, const DocumentSettings &settings,
+                        DocumentText &text)
 {
     PageOptions options;
     options.quality = quality;
@@ -32,6 +36,7 @@ PageOptions pageOptions(const Format &format, int quality, const DocumentSetting
     options.codePixels = format.codePixels;
     options.sheet = settings.sheet;
     options.clean = settings.clean;
+    options.text = &text;
     return options;
 }
 
@@ -97,7 +102,8 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     DocumentOptions options = optionsFor(file.value()->path(), settings);
     options.pageCount = static_cast<int>(sources.size());
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PagePrefetcher pages(sources, pageOptions(format, quality, settings));
+    DocumentText text(format.hasText ? settings.text.get() : nullptr);
+    PagePrefetcher pages(sources, pageOptions(format, quality, settings, text));
     MissingPages missing(sources);
     std::size_t number = 0;
     bool hasPages = false;
@@ -135,7 +141,8 @@ Result<void> writeDocument(const Image &image, const Format &format, const std::
     DocumentOptions options = optionsFor(file.value()->path(), settings);
     options.pageCount = 1;
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    PageMaker maker(pageOptions(format, quality, settings));
+    DocumentText text(format.hasText ? settings.text.get() : nullptr);
+    PageMaker maker(pageOptions(format, quality, settings, text));
     const Result<Page> page = maker.fromImage(image);
     if (!page)
         return page.error();

@@ -84,6 +84,12 @@ constexpr Format document(const char *extension, PixelCoder codePixels, JpegsTak
     return format;
 }
 
+constexpr Format withText(Format format)
+{
+    format.hasText = true;
+    return format;
+}
+
 constexpr std::array<Format, 8> kFormats = {{
     jpegPicture("jpg"),
     jpegPicture("jpeg"),
@@ -91,8 +97,8 @@ constexpr std::array<Format, 8> kFormats = {{
     picture("bmp", writeBmpPicture, RowsWanted::AllAtOnce),
     document<TiffWriter>("tif", codePixelsForTiff, JpegsTaken::PlainOnly),
     document<TiffWriter>("tiff", codePixelsForTiff, JpegsTaken::PlainOnly),
-    document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All),
-    document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All),
+    withText(document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All)),
+    withText(document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All)),
 }};
 
 } // namespace

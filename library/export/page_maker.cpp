@@ -143,7 +143,17 @@ Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
         return image.error();
     m_image = std::move(image).value();
     cleanIfWanted(m_image);
-    return fromImage(m_image);
+    return madeOf(m_image);
+}
+
+/// Not while a large picture has others wait: recognition takes seconds.
+Page PageMaker::withText(Page page, ByteView content, std::uint64_t part, const std::string &name)
+{
+    if (m_options.text == nullptr || !m_options.text->isWanted())
+        return page;
+    m_text = m_options.text->of(contentKeyOf(content, part), page, name);
+    page.text = m_text.get();
+    return page;
 }
 
 Result<Page> PageMaker::fromFile(const std::string &path)
@@ -152,26 +162,39 @@ Result<Page> PageMaker::fromFile(const std::string &path)
     if (Result<void> read = readSourceFile(path, m_content); !read)
         return read.error();
     Result<Page> page = fromContent(m_content, kFirstPage);
-    if (!page)
-        m_image = Image();
+    if (page)
+        return withText(std::move(page).value(), m_content, kFirstPage, path);
+    m_image = Image();
     return page;
 }
 
-Result<Page> PageMaker::fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory)
+Result<Page> PageMaker::fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory,
+                                 const std::string &path)
 {
     m_shared = std::move(content);
     Result<Page> page = fromContent(*m_shared, directory);
-    if (!page)
-        m_image = Image();
+    if (page)
+        return withText(std::move(page).value(), *m_shared, directory, path);
+    m_image = Image();
     return page;
 }
 
-Result<Page> PageMaker::fromImage(const Image &image)
+Result<Page> PageMaker::madeOf(const Image &image)
 {
     const bool bits = image.isBilevel() && image.format() == PixelFormat::Gray8;
     if (bits || m_options.quality == kLossless)
         return pixelPage(image);
     return encoded(image, jpeg::EncodeOptions().subsampling);
+}
+
+Result<Page> PageMaker::fromImage(const Image &image)
+{
+    Result<Page> page = madeOf(image);
+    if (!page)
+        return page;
+    const std::size_t size = image.stride() * static_cast<std::size_t>(image.height());
+    return withText(std::move(page).value(), ByteView(image.pixels(), size), image.stride(),
+                    "a picture in memory");
 }
 
 } // namespace korv

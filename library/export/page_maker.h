@@ -2,6 +2,7 @@
 
 #include "library/base/result.h"
 #include "library/documents/page.h"
+#include "library/export/document_text.h"
 #include "library/jpeg/jpeg_structure.h"
 #include "library/threads/mutex.h"
 
@@ -21,6 +22,7 @@ struct PageOptions
     std::optional<SheetSize> sheet; ///< the pages are such sheets, upright or across
     Mutex *largePictures = nullptr; ///< makers that share it decode one large picture at a time
     bool clean = false; ///< even out the light on the pages
+    DocumentText *text = nullptr; ///< where the pages' text comes from; borrowed; null: none
 };
 
 /// Turns picture files and pixels into pages. A page stays valid until the next one is made; the
@@ -37,19 +39,23 @@ public:
     Result<Page> fromFile(const std::string &path);
 
     /// The page whose directory stands there in a TIFF. Errors: as loadImage().
-    Result<Page> fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory);
+    /// `path` is the file's name for the log.
+    Result<Page> fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory,
+                          const std::string &path);
 
     /// Borrows the image for as long as the page. Errors: as jpeg::encode().
     Result<Page> fromImage(const Image &image);
 
 private:
     void cleanIfWanted(Image &image) const;
+    Result<Page> madeOf(const Image &image);
     Result<Page> fromJpeg(const jpeg::Structure &structure);
     Result<Page> fromContent(ByteView content, std::uint64_t directory);
     Result<Page> pixelPage(const Image &image);
     Result<Page> encoded(const Image &image, jpeg::Subsampling subsampling);
     Result<Page> jpegPage(ByteView jpeg, const Resolution &source);
     void place(Page &page, const Resolution &stated) const;
+    Page withText(Page page, ByteView content, std::uint64_t part, const std::string &name);
 
     PageOptions m_options;
     Bytes m_content;
@@ -57,6 +63,7 @@ private:
     Bytes m_coded; ///< a JPEG or coded pixels
     Bytes m_profile;
     Image m_image;
+    TextRecogniser::Text m_text;
 };
 
 } // namespace korv

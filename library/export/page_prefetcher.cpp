@@ -60,7 +60,8 @@ void PagePrefetcher::make(const PageTask &task, Slot &slot)
         if (!task.problem)
             slot.page.content = task.problem.error();
         else if (task.tiff)
-            slot.page.content = slot.maker.fromTiff(task.tiff, task.directory);
+            slot.page.content =
+                slot.maker.fromTiff(task.tiff, task.directory, m_sources[task.source]);
         else
             slot.page.content = slot.maker.fromFile(m_sources[task.source]);
     } catch (...) {

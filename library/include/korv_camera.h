@@ -89,8 +89,8 @@ KORV_CAMERA_API int KorvCamera_GetVersion(char *buf, int size);
  * harmless and returns 0. Errors: -ENOMEM, -EMFILE, or what the system answered. */
 KORV_CAMERA_API int KorvCamera_Init(void);
 
-/* Closes every device, ends every thread and forgets callbacks, options and pending pages. No
- * callback runs after it returned. -ENODEV when the library is not initialised. */
+/* Closes every device, ends every thread and every program that recognises text, and forgets
+ * callbacks, options and pending pages. No callback runs after it returned. -ENODEV when the library is not initialised. */
 KORV_CAMERA_API int KorvCamera_UnInit(void);
 
 /* ---- devices ---- */
@@ -207,6 +207,11 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * placeholder values, or from a JPEG whose resolution would make it larger than A2, has the long
  * side of an A4 sheet. Title and page size may come from the settings files.
  * KORV_CAMERA_CLEAN_FILES=yes in the environment evens out the light on the pictures.
+ * When the settings files, or at Init KORV_CAMERA_TEXT in the environment, name languages, the program
+ * tesseract recognises the writing on pages of pdf and ofd documents, from the moment when a
+ * photograph has been saved. The call then waits for the text of a page, by default 20 seconds at
+ * most, and after two pages that took longer for no other. A page without text is a page all the
+ * same; standard error says why it has none.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/image/sheet_size.h"
+#include "library/text/text_languages.h"
 
 #include <map>
 #include <optional>
@@ -31,6 +32,8 @@ struct Settings
 {
     std::string title; ///< of documents; UTF-8; empty: the file's name
     std::optional<SheetSize> pageSize; ///< of all pages of documents
+    TextLanguages text; ///< documents: writing is recognised in these languages
+    double textWait = 20; ///< seconds that a document waits for the text of a page at most
 
     bool followMains = true; ///< set the power line frequency of cameras where nobody has
     bool settle = false; ///< withhold the frames of a stream until the picture has settled

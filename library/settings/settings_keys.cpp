@@ -15,6 +15,8 @@ using Refusal = std::optional<std::string>;
 constexpr double kMinScale = 0.1;
 constexpr double kMaxScale = 1000;
 
+constexpr double kMaxWait = 3600; ///< seconds
+
 template <typename Value> Refusal store(const std::string &text, Value &member, Value standard)
 {
     std::optional<Value> value = text.empty() ? std::move(standard) : valueOf<Value>(text);
@@ -33,6 +35,17 @@ Refusal named(const std::string &name, Refusal refusal)
 template <auto Member> Refusal into(const std::string &text, Settings &settings)
 {
     return store(text, settings.*Member, Settings{}.*Member);
+}
+
+Refusal intoTextWait(const std::string &text, Settings &settings)
+{
+    double seconds = 0;
+    if (Refusal refusal = store(text, seconds, Settings{}.textWait))
+        return refusal;
+    if (seconds > kMaxWait)
+        return "more than an hour: " + text;
+    settings.textWait = seconds;
+    return std::nullopt;
 }
 
 Refusal intoControls(const std::string &control, const std::string &text, CameraSettings &settings)
@@ -92,6 +105,12 @@ const std::vector<SettingKey> &settingKeys()
         {"documents", "page-size", "by the picture",
          "Size of every page: A3, A4, A5, letter, card or WIDTHxHEIGHT in millimetres",
          "KORV_CAMERA_PAGE_SIZE", into<&Settings::pageSize>},
+        {"documents", "text", "no",
+         "Recognise the writing on pages of pdf and ofd documents, in languages such as "
+         "chi_sim+eng",
+         "KORV_CAMERA_TEXT", into<&Settings::text>},
+        {"documents", "text-wait", "20", "Seconds to wait for the text of a page at most", nullptr,
+         intoTextWait},
         {"cameras", "follow-mains", "yes",
          "Set the power line frequency where nobody has: automatic, else by the time zone's "
          "country",

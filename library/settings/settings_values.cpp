@@ -63,6 +63,15 @@ template <> std::optional<std::optional<SheetSize>> valueOf(const std::string &t
     return std::make_optional(sheet);
 }
 
+template <> std::optional<TextLanguages> valueOf(const std::string &text)
+{
+    if (valueOf<bool>(text) == false)
+        return TextLanguages();
+    if (!areLanguageNames(text))
+        return std::nullopt;
+    return TextLanguages{text};
+}
+
 template <> const char *refusalOf<std::string>()
 {
     return "no text";
@@ -78,6 +87,11 @@ template <> const char *refusalOf<double>()
 template <> const char *refusalOf<std::optional<SheetSize>>()
 {
     return "no page size";
+}
+
+template <> const char *refusalOf<TextLanguages>()
+{
+    return "no languages such as chi_sim+eng";
 }
 
 std::optional<std::pair<int, int>> modeSizeOf(const std::string &text)

@@ -58,4 +58,14 @@ std::u16string utf16(const std::string &validText)
     return units;
 }
 
+std::string utf8Of(const std::u32string &characters)
+{
+    std::string text;
+    for (const char32_t character : characters) {
+        const bool isCharacter = character < 0x110000 && (character < 0xD800 || character > 0xDFFF);
+        ::utf8::unchecked::append(isCharacter ? character : 0xFFFD, std::back_inserter(text));
+    }
+    return text;
+}
+
 } // namespace korv

@@ -21,4 +21,7 @@ std::string firstCharacters(const std::string &validText, std::size_t maxSize);
 /// A valid text in UTF-16.
 std::u16string utf16(const std::string &validText);
 
+/// Characters as UTF-8; U+FFFD for what is none.
+std::string utf8Of(const std::u32string &characters);
+
 } // namespace korv

@@ -61,11 +61,12 @@ _korvcam_controls()
 # Sets `reply` to what _arguments takes for the command $1.
 _korvcam_options()
 {
-    local -a camera quality force json timeout resolution photograph document
+    local -a camera quality force json text timeout resolution photograph document
     camera=('(-d --device)'{-d,--device}'[camera]:camera:_korvcam_cameras')
     quality=('(-q --quality)'{-q,--quality}'[JPEG quality]:quality, 1 to 100: ')
     force=('(-f --force)'{-f,--force}'[replace an existing file]')
     json=('--json[print one JSON object a line]')
+    text=('--text[languages of the writing to recognise]:languages, such as chi_sim+eng: ')
     timeout=('--timeout[seconds to wait for a frame]:seconds: ')
     resolution=('(-r --resolution)'{-r,--resolution}'[size, one of modes]:width x height: ')
     photograph=(
@@ -79,6 +80,7 @@ _korvcam_options()
     document=(
         '--title[title of the document]:title: '
         '--page-size[size of every page]:size:(A3 A4 A5 letter card)'
+        $text
     )
     case $1 in
         list) reply=($json) ;;
@@ -113,7 +115,7 @@ _korvcam_options()
         focus) reply=($camera $timeout '--lock[keep the focus from then on]') ;;
         convert)
             reply=(
-                $quality $force
+                $quality $force $text
                 '--clean[even out light and shadow]'
                 '--format[format on standard output]:format:(jpg png bmp tiff pdf ofd)'
                 '(-o --output)'{-o,--output}'[new file]:file:_files'

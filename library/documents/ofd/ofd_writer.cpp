@@ -1,7 +1,7 @@
 #include "library/documents/ofd/ofd_writer.h"
 
 #include "library/documents/decimal.h"
-#include "library/documents/ofd/ofd_xml.h"
+#include "library/documents/ofd/ofd_text.h"
 #include "library/values/dates.h"
 #include "library/values/random_text.h"
 
@@ -20,9 +20,9 @@ std::string millimetres(int pixels, double dpi, int places)
 }
 
 /// In millimetres, on each side of a picture in the middle of a sheet's side.
-std::string marginOf(double side, int pixels, double dpi)
+double marginOf(double side, int pixels, double dpi)
 {
-    return decimal(std::max(0.0, (side - pixels * 25.4 / dpi) / 2), 3);
+    return std::max(0.0, (side - pixels * 25.4 / dpi) / 2);
 }
 
 /// Some readers put the folder in front of a name only when the name does not hold the folder's
@@ -59,12 +59,14 @@ Result<void> OfdWriter::writePicture(const Page &page, std::size_t index)
 }
 
 Result<void> OfdWriter::writePage(std::size_t index, unsigned layerId, unsigned objectId,
-                                  const PlacedEntry &entry, const std::string &box)
+                                  const PlacedEntry &entry, const std::string &box,
+                                  const Page &page)
 {
     OfdXml xml("Page");
     xml.root().child("Area").text("PhysicalBox", "0 0 " + box);
     OfdElement layer = xml.root().child("Content").child("Layer");
     layer.attribute("ID", layerId).attribute("Type", "Body");
+    addText(layer, page);
     // the picture is the unit square; without CTM it would be one millimetre wide
     const std::string transform = entry.width + " 0 0 " + entry.height + " 0 0";
     layer.child("ImageObject")
@@ -76,6 +78,23 @@ Result<void> OfdWriter::writePage(std::size_t index, unsigned layerId, unsigned 
     const std::string text = xml.text();
     return m_zip.add("Doc_0/" + pageLocation(index), ByteView(text.data(), text.size()),
                      ZipMethod::Deflated);
+}
+
+/// In front of the picture's object, and so under the picture.
+void OfdWriter::addText(OfdElement &layer, const Page &page)
+{
+    if (page.text == nullptr || page.text->lines.empty())
+        return;
+    if (m_fontId == 0)
+        m_fontId = nextId();
+    OfdPlace place;
+    place.pixelWidth = 25.4 / page.resolution.x;
+    place.pixelHeight = 25.4 / page.resolution.y;
+    if (page.sheet) {
+        place.left = marginOf(page.sheet->width, page.width, page.resolution.x);
+        place.top = marginOf(page.sheet->height, page.height, page.resolution.y);
+    }
+    addTextObjects(layer, *page.text, place, m_fontId, [this] { return nextId(); });
 }
 
 Result<void> OfdWriter::addPage(const Page &page)
@@ -93,14 +112,14 @@ Result<void> OfdWriter::addPage(const Page &page)
     std::string box = entry.width + " " + entry.height;
     if (page.sheet) {
         box = decimal(page.sheet->width, 3) + " " + decimal(page.sheet->height, 3);
-        entry.left = marginOf(page.sheet->width, page.width, page.resolution.x);
-        entry.top = marginOf(page.sheet->height, page.height, page.resolution.y);
+        entry.left = decimal(marginOf(page.sheet->width, page.width, page.resolution.x), 3);
+        entry.top = decimal(marginOf(page.sheet->height, page.height, page.resolution.y), 3);
     }
     if (index == 0)
         m_box = box;
     if (Result<void> written = writePicture(page, index); !written)
         return written;
-    Result<void> written = writePage(index, layerId, objectId, entry, box);
+    Result<void> written = writePage(index, layerId, objectId, entry, box, page);
     m_entries.push_back({entry.pageId, entry.pictureId, entry.png});
     return written;
 }
@@ -133,6 +152,14 @@ Result<void> OfdWriter::writePublicResources()
         .attribute("ID", nextId())
         .attribute("Type", "RGB")
         .attribute("BitsPerComponent", 8);
+    // a font that every reader of Chinese documents has, or knows what to take for
+    if (m_fontId != 0)
+        xml.root()
+            .child("Fonts")
+            .child("Font")
+            .attribute("ID", m_fontId)
+            .attribute("FontName", "宋体")
+            .attribute("FamilyName", "宋体");
     const std::string text = xml.text();
     return m_zip.add("Doc_0/PublicRes.xml", ByteView(text.data(), text.size()),
                      ZipMethod::Deflated);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/documents/document_writer.h"
+#include "library/documents/ofd/ofd_xml.h"
 #include "library/documents/ofd/zip_writer.h"
 
 #include <vector>
@@ -8,7 +9,8 @@
 namespace korv {
 
 /// An OFD document (GB/T 33190-2016) of page pictures: JPEG pages are stored as they are, other
-/// pixels as PNG, which they must be coded as. Pages are written as they come, the lists that name them last.
+/// pixels as PNG, which they must be coded as. The text of pages lies under the pictures. Pages are
+/// written as they come, the lists that name them last.
 class OfdWriter : public DocumentWriter
 {
 public:
@@ -35,7 +37,8 @@ private:
 
     Result<void> writePicture(const Page &page, std::size_t index);
     Result<void> writePage(std::size_t index, unsigned layerId, unsigned objectId,
-                           const PlacedEntry &entry, const std::string &box);
+                           const PlacedEntry &entry, const std::string &box, const Page &page);
+    void addText(OfdElement &layer, const Page &page);
     Result<void> writePictureList();
     Result<void> writePublicResources();
     Result<void> writeDocument();
@@ -46,6 +49,7 @@ private:
     DocumentOptions m_options;
     std::vector<Entry> m_entries;
     std::string m_box; ///< of the first page, millimetres
+    unsigned m_fontId = 0; ///< 0 until a page has text
     unsigned m_lastId = 0; ///< ids share one number space in the whole document
 };
 

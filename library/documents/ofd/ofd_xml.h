@@ -20,6 +20,8 @@ public:
     OfdElement child(const std::string &name);
     /// Appends an element that holds a text; returns this one.
     OfdElement &text(const std::string &name, const std::string &text);
+    /// The one that was appended last.
+    OfdElement lastChild() const { return OfdElement(m_node.last_child()); }
     OfdElement &attribute(const char *name, const std::string &value);
     OfdElement &attribute(const char *name, unsigned value);
 

@@ -1,6 +1,6 @@
 #include "library/documents/ofd/zip_writer.h"
 
-#include "library/base/handle.h"
+#include "library/documents/deflate.h"
 #include "library/values/byte_order.h"
 #include "library/values/dates.h"
 
@@ -20,24 +20,10 @@ constexpr std::uint32_t kFull32 = 0xFFFFFFFF; ///< "look into the ZIP64 field"
 constexpr std::uint32_t kFull16 = 0xFFFF;
 constexpr unsigned kVersion = 20; ///< folders and deflate
 constexpr unsigned kVersion64 = 45;
-constexpr int kDeflateLevel = 6;
-
-using Deflater = Handle<libdeflate_compressor, libdeflate_free_compressor>;
 
 std::uint32_t bounded32(std::uint64_t value)
 {
     return value < kFull32 ? static_cast<std::uint32_t>(value) : kFull32;
-}
-
-Result<Bytes> deflated(ByteView content)
-{
-    const Deflater deflater(libdeflate_alloc_compressor(kDeflateLevel));
-    if (!deflater)
-        return Error{-ENOMEM, "ZIP: no memory to compress"};
-    Bytes result(libdeflate_deflate_compress_bound(deflater.get(), content.size));
-    result.resize(libdeflate_deflate_compress(deflater.get(), content.data, content.size,
-                                              result.data(), result.size()));
-    return result;
 }
 
 } // namespace
@@ -82,7 +68,7 @@ Result<void> ZipWriter::add(const std::string &name, ByteView content, ZipMethod
     entry.size = static_cast<std::uint32_t>(content.size);
     Bytes packed;
     if (method == ZipMethod::Deflated) {
-        Result<Bytes> result = deflated(content);
+        Result<Bytes> result = deflated(content, DeflateFrame::None);
         if (!result)
             return result.error();
         if (result.value().size() < content.size) {

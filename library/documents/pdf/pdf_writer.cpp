@@ -1,8 +1,10 @@
 #include "library/documents/pdf/pdf_writer.h"
 
 #include "library/documents/decimal.h"
+#include "library/documents/deflate.h"
 #include "library/documents/pdf/pdf_text.h"
 #include "library/documents/pdf/srgb_profile.h"
+#include "library/documents/pdf/text_layer.h"
 #include "library/documents/pdf/xmp.h"
 #include "library/formats/png_data.h"
 #include "library/values/random_text.h"
@@ -47,6 +49,13 @@ std::string marginOf(double millimetres, int pixels, double dpi)
 
 /// The cross-reference table holds ten digits (7.5.4).
 constexpr std::uint64_t kMaxOffset = 9'999'999'999;
+
+/// The pixels of a picture, in points, where the page has it.
+std::string pixelMatrix(const Page &page, const std::string &left, const std::string &under)
+{
+    return decimal(72 / page.resolution.x, 6) + " 0 0 " + decimal(72 / page.resolution.y, 6) + " "
+        + left + " " + under + " cm";
+}
 
 std::string sizeEntries(const Page &page)
 {
@@ -182,8 +191,10 @@ Result<void> PdfWriter::addPage(const Page &page)
         page.sheet ? marginOf(page.sheet->height, page.height, page.resolution.y) : "0";
     const std::string drawing =
         "q " + width + " 0 0 " + height + " " + left + " " + under + " cm /Im0 Do Q";
-    if (Result<void> written = writeStream(content, {}, ByteView(drawing.data(), drawing.size()));
-        !written)
+    std::string text = textOf(page);
+    if (!text.empty())
+        text = "q " + pixelMatrix(page, left, under) + "\n" + text + " Q";
+    if (Result<void> written = writeDrawing(content, drawing, text); !written)
         return written;
 
     m_pages.push_back(sheet);
@@ -191,8 +202,86 @@ Result<void> PdfWriter::addPage(const Page &page)
                        "<< /Type /Page /Parent " + reference(m_pageTree) + " /MediaBox [0 0 "
                            + (page.sheet ? pointsOf(page.sheet->width) : width) + " "
                            + (page.sheet ? pointsOf(page.sheet->height) : height)
-                           + "] /Resources << /XObject << /Im0 " + reference(picture)
-                           + " >> >> /Contents " + reference(content) + " >>");
+                           + "] /Resources << /XObject << /Im0 " + reference(picture) + " >> "
+                           + (text.empty() ? ""
+                                           : std::string("/Font << /") + kTextFontName + " "
+                                      + reference(m_fontNumber) + " >> ")
+                           + ">> /Contents " + reference(content) + " >>");
+}
+
+/// Empty for a page without text.
+std::string PdfWriter::textOf(const Page &page)
+{
+    const std::string text =
+        page.text != nullptr ? textOperators(*page.text, m_font) : std::string();
+    if (!text.empty() && !hasText())
+        m_fontNumber = reserveObject();
+    return text;
+}
+
+Result<void> PdfWriter::writeDrawing(int number, const std::string &picture,
+                                     const std::string &text)
+{
+    if (text.empty())
+        return writeStream(number, {}, ByteView(picture.data(), picture.size()));
+    const std::string both = picture + "\n" + text;
+    return writePacked(number, {}, ByteView(both.data(), both.size()));
+}
+
+Result<void> PdfWriter::writePacked(int number, const std::string &entries, ByteView data)
+{
+    const Result<Bytes> packed = deflated(data, DeflateFrame::Zlib);
+    if (!packed)
+        return packed.error();
+    return writeStream(number, entries + " /Filter /FlateDecode", packed.value());
+}
+
+/// The font of the text (ISO 32000-1, 9.7).
+Result<void> PdfWriter::writeFont()
+{
+    const int characters = reserveObject();
+    const int description = reserveObject();
+    const int meaning = reserveObject();
+    if (Result<void> written = writeFontParts(characters, description); !written)
+        return written;
+    const std::string codes = m_font.toUnicode();
+    if (Result<void> written = writePacked(meaning, {}, ByteView(codes.data(), codes.size()));
+        !written)
+        return written;
+    return writeObject(m_fontNumber,
+                       "<< /Type /Font /Subtype /Type0 /BaseFont /Invisible /Encoding /Identity-H"
+                       " /DescendantFonts ["
+                           + reference(characters) + "] /ToUnicode " + reference(meaning) + " >>");
+}
+
+Result<void> PdfWriter::writeFontParts(int characters, int description)
+{
+    const int file = reserveObject();
+    const int glyphs = reserveObject();
+    const Bytes fontFile = TextFont::file();
+    if (Result<void> written =
+            writePacked(file, "/Length1 " + std::to_string(fontFile.size()), ByteView(fontFile));
+        !written)
+        return written;
+    if (Result<void> written = writePacked(glyphs, {}, ByteView(TextFont::glyphs())); !written)
+        return written;
+    const std::string heights = " /Ascent " + std::to_string(TextFont::kAscent) + " /Descent "
+        + std::to_string(TextFont::kDescent) + " /CapHeight " + std::to_string(TextFont::kAscent);
+    if (Result<void> written =
+            writeObject(description,
+                        "<< /Type /FontDescriptor /FontName /Invisible /Flags 4 /FontBBox [0 "
+                            + std::to_string(TextFont::kDescent) + " 1000 "
+                            + std::to_string(TextFont::kAscent) + "] /ItalicAngle 0" + heights
+                            + " /StemV 80 /FontFile2 " + reference(file) + " >>");
+        !written)
+        return written;
+    return writeObject(characters,
+                       "<< /Type /Font /Subtype /CIDFontType2 /BaseFont /Invisible"
+                       " /CIDSystemInfo << /Registry (Adobe) /Ordering (Identity) /Supplement 0 >>"
+                       " /FontDescriptor "
+                           + reference(description) + " /DW "
+                           + std::to_string(TextFont::defaultWidth()) + " /W " + TextFont::widths()
+                           + " /CIDToGIDMap " + reference(glyphs) + " >>");
 }
 
 Result<void> PdfWriter::writePageTree(int number)
@@ -234,7 +323,8 @@ Result<void> PdfWriter::writeCrossReferences(int catalog, int information)
 
 Result<void> PdfWriter::writeMetadata(int number)
 {
-    const std::string packet = xmpPacket({m_options.title, kProducer, m_options.created, m_id});
+    const std::string packet = xmpPacket({m_options.title, kProducer, m_options.created, m_id,
+                                          hasText() ? PdfConformance::U : PdfConformance::B});
     return writeStream(number, "/Type /Metadata /Subtype /XML",
                        ByteView(packet.data(), packet.size()));
 }
@@ -264,10 +354,18 @@ Result<void> PdfWriter::finish()
         return written;
     if (Result<void> written = writeOutputIntent(intent); !written)
         return written;
-    if (Result<void> written = writeObject(catalog,
-                                           "<< /Type /Catalog /Pages " + reference(m_pageTree)
-                                               + " /Metadata " + reference(metadata)
-                                               + " /OutputIntents [" + reference(intent) + "] >>");
+    if (hasText()) {
+        if (Result<void> written = writeFont(); !written)
+            return written;
+    }
+    const std::string language = hasText() && !m_options.language.empty()
+        ? " /Lang " + pdfText(m_options.language)
+        : std::string();
+    if (Result<void> written =
+            writeObject(catalog,
+                        "<< /Type /Catalog /Pages " + reference(m_pageTree) + " /Metadata "
+                            + reference(metadata) + " /OutputIntents [" + reference(intent) + "]"
+                            + language + " >>");
         !written)
         return written;
     if (Result<void> written = writeObject(info, information()); !written)

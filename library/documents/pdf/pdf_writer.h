@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/documents/document_writer.h"
+#include "library/documents/pdf/text_font.h"
 
 #include <map>
 #include <string>
@@ -10,9 +11,9 @@ namespace korv {
 
 /// A PDF/A-2b document (ISO 19005-2, so ISO 32000-1) of page pictures: JPEG pages are stored as
 /// they are, other pixels as CCITT G4 or deflated. Colours are sRGB or those of the JPEG's profile.
-/// Pixels must be coded in CCITT G4 or as PNG. Objects are written front to back, the page
-/// tree and the cross-reference table last. Apart from date and identifier the same pages make the
-/// same bytes.
+/// Pixels must be coded in CCITT G4 or as PNG. The text of pages lies invisibly over them, and
+/// makes the document a PDF/A-2u. Objects are written front to back, the page tree and the
+/// cross-reference table last. Apart from date and identifier the same pages make the same bytes.
 class PdfWriter : public DocumentWriter
 {
 public:
@@ -29,11 +30,17 @@ private:
     Result<void> writeStream(int number, const std::string &entries, ByteView data);
     Result<void> writePicture(int number, const Page &page);
     Result<void> writePixels(int number, const Page &page);
+    Result<void> writeDrawing(int number, const std::string &picture, const std::string &text);
+    std::string textOf(const Page &page);
     Result<int> profileObject(const Page &page);
     Result<void> writePageTree(int number);
     Result<void> writeCrossReferences(int catalog, int information);
     Result<void> writeMetadata(int number);
     Result<void> writeOutputIntent(int number);
+    Result<void> writePacked(int number, const std::string &entries, ByteView data);
+    Result<void> writeFont();
+    Result<void> writeFontParts(int characters, int description);
+    bool hasText() const { return m_fontNumber != 0; }
     std::string information() const;
 
     ByteSink &m_sink;
@@ -43,6 +50,8 @@ private:
     std::vector<int> m_pages; ///< object numbers
     std::map<Bytes, int> m_profiles; ///< the last ones, with their object numbers
     int m_pageTree = 0;
+    TextFont m_font;
+    int m_fontNumber = 0; ///< 0 until a page has text
 };
 
 } // namespace korv

@@ -37,8 +37,10 @@ std::string xmpPacket(const XmpProperties &properties)
                          " xmlns:xmpMM=\"http://ns.adobe.com/xap/1.0/mm/\""
                          " xmlns:pdf=\"http://ns.adobe.com/pdf/1.3/\">\n"
                          "<pdfaid:part>2</pdfaid:part>\n"
-                         "<pdfaid:conformance>B</pdfaid:conformance>\n"
-                         "<dc:format>application/pdf</dc:format>\n";
+                         "<pdfaid:conformance>";
+    packet += properties.conformance == PdfConformance::U ? "U" : "B";
+    packet += "</pdfaid:conformance>\n"
+              "<dc:format>application/pdf</dc:format>\n";
     if (!properties.title.empty())
         packet += "<dc:title><rdf:Alt><rdf:li xml:lang=\"x-default\">" + escaped(properties.title)
             + "</rdf:li></rdf:Alt></dc:title>\n";

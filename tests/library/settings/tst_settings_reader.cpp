@@ -46,17 +46,36 @@ TEST_F(SettingsReaderTest, withoutFilesNothingIsSetAndNothingReported)
     EXPECT_THAT(readSettings({}).problems, IsEmpty());
 }
 
+TEST_F(SettingsReaderTest, textIsOffOrInLanguages)
+{
+    EXPECT_TRUE(readUser("[documents]\ntext = no\n").settings.text.empty());
+    EXPECT_TRUE(readUser("[documents]\ntext = eng\ntext =\n").settings.text.empty());
+    const SettingsReading bad = readUser("[documents]\ntext = ../eng\ntext-wait = 3601\n"
+                                         "text-wait = -1\ntext-wait = soon\n");
+    EXPECT_TRUE(bad.settings.text.empty());
+    EXPECT_EQ(bad.settings.textWait, 20);
+    EXPECT_THAT(bad.problems,
+                ElementsAre(HasSubstr(":2: text: no languages such as chi_sim+eng: ../eng"),
+                            HasSubstr(":3: text-wait: more than an hour: 3601"),
+                            HasSubstr(":4: text-wait: no positive number: -1"),
+                            HasSubstr(":5: text-wait: no positive number: soon")));
+}
+
 TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
 {
     const SettingsReading reading = readUser("[documents]\n"
                                              "title = Files of the office\n"
                                              "page-size = a4\n"
+                                             "text = chi_sim+eng\n"
+                                             "text-wait = 2.5\n"
                                              "[camera 1B17:0211]\n"
                                              "control.brightness = 12\n"
                                              "control.power_line_frequency = 50 Hz\n"
                                              "scale.1920x1080 = 5.125\n");
     EXPECT_THAT(reading.problems, IsEmpty());
     EXPECT_EQ(reading.settings.title, "Files of the office");
+    EXPECT_EQ(reading.settings.text.names, "chi_sim+eng");
+    EXPECT_EQ(reading.settings.textWait, 2.5);
     ASSERT_TRUE(reading.settings.pageSize);
     EXPECT_EQ(reading.settings.pageSize->height, 297);
     const CameraSettings *camera = reading.settings.camera(0x1b17, 0x0211);
@@ -67,7 +86,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_THAT(camera->scales, ElementsAre(testing::Pair(std::pair(1920, 1080), 5.125)));
     EXPECT_EQ(reading.settings.camera(0x1b17, 0x0212), nullptr);
     EXPECT_EQ(reading.inForce.back().section, "camera 1b17:0211");
-    EXPECT_EQ(reading.inForce.size(), 5U);
+    EXPECT_EQ(reading.inForce.size(), 7U);
 }
 
 TEST_F(SettingsReaderTest, usersFileGoesBeforeTheSystemsAndTheLaterLineBeforeTheEarlier)

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "cli/commandline/options.h"
+
+namespace cli {
+
+/// Tells the camera library, before it is loaded, in which languages it recognises the writing on
+/// pages, and where what it recognised outlives a command.
+void passTextSettings(const Options &options);
+
+} // namespace cli

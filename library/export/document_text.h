@@ -1,0 +1,38 @@
+#pragma once
+
+#include "library/documents/page.h"
+#include "library/recognition/text_recogniser.h"
+#include "library/threads/mutex.h"
+
+#include <string>
+
+namespace korv {
+
+/// The writing on the pages of one document. Page makers share it. A page whose text is not to be had
+/// goes without, and the log says why.
+class DocumentText
+{
+public:
+    /// `recogniser` is borrowed; null: no page gets text.
+    explicit DocumentText(TextRecogniser *recogniser)
+        : m_recogniser(recogniser)
+    {
+    }
+
+    bool isWanted() const { return m_recogniser != nullptr; }
+
+    /// The text of a page that is made, but for its text. Null for none. `name` is what the log
+    /// calls the page. Any thread.
+    TextRecogniser::Text of(const ContentKey &key, const Page &page, const std::string &name);
+
+private:
+    bool isWorthWaiting();
+    void explain(const std::string &name, const Error &problem);
+
+    TextRecogniser *const m_recogniser;
+    Mutex m_mutex;
+    int m_waitsInVain GUARDED_BY(m_mutex) = 0; ///< one after the other
+    bool m_isGivenUp GUARDED_BY(m_mutex) = false; ///< no further page is waited for
+};
+
+} // namespace korv

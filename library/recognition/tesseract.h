@@ -1,0 +1,43 @@
+#pragma once
+
+#include "library/image/image.h"
+#include "library/recognition/limited_program.h"
+#include "library/text/text_languages.h"
+#include "library/threads/mutex.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korv {
+
+/// The program tesseract, which recognises writing, in a process of its own for each picture. Any
+/// thread, several at a time.
+class Tesseract
+{
+public:
+    /// Looks for the program in PATH; what else the environment says about it (TESSDATA_PREFIX)
+    /// counts as it is now.
+    explicit Tesseract(TextLanguages languages);
+
+    /// Whether the program is installed and has all the languages. The first call asks it, and says
+    /// on the log what is missing; the others wait for the answer.
+    bool isReady(const ProgramLimits &limits, const EventFd &stop);
+
+    /// What the program writes about an upright Gray8 picture, see readTesseractOutput(). Call it when
+    /// isReady(). Errors: those of runLimited(), -EFBIG a picture larger than any page.
+    Result<std::string> describe(const Image &gray, const ProgramLimits &limits,
+                                 const EventFd &stop) const;
+
+private:
+    Result<void> askForLanguages(const ProgramLimits &limits, const EventFd &stop) const;
+    ProgramCall call(std::vector<std::string> arguments) const;
+
+    const TextLanguages m_languages;
+    std::string m_program; ///< empty: not found
+    std::vector<std::string> m_environment;
+    Mutex m_mutex;
+    std::optional<bool> m_isReady GUARDED_BY(m_mutex);
+};
+
+} // namespace korv

@@ -1,0 +1,193 @@
+#include "tests/cli/korvcam_program.h"
+
+#include <csignal>
+#include <fstream>
+#include <unistd.h>
+
+using support::Finished;
+using testing::HasSubstr;
+
+namespace {
+
+/// The program with another one in tesseract's place, which finds one word on each picture.
+class KorvcamText : public support::KorvcamProgram
+{
+protected:
+    void SetUp() override { install(""); }
+
+    void install(const std::string &commands) const
+    {
+        const std::string path = file("bin/tesseract");
+        std::filesystem::create_directories(folder() / "bin");
+        std::ofstream(path)
+            << "#!/bin/sh\n"
+               "if [ \"$1\" = --list-langs ]; then echo eng; exit 0; fi\n"
+               "read magic; read width height\n"
+            << commands
+            << "\nprintf 'level\\tpage_num\\tblock_num\\tpar_num\\tline_num\\tword_num\\tleft\\ttop"
+               "\\twidth\\theight\\tconf\\ttext\\n'\n"
+               "printf \"1\\t1\\t0\\t0\\t0\\t0\\t0\\t0\\t$width\\t$height\\t-1\\t\\n\"\n"
+               "printf '5\\t1\\t1\\t1\\t1\\t1\\t1\\t2\\t30\\t10\\t90.0\\tfound\\n'\n";
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    }
+    Finished runWithText(const std::vector<std::string> &arguments) const
+    {
+        return run(arguments,
+                   {{"KORV_CAMERA_DESK", "builtin"},
+                    {"PATH", file("bin") + ":/usr/bin:/bin"},
+                    {"XDG_CACHE_HOME", file("cache")}});
+    }
+    std::string textOf(const std::string &name) const
+    {
+        return support::runProgram({"pdftotext", "-nopgbrk", file(name), "-"}, {}).output;
+    }
+};
+
+} // namespace
+
+TEST_F(KorvcamText, combineAndConvertGiveAPdfItsText)
+{
+    snap("1.jpg");
+    snap("2.jpg");
+    const Finished combined = runWithText(
+        {"combine", "--text", "eng", file("1.jpg"), file("2.jpg"), "-o", file("a.pdf")});
+    EXPECT_EQ(combined.status, 0) << combined.errors;
+    EXPECT_EQ(combined.errors, "");
+    EXPECT_EQ(textOf("a.pdf"), "found\n\nfound\n\n");
+    EXPECT_EQ(runWithText({"convert", "--text", "eng", file("1.jpg"), file("b.pdf")}).status, 0);
+    EXPECT_EQ(textOf("b.pdf"), "found\n\n");
+    EXPECT_EQ(runWithText({"convert", file("1.jpg"), file("c.pdf")}).status, 0);
+    EXPECT_EQ(textOf("c.pdf"), "");
+}
+
+TEST_F(KorvcamText, whatWasRecognisedIsNotRecognisedAgain)
+{
+    snap("1.jpg");
+    ASSERT_EQ(runWithText({"convert", "--text", "eng", file("1.jpg"), file("a.pdf")}).status, 0);
+    install("exit 1");
+    ASSERT_EQ(runWithText({"convert", "--text", "eng", file("1.jpg"), file("b.pdf")}).status, 0);
+    EXPECT_EQ(textOf("b.pdf"), "found\n\n");
+    std::filesystem::remove_all(folder() / "cache");
+    const Finished failing =
+        runWithText({"convert", "--text", "eng", file("1.jpg"), file("c.pdf")});
+    EXPECT_EQ(failing.status, 0);
+    EXPECT_THAT(failing.errors, HasSubstr("1.jpg: this page gets no text: ended with status 1"));
+    EXPECT_EQ(textOf("c.pdf"), "");
+}
+
+TEST_F(KorvcamText, missingLanguageIsNamedAndTheDocumentMade)
+{
+    snap("1.jpg");
+    const Finished done =
+        runWithText({"combine", "--text", "chi_sim+eng", file("1.jpg"), "-o", file("a.pdf")});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_THAT(done.errors, HasSubstr("package tesseract-ocr-chi-sim"));
+    EXPECT_TRUE(std::filesystem::exists(file("a.pdf")));
+}
+
+TEST_F(KorvcamText, scannedPagesHaveText)
+{
+    const Finished done = runWithText({"scan", "--text", "eng", "-r", "640x480", "--interval",
+                                       "0.5", "-n", "2", "--quiet", "-o", file("a.pdf")});
+    EXPECT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(textOf("a.pdf"), "found\n\nfound\n\n");
+}
+
+TEST_F(KorvcamText, interruptionEndsTheRecogniserToo)
+{
+    snap("1.jpg");
+    const std::string argument = "98763." + std::to_string(getpid());
+    install("exec sleep " + argument);
+    support::Process convert(command({"convert", "--text", "eng", file("1.jpg"), file("a.pdf")}),
+                             {{"KORV_CAMERA_REAL", "0"},
+                              {"PATH", file("bin") + ":/usr/bin:/bin"},
+                              {"XDG_CACHE_HOME", file("cache")}});
+    const auto runs = [&] {
+        for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+            std::ifstream line(entry.path() / "cmdline");
+            const std::string text{std::istreambuf_iterator<char>(line), {}};
+            if (text.find(argument) != std::string::npos)
+                return true;
+        }
+        return false;
+    };
+    const auto becomes = [&](bool wanted) {
+        for (int tries = 0; tries < 500 && runs() != wanted; ++tries)
+            usleep(20'000);
+        return runs() == wanted;
+    };
+    ASSERT_TRUE(becomes(true));
+    kill(convert.pid(), SIGINT);
+    EXPECT_EQ(convert.wait().status, 130);
+    EXPECT_TRUE(becomes(false));
+}
+
+TEST_F(KorvcamText, languagesAreNames)
+{
+    for (const char *bad : {"", "eng+", "../eng"}) {
+        const Finished done = runWithText({"convert", "--text", bad, file("1.jpg"), file("a.pdf")});
+        EXPECT_EQ(done.status, 2) << bad;
+    }
+}
+
+namespace {
+
+/// With the real program, if it is there.
+class KorvcamRealText : public support::KorvcamProgram
+{
+protected:
+    static constexpr char kFont[] = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc";
+
+    void SetUp() override
+    {
+        const std::string languages =
+            support::runProgram({"sh", "-c", "tesseract --list-langs"}, {}).output;
+        if (languages.find("\nchi_sim\n") == std::string::npos
+            || languages.find("\neng\n") == std::string::npos)
+            GTEST_SKIP() << "tesseract-ocr, tesseract-ocr-eng or tesseract-ocr-chi-sim is missing";
+        if (!std::filesystem::exists(kFont))
+            GTEST_SKIP() << "fonts-wqy-microhei is missing";
+    }
+    void draw(const std::string &name, const std::string &text) const
+    {
+        const Finished drawn = support::runProgram(
+            {"convert", "-background", "white", "-fill", "black", "-font", kFont, "-pointsize",
+             "44", "-interline-spacing", "24", "label:" + text, "-bordercolor", "white", "-border",
+             "150", file(name)},
+            {});
+        ASSERT_EQ(drawn.status, 0) << drawn.errors;
+    }
+    static std::string withoutEmptyLines(const std::string &text)
+    {
+        std::string result;
+        for (const std::string &line : lines(text)) {
+            if (line.find_first_not_of(" \f") != std::string::npos)
+                result += line + "\n";
+        }
+        return result;
+    }
+};
+
+} // namespace
+
+TEST_F(KorvcamRealText, readersReturnWhatIsOnThePages)
+{
+    const std::string latin = "The archive keeps letters of the year 1926\n"
+                              "in seven boxes on the second floor\n"
+                              "and each box has a list of its own\n";
+    const std::string chinese = "档案馆保存着一九二六年的信件\n"
+                                "这些信件放在二楼的七个箱子里\n"
+                                "每个箱子都有自己的目录\n";
+    draw("1.png", latin);
+    draw("2.png", chinese);
+    const Finished done =
+        run({"combine", "--text", "chi_sim+eng", file("1.png"), file("2.png"), "-o", file("a.pdf")},
+            {{"XDG_CACHE_HOME", file("cache")}});
+    ASSERT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(done.errors, "");
+    const auto readBy = [&](std::vector<std::string> reader) {
+        return withoutEmptyLines(support::runProgram(reader, {}).output);
+    };
+    EXPECT_EQ(readBy({"pdftotext", "-nopgbrk", file("a.pdf"), "-"}), latin + chinese);
+    EXPECT_EQ(readBy({"mutool", "draw", "-q", "-F", "txt", file("a.pdf")}), latin + chinese);
+}

@@ -1,0 +1,120 @@
+#include "library/api/manager.h"
+
+#include "tests/library/support/fake_tesseract.h"
+#include "tests/library/support/sample_pictures.h"
+
+#include <chrono>
+#include <gmock/gmock.h>
+#include <thread>
+
+using namespace std::chrono_literals;
+using korv::Manager;
+using testing::HasSubstr;
+
+namespace {
+
+class ManagerTextTest : public testing::Test
+{
+protected:
+    void SetUp() override { install(""); }
+    /// What the program does with a picture, after the file "begun" shows that it has one.
+    void install(const std::string &commands)
+    {
+        m_tesseract.install("/usr/bin/touch '" + (m_folder / "begun") + "';" + commands);
+    }
+    bool hasBegun() const { return std::filesystem::exists(m_folder / "begun"); }
+    bool beginsSoon() const
+    {
+        for (int tries = 0; tries < 500 && !hasBegun(); ++tries)
+            std::this_thread::sleep_for(20ms);
+        return hasBegun();
+    }
+    std::string photograph(const std::string &name)
+    {
+        const korv::Bytes frame = pictures::jpegOf(pictures::page(320, 240));
+        EXPECT_TRUE(m_manager.savePhotograph(frame.data(), 320, 240, m_folder / name));
+        return m_folder / name;
+    }
+    std::string conversion(const std::string &source)
+    {
+        const std::string path = source + ".pdf";
+        EXPECT_TRUE(m_manager.convert(source, path));
+        return support::readFile(path);
+    }
+
+    testing_support::TemporaryFolder m_folder;
+    testing_support::FakeTesseract m_tesseract;
+    korv::Settings m_settings;
+    Manager m_manager{[](const korv::Settings &) { return korv::Session::Monitors(); },
+                      [this] { return m_settings; }};
+};
+
+} // namespace
+
+TEST_F(ManagerTextTest, photographIsRecognisedBeforeItIsExported)
+{
+    m_settings.text.names = "eng";
+    ASSERT_TRUE(m_manager.initialise());
+    const std::string path = photograph("a.jpg");
+    EXPECT_TRUE(beginsSoon());
+    // what comes next would take for ever, if it were recognised again
+    m_tesseract.install("/usr/bin/sleep 1000");
+    EXPECT_THAT(conversion(path), HasSubstr("/ToUnicode"));
+    ASSERT_TRUE(m_manager.addPage(path));
+    ASSERT_TRUE(m_manager.combine(m_folder / "b.pdf"));
+    EXPECT_THAT(support::readFile(m_folder / "b.pdf"), HasSubstr("/Lang (en)"));
+}
+
+TEST_F(ManagerTextTest, nothingIsRecognisedWithoutTheSetting)
+{
+    ASSERT_TRUE(m_manager.initialise());
+    EXPECT_THAT(conversion(photograph("a.jpg")), testing::Not(HasSubstr("/ToUnicode")));
+    EXPECT_FALSE(hasBegun());
+}
+
+TEST_F(ManagerTextTest, environmentGoesBeforeTheSettings)
+{
+    const support::ScopedVariable no("KORV_CAMERA_TEXT", "no");
+    m_settings.text.names = "eng";
+    ASSERT_TRUE(m_manager.initialise());
+    EXPECT_THAT(conversion(photograph("a.jpg")), testing::Not(HasSubstr("/ToUnicode")));
+    ASSERT_TRUE(m_manager.uninitialise());
+    m_settings.text = {};
+    const support::ScopedVariable english("KORV_CAMERA_TEXT", "eng");
+    ASSERT_TRUE(m_manager.initialise());
+    EXPECT_THAT(conversion(photograph("b.jpg")), HasSubstr("/ToUnicode"));
+    ASSERT_TRUE(m_manager.uninitialise());
+    const support::ScopedVariable rubbish("KORV_CAMERA_TEXT", "../eng");
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(m_manager.initialise());
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("no languages such as chi_sim+eng"));
+    EXPECT_THAT(conversion(photograph("c.jpg")), testing::Not(HasSubstr("/ToUnicode")));
+}
+
+TEST_F(ManagerTextTest, endOfTheLibraryEndsRecognitionAtOnce)
+{
+    install("/usr/bin/sleep 1000");
+    m_settings.text.names = "eng";
+    ASSERT_TRUE(m_manager.initialise());
+    photograph("a.jpg");
+    ASSERT_TRUE(beginsSoon());
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(m_manager.uninitialise());
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
+}
+
+TEST_F(ManagerTextTest, exportUnderWayAtTheEndGoesOnWithoutText)
+{
+    install("/usr/bin/sleep 1000");
+    m_settings.text.names = "eng";
+    ASSERT_TRUE(m_manager.initialise());
+    const std::string path = photograph("a.jpg");
+    std::string pdf;
+    std::thread exporting([&] { pdf = conversion(path); });
+    ASSERT_TRUE(beginsSoon());
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(m_manager.uninitialise());
+    exporting.join();
+    EXPECT_THAT(pdf, testing::EndsWith("%%EOF\n"));
+}
