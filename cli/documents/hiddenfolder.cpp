@@ -19,6 +19,10 @@ namespace fs = std::filesystem;
 
 constexpr int kMaxAttempts = 100;
 constexpr mode_t kPrivate = 0700;
+/// Locked while a run uses the folder. Not the folder itself: whoever writes a file into it, as the
+/// camera library does, locks that for a moment, and would wait for ours in vain.
+constexpr char kLockFile[] = "lock";
+constexpr mode_t kPrivateFile = 0600;
 
 std::string hexadecimal(std::uint32_t number)
 {
@@ -30,6 +34,12 @@ std::string hexadecimal(std::uint32_t number)
 Descriptor openFolder(const std::string &path)
 {
     return Descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+Descriptor openLock(int folder)
+{
+    return Descriptor(
+        openat(folder, kLockFile, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
 }
 
 bool isOurs(int descriptor)
@@ -62,6 +72,8 @@ int HiddenFolder::make(int parentFd, const std::string &parent, const std::strin
         if (code != EEXIST && code != ENOENT)
             break;
     }
+    if (code != 0 && code != EEXIST)
+        rmdir(m_path.c_str()); // empty when there is no place for the lock
     return code;
 }
 
@@ -70,12 +82,16 @@ int HiddenFolder::lock()
     Descriptor own = openFolder(m_path);
     if (!own)
         return errno;
+    Descriptor lock = openLock(own.get());
+    if (!lock)
+        return errno;
     // where a file system has no such locks, nobody can take the folder for abandoned either
-    static_cast<void>(flock(own.get(), LOCK_EX));
+    static_cast<void>(flock(lock.get(), LOCK_EX));
     struct stat state = {};
-    if (stat(m_path.c_str(), &state) != 0)
+    if (stat((m_path + "/" + kLockFile).c_str(), &state) != 0)
         return errno;
     m_own = std::move(own);
+    m_lock = std::move(lock);
     return 0;
 }
 
@@ -86,10 +102,12 @@ int HiddenFolder::adopt(const std::string &path)
         return errno;
     if (!isOurs(own.get()))
         return EPERM;
-    if (flock(own.get(), LOCK_EX | LOCK_NB) != 0)
+    Descriptor lock = openLock(own.get());
+    if (!lock || flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
         return errno;
     m_path = path;
     m_own = std::move(own);
+    m_lock = std::move(lock);
     return 0;
 }
 
@@ -99,6 +117,7 @@ void HiddenFolder::remove()
     if (m_own)
         fs::remove_all(m_path, ignored);
     m_own.reset();
+    m_lock.reset();
 }
 
 void HiddenFolder::removeAs(const std::string &prefix)

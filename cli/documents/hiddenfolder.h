@@ -41,7 +41,8 @@ private:
     int lock();
 
     std::string m_path;
-    Descriptor m_own;
+    Descriptor m_own; ///< the folder
+    Descriptor m_lock; ///< a file in it
 };
 
 /// The folders in `parent` whose names begin with `prefix`, whoever owns them; none when it cannot be

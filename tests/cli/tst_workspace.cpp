@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -40,6 +41,15 @@ protected:
 
     support::TempHome m_home;
 };
+
+TEST_F(WorkspaceTest, leavesTheLockOnTheFolderToWhoeverWritesIntoIt)
+{
+    // the camera library takes it for each file, and waits a second for it
+    const Workspace workspace(file("a.pdf"));
+    const int folder = open(workspace.folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    EXPECT_EQ(flock(folder, LOCK_EX | LOCK_NB), 0);
+    close(folder);
+}
 
 TEST_F(WorkspaceTest, isHiddenBesideTheFileAndGoesWithEverything)
 {
