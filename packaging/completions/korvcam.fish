@@ -120,3 +120,5 @@ complete -c korvcam -n '__korvcam_has serve' -l certificate -r -F -d 'TLS certif
 complete -c korvcam -n '__korvcam_has serve' -l key -r -F -d 'Key of the certificate'
 complete -c korvcam -n '__korvcam_has serve' -l no-crop -d 'Scan the whole picture'
 complete -c korvcam -n '__korvcam_has serve' -l no-announce -d 'Do not announce the scanner'
+complete -c korvcam -n '__korvcam_has serve' -l hands-free -d 'Offer a feeder too'
+complete -c korvcam -n '__korvcam_has serve' -l still -x -d 'End a scan from the feeder after so many seconds of stillness'

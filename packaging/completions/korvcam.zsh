@@ -152,6 +152,8 @@ _korvcam_options()
                 '--key[key of the certificate]:file:_files'
                 '--no-crop[scan the whole picture]'
                 '--no-announce[do not announce the scanner]'
+                '--hands-free[offer a feeder too]'
+                '--still[end a scan from the feeder after so much stillness]:seconds: '
             )
             ;;
         *) reply=() ;;

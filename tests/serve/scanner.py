@@ -42,7 +42,7 @@ class Server:
         self.errors = open(os.path.join(self._folder.name, "errors"), "w+", encoding="utf-8")
         environment = {**os.environ, "KORV_CAMERA_REAL": "0", "TMPDIR": self._folder.name}
         command = [os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"], "--desk", desk,
-                   "serve", "--no-announce", "--timeout", "60", "--listen", listen, *arguments]
+                   "serve", "--no-announce", "--listen", listen, *arguments]
         if inherited:
             command = pass_on(inherited, command)
         self.process = subprocess.Popen(command, env=environment, stdout=subprocess.PIPE,
