@@ -13,6 +13,8 @@ struct DocumentSettings
     std::string title; ///< UTF-8; empty: the file's name
     std::optional<SheetSize> sheet; ///< of all pages; none: each page is as large as its picture
     bool clean = false; ///< the light on the pages is evened out, see cleanPaper()
+    bool compact =
+        false; ///< pages of writing become layers where the format has any, see takeApart()
 };
 
 /// What KORV_CAMERA_TITLE and KORV_CAMERA_PAGE_SIZE say goes before `settings`. A size that is none

@@ -32,6 +32,7 @@ PageOptions pageOptions(const Format &format, int quality, const DocumentSetting
     options.codePixels = format.codePixels;
     options.sheet = settings.sheet;
     options.clean = settings.clean;
+    options.compact = settings.compact && format.hasLayers;
     return options;
 }
 

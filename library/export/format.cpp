@@ -72,6 +72,12 @@ constexpr Format picture(const char *extension, decltype(Format::writePicture) w
 
 enum class JpegsTaken { All, PlainOnly };
 
+constexpr Format withLayers(Format format)
+{
+    format.hasLayers = true;
+    return format;
+}
+
 template <typename Writer>
 constexpr Format document(const char *extension, PixelCoder codePixels, JpegsTaken jpegs)
 {
@@ -91,7 +97,7 @@ constexpr std::array<Format, 8> kFormats = {{
     picture("bmp", writeBmpPicture, RowsWanted::AllAtOnce),
     document<TiffWriter>("tif", codePixelsForTiff, JpegsTaken::PlainOnly),
     document<TiffWriter>("tiff", codePixelsForTiff, JpegsTaken::PlainOnly),
-    document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All),
+    withLayers(document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All)),
     document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All),
 }};
 

@@ -36,6 +36,7 @@ struct Format
     std::unique_ptr<DocumentWriter> (*makeDocument)(ByteSink &, const DocumentOptions &) = nullptr;
     PixelCoder codePixels = nullptr; ///< documents: see PageOptions
     bool plainJpegOnly = false; ///< documents: see PageOptions
+    bool hasLayers = false; ///< documents: the writer takes Page::layers
 };
 
 /// By the path's extension in any case; null when there is none that is known.

@@ -2,6 +2,7 @@
 
 #include "library/base/result.h"
 #include "library/documents/page.h"
+#include "library/documents/page_layers.h"
 #include "library/jpeg/jpeg_structure.h"
 #include "library/threads/mutex.h"
 
@@ -21,6 +22,7 @@ struct PageOptions
     std::optional<SheetSize> sheet; ///< the pages are such sheets, upright or across
     Mutex *largePictures = nullptr; ///< makers that share it decode one large picture at a time
     bool clean = false; ///< even out the light on the pages
+    bool compact = false; ///< store pages of writing in layers where that is clearly smaller
 };
 
 /// Turns picture files and pixels into pages. A page stays valid until the next one is made; the
@@ -50,6 +52,8 @@ private:
     Result<Page> encoded(const Image &image, jpeg::Subsampling subsampling);
     Result<Page> jpegPage(ByteView jpeg, const Resolution &source);
     void place(Page &page, const Resolution &stated) const;
+    Result<Page> compactIfWanted(Result<Page> page, const Image &image);
+    Result<Page> reusedPage(ByteView jpeg, const jpeg::Info &info);
 
     PageOptions m_options;
     Bytes m_content;
@@ -57,6 +61,7 @@ private:
     Bytes m_coded; ///< a JPEG or coded pixels
     Bytes m_profile;
     Image m_image;
+    PageLayers m_layers;
 };
 
 } // namespace korv
