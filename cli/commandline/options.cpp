@@ -224,6 +224,12 @@ private:
                       "Even out light and shadow, so that paper is white (default: off)");
     }
 
+    void addCompactFlag(CLI::App *sub)
+    {
+        sub->add_flag("--compact", m_options.compact,
+                      "Make pdf pages of writing a tenth as large, in layers (default: off)");
+    }
+
     static void addChoice(CLI::App *sub, const char *name, std::string &value,
                           const std::vector<std::string> &choices, const std::string &description)
     {
@@ -390,6 +396,7 @@ private:
                         "Size of every page; W and H in millimetres (default: by the picture)")
             ->type_name("A3|A4|A5|letter|card|WxH")
             ->check(CLI::Validator(checkPageSize, ""));
+        addCompactFlag(sub);
     }
 
     void addConvertCommand()
@@ -399,6 +406,7 @@ private:
                        "Convert a picture; the extension chooses jpg, png, bmp, tiff, pdf or ofd");
         addQualityOption(convert);
         addCleanFlag(convert);
+        addCompactFlag(convert);
         addForceFlag(convert);
         convert->add_option("source", m_source, "JPEG, PNG, BMP or TIFF file")->required();
         convert->add_option("destination", m_options.destination, "New file")

@@ -39,11 +39,6 @@ Error insideCallback()
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
 }
 
-DocumentSettings documentSettings(const Settings &settings)
-{
-    return {cleanUtf8(settings.title), settings.pageSize};
-}
-
 /// What an environment variable says; `otherwise` when it is not set. A value that is neither yes nor
 /// no is reported on standard error and counts as not set.
 bool fromEnvironment(const char *name, bool otherwise)
@@ -292,6 +287,21 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     return written;
 }
 
+/// The settings, before which the environment goes, for a document that is made now.
+DocumentSettings Manager::documentSettings(const std::string &destination) const
+{
+    const std::shared_ptr<const Settings> inForce = settings();
+    DocumentSettings wanted;
+    wanted.title = cleanUtf8(inForce->title);
+    wanted.sheet = inForce->pageSize;
+    wanted.compact = fromEnvironment("KORV_CAMERA_COMPACT", inForce->compact);
+    if (wanted.compact && m_processEnds) {
+        wanted.compact = false; // OpenCV's own globals may be destroyed by now
+        logLine(LogLevel::Warning, destination, "not made compact: the process is ending");
+    }
+    return wanted;
+}
+
 Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)
 {
     if (!pixels || width <= 0 || height <= 0)
@@ -301,13 +311,13 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
     m_leftOvers.clearOnce(folderOf(path));
-    return writeImage(image, path, options().quality, documentSettings(*settings()));
+    return writeImage(image, path, options().quality, documentSettings(path));
 }
 
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
     m_leftOvers.clearOnce(folderOf(destination));
-    DocumentSettings wanted = documentSettings(*settings());
+    DocumentSettings wanted = documentSettings(destination);
     wanted.clean = fromEnvironment("KORV_CAMERA_CLEAN_FILES", false);
     if (wanted.clean && m_processEnds) {
         wanted.clean = false; // OpenCV's own globals may be destroyed by now
@@ -326,7 +336,7 @@ Result<void> Manager::addPage(const std::string &source)
 Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
-    const DocumentSettings wanted = documentSettings(*settings());
+    const DocumentSettings wanted = documentSettings(destination);
     m_leftOvers.clearOnce(folderOf(destination));
     const MutexLock lock(m_documentMutex);
     return m_document.combine(destination, quality, wanted);

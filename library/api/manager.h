@@ -60,6 +60,7 @@ public:
 
 private:
     void describeOrigin(PhotographOptions &options, int width, int height) const;
+    DocumentSettings documentSettings(const std::string &destination) const;
     enum class State { Down, Changing, Ready };
 
     void beginChange(MutexLock &lock) REQUIRES(m_stateMutex);

@@ -206,6 +206,8 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * placeholder values, or from a JPEG whose resolution would make it larger than A2, has the long
  * side of an A4 sheet. Title and page size may come from the settings files.
  * KORV_CAMERA_CLEAN_FILES=yes in the environment evens out the light on the pictures.
+ * KORV_CAMERA_COMPACT=yes, or compact = yes under [documents] in the settings, stores pages of
+ * writing in pdf in layers of ink and paper; the environment goes before the settings.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form

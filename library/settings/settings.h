@@ -31,6 +31,7 @@ struct Settings
 {
     std::string title; ///< of documents; UTF-8; empty: the file's name
     std::optional<SheetSize> pageSize; ///< of all pages of documents
+    bool compact = false; ///< documents: pages of writing in layers, which are smaller
 
     bool followMains = true; ///< set the power line frequency of cameras where nobody has
     bool settle = false; ///< withhold the frames of a stream until the picture has settled

@@ -92,6 +92,9 @@ const std::vector<SettingKey> &settingKeys()
         {"documents", "page-size", "by the picture",
          "Size of every page: A3, A4, A5, letter, card or WIDTHxHEIGHT in millimetres",
          "KORV_CAMERA_PAGE_SIZE", into<&Settings::pageSize>},
+        {"documents", "compact", "no",
+         "Store pages of writing in PDF in layers of ink and paper, a tenth as large",
+         "KORV_CAMERA_COMPACT", into<&Settings::compact>},
         {"cameras", "follow-mains", "yes",
          "Set the power line frequency where nobody has: automatic, else by the time zone's "
          "country",

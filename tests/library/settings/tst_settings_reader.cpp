@@ -51,6 +51,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     const SettingsReading reading = readUser("[documents]\n"
                                              "title = Files of the office\n"
                                              "page-size = a4\n"
+                                             "compact = yes\n"
                                              "[camera 1B17:0211]\n"
                                              "control.brightness = 12\n"
                                              "control.power_line_frequency = 50 Hz\n"
@@ -59,6 +60,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_EQ(reading.settings.title, "Files of the office");
     ASSERT_TRUE(reading.settings.pageSize);
     EXPECT_EQ(reading.settings.pageSize->height, 297);
+    EXPECT_TRUE(reading.settings.compact);
     const CameraSettings *camera = reading.settings.camera(0x1b17, 0x0211);
     ASSERT_NE(camera, nullptr);
     EXPECT_THAT(camera->controls,
@@ -67,7 +69,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_THAT(camera->scales, ElementsAre(testing::Pair(std::pair(1920, 1080), 5.125)));
     EXPECT_EQ(reading.settings.camera(0x1b17, 0x0212), nullptr);
     EXPECT_EQ(reading.inForce.back().section, "camera 1b17:0211");
-    EXPECT_EQ(reading.inForce.size(), 5U);
+    EXPECT_EQ(reading.inForce.size(), 6U);
 }
 
 TEST_F(SettingsReaderTest, usersFileGoesBeforeTheSystemsAndTheLaterLineBeforeTheEarlier)
