@@ -97,7 +97,49 @@ float varianceAt(const cv::Mat &gray, const cv::Mat &chosen, const cv::Rect &cel
     return std::max(0.0F, static_cast<float>(squares) / count - mean * mean);
 }
 
+bool isMixed(const cv::Mat &picture, const cv::Mat &chosen, const cv::Rect &cell)
+{
+    constexpr int kDull = 30; ///< difference of the channels, in levels
+    constexpr int kColoured = 60;
+    constexpr int kMinPixels = 4; ///< of each kind
+    int dull = 0;
+    int coloured = 0;
+    for (int y = cell.y; y < cell.y + cell.height; ++y) {
+        const auto *other = chosen.ptr<std::uint8_t>(y);
+        const auto *pixel = picture.ptr<cv::Vec3b>(y);
+        for (int x = cell.x; x < cell.x + cell.width; ++x) {
+            if (other[x] != 0)
+                continue;
+            const auto [least, most] = std::minmax({pixel[x][0], pixel[x][1], pixel[x][2]});
+            dull += most - least < kDull ? 1 : 0;
+            coloured += most - least > kColoured ? 1 : 0;
+        }
+    }
+    return dull >= kMinPixels && coloured >= kMinPixels;
+}
+
 } // namespace
+
+cv::Mat mixedColours(const cv::Mat &picture, const cv::Mat &chosen, const cv::Size &grid,
+                     HelperThread &core)
+{
+    const std::vector<int> columns = boundaries(grid.width, picture.cols);
+    const std::vector<int> rows = boundaries(grid.height, picture.rows);
+    cv::Mat result(grid, CV_8UC1);
+    core.shareRange(0, grid.height, [&](int first, int end) {
+        for (int cellRow = first; cellRow < end; ++cellRow) {
+            const auto y = static_cast<std::size_t>(cellRow);
+            auto *mixed = result.ptr<std::uint8_t>(cellRow);
+            for (std::size_t x = 0; x < columns.size() - 1; ++x)
+                mixed[x] = isMixed(picture, chosen,
+                                   cv::Rect(cv::Point(columns[x], rows[y]),
+                                            cv::Point(columns[x + 1], rows[y + 1])))
+                    ? 255
+                    : 0;
+        }
+    });
+    return result;
+}
 
 CellMeans meansOf(const cv::Mat &picture, const cv::Mat &chosen, const cv::Size &grid,
                   HelperThread &core)

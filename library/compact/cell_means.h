@@ -27,4 +27,9 @@ cv::Mat variancesOf(const cv::Mat &gray, const cv::Mat &chosen, const cv::Size &
 
 inline constexpr float kUnknown = -1;
 
+/// Cells in which some of the pixels of `picture` (CV_8UC3) for which `chosen` is 0 are coloured and
+/// some are not, as where a seal lies over type: 255 in a CV_8UC1. The same preconditions.
+cv::Mat mixedColours(const cv::Mat &picture, const cv::Mat &chosen, const cv::Size &grid,
+                     HelperThread &core);
+
 } // namespace korv::compact

@@ -50,6 +50,14 @@ Image grayOf(const cv::Mat &page)
     return gray;
 }
 
+/// Where one colour for a cell of the ink would be wrong.
+cv::Mat mixedInk(const cv::Mat &page, const Ink &ink, HelperThread &core)
+{
+    if (page.channels() == 1)
+        return {};
+    return mixedColours(page, ink.core, gridFor(page, kInkCell), core);
+}
+
 /// Cells without a mean of their own are interpolated from those around.
 cv::Mat filled(const CellMeans &means)
 {
@@ -164,7 +172,8 @@ Result<std::optional<PageLayers>> takeApart(const Image &image, int quality, Hel
     times.ended("means");
     cv::Mat paper = filled(means);
     times.ended("paper");
-    const auto areas = pictureAreas(page, variancesOf(matView(gray), ink.near, grid, core), core);
+    const auto areas = pictureAreas(page, variancesOf(matView(gray), ink.near, grid, core),
+                                    mixedInk(page, ink, core), core);
     times.ended("areas");
     if (!areas)
         return none;

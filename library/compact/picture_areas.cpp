@@ -67,6 +67,16 @@ cv::Mat texturedSquares(const cv::Mat &variances)
     return result;
 }
 
+/// Squares with ink of several colours in one place, as CV_8UC1 of 0 and 1.
+cv::Mat mixedSquares(const cv::Mat &mixed, const cv::Size &squares)
+{
+    if (mixed.empty())
+        return cv::Mat::zeros(squares, CV_8UC1);
+    cv::Mat share;
+    cv::resize(mixed, share, squares, 0, 0, cv::INTER_AREA);
+    return (share > 0) & 1;
+}
+
 /// What is no paper, 1 in a small picture of the page.
 cv::Mat printedRegions(const cv::Mat &page, HelperThread &core)
 {
@@ -145,14 +155,14 @@ void merge(std::vector<cv::Rect> &areas)
 } // namespace
 
 std::optional<std::vector<cv::Rect>> pictureAreas(const cv::Mat &page, const cv::Mat &variances,
-                                                  HelperThread &core)
+                                                  const cv::Mat &mixed, HelperThread &core)
 {
     std::vector<cv::Rect> areas;
     if (variances.rows < kSquare || variances.cols < kSquare)
         return areas;
     const cv::Mat textured = texturedSquares(variances);
     addPrinted(printedRegions(page, core), textured, variances.size(), areas);
-    addTextured(textured, areas);
+    addTextured(textured | mixedSquares(mixed, textured.size()), areas);
     const cv::Rect grid(0, 0, variances.cols, variances.rows);
     for (cv::Rect &area : areas)
         area &= grid;

@@ -179,6 +179,25 @@ TEST(CompactPage, pencilKeepsItsResolution)
     EXPECT_FALSE(layers->pictures.empty());
 }
 
+TEST(CompactPage, sealOverTypeKeepsItsColours)
+{
+    Paper paper(kWidth, kHeight);
+    for (int line = 0; line < 20; ++line)
+        paper.text(60, 120 + 55 * line, 22, "Invoice 2048, total of the values");
+    paper.ring(400, 500, 100, 8, Paper::kRed);
+    for (int line = 0; line < 3; ++line)
+        paper.text(330, 470 + 40 * line, 20, "sealed", Paper::kRed);
+    const auto layers = layersOf(photographed(paper.image()));
+    ASSERT_TRUE(layers);
+    ASSERT_FALSE(layers->pictures.empty());
+    // the middle of the seal, where its letters lie over type
+    EXPECT_TRUE(std::any_of(layers->pictures.begin(), layers->pictures.end(),
+                            [](const PicturePatch &patch) {
+                                return patch.left <= 600 && patch.left + patch.picture.width >= 680
+                                    && patch.top <= 770 && patch.top + patch.picture.height >= 830;
+                            }));
+}
+
 TEST(CompactPage, panelsAndRulesNeedNoPicture)
 {
     Paper paper(kWidth, kHeight);
@@ -252,7 +271,7 @@ TEST(CompactPage, countersOfSmallTypeStayOpen)
         for (int left = 200; left < 1400; left += 30) {
             for (int y = 0; y < 19; ++y)
                 std::fill_n(gray.row(top + y) + left, 24,
-                            static_cast<std::uint8_t>(y % 4 == 3 ? 150 : 40));
+                            static_cast<std::uint8_t>(y % 4 == 3 ? 156 : 40));
         }
     }
     constexpr Box kAcross = {500, 503, 24, 1}; // between the first two bars
