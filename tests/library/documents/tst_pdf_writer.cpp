@@ -271,6 +271,16 @@ PageLayers layersOf(const Image &mask)
     return layers;
 }
 
+Page pageOf(const PageLayers &layers)
+{
+    Page page;
+    page.layers = &layers;
+    page.width = 300;
+    page.height = 200;
+    page.resolution = 72;
+    return page;
+}
+
 /// 300 x 200, a black box in the upper right quarter.
 Image boxMask()
 {
@@ -288,12 +298,7 @@ Image boxMask()
 TEST_F(PdfWriterTest, layersLieOneAboveTheOther)
 {
     const PageLayers layers = layersOf(boxMask());
-    Page page;
-    page.layers = &layers;
-    page.width = 300;
-    page.height = 200;
-    page.resolution = 72;
-    write({page});
+    write({pageOf(layers)});
     const ProgramResult check = runProgram({"qpdf", "--check", m_path});
     EXPECT_EQ(check.status, 0) << check.output << check.errors;
     const Image shown = rendered(72);
@@ -326,12 +331,7 @@ TEST_F(PdfWriterTest, layersLieOneAboveTheOther)
 TEST_F(PdfWriterTest, layersNeedNothingThatArchivesForbid)
 {
     const PageLayers layers = layersOf(boxMask());
-    Page page;
-    page.layers = &layers;
-    page.width = 300;
-    page.height = 200;
-    page.resolution = 72;
-    write({page});
+    write({pageOf(layers)});
     const Bytes pdf = pictures::readBytes(m_path);
     const std::string text(pdf.begin(), pdf.end());
     // ISO 19005-2: 6.2.8 (pictures), 6.2.10 (transparency without a blending colour space)
@@ -348,12 +348,7 @@ TEST_F(PdfWriterTest, layersWithoutInkArePaperOnly)
     layers.mask.clear();
     layers.ink = {};
     layers.pictures.clear();
-    Page page;
-    page.layers = &layers;
-    page.width = 300;
-    page.height = 200;
-    page.resolution = 72;
-    write({page});
+    write({pageOf(layers)});
     EXPECT_EQ(runProgram({"qpdf", "--check", m_path}).status, 0);
     EXPECT_NEAR(rendered(72).row(40)[3 * 230], 200, 8);
 }
