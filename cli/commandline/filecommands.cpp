@@ -18,6 +18,7 @@ void addConvertCommand(CLI::App &program, Options &options)
     addQualityOption(*convert, options);
     addCleanFlag(*convert, options);
     addTextOption(*convert, options);
+    addCompactFlag(*convert, options);
     addForceFlag(*convert, options);
     convert
         ->add_option_function<std::string>(

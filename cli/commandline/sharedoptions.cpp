@@ -133,6 +133,12 @@ void addCleanFlag(CLI::App &command, Options &options)
                      tr("Even out light and shadow, so that paper is white (default: off)"));
 }
 
+void addCompactFlag(CLI::App &command, Options &options)
+{
+    command.add_flag("--compact", options.compact,
+                     tr("Make pdf pages of writing a tenth as large, in layers (default: off)"));
+}
+
 void addTextOption(CLI::App &command, Options &options)
 {
     command
@@ -159,6 +165,7 @@ void addDocumentOptions(CLI::App &command, Options &options)
         ->type_name("A3|A4|A5|letter|card|WxH")
         ->check(CLI::Validator(checkPageSize, ""));
     addTextOption(command, options);
+    addCompactFlag(command, options);
 }
 
 void addOutputOption(CLI::App &command, Options &options, const std::string &description,

@@ -54,10 +54,13 @@ void addJsonFlag(CLI::App &command, Options &options);
 /// --clean
 void addCleanFlag(CLI::App &command, Options &options);
 
+/// --compact
+void addCompactFlag(CLI::App &command, Options &options);
+
 /// --text
 void addTextOption(CLI::App &command, Options &options);
 
-/// --title, --page-size and --text: what is said of a whole document.
+/// --title, --page-size, --text and --compact: what is said of a whole document.
 void addDocumentOptions(CLI::App &command, Options &options);
 
 /// -o, or what `names` says: the new file, required.

@@ -104,6 +104,8 @@ ExitCode openLibrary(LibrarySession &session, const Options &options)
         setenv("KORV_CAMERA_PAGE_SIZE", options.pageSize.c_str(), 1);
     if (options.clean)
         setenv("KORV_CAMERA_CLEAN_FILES", "yes", 1);
+    if (options.compact)
+        setenv("KORV_CAMERA_COMPACT", "yes", 1);
     passTextSettings(options);
     const ExitCode code = session.open();
     if (code != ExitCode::Success || !options.quality)

@@ -277,16 +277,6 @@ std::shared_ptr<TextRecogniser> Manager::recogniser() const
     return m_processEnds ? nullptr : m_recogniser;
 }
 
-DocumentSettings Manager::documentSettings() const
-{
-    const std::shared_ptr<const Settings> wanted = settings();
-    DocumentSettings result;
-    result.title = cleanUtf8(wanted->title);
-    result.sheet = wanted->pageSize;
-    result.text = recogniser();
-    return result;
-}
-
 std::shared_ptr<const Settings> Manager::settings() const
 {
     const MutexLock lock(m_optionsMutex);
@@ -345,6 +335,22 @@ Result<void> Manager::savePhotograph(const void *frame, int width, int height,
     return written;
 }
 
+/// The settings, before which the environment goes, for a document that is made now.
+DocumentSettings Manager::documentSettings(const std::string &destination) const
+{
+    const std::shared_ptr<const Settings> inForce = settings();
+    DocumentSettings wanted;
+    wanted.title = cleanUtf8(inForce->title);
+    wanted.sheet = inForce->pageSize;
+    wanted.text = recogniser();
+    wanted.compact = fromEnvironment("KORV_CAMERA_COMPACT", inForce->compact);
+    if (wanted.compact && m_processEnds) {
+        wanted.compact = false; // OpenCV's own globals may be destroyed by now
+        logLine(LogLevel::Warning, destination, "not made compact: the process is ending");
+    }
+    return wanted;
+}
+
 Result<void> Manager::saveRgb(const void *pixels, int width, int height, const std::string &path)
 {
     if (!pixels || width <= 0 || height <= 0)
@@ -354,13 +360,13 @@ Result<void> Manager::saveRgb(const void *pixels, int width, int height, const s
     Image image(width, height, PixelFormat::Rgb24);
     std::memcpy(image.pixels(), pixels, image.stride() * static_cast<std::size_t>(height));
     m_leftOvers.clearOnce(folderOf(path));
-    return writeImage(image, path, options().quality, documentSettings());
+    return writeImage(image, path, options().quality, documentSettings(path));
 }
 
 Result<void> Manager::convert(const std::string &source, const std::string &destination)
 {
     m_leftOvers.clearOnce(folderOf(destination));
-    DocumentSettings wanted = documentSettings();
+    DocumentSettings wanted = documentSettings(destination);
     wanted.clean = fromEnvironment("KORV_CAMERA_CLEAN_FILES", false);
     if (wanted.clean && m_processEnds) {
         wanted.clean = false; // OpenCV's own globals may be destroyed by now
@@ -379,7 +385,7 @@ Result<void> Manager::addPage(const std::string &source)
 Result<void> Manager::combine(const std::string &destination)
 {
     const int quality = options().quality;
-    const DocumentSettings wanted = documentSettings();
+    const DocumentSettings wanted = documentSettings(destination);
     m_leftOvers.clearOnce(folderOf(destination));
     const MutexLock lock(m_documentMutex);
     return m_document.combine(destination, quality, wanted);

@@ -61,6 +61,7 @@ public:
 
 private:
     void describeOrigin(PhotographOptions &options, int width, int height) const;
+    DocumentSettings documentSettings(const std::string &destination) const;
     enum class State { Down, Changing, Ready };
 
     void beginChange(MutexLock &lock) REQUIRES(m_stateMutex);
@@ -68,7 +69,6 @@ private:
     void setSettings(Settings settings);
     void setRecogniser(std::shared_ptr<TextRecogniser> recogniser);
     std::shared_ptr<TextRecogniser> recogniser() const;
-    DocumentSettings documentSettings() const;
 
     const MonitorFactory m_monitors;
     const SettingsReader m_readSettings;

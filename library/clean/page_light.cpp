@@ -2,6 +2,7 @@
 
 #include "library/clean/light_fill.h"
 #include "library/clean/paper_regions.h"
+#include "library/clean/small_page.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -14,54 +15,10 @@ namespace korv::clean {
 
 namespace {
 
-constexpr int kMaxSide = 820; ///< of the small picture in which light is estimated
-
-/// In pixels of the small picture, 0.36 mm each on an A4 sheet: covers strokes of headlines.
-constexpr int kStrokeReach = 9;
 constexpr int kSoftening = 3;
 
 constexpr double kLitShare = 0.03; ///< of the paper; the rest of it is darker than what is "lit"
 constexpr float kBlank = 0.85F; ///< of the light: darker pixels of a page are written on
-
-/// Means of squares of pixels; a last row or column of squares that are not whole takes part.
-cv::Mat shrunk(const cv::Mat &picture, int cell, HelperThread &core)
-{
-    const int rows = std::max(1, picture.rows / cell);
-    const int columns = std::max(1, picture.cols / cell);
-    if (cell == 1)
-        return picture.clone();
-    cv::Mat result(rows, columns, picture.type());
-    core.shareRange(0, rows, [&](int first, int end) {
-        if (first == end)
-            return; // half of a single row
-        cv::Mat from = picture(cv::Range(first * cell, std::min(end * cell, picture.rows)),
-                               cv::Range(0, std::min(columns * cell, picture.cols)));
-        if (cell % 2 == 0 && from.rows > 1) // every second row will do, in half the time
-            from = cv::Mat(from.rows / 2, from.cols, from.type(), from.data, 2 * from.step[0]);
-        cv::Mat to = result.rowRange(first, end);
-        cv::resize(from, to, to.size(), 0, 0, cv::INTER_AREA);
-    });
-    return result;
-}
-
-cv::Mat withoutStrokes(const cv::Mat &small, HelperThread &core)
-{
-    const cv::Mat reach =
-        cv::getStructuringElement(cv::MORPH_RECT, cv::Size(kStrokeReach, kStrokeReach));
-    cv::Mat result(small.size(), small.type());
-    core.shareRange(0, small.rows, [&](int first, int end) {
-        if (first == end)
-            return; // half of a single row
-        // the rows around that the result depends on
-        const cv::Range around(std::max(0, first - kStrokeReach),
-                               std::min(small.rows, end + kStrokeReach));
-        cv::Mat closed;
-        cv::morphologyEx(small.rowRange(around), closed, cv::MORPH_CLOSE, reach);
-        closed.rowRange(first - around.start, end - around.start)
-            .copyTo(result.rowRange(first, end));
-    });
-    return result;
-}
 
 /// Half as large, or as large where that is too small; a last odd row or column takes no part.
 cv::Mat halved(const cv::Mat &picture)
@@ -172,7 +129,7 @@ cv::Scalar litPaper(const cv::Mat &light, const cv::Mat &paper)
 PageLight lightOn(const cv::Mat &picture, HelperThread &core)
 {
     PageLight result;
-    result.cell = (std::max(picture.cols, picture.rows) + kMaxSide - 1) / kMaxSide;
+    result.cell = smallCell(picture.size());
     const cv::Mat small = shrunk(picture, result.cell, core);
     const cv::Mat closed = withoutStrokes(small, core);
     const cv::Mat paper = paperRegions(closed);

@@ -18,6 +18,8 @@ struct DocumentSettings
     bool clean = false; ///< the light on the pages is evened out, see cleanPaper()
     /// Recognises the writing on the pages, for documents that can have text; null: nobody does.
     std::shared_ptr<TextRecogniser> text = nullptr;
+    /// Pages of writing become layers where the format has any, see takeApart().
+    bool compact = false;
 };
 
 /// What KORV_CAMERA_TITLE and KORV_CAMERA_PAGE_SIZE say goes before `settings`. A size that is none

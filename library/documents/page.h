@@ -11,6 +11,8 @@
 
 namespace korv {
 
+struct PageLayers;
+
 /// How pixels are coded that are no JPEG.
 enum class PixelCoding {
     CcittG4, ///< two levels, see encodeCcittG4()
@@ -40,6 +42,7 @@ struct Page
     int width = 0; ///< pixels
     int height = 0;
     Resolution resolution; ///< known
+    const PageLayers *layers = nullptr; ///< in place of all of these, for writers that know layers
     std::optional<SheetSize> sheet; ///< the picture lies in its middle; none: it is the page
     const PageText *text = nullptr; ///< the writing on it, upright as the picture; null: not known
 };

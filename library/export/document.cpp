@@ -37,6 +37,7 @@ PageOptions pageOptions(const Format &format, int quality, const DocumentSetting
     options.sheet = settings.sheet;
     options.clean = settings.clean;
     options.text = &text;
+    options.compact = settings.compact && format.hasLayers;
     return options;
 }
 

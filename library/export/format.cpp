@@ -72,6 +72,12 @@ constexpr Format picture(const char *extension, decltype(Format::writePicture) w
 
 enum class JpegsTaken { All, PlainOnly };
 
+constexpr Format withLayers(Format format)
+{
+    format.hasLayers = true;
+    return format;
+}
+
 template <typename Writer>
 constexpr Format document(const char *extension, PixelCoder codePixels, JpegsTaken jpegs)
 {
@@ -97,7 +103,7 @@ constexpr std::array<Format, 8> kFormats = {{
     picture("bmp", writeBmpPicture, RowsWanted::AllAtOnce),
     document<TiffWriter>("tif", codePixelsForTiff, JpegsTaken::PlainOnly),
     document<TiffWriter>("tiff", codePixelsForTiff, JpegsTaken::PlainOnly),
-    withText(document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All)),
+    withLayers(withText(document<PdfWriter>("pdf", codePixelsForPdf, JpegsTaken::All))),
     withText(document<OfdWriter>("ofd", codePixelsAsPng, JpegsTaken::All)),
 }};
 

@@ -37,6 +37,7 @@ struct Format
     PixelCoder codePixels = nullptr; ///< documents: see PageOptions
     bool plainJpegOnly = false; ///< documents: see PageOptions
     bool hasText = false; ///< documents: pages can have text
+    bool hasLayers = false; ///< documents: the writer takes Page::layers
 };
 
 /// By the path's extension in any case; null when there is none that is known.

@@ -1,6 +1,9 @@
 #include "library/export/page_maker.h"
 
+#include "library/base/exceptions_to_errors.h"
+#include "library/base/log.h"
 #include "library/clean/clean_paper.h"
+#include "library/compact/compact_page.h"
 #include "library/export/image_loader.h"
 #include "library/files/source_file.h"
 #include "library/image/colour_profile.h"
@@ -18,6 +21,7 @@ namespace {
 
 constexpr std::int64_t kLargePicture = 40'000'000; ///< pixels
 constexpr int kLossless = 100; ///< quality at which pixels stay what they are
+constexpr std::size_t kClearly = 2; ///< layers are to take at most one part of so many
 
 /// Chooses the resolution at which the picture just fits on its sheet, which is turned to suit it.
 void fitToSheet(Page &page)
@@ -54,6 +58,29 @@ void PageMaker::cleanIfWanted(Image &image) const
         return;
     HelperThread core;
     cleanPaper(image, core);
+}
+
+/// The page in layers, where they are clearly smaller than the page. Trouble with them costs the page
+/// nothing. `image` shows the page.
+Result<Page> PageMaker::compactIfWanted(Result<Page> page, const Image &image)
+{
+    if (!m_options.compact || !page || image.width() != page.value().width
+        || image.height() != page.value().height)
+        return page;
+    Result<std::optional<PageLayers>> layers = exceptionsToErrors([&] {
+        HelperThread core;
+        return takeApart(image, m_options.quality, core);
+    });
+    if (!layers) {
+        logLine(LogLevel::Warning, "a page is not made compact", layers.error().text);
+        return page;
+    }
+    const std::size_t whole = page.value().jpeg.size + page.value().coded.size;
+    if (!layers.value() || kClearly * layers.value()->size() > whole)
+        return page;
+    m_layers = std::move(*layers.value());
+    page.value().layers = &m_layers;
+    return page;
 }
 
 Result<Page> PageMaker::pixelPage(const Image &image)
@@ -101,6 +128,15 @@ Result<Page> PageMaker::encoded(const Image &image, jpeg::Subsampling subsamplin
     return jpegPage(m_coded, image.resolution());
 }
 
+Result<Page> PageMaker::reusedPage(ByteView jpeg, const jpeg::Info &info)
+{
+    Result<Page> page = jpegPage(jpeg, upright(info));
+    if (!m_options.compact)
+        return page;
+    const Result<Image> image = loadImage(m_content);
+    return image ? compactIfWanted(std::move(page), image.value()) : page;
+}
+
 Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
 {
     if (!structure.info.bilevel && !m_options.clean) {
@@ -109,7 +145,7 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
         if (!reused)
             return reused.error();
         if (!reused.value().empty())
-            return jpegPage(reused.value(), upright(structure.info));
+            return reusedPage(reused.value(), structure.info);
     }
     Result<Image> image = loadImage(m_content);
     if (!image)
@@ -119,7 +155,9 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
     if (m_image.isBilevel())
         return pixelPage(m_image);
     const jpeg::Info &info = structure.info;
-    return encoded(m_image, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation)));
+    return compactIfWanted(
+        encoded(m_image, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))),
+        m_image);
 }
 
 Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
@@ -183,8 +221,8 @@ Result<Page> PageMaker::madeOf(const Image &image)
 {
     const bool bits = image.isBilevel() && image.format() == PixelFormat::Gray8;
     if (bits || m_options.quality == kLossless)
-        return pixelPage(image);
-    return encoded(image, jpeg::EncodeOptions().subsampling);
+        return compactIfWanted(pixelPage(image), image);
+    return compactIfWanted(encoded(image, jpeg::EncodeOptions().subsampling), image);
 }
 
 Result<Page> PageMaker::fromImage(const Image &image)

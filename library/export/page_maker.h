@@ -2,6 +2,7 @@
 
 #include "library/base/result.h"
 #include "library/documents/page.h"
+#include "library/documents/page_layers.h"
 #include "library/export/document_text.h"
 #include "library/jpeg/jpeg_structure.h"
 #include "library/threads/mutex.h"
@@ -23,6 +24,7 @@ struct PageOptions
     Mutex *largePictures = nullptr; ///< makers that share it decode one large picture at a time
     bool clean = false; ///< even out the light on the pages
     DocumentText *text = nullptr; ///< where the pages' text comes from; borrowed; null: none
+    bool compact = false; ///< store pages of writing in layers where that is clearly smaller
 };
 
 /// Turns picture files and pixels into pages. A page stays valid until the next one is made; the
@@ -56,6 +58,8 @@ private:
     Result<Page> jpegPage(ByteView jpeg, const Resolution &source);
     void place(Page &page, const Resolution &stated) const;
     Page withText(Page page, ByteView content, std::uint64_t part, const std::string &name);
+    Result<Page> compactIfWanted(Result<Page> page, const Image &image);
+    Result<Page> reusedPage(ByteView jpeg, const jpeg::Info &info);
 
     PageOptions m_options;
     Bytes m_content;
@@ -64,6 +68,7 @@ private:
     Bytes m_profile;
     Image m_image;
     TextRecogniser::Text m_text;
+    PageLayers m_layers;
 };
 
 } // namespace korv

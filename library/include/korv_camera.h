@@ -212,6 +212,8 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * photograph has been saved. The call then waits for the text of a page, by default 20 seconds at
  * most, and after two pages that took longer for no other. A page without text is a page all the
  * same; standard error says why it has none.
+ * KORV_CAMERA_COMPACT=yes, or compact = yes under [documents] in the settings, stores pages of
+ * writing in pdf in layers of ink and paper; the environment goes before the settings.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,
  * named, and its folder synced.
  * An existing file is never touched: the new one takes the next free name of the form

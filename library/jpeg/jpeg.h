@@ -40,6 +40,7 @@ struct EncodeOptions
     int quality = 95; ///< 1..100
     Subsampling subsampling = Subsampling::S420; ///< colour pictures only
     ByteView exif = {}; ///< APP1 payload; empty for none
+    bool progressive = false; ///< smaller, but decoded in several passes; not of bilevel pictures
 };
 
 struct DecodeOptions

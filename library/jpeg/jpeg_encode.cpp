@@ -79,6 +79,8 @@ void Compressor::configure(const Image &image, const EncodeOptions &options)
         m_state.comp_info[0].h_samp_factor = 1;
         m_state.comp_info[0].v_samp_factor = 1;
     }
+    if (options.progressive)
+        jpeg_simple_progression(&m_state);
     stateDensity(m_state, image.resolution());
 }
 

@@ -34,6 +34,7 @@ struct Settings
     std::optional<SheetSize> pageSize; ///< of all pages of documents
     TextLanguages text; ///< documents: writing is recognised in these languages
     double textWait = 20; ///< seconds that a document waits for the text of a page at most
+    bool compact = false; ///< documents: pages of writing in layers, which are smaller
 
     bool followMains = true; ///< set the power line frequency of cameras where nobody has
     bool settle = false; ///< withhold the frames of a stream until the picture has settled

@@ -111,6 +111,9 @@ const std::vector<SettingKey> &settingKeys()
          "KORV_CAMERA_TEXT", into<&Settings::text>},
         {"documents", "text-wait", "20", "Seconds to wait for the text of a page at most", nullptr,
          intoTextWait},
+        {"documents", "compact", "no",
+         "Store pages of writing in PDF in layers of ink and paper, a tenth as large",
+         "KORV_CAMERA_COMPACT", into<&Settings::compact>},
         {"cameras", "follow-mains", "yes",
          "Set the power line frequency where nobody has: automatic, else by the time zone's "
          "country",

@@ -83,6 +83,7 @@ complete -c korvcam -n '__korvcam_has snap convert' -l format -x -a 'jpg png bmp
 complete -c korvcam -n '__korvcam_has scan combine' -l title -x -d 'Title of the document'
 complete -c korvcam -n '__korvcam_has scan combine' -l page-size -x -a 'A3 A4 A5 letter card' -d 'Size of every page'
 complete -c korvcam -n '__korvcam_has scan convert combine' -l text -x -d 'Languages of the writing to recognise'
+complete -c korvcam -n '__korvcam_has scan convert combine' -l compact -d 'Make pages of writing smaller'
 complete -c korvcam -n '__korvcam_has convert combine' -F
 
 complete -c korvcam -n '__korvcam_has snap scan' -l color -x -a 'color gray lineart' -d 'Colors of the photographs'

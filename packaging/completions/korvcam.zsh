@@ -66,7 +66,10 @@ _korvcam_options()
     quality=('(-q --quality)'{-q,--quality}'[JPEG quality]:quality, 1 to 100: ')
     force=('(-f --force)'{-f,--force}'[replace an existing file]')
     json=('--json[print one JSON object a line]')
-    text=('--text[languages of the writing to recognise]:languages, such as chi_sim+eng: ')
+    text=(
+        '--text[languages of the writing to recognise]:languages, such as chi_sim+eng: '
+        '--compact[make pages of writing smaller]'
+    )
     timeout=('--timeout[seconds to wait for a frame]:seconds: ')
     resolution=('(-r --resolution)'{-r,--resolution}'[size, one of modes]:width x height: ')
     photograph=(

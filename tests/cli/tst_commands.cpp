@@ -412,6 +412,25 @@ TEST_F(Commands, pageThatTurnsOutBadWhileTheDocumentIsWrittenIsFound)
     EXPECT_FALSE(std::filesystem::exists(m_options.destination));
 }
 
+TEST_F(Commands, compactReachesTheLibrary)
+{
+    const support::ScopedVariable compact("KORV_CAMERA_COMPACT", std::nullopt);
+    m_options.sources = {"1.jpg"};
+    m_options.destination = (m_home.scratch() / "c.pdf").string();
+    m_options.compact = true;
+    std::string seen = (m_home.scratch() / "seen").string();
+    fake_set_hook(
+        [](const char *name, const char *, void *file) {
+            if (std::string(name) == "Init")
+                std::ofstream(*static_cast<std::string *>(file))
+                    << std::getenv("KORV_CAMERA_COMPACT");
+        },
+        &seen);
+    EXPECT_EQ(run(Command::Combine), ExitCode::Success);
+    EXPECT_EQ(support::readFile(seen), "yes");
+    EXPECT_EQ(std::getenv("KORV_CAMERA_COMPACT"), nullptr);
+}
+
 TEST_F(Commands, titleAndPageSizeReachTheLibrary)
 {
     const support::ScopedVariable title("KORV_CAMERA_TITLE", std::nullopt);

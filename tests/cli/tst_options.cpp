@@ -95,6 +95,15 @@ TEST(Options, cleanIsOffUnlessAskedFor)
     EXPECT_FALSE(parse({"combine", "--clean", "a.jpg", "-o", "b.pdf"}).options);
 }
 
+TEST(Options, compactIsOffUnlessAskedFor)
+{
+    EXPECT_FALSE(parse({"combine", "a.jpg", "-o", "b.pdf"}).options->compact);
+    EXPECT_TRUE(parse({"combine", "--compact", "a.jpg", "-o", "b.pdf"}).options->compact);
+    EXPECT_TRUE(parse({"convert", "--compact", "a.jpg", "b.pdf"}).options->compact);
+    EXPECT_TRUE(parse({"scan", "--compact", "-o", "b.pdf"}).options->compact);
+    EXPECT_FALSE(parse({"snap", "--compact", "-o", "b.jpg"}).options);
+}
+
 TEST(Options, defaultsOfScan)
 {
     const auto options = parse({"scan", "-o", "a.pdf"}).options;

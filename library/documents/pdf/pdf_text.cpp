@@ -34,6 +34,11 @@ std::string hexadecimal(const std::string &utf8)
 
 } // namespace
 
+std::string reference(int number)
+{
+    return std::to_string(number) + " 0 R";
+}
+
 std::string pdfText(const std::string &utf8)
 {
     const bool plain = std::all_of(utf8.begin(), utf8.end(),

@@ -5,6 +5,9 @@
 
 namespace korv {
 
+/// A reference to an object: "12 0 R".
+std::string reference(int number);
+
 /// A text string object (ISO 32000-1, 7.9.2.2) of UTF-8: literal when it is ASCII, otherwise
 /// UTF-16BE in hexadecimal. Bytes that are no UTF-8 become U+FFFD.
 std::string pdfText(const std::string &utf8);

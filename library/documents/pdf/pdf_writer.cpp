@@ -18,11 +18,6 @@ namespace korv {
 
 namespace {
 
-std::string reference(int number)
-{
-    return std::to_string(number) + " 0 R";
-}
-
 /// Decimals of a page's size. More than two would say nothing where the size is exact: they are
 /// what is left of an inch.
 int placesOf(const Page &page)
@@ -171,6 +166,15 @@ Result<int> PdfWriter::profileObject(const Page &page)
     return number;
 }
 
+Result<PdfWriter::PictureUse> PdfWriter::writePictures(int first, const Page &page)
+{
+    if (page.layers != nullptr)
+        return writeLayers(first, page);
+    if (Result<void> written = writePicture(first, page); !written)
+        return written.error();
+    return PictureUse{"/Im0 " + reference(first), "/Im0 Do"};
+}
+
 Result<void> PdfWriter::addPage(const Page &page)
 {
     if (m_offsets.empty()) {
@@ -180,8 +184,9 @@ Result<void> PdfWriter::addPage(const Page &page)
     const int picture = reserveObject();
     const int content = reserveObject();
     const int sheet = reserveObject();
-    if (Result<void> written = writePicture(picture, page); !written)
-        return written;
+    const Result<PictureUse> pictures = writePictures(picture, page);
+    if (!pictures)
+        return pictures.error();
 
     const std::string width = pointsOf(page.width, page.resolution.x, placesOf(page));
     const std::string height = pointsOf(page.height, page.resolution.y, placesOf(page));
@@ -189,8 +194,8 @@ Result<void> PdfWriter::addPage(const Page &page)
         page.sheet ? marginOf(page.sheet->width, page.width, page.resolution.x) : "0";
     const std::string under =
         page.sheet ? marginOf(page.sheet->height, page.height, page.resolution.y) : "0";
-    const std::string drawing =
-        "q " + width + " 0 0 " + height + " " + left + " " + under + " cm /Im0 Do Q";
+    const std::string drawing = "q " + width + " 0 0 " + height + " " + left + " " + under + " cm "
+        + pictures.value().drawing + " Q";
     std::string text = textOf(page);
     if (!text.empty())
         text = "q " + pixelMatrix(page, left, under) + "\n" + text + " Q";
@@ -202,7 +207,7 @@ Result<void> PdfWriter::addPage(const Page &page)
                        "<< /Type /Page /Parent " + reference(m_pageTree) + " /MediaBox [0 0 "
                            + (page.sheet ? pointsOf(page.sheet->width) : width) + " "
                            + (page.sheet ? pointsOf(page.sheet->height) : height)
-                           + "] /Resources << /XObject << /Im0 " + reference(picture) + " >> "
+                           + "] /Resources << /XObject << " + pictures.value().objects + " >> "
                            + (text.empty() ? ""
                                            : std::string("/Font << /") + kTextFontName + " "
                                       + reference(m_fontNumber) + " >> ")

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/documents/document_writer.h"
+#include "library/documents/page_layers.h"
 #include "library/documents/pdf/text_font.h"
 
 #include <map>
@@ -10,10 +11,11 @@
 namespace korv {
 
 /// A PDF/A-2b document (ISO 19005-2, so ISO 32000-1) of page pictures: JPEG pages are stored as
-/// they are, other pixels as CCITT G4 or deflated. Colours are sRGB or those of the JPEG's profile.
-/// Pixels must be coded in CCITT G4 or as PNG. The text of pages lies invisibly over them, and
-/// makes the document a PDF/A-2u. Objects are written front to back, the page tree and the
-/// cross-reference table last. Apart from date and identifier the same pages make the same bytes.
+/// they are, other pixels as CCITT G4 or deflated, layers one above the other. Colours are sRGB or
+/// those of the JPEG's profile. Pixels must be coded in CCITT G4 or as PNG. The text of pages lies
+/// invisibly over them, and makes the document a PDF/A-2u. Objects are written front to back, the page
+/// tree and the cross-reference table last. Apart from date and identifier the same pages make the
+/// same bytes.
 class PdfWriter : public DocumentWriter
 {
 public:
@@ -23,11 +25,22 @@ public:
     Result<void> finish() override;
 
 private:
+    /// How the pictures of a page get onto it.
+    struct PictureUse
+    {
+        std::string objects; ///< their entries in the page's XObject dictionary
+        std::string drawing; ///< operators that fill the unit square with them
+    };
+
     Result<void> begin();
     int reserveObject();
     Result<void> beginObject(int number);
     Result<void> writeObject(int number, const std::string &body);
     Result<void> writeStream(int number, const std::string &entries, ByteView data);
+    Result<PictureUse> writePictures(int first, const Page &page);
+    Result<PictureUse> writeLayers(int first, const Page &page);
+    Result<void> writeLayer(int number, const LayerJpeg &layer, const std::string &more);
+    Result<void> writeMask(int number, const Page &page);
     Result<void> writePicture(int number, const Page &page);
     Result<void> writePixels(int number, const Page &page);
     Result<void> writeDrawing(int number, const std::string &picture, const std::string &text);

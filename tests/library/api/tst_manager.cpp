@@ -317,6 +317,41 @@ TEST_F(ManagerFiles, conversionsAreCleanedOnlyByTheirOwnVariable)
     EXPECT_GT(contentOf(m_folder / "clean.bmp").back(), 200);
 }
 
+TEST_F(ManagerFiles, documentsAreCompactByTheSettingsAndTheEnvironmentGoesBefore)
+{
+    Manager manager([](const korv::Settings &) { return korv::Session::Monitors(); },
+                    [] {
+                        korv::Settings settings;
+                        settings.compact = true;
+                        return settings;
+                    });
+    ASSERT_TRUE(manager.initialise());
+    // a black bar on white paper with grain, which no JPEG likes
+    std::string pixels(3 * 800 * 600, '\xe0');
+    std::uint32_t state = 1;
+    for (char &level : pixels) {
+        state = state * 1664525U + 1013904223U;
+        level = static_cast<char>(224 + static_cast<int>(state >> 29));
+    }
+    for (int y = 100; y < 120; ++y)
+        std::fill_n(pixels.begin() + 3 * (800 * y + 100), 3 * 600, '\x20');
+    const auto isLayered = [&](const std::string &name) {
+        const korv::Bytes pdf = contentOf(m_folder / name);
+        return std::string(pdf.begin(), pdf.end()).find("/ImageMask true") != std::string::npos;
+    };
+    ASSERT_TRUE(manager.saveRgb(pixels.data(), 800, 600, m_folder / "a.jpg"));
+    ASSERT_TRUE(manager.saveRgb(pixels.data(), 800, 600, m_folder / "rgb.pdf"));
+    EXPECT_TRUE(isLayered("rgb.pdf"));
+    ASSERT_TRUE(manager.convert(m_folder / "a.jpg", m_folder / "converted.pdf"));
+    EXPECT_TRUE(isLayered("converted.pdf"));
+    ASSERT_TRUE(manager.addPage(m_folder / "a.jpg"));
+    ASSERT_TRUE(manager.combine(m_folder / "combined.pdf"));
+    EXPECT_TRUE(isLayered("combined.pdf"));
+    const support::ScopedVariable off("KORV_CAMERA_COMPACT", "no");
+    ASSERT_TRUE(manager.convert(m_folder / "a.jpg", m_folder / "plain.pdf"));
+    EXPECT_FALSE(isLayered("plain.pdf"));
+}
+
 TEST_F(ManagerFiles, badPhotographsAreRefusedAndLeaveNoFile)
 {
     const std::string path = m_folder / "photograph.jpg";

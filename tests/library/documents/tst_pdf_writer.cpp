@@ -1,5 +1,6 @@
 #include "library/documents/pdf/pdf_writer.h"
 
+#include "library/documents/page_layers.h"
 #include "library/documents/pixel_coders.h"
 #include "library/export/page_maker.h"
 #include "library/files/memory_sink.h"
@@ -243,4 +244,111 @@ TEST_F(PdfWriterTest, secondReaderShowsTheSamePixels)
     };
     EXPECT_LT(pictures::difference(page(1), jpeg::decode(colour).value()), 1.5);
     EXPECT_LT(pictures::difference(page(2), pictures::toRgb(lineart)), 0.5);
+}
+
+namespace {
+
+/// A page in layers: gray paper, a picture on the left, red ink by a mask.
+PageLayers layersOf(const Image &mask)
+{
+    const auto layer = [](int width, int height, std::uint8_t red, std::uint8_t other) {
+        Image image(width, height, PixelFormat::Rgb24);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                std::uint8_t *pixel = image.row(y) + 3 * x;
+                pixel[0] = red;
+                pixel[1] = other;
+                pixel[2] = other;
+            }
+        }
+        return LayerJpeg{pictures::jpegOf(image), width, height, false};
+    };
+    PageLayers layers;
+    layers.paper = layer(75, 50, 200, 200);
+    layers.ink = layer(30, 20, 180, 20);
+    layers.mask = codePixelsForPdf(mask, 72).value().data;
+    layers.pictures.push_back({layer(60, 40, 20, 90), 10, 150});
+    return layers;
+}
+
+Page pageOf(const PageLayers &layers)
+{
+    Page page;
+    page.layers = &layers;
+    page.width = 300;
+    page.height = 200;
+    page.resolution = 72;
+    return page;
+}
+
+/// 300 x 200, a black box in the upper right quarter.
+Image boxMask()
+{
+    Image mask(300, 200, PixelFormat::Gray8);
+    for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 300; ++x)
+            mask.row(y)[x] = x >= 200 && x < 260 && y >= 20 && y < 60 ? 0 : 255;
+    }
+    mask.setBilevel(true);
+    return mask;
+}
+
+} // namespace
+
+TEST_F(PdfWriterTest, layersLieOneAboveTheOther)
+{
+    const PageLayers layers = layersOf(boxMask());
+    write({pageOf(layers)});
+    const ProgramResult check = runProgram({"qpdf", "--check", m_path});
+    EXPECT_EQ(check.status, 0) << check.output << check.errors;
+    const Image shown = rendered(72);
+    ASSERT_EQ(shown.width(), 300);
+    const auto isAbout = [&](int x, int y, int red, int other) {
+        const std::uint8_t *pixel = shown.row(y) + 3 * x;
+        EXPECT_NEAR(pixel[0], red, 8) << x << " " << y;
+        EXPECT_NEAR(pixel[1], other, 8) << x << " " << y;
+    };
+    for (const int x : {202, 257}) {
+        for (const int y : {22, 57})
+            isAbout(x, y, 180, 20); // ink, inside the box's corners
+    }
+    for (const int x : {12, 67}) {
+        for (const int y : {152, 187})
+            isAbout(x, y, 20, 90); // picture
+    }
+    for (const auto &[x, y] : {std::pair(196, 40),
+                               {264, 40},
+                               {230, 16},
+                               {230, 64},
+                               {6, 170},
+                               {75, 170},
+                               {40, 146},
+                               {40, 194},
+                               {150, 100}})
+        isAbout(x, y, 200, 200); // paper
+}
+
+TEST_F(PdfWriterTest, layersNeedNothingThatArchivesForbid)
+{
+    const PageLayers layers = layersOf(boxMask());
+    write({pageOf(layers)});
+    const Bytes pdf = pictures::readBytes(m_path);
+    const std::string text(pdf.begin(), pdf.end());
+    // ISO 19005-2: 6.2.8 (pictures), 6.2.10 (transparency without a blending colour space)
+    for (const char *forbidden : {"/Interpolate", "/Alternates", "/OPI", "/SMask", "/JBIG2Globals"})
+        EXPECT_EQ(text.find(forbidden), std::string::npos) << forbidden;
+    EXPECT_THAT(text, HasSubstr("/ImageMask true /BitsPerComponent 1"));
+    EXPECT_THAT(text, HasSubstr("/Mask "));
+    EXPECT_THAT(runProgram({"pdfimages", "-list", m_path}).output, HasSubstr("ccitt"));
+}
+
+TEST_F(PdfWriterTest, layersWithoutInkArePaperOnly)
+{
+    PageLayers layers = layersOf(boxMask());
+    layers.mask.clear();
+    layers.ink = {};
+    layers.pictures.clear();
+    write({pageOf(layers)});
+    EXPECT_EQ(runProgram({"qpdf", "--check", m_path}).status, 0);
+    EXPECT_NEAR(rendered(72).row(40)[3 * 230], 200, 8);
 }

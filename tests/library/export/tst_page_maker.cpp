@@ -7,7 +7,9 @@
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <gtest/gtest.h>
 
 using namespace korv;
@@ -98,4 +100,93 @@ TEST_F(PageMakerTest, unreadableFilesAreErrors)
     EXPECT_EQ(maker.fromFile(file(Bytes(100, 1))).code(), -EBADMSG);
     const Bytes jpeg = pictures::jpegOf(pictures::page(160, 120));
     EXPECT_EQ(maker.fromFile(file(Bytes(jpeg.begin(), jpeg.end() - 50))).code(), -EBADMSG);
+}
+
+namespace {
+
+/// White paper with grain and one black bar.
+Image barred(int width, int height)
+{
+    Image image(width, height, PixelFormat::Rgb24);
+    std::uint32_t state = 1;
+    for (int y = 0; y < height; ++y) {
+        const bool isBar = y >= height / 4 && y < height / 4 + 20;
+        for (std::size_t i = 0; i < image.stride(); ++i) {
+            state = state * 1664525U + 1013904223U;
+            const auto x = static_cast<int>(i / 3);
+            const std::uint8_t level = isBar && x > 50 && x < width - 50 ? 30 : 224;
+            image.row(y)[i] = static_cast<std::uint8_t>(level + (state >> 29));
+        }
+    }
+    return image;
+}
+
+PageOptions compactOptions(int quality = 95)
+{
+    PageOptions options;
+    options.quality = quality;
+    options.codePixels = codePixelsForPdf;
+    options.compact = true;
+    return options;
+}
+
+} // namespace
+
+TEST_F(PageMakerTest, pagesOfWritingBecomeLayersWhenAskedTo)
+{
+    const Image picture = barred(800, 600);
+    const std::string path = file(pictures::jpegOf(picture));
+    PageOptions options = compactOptions();
+    options.compact = false;
+    const Result<Page> plain = PageMaker(options).fromFile(path);
+    ASSERT_TRUE(plain);
+    EXPECT_EQ(plain.value().layers, nullptr);
+    for (const int quality : {95, 50, 100}) {
+        PageMaker maker(compactOptions(quality));
+        for (const bool fromFile : {true, false}) {
+            const Result<Page> page = fromFile ? maker.fromFile(path) : maker.fromImage(picture);
+            ASSERT_TRUE(page);
+            ASSERT_NE(page.value().layers, nullptr) << quality << fromFile;
+            EXPECT_EQ(page.value().width, 800);
+            EXPECT_EQ(page.value().height, 600);
+            EXPECT_FALSE(page.value().layers->mask.empty());
+        }
+    }
+}
+
+TEST_F(PageMakerTest, layersOfATurnedPageStandUpright)
+{
+    const Bytes jpeg = testing_support::sidewaysJpegOf(barred(800, 600));
+    PageMaker maker(compactOptions());
+    const Result<Page> page = maker.fromFile(file(jpeg));
+    ASSERT_TRUE(page);
+    ASSERT_NE(page.value().layers, nullptr);
+    EXPECT_EQ(page.value().width, 600);
+    EXPECT_EQ(page.value().height, 800);
+    EXPECT_EQ(page.value().layers->paper.width, 150);
+    EXPECT_EQ(page.value().layers->paper.height, 200);
+}
+
+TEST_F(PageMakerTest, layersThatAreNotClearlySmallerStayAway)
+{
+    // stripes without grain take next to nothing as a PNG
+    Image striped(400, 400, PixelFormat::Gray8);
+    for (int y = 0; y < 400; ++y)
+        std::fill_n(striped.row(y), 400, static_cast<std::uint8_t>(y % 16 < 4 ? 30 : 224));
+    PageMaker maker(compactOptions(100));
+    const Result<Page> page = maker.fromImage(striped);
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page.value().layers, nullptr);
+    EXPECT_EQ(page.value().coding, PixelCoding::Png);
+    EXPECT_FALSE(page.value().coded.empty());
+}
+
+TEST_F(PageMakerTest, bilevelPagesStayWhatTheyAre)
+{
+    PageMaker maker(compactOptions());
+    const Image lineart = pictures::lineart(800, 600);
+    const Result<Page> page = maker.fromImage(lineart);
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page.value().layers, nullptr);
+    EXPECT_EQ(page.value().coding, PixelCoding::CcittG4);
 }

@@ -68,6 +68,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
                                              "page-size = a4\n"
                                              "text = chi_sim+eng\n"
                                              "text-wait = 2.5\n"
+                                             "compact = yes\n"
                                              "[camera 1B17:0211]\n"
                                              "control.brightness = 12\n"
                                              "control.power_line_frequency = 50 Hz\n"
@@ -78,6 +79,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_EQ(reading.settings.textWait, 2.5);
     ASSERT_TRUE(reading.settings.pageSize);
     EXPECT_EQ(reading.settings.pageSize->height, 297);
+    EXPECT_TRUE(reading.settings.compact);
     const CameraSettings *camera = reading.settings.camera(0x1b17, 0x0211);
     ASSERT_NE(camera, nullptr);
     EXPECT_THAT(camera->controls,
@@ -86,7 +88,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_THAT(camera->scales, ElementsAre(testing::Pair(std::pair(1920, 1080), 5.125)));
     EXPECT_EQ(reading.settings.camera(0x1b17, 0x0212), nullptr);
     EXPECT_EQ(reading.inForce.back().section, "camera 1b17:0211");
-    EXPECT_EQ(reading.inForce.size(), 7U);
+    EXPECT_EQ(reading.inForce.size(), 8U);
 }
 
 TEST_F(SettingsReaderTest, usersFileGoesBeforeTheSystemsAndTheLaterLineBeforeTheEarlier)

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "library/base/bytes.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace korv {
+
+/// A JPEG that is stretched over the place where it belongs.
+struct LayerJpeg
+{
+    Bytes jpeg; ///< complete file; empty: there is no such layer
+    int width = 0; ///< pixels of its own
+    int height = 0;
+    bool gray = false;
+};
+
+/// A JPEG that lies on a part of the page, one pixel of it on one of the page's.
+struct PicturePatch
+{
+    LayerJpeg picture;
+    int left = 0; ///< pixels of the page
+    int top = 0;
+};
+
+/// A page taken apart, the lowest layer first. Together they show the page: the paper all over it, on
+/// that the pictures, and the ink where the mask is set.
+struct PageLayers
+{
+    LayerJpeg paper;
+    std::vector<PicturePatch> pictures;
+    LayerJpeg ink; ///< colours only; what is between letters means nothing
+    Bytes mask; ///< where ink is: CCITT G4, black, as wide and as high as the page; empty: nowhere
+
+    std::size_t size() const
+    {
+        std::size_t sum = paper.jpeg.size() + ink.jpeg.size() + mask.size();
+        for (const PicturePatch &patch : pictures)
+            sum += patch.picture.jpeg.size();
+        return sum;
+    }
+};
+
+} // namespace korv
