@@ -58,7 +58,7 @@ readonly kTestPackages=(
     "qpdf|reads PDF files back"
     "poppler-utils|reads PDF files back: pdftoppm"
     "mupdf-tools|reads PDF files back, a second reader"
-    "libtiff-tools|reads TIFF files back: tiffinfo"
+    "libtiff-tools|reads TIFF files back: tiffinfo; changes their tags: tiffset"
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"
     "libxml2-utils|reads OFD files back: xmllint"
