@@ -1,7 +1,21 @@
 # shellcheck shell=bash disable=SC2034
-# Debian packages of the project, each with its reason, and their installation; the release they
+# Debian packages of the project, each with its reason, and their installation; the releases they
 # come from; the folder that is built in.
-# Sourced by ./run, ./test and other scripts; needs nothing that a minimal Debian 12 lacks.
+# Sourced by ./run, ./test and other scripts; needs nothing that a minimal Debian lacks.
+
+# Prints the number of this release of Debian; nothing on any other system.
+debianRelease()
+{
+    # shellcheck disable=SC1091
+    (. /etc/os-release 2>/dev/null && [[ ${ID:-} == debian ]] && echo "${VERSION_ID:-}") || true
+}
+
+readonly kReleases=(12 13)
+# the clang of this release, which is part of a package's name
+case $(debianRelease) in
+    12) readonly kClangVersion=14 ;;
+    *) readonly kClangVersion=19 ;;
+esac
 
 # name|why
 readonly kRunPackages=(
@@ -47,7 +61,7 @@ readonly kTestPackages=(
     "qpdf|reads PDF files back"
     "poppler-utils|reads PDF files back: pdftoppm"
     "mupdf-tools|reads PDF files back, a second reader"
-    "libtiff-tools|reads TIFF files back: tiffinfo"
+    "libtiff-tools|reads TIFF files back: tiffinfo; changes their tags: tiffset"
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"
     "libxml2-utils|reads OFD files back: xmllint"
@@ -66,9 +80,15 @@ readonly kPackagingPackages=(
     "file|tells CPack which files are programs"
     "python3|puts the changelog into the software centre's description"
 )
+# only for ./test --release
+readonly kFreshDebianPackages=(
+    "debootstrap|makes a fresh Debian to build and test in"
+    "wget|asks whether Debian's mirror can be reached"
+    "util-linux|keeps the fresh Debian's processes apart: unshare"
+)
 # only for ./test --packages
 readonly kPackageTestPackages=(
-    "debootstrap|makes a fresh Debian 12 to install the packages in"
+    "debootstrap|makes a fresh Debian to install the packages in"
     "lintian|Debian's own check of packages"
     "desktop-file-utils|checks the desktop entry"
     "appstream|checks the software centre's description"
@@ -108,7 +128,7 @@ readonly kCheckPackages=(
 # only for tools/fuzz.sh
 readonly kFuzzPackages=(
     "clang|the compiler that knows libFuzzer"
-    "libclang-rt-14-dev|libFuzzer and the sanitizers' libraries"
+    "libclang-rt-$kClangVersion-dev|libFuzzer and the sanitizers' libraries"
     "llvm|names of functions in its reports"
 )
 
@@ -128,16 +148,16 @@ complain()
     echo "${0##*/}: $*" >&2
 }
 
-# Refuses a system that is not the supported release, in one line. With "yes" it says so and goes on.
+# Refuses a system that is not a supported release, in one line. With "yes" it says so and goes on.
 requireRelease()
 {
     local goOn=$1 release name
-    # shellcheck disable=SC1091
-    release=$(. /etc/os-release 2>/dev/null && echo "${ID:-} ${VERSION_ID:-}") || true
-    [[ $release != "debian 12" ]] || return 0
+    release=$(debianRelease)
+    [[ -z $release || " ${kReleases[*]} " != *" $release "* ]] || return 0
     # shellcheck disable=SC1091
     name=$(. /etc/os-release 2>/dev/null && echo "${PRETTY_NAME:-}") || true
-    name="this is ${name:-an unknown system}; only Debian 12 is supported"
+    name="this is ${name:-an unknown system}; only Debian $(sed 's/ / and /' <<<"${kReleases[*]}")"
+    name+=" are supported"
     if [[ $goOn == yes ]]; then
         complain "$name"
     else

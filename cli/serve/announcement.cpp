@@ -11,6 +11,7 @@
 #include <avahi-common/malloc.h>
 #include <avahi-common/strlst.h>
 #include <avahi-common/thread-watch.h>
+#include <cstdint>
 #include <net/if.h>
 #include <vector>
 

@@ -194,7 +194,10 @@ private:
         static_assert(kFractionBits == 8 && kHalf == 128, "bytes side by side");
         cv::v_uint8x16 lower;
         cv::v_uint8x16 upper;
-        cv::v_zip(cv::v_setall_u8(kHalf), levels, lower, upper);
+        if constexpr (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__)
+            cv::v_zip(cv::v_setall_u8(kHalf), levels, lower, upper);
+        else
+            cv::v_zip(levels, cv::v_setall_u8(kHalf), lower, upper);
         return cv::v_reinterpret_as_u16(lower);
     }
 

@@ -30,7 +30,7 @@ public:
     {
         if (setjmp(m_jump) != 0) // NOLINT(cert-err52-cpp): libjpeg offers no other way out
             return false;
-        work();
+        runInOwnFrame(work);
         return true;
     }
 
@@ -45,6 +45,8 @@ public:
     static void onProgress(j_common_ptr state);
 
 private:
+    // variables of `work` that were inlined beside setjmp() would be undefined after the jump
+    template <typename Work> [[gnu::noinline]] static void runInOwnFrame(Work &work) { work(); }
     static void onError(j_common_ptr state);
     static void onMessage(j_common_ptr state, int level);
     static void onOutput(j_common_ptr state);

@@ -44,13 +44,16 @@ template <Levels levels> cv::v_int16x8 changed(const cv::v_uint16x8 &samples)
     }
 }
 
+/// Which byte of each two is the lower one of the number that they are read as.
+constexpr Bytewise kLowerByte =
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? Bytewise::Even : Bytewise::Odd;
+
 /// Of sixteen bytes the chosen eight, or of eight all, as 16-bit numbers.
 template <Bytewise which> cv::v_uint16x8 chosen(const std::uint8_t *source)
 {
-    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the even byte is the lower one");
     if constexpr (which == Bytewise::Each)
         return cv::v_load_expand(source);
-    else if constexpr (which == Bytewise::Even)
+    else if constexpr (which == kLowerByte)
         return cv::v_reinterpret_as_u16(cv::v_load(source)) & cv::v_setall_u16(0xFF);
     else
         return cv::v_reinterpret_as_u16(cv::v_load(source)) >> 8;

@@ -6,6 +6,7 @@
 #include "tests/fuzz/check.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace {
 

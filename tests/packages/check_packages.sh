@@ -1,6 +1,6 @@
 #!/bin/bash
 # Builds the Debian packages twice, compares them, has them examined by Debian's own tools, and lives
-# with them in a fresh Debian 12: install, use, upgrade, replace, remove, purge.
+# with them in a fresh Debian of this machine's release: install, use, upgrade, replace, remove, purge.
 # Usage: check_packages.sh ROOT WORK     ROOT: the sources, WORK: a folder for everything it makes
 # Status 0 passed, 1 failed, 77 cannot be run here (skipped).
 set -euo pipefail
@@ -12,8 +12,11 @@ source "$here/fresh_debian.sh"
 source "$here/steps.sh"
 
 mirror=${KORV_DEBIAN_MIRROR:-http://deb.debian.org/debian}
-obstacle=$(freshDebianObstacle "$mirror" lintian desktop-file-validate appstreamcli man mandoc \
-    systemd-analyze djpeg)
+# the packages are made for the libraries of this release
+# shellcheck disable=SC1091
+release=$(. /etc/os-release && echo "${VERSION_CODENAME:-bookworm}")
+obstacle=$(freshDebianObstacle "$mirror" "$release" lintian desktop-file-validate appstreamcli \
+    man mandoc systemd-analyze djpeg)
 [[ -z $obstacle ]] || { echo "package tests skipped: $obstacle" && exit 77; }
 
 rm -rf --one-file-system -- "$work"
@@ -71,7 +74,7 @@ buildElsewhere()
     "$copy/scripts/package" --output "$work/packages/upgrade" --revision 99
 }
 
-start debian makeFreshDebian "$debian" "$mirror"
+start debian makeFreshDebian "$debian" "$mirror" "$release"
 step "first build" "$root/scripts/package" --output "$work/packages/first"
 start second buildElsewhere
 step "fresh Debian (waited for)" finish debian

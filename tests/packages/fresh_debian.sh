@@ -1,29 +1,31 @@
 # shellcheck shell=bash
-# A fresh Debian 12 in a folder, to install packages in. Sourced; needs root.
+# A fresh Debian in a folder, to install packages in. Sourced; needs root.
 
-# freshDebianObstacle MIRROR TOOL ...: why this machine cannot have one, or lacks a tool that is used
-# with it; nothing when all is there.
+# freshDebianObstacle MIRROR RELEASE TOOL ...: why this machine cannot have one of that release, or
+# lacks a tool that is used with it; nothing when all is there.
 freshDebianObstacle()
 {
-    local mirror=$1 tool
+    local mirror=$1 release=$2 tool
     ((EUID == 0)) || { echo "only root can make a fresh Debian" && return; }
-    for tool in debootstrap wget unshare chroot "${@:2}"; do
+    for tool in debootstrap wget unshare chroot "${@:3}"; do
         command -v "$tool" >/dev/null || { echo "$tool is not installed" && return; }
     done
+    [[ -e /usr/share/debootstrap/scripts/$release ]] ||
+        { echo "debootstrap knows no release '$release'" && return; }
     unshare --mount --pid --fork true 2>/dev/null ||
         { echo "this machine gives no name spaces (unshare)" && return; }
-    wget -q --spider --timeout=30 --tries=2 "$mirror/dists/bookworm/InRelease" ||
-        echo "$mirror cannot be reached"
+    wget -q --spider --timeout=30 --tries=2 "$mirror/dists/$release/InRelease" ||
+        echo "$mirror cannot be reached, or has no $release"
 }
 
-# makeFreshDebian FOLDER MIRROR
+# makeFreshDebian FOLDER MIRROR RELEASE
 makeFreshDebian()
 {
-    local root=$1 mirror=$2
+    local root=$1 mirror=$2 release=$3
     mkdir -p "$root"
     # what is downloaded need not survive a power failure
     unshare --mount --pid --fork --kill-child -- \
-        debootstrap --variant=minbase --merged-usr bookworm "$root" "$mirror"
+        debootstrap --variant=minbase --merged-usr "$release" "$root" "$mirror"
     echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
     cp /etc/resolv.conf /etc/hosts "$root/etc/"
     apt-config dump | grep -i '^Acquire::.*::Proxy' >"$root/etc/apt/apt.conf.d/80proxy" || true

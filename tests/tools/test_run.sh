@@ -11,8 +11,9 @@ if [[ -z ${KORV_RUN_TEST_FOLDER:-} ]]; then
     trap 'chmod -R u+w -- "$KORV_RUN_TEST_FOLDER" && rm -rf -- "$KORV_RUN_TEST_FOLDER"' EXIT
     mkdir -p "$KORV_RUN_TEST_FOLDER/sources/tools" "$KORV_RUN_TEST_FOLDER/sources/tests"
     cp "$root"/{run,test} "$KORV_RUN_TEST_FOLDER/sources/"
-    cp "$root/tools/packages.sh" "$KORV_RUN_TEST_FOLDER/sources/tools/"
+    cp "$root"/tools/packages.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
     cp "$root/tests/lsan.supp" "$KORV_RUN_TEST_FOLDER/sources/tests/"
+    cp -R "$root"/tests/{packages,releases} "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp "${BASH_SOURCE[0]}" "$KORV_RUN_TEST_FOLDER/test_run.sh"
     user=()
     if ((EUID == 0)); then
@@ -239,7 +240,7 @@ wrongRelease()
         attempt "clone/$command"
         expect "wrong release" 1 "$status"
         oneLine "wrong release"
-        contains "wrong release" "$command: this is Ubuntu 22.04.3 LTS; only Debian 12 is supported" err
+        contains "wrong release" "$command: this is Ubuntu 22.04.3 LTS; only Debian 12 and 13 are supported" err
         contains "wrong release" "--anyway" err
         expect "nothing was done" "" "$(<calls)"
         attempt "clone/$command" --anyway
@@ -250,7 +251,44 @@ wrongRelease()
     fresh
     rm os-release
     attempt clone/run
-    contains "no release at all" "run: this is an unknown system; only Debian 12 is supported" err
+    contains "no release at all" "run: this is an unknown system; only Debian 12 and 13 are supported" err
+}
+
+newerRelease()
+{
+    local command
+    for command in run test; do
+        fresh
+        printf 'ID=debian\nVERSION_ID="13"\nPRETTY_NAME="Debian GNU/Linux 13 (trixie)"\n' >os-release
+        attempt "clone/$command"
+        expect "$command on Debian 13" 0 "$status"
+        expect "$command on Debian 13, error" "" "$(<err)"
+    done
+}
+
+oneBuild()
+{
+    fresh
+    attempt clone/test --build tsan
+    expect "one build" 0 "$status"
+    expect "one build" "cmake --preset tsan" "$(grep -e --preset calls | grep -v -e --build)"
+    attempt clone/test --build
+    expect "no build's name" 2 "$status"
+    attempt clone/test --build fast
+    expect "a build that there is not" 2 "$status"
+    contains "a build that there is not" "--build needs one of dev, asan, tsan" err
+}
+
+# only root can make a fresh Debian, and these tests run as somebody else
+otherRelease()
+{
+    fresh
+    attempt clone/test --release trixie
+    expect "another release" 0 "$status"
+    contains "another release" "Tests on Debian trixie skipped: only root can make a fresh Debian" out
+    expect "no build of another release" "" "$(grep cmake calls)"
+    attempt clone/test --release 13
+    expect "no release's name" 2 "$status"
 }
 
 missingTools()
@@ -401,6 +439,9 @@ secondWaits clone/test
 windowKeepsNoLock
 lockOfSomebodyElse
 wrongRelease
+newerRelease
+oneBuild
+otherRelease
 missingTools
 brokenBuild
 buildFolderIsAFile

@@ -1,5 +1,6 @@
 #include "cli/serve/http/httpserver.h"
 
+#include <cstdint>
 #include <exception>
 #include <microhttpd.h>
 #include <sys/socket.h>

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string_view>
 
 using namespace korv;
 using testing::ElementsAre;
@@ -14,13 +15,13 @@ using testing_support::FakeControls;
 
 namespace {
 
-const Control &called(const std::vector<Control> &controls, const std::string &name)
+const Control &called(const std::vector<Control> &controls, std::string_view name)
 {
     for (const Control &control : controls) {
         if (control.name == name)
             return control;
     }
-    throw std::runtime_error("no control " + name);
+    throw std::runtime_error("no control " + std::string(name));
 }
 
 } // namespace

@@ -1,0 +1,90 @@
+#!/bin/bash
+# Runs ./run and ./test in a fresh Debian.
+# Usage: in_fresh_debian.sh ROOT WORK RELEASE [OPTION ...]
+#   ROOT: the sources; WORK: a folder for everything it makes; RELEASE: Debian's name of it;
+#   OPTION: what ./test is to be called with there
+# Ends with 0 when all passed, and when it cannot be run here, which it says.
+# With CMAKE_CXX_COMPILER_LAUNCHER=ccache, this machine's ccache is used there.
+set -euo pipefail
+root=$1 release=$3
+options=("${@:4}")
+work=$(realpath -m -- "$2/$release")
+here=$(cd -P -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=tests/packages/fresh_debian.sh
+source "$here/../packages/fresh_debian.sh"
+# shellcheck source=tests/packages/steps.sh
+source "$here/../packages/steps.sh"
+
+mirror=${KORV_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+obstacle=$(freshDebianObstacle "$mirror" "$release")
+[[ -z $obstacle ]] || { echo "Tests on Debian $release skipped: $obstacle" && exit; }
+
+# What is mounted for it is gone with the last process in it.
+if [[ -z ${KORV_FRESH_MOUNTS:-} ]]; then
+    KORV_FRESH_MOUNTS=1 exec unshare --mount -- "$0" "$@"
+fi
+
+readonly debian=$work/debian archives=$work/archives
+cleanUp()
+{
+    local folder
+    for folder in "$debian/var/cache/apt/archives" "$debian/ccache"; do
+        ! mountpoint -q "$folder" || umount "$folder"
+    done
+    rm -rf --one-file-system -- "$debian"
+}
+trap 'exit 130' INT
+trap 'exit 143' TERM
+trap cleanUp EXIT
+cleanUp
+rm -rf -- "$work/logs" "$work/report"
+mkdir -p "$work/logs" "$archives/partial"
+
+environment=()
+prepare()
+{
+    makeFreshDebian "$debian" "$mirror" "$release"
+    # a second run downloads nothing that is here
+    mount --bind "$archives" "$debian/var/cache/apt/archives"
+    inFreshDebian "$debian" apt-get update -qq
+    mkdir "$debian/clone"
+    tar -C "$root" --exclude=./build --exclude=./out --exclude=./.git -c . | tar -C "$debian/clone" -x
+}
+
+useCompilerCache()
+{
+    local folder
+    folder=$(ccache -k cache_dir)
+    inFreshDebian "$debian" apt-get install -y -qq --no-install-recommends ccache
+    mkdir "$debian/ccache"
+    mount --bind "$folder" "$debian/ccache"
+}
+
+inClone()
+{
+    # shellcheck disable=SC2016
+    inFreshDebian "$debian" env "${environment[@]}" bash -c 'cd /clone && exec "$@"' bash "$@"
+}
+
+photographs()
+{
+    inClone ./run
+    [[ $(head -c 5 "$debian/clone/out/0001.pdf") == %PDF- ]] || fail "./run made no PDF file"
+}
+
+tests()
+{
+    inClone ./test "${options[@]}"
+}
+
+step "fresh Debian $release" prepare
+if [[ ${CMAKE_CXX_COMPILER_LAUNCHER:-} == ccache ]]; then
+    step "compiler's cache" useCompilerCache
+    environment=(CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+        CCACHE_DIR=/ccache CCACHE_BASEDIR=/clone CCACHE_NOHASHDIR=1)
+fi
+step "./run" photographs
+step "./test ${options[*]}" tests
+# what was skipped there is said with its reason
+sed -n '/^== Summary/,$p' "$work/logs/step-$steps.log"
+echo "The whole output: $work/logs"
