@@ -77,7 +77,7 @@ MAY_INCLUDE = {
     "library/documents/ofd": ["library/documents", "library/formats/tiff", "library/formats",
                               "library/image", "library/text", "library/files", "library/base",
                               "library/threads"],
-    "library/compact": ["library/photograph/lineart.h", "library/clean/light_fill.h",
+    "library/compact": ["library/photograph/despeckle.h", "library/clean/light_fill.h",
                         "library/clean/paper_regions.h", "library/clean/small_page.h",
                         "library/documents/page_layers.h", "library/formats/tiff", "library/jpeg",
                         "library/image", "library/base", "library/threads"],

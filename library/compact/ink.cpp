@@ -1,7 +1,7 @@
 #include "library/compact/ink.h"
 
+#include "library/compact/dark_ink.h"
 #include "library/image/mat_view.h"
-#include "library/photograph/lineart.h"
 
 #include <cstdint>
 
@@ -16,7 +16,7 @@ constexpr int kReach = 15;
 
 /// Ink is what lies below this share of the way from the darkest level in reach to the lightest. Half
 /// way keeps the width of a blurred stroke; hairlines that join a stem need more (of 4020 characters,
-/// tesseract read 3994 at 0.55, 4005 at 0.62 and 4011 by the mask of lineart alone).
+/// tesseract read 3994 at 0.55, 4005 at 0.62 and 4011 by the mask of dark ink alone).
 constexpr double kInkShare = 0.62;
 
 constexpr int kHalo = 5; ///< width of what a lens blurs ink into, with the pixel that is ink
@@ -80,7 +80,7 @@ Ink inkOn(const Image &gray, HelperThread &core)
 {
     Ink ink;
     cv::Mat limit;
-    core.runBoth([&] { ink.mask = toLineart(gray); }, [&] { limit = inkLimit(matView(gray)); });
+    core.runBoth([&] { ink.mask = darkInk(gray); }, [&] { limit = inkLimit(matView(gray)); });
     cv::Mat mask = matView(ink.mask);
     cv::bitwise_or(mask, matView(gray) > limit, mask);
     smooth(ink.mask, core);

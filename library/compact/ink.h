@@ -15,7 +15,7 @@ struct Ink
     cv::Mat near; ///< CV_8UC1: 0 where nothing of it can be seen, not even what a lens blurs
 };
 
-/// By lineart's mask, less what lies between strokes: small type is blurred, and there the mask would
+/// By darkInk(), less what lies between strokes: small type is blurred, and there the mask would
 /// close its counters. `gray` is the page. One half of the work runs on `core`.
 Ink inkOn(const Image &gray, HelperThread &core);
 

@@ -1,10 +1,10 @@
 #include "library/compact/compact_page.h"
 
+#include "library/compact/dark_ink.h"
 #include "library/compact/ink.h"
 #include "library/device/simulated/drawing/paper.h"
 #include "library/image/colour.h"
 #include "library/jpeg/jpeg.h"
-#include "library/photograph/lineart.h"
 #include "tests/library/support/pictures.h"
 
 #include <algorithm>
@@ -275,7 +275,7 @@ TEST(CompactPage, countersOfSmallTypeStayOpen)
         }
     }
     constexpr Box kAcross = {500, 503, 24, 1}; // between the first two bars
-    EXPECT_EQ(inkIn(toLineart(gray), kAcross), 24);
+    EXPECT_EQ(inkIn(compact::darkInk(gray), kAcross), 24);
     HelperThread core;
     const compact::Ink ink = compact::inkOn(gray, core);
     EXPECT_EQ(inkIn(ink.mask, kAcross), 0);
