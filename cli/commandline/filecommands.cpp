@@ -18,6 +18,7 @@ void addConvertCommand(CLI::App &program, Options &options)
     addQualityOption(*convert, options);
     addCleanFlag(*convert, options);
     addForceFlag(*convert, options);
+    addProgressFlag(*convert, options);
     convert
         ->add_option_function<std::string>(
             "source", [&options](const std::string &source) { options.sources = {source}; },
@@ -45,6 +46,7 @@ void addCombineCommand(CLI::App &program, Options &options)
                                          tr("Combine several pictures into one pdf, ofd or tiff"));
     addQualityOption(*combine, options);
     addForceFlag(*combine, options);
+    addProgressFlag(*combine, options);
     combine->add_flag("--strict", options.strict,
                       tr("Write nothing when a page cannot be read (default: write the others)"));
     addDocumentOptions(*combine, options);

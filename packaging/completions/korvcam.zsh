@@ -61,15 +61,16 @@ _korvcam_controls()
 # Sets `reply` to what _arguments takes for the command $1.
 _korvcam_options()
 {
-    local -a camera quality force json timeout resolution photograph document
+    local -a camera quality force progress json timeout resolution photograph document
     camera=('(-d --device)'{-d,--device}'[camera]:camera:_korvcam_cameras')
     quality=('(-q --quality)'{-q,--quality}'[JPEG quality]:quality, 1 to 100: ')
     force=('(-f --force)'{-f,--force}'[replace an existing file]')
+    progress=('--no-progress[do not show progress]')
     json=('--json[print one JSON object a line]')
     timeout=('--timeout[seconds to wait for a frame]:seconds: ')
     resolution=('(-r --resolution)'{-r,--resolution}'[size, one of modes]:width x height: ')
     photograph=(
-        $camera $quality $force $json $timeout $resolution
+        $camera $quality $force $progress $json $timeout $resolution
         '--color[colors of the photographs]:colors:(color gray lineart)'
         '--crop[find the sheet and cut it out]'
         '--clean[even out light and shadow]'
@@ -113,7 +114,7 @@ _korvcam_options()
         focus) reply=($camera $timeout '--lock[keep the focus from then on]') ;;
         convert)
             reply=(
-                $quality $force
+                $quality $force $progress
                 '--clean[even out light and shadow]'
                 '--format[format on standard output]:format:(jpg png bmp tiff pdf ofd)'
                 '(-o --output)'{-o,--output}'[new file]:file:_files'
@@ -122,7 +123,7 @@ _korvcam_options()
             ;;
         combine)
             reply=(
-                $quality $force $document
+                $quality $force $progress $document
                 '--strict[write nothing when a page cannot be read]'
                 '--from-file[read more sources from a list]:list:_files'
                 '--format[format on standard output]:format:(pdf ofd tiff)'
@@ -150,6 +151,8 @@ _korvcam_options()
                 '--key[key of the certificate]:file:_files'
                 '--no-crop[scan the whole picture]'
                 '--no-announce[do not announce the scanner]'
+                '--hands-free[offer a feeder that takes a page when one is turned]'
+                '--still[after so long without movement the feeder is empty]:seconds: '
             )
             ;;
         *) reply=() ;;
