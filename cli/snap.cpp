@@ -6,6 +6,7 @@
 #include "cli/base/translation.h"
 #include "cli/documents/outputplace.h"
 #include "cli/documents/standardstreams.h"
+#include "cli/progress/progress.h"
 #include "cli/session/camerastream.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/settledframe.h"
@@ -16,21 +17,47 @@ namespace {
 using Clock = Wakeup::Clock;
 using std::chrono::milliseconds;
 
+/// Shows, while the next photograph is waited for, how many of several have been taken.
+class SeriesProgress
+{
+public:
+    explicit SeriesProgress(const Options &options)
+        : m_progress(options.count > 1 ? terminalForProgress(options) : -1)
+        , m_all(static_cast<std::size_t>(options.count))
+    {
+    }
+
+    void update() { m_progress.update({trLater("%1 of %2 photographs"), m_taken, m_all}); }
+    void clear() { m_progress.clear(); }
+    void count() { ++m_taken; }
+
+private:
+    Progress m_progress;
+    std::size_t m_taken = 0;
+    std::size_t m_all;
+};
+
 /// Waits for a frame newer than the one in `frame`, not taken before `notBefore`.
 ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceiver &receiver,
-                   ReceivedFrame &frame, Clock::time_point notBefore)
+                   ReceivedFrame &frame, Clock::time_point notBefore, SeriesProgress &progress)
 {
     if (notBefore > Clock::now()) {
         Wake wake = Wake::Notified;
-        while (wake == Wake::Notified)
+        while (wake == Wake::Notified) {
+            progress.update();
             wake = session.wakeup().wait(notBefore);
+        }
+        progress.clear();
         if (wake == Wake::Interrupted)
             return session.interrupted();
         // what came during the wait is older than asked for
         receiver.take(frame);
     }
     const Clock::time_point deadline = Clock::now() + milliseconds(options.timeoutMs);
-    switch (receiver.await(frame, deadline)) {
+    progress.update();
+    const Wake wake = receiver.await(frame, deadline);
+    progress.clear();
+    switch (wake) {
     case Wake::Notified:
         break;
     case Wake::TimedOut:
@@ -87,9 +114,10 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options, const 
 {
     ReceivedFrame frame;
     SettledFrame settled;
+    SeriesProgress progress(options);
     Clock::time_point due = Clock::now();
     for (int number = 1; number <= options.count; ++number) {
-        ExitCode code = nextFrame(session, options, receiver, frame, due);
+        ExitCode code = nextFrame(session, options, receiver, frame, due, progress);
         if (code == ExitCode::Success && options.settle)
             code = settledFrame(session, receiver, settled, frame);
         if (code != ExitCode::Success)
@@ -99,6 +127,7 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options, const 
                               numberedPath(options.destination, number, options.count), taken);
         if (code != ExitCode::Success)
             return code;
+        progress.count();
     }
     return ExitCode::Success;
 }

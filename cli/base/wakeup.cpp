@@ -104,9 +104,9 @@ Wake Wakeup::wait(std::optional<Clock::time_point> deadline)
     return wake;
 }
 
-Wake Wakeup::waitFor(int descriptor)
+Wake Wakeup::waitFor(int descriptor, std::optional<Clock::time_point> deadline)
 {
-    return sleep({descriptor}, std::nullopt, POLLIN);
+    return sleep({descriptor}, deadline, POLLIN);
 }
 
 Wake Wakeup::waitToWrite(int descriptor)

@@ -29,8 +29,9 @@ public:
     /// Sleeps until `deadline`, without one for ever. An interruption wins over news.
     Wake wait(std::optional<Clock::time_point> deadline);
 
-    /// Sleeps until `descriptor` can be read without waiting, its end included: Notified.
-    Wake waitFor(int descriptor);
+    /// Sleeps until `descriptor` can be read without waiting, its end included: Notified; or until
+    /// `deadline`.
+    Wake waitFor(int descriptor, std::optional<Clock::time_point> deadline = std::nullopt);
 
     /// Sleeps until `descriptor` can be written to without waiting, its end included: Notified.
     Wake waitToWrite(int descriptor);

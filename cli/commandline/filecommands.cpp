@@ -20,6 +20,7 @@ void addConvertCommand(CLI::App &program, Options &options)
     addTextOption(*convert, options);
     addCompactFlag(*convert, options);
     addForceFlag(*convert, options);
+    addProgressFlag(*convert, options);
     convert
         ->add_option_function<std::string>(
             "source", [&options](const std::string &source) { options.sources = {source}; },
@@ -47,6 +48,7 @@ void addCombineCommand(CLI::App &program, Options &options)
                                          tr("Combine several pictures into one pdf, ofd or tiff"));
     addQualityOption(*combine, options);
     addForceFlag(*combine, options);
+    addProgressFlag(*combine, options);
     combine->add_flag("--strict", options.strict,
                       tr("Write nothing when a page cannot be read (default: write the others)"));
     addDocumentOptions(*combine, options);

@@ -36,6 +36,7 @@ void addPhotographOptions(CLI::App &command, Options &options)
               [&options](int code) { options.rotation = code; });
     addTimeoutOption(command, options);
     addForceFlag(command, options);
+    addProgressFlag(command, options);
 }
 
 void concludeSnap(Options &options)

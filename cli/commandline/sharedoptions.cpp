@@ -127,6 +127,13 @@ void addJsonFlag(CLI::App &command, Options &options)
     command.add_flag("--json", options.json, tr("Print one JSON object a line (default: text)"));
 }
 
+void addProgressFlag(CLI::App &command, Options &options)
+{
+    command.add_flag_callback(
+        "--no-progress", [&options] { options.progress = false; },
+        tr("Do not show progress (default: on a terminal, after a second)"));
+}
+
 void addCleanFlag(CLI::App &command, Options &options)
 {
     command.add_flag("--clean", options.clean,

@@ -51,6 +51,9 @@ void addForceFlag(CLI::App &command, Options &options);
 /// --json
 void addJsonFlag(CLI::App &command, Options &options);
 
+/// --no-progress
+void addProgressFlag(CLI::App &command, Options &options);
+
 /// --clean
 void addCleanFlag(CLI::App &command, Options &options);
 

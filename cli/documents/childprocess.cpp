@@ -22,6 +22,7 @@ namespace {
 /// longer.
 constexpr std::chrono::milliseconds kKilledWithin{700};
 constexpr std::chrono::milliseconds kLookEvery{5};
+constexpr std::chrono::milliseconds kTickEvery{100};
 
 /// Cuts what arrives in pieces into lines.
 class LineSplitter
@@ -70,14 +71,28 @@ private:
     _exit(status);
 }
 
+/// Sleeps until `descriptor` can be read without waiting; `onTick` may be empty.
+Wake awaitInput(Wakeup &wakeup, int descriptor, const std::function<void()> &onTick)
+{
+    if (!onTick)
+        return wakeup.waitFor(descriptor);
+    for (;;) {
+        const Wake wake = wakeup.waitFor(descriptor, Wakeup::Clock::now() + kTickEvery);
+        if (wake != Wake::TimedOut)
+            return wake;
+        onTick();
+    }
+}
+
 /// Reads until the other end is closed; Interrupted when the user wants to stop first.
-Wake readAll(Wakeup &wakeup, int descriptor, const std::function<void(const std::string &)> &onLine)
+Wake readAll(Wakeup &wakeup, int descriptor, const std::function<void(const std::string &)> &onLine,
+             const std::function<void()> &onTick)
 {
     const std::function<void(const std::string &)> ignore = [](const std::string &) {};
     LineSplitter lines(onLine ? onLine : ignore);
     std::array<char, 4096> buffer{};
     for (;;) {
-        if (wakeup.waitFor(descriptor) == Wake::Interrupted)
+        if (awaitInput(wakeup, descriptor, onTick) == Wake::Interrupted)
             return Wake::Interrupted;
         const ssize_t size = read(descriptor, buffer.data(), buffer.size());
         if (size < 0 && errno == EINTR)
@@ -111,7 +126,8 @@ void killAndCollect(pid_t child)
 } // namespace
 
 ChildResult runInChild(Wakeup &wakeup, const std::function<int()> &work,
-                       const std::function<void(const std::string &)> &onLine)
+                       const std::function<void(const std::string &)> &onLine,
+                       const std::function<void(pid_t child)> &onTick)
 {
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0)
@@ -129,7 +145,10 @@ ChildResult runInChild(Wakeup &wakeup, const std::function<int()> &work,
     if (child < 0)
         return {ChildEnd::NotStarted, errno};
     writer.reset(); // so that the child's end is the end of the pipe
-    if (readAll(wakeup, reader.get(), onLine) != Wake::Interrupted)
+    std::function<void()> tick;
+    if (onTick)
+        tick = [&] { onTick(child); };
+    if (readAll(wakeup, reader.get(), onLine, tick) != Wake::Interrupted)
         return collect(child);
     killAndCollect(child);
     return {ChildEnd::Interrupted, 0};

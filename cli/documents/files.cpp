@@ -10,6 +10,7 @@
 #include "cli/documents/pagelist.h"
 #include "cli/documents/standardstreams.h"
 #include "cli/documents/textsettings.h"
+#include "cli/documents/writingprogress.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -69,7 +70,29 @@ struct Task
     std::vector<std::string> sources; ///< files all of them
     StandardInput input; ///< which one of them may be a copy of
     const OutputPlace place = OutputPlace(options);
+    WritingProgress *progress = nullptr; ///< while the work is done
 };
+
+/// Runs `work` in a child process, shows how far it is, and prints what it says.
+ChildResult runWithProgress(Task &task, const std::function<ExitCode(const Task &)> &work)
+{
+    const Options &options = task.options;
+    WritingProgress progress(options, task.sources, outputNameOf(options.destination));
+    task.progress = &progress;
+    std::function<void(const std::string &)> onLine;
+    if (!options.verbose)
+        onLine = [&](const std::string &line) {
+            progress.clear();
+            relay(line, task.place.workspace());
+        };
+    std::function<void(pid_t)> onTick;
+    if (progress.isOn())
+        onTick = [&](pid_t child) { progress.look(child); };
+    const ChildResult result = runInChild(
+        task.session.wakeup(), [&] { return static_cast<int>(work(task)); }, onLine, onTick);
+    task.progress = nullptr;
+    return result;
+}
 
 /// Lets `work` write a file in a private folder, and publishes the result.
 ExitCode writeFile(Task &task, const std::function<ExitCode(const Task &)> &work)
@@ -81,11 +104,7 @@ ExitCode writeFile(Task &task, const std::function<ExitCode(const Task &)> &work
     ExitCode code = task.input.replaceIn(task.sources, task.session, workspace);
     if (code != ExitCode::Success)
         return code;
-    std::function<void(const std::string &)> onLine;
-    if (!options.verbose)
-        onLine = [&](const std::string &line) { relay(line, workspace); };
-    const ChildResult result = runInChild(
-        task.session.wakeup(), [&] { return static_cast<int>(work(task)); }, onLine);
+    const ChildResult result = runWithProgress(task, work);
     code = concludeChild(task.session, result);
     const bool isPartial = code == ExitCode::Failure && result.end == ChildEnd::Done
         && !options.strict && workspace.holds(task.place.workName(options.destination));
@@ -155,6 +174,7 @@ public:
         , m_sources(task.sources)
         , m_workspace(task.place.workspace())
         , m_name(task.place.workName(task.options.destination))
+        , m_progress(*task.progress)
     {
     }
 
@@ -165,6 +185,7 @@ public:
         if (!addPages())
             return ExitCode::Failure;
         const std::string path = m_workspace.pathOf(m_name);
+        m_progress.beginReading();
         const Answer answer =
             ask([&] { return m_session.library().CombineMultiFile(path.c_str()); });
         if (answer.result < 0)
@@ -242,6 +263,7 @@ private:
     std::vector<std::string> m_sources;
     const Workspace &m_workspace;
     std::string m_name;
+    WritingProgress &m_progress;
     bool m_leftOut = false;
 };
 

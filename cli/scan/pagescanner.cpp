@@ -26,6 +26,13 @@ void ring()
         std::fputs("\a", stderr);
 }
 
+/// Where the user types at the terminal, a line there would not stay in its place.
+int progressTerminal(const Options &options)
+{
+    const bool isCounted = options.pages > 1 && options.scanOn != ScanOn::Key;
+    return isCounted ? terminalForProgress(options) : -1;
+}
+
 } // namespace
 
 PageScanner::PageScanner(LibrarySession &session, const Options &options, FrameReceiver &receiver,
@@ -34,6 +41,8 @@ PageScanner::PageScanner(LibrarySession &session, const Options &options, FrameR
     , m_options(options)
     , m_receiver(receiver)
     , m_sink(sink)
+    , m_progress(progressTerminal(options))
+    , m_before(static_cast<std::size_t>(sink.nextNumber() - 1))
     , m_frameAt(Clock::now())
     , m_due(m_frameAt)
 {
@@ -94,6 +103,12 @@ PageScanner::Clock::time_point PageScanner::nextWake() const
     return waits ? std::min(silence, m_due) : silence;
 }
 
+void PageScanner::showProgress()
+{
+    m_progress.update({trLater("%1 of %2 pages"), static_cast<std::size_t>(m_sink.nextNumber() - 1),
+                       static_cast<std::size_t>(m_options.pages), m_before});
+}
+
 /// Looks at the newest frame, if there is one that helps; whether it is to become a page.
 ExitCode PageScanner::lookAtFrame(bool &isThere)
 {
@@ -101,6 +116,7 @@ ExitCode PageScanner::lookAtFrame(bool &isThere)
     if (count == m_frames) {
         if (Clock::now() < m_frameAt + milliseconds(m_options.timeoutMs))
             return ExitCode::Success;
+        m_progress.clear();
         return m_session.reportNoFrame();
     }
     m_frames = count;
@@ -117,8 +133,10 @@ ExitCode PageScanner::awaitPage(bool &isThere)
 {
     isThere = false;
     while (!isThere && !isComplete()) {
+        showProgress();
         if (m_session.wakeup().wait(nextWake()) == Wake::Interrupted) {
             m_isStopped = true;
+            m_progress.clear();
             // without a number of pages, being stopped is the way to end
             return m_options.pages > 0 ? m_session.interrupted() : ExitCode::Success;
         }
@@ -148,6 +166,7 @@ void PageScanner::announce(const Page &page) const
 
 ExitCode PageScanner::takePage()
 {
+    m_progress.clear();
     Page page;
     page.number = m_sink.nextNumber();
     FrameReceiver::makeRoom(m_frame);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/progress/progress.h"
 #include "cli/scan/pagesink.h"
 #include "cli/scan/pagetrigger.h"
 #include "cli/scan/turnwatch.h"
@@ -34,6 +35,7 @@ private:
     bool isComplete() const;
     bool isDue();
     Clock::time_point nextWake() const;
+    void showProgress();
     ExitCode awaitPage(bool &isThere);
     ExitCode lookAtFrame(bool &isThere);
     ExitCode takePage();
@@ -52,6 +54,8 @@ private:
     PageSink &m_sink;
     std::vector<std::unique_ptr<PageTrigger>> m_triggers;
     std::optional<TurnWatch> m_turns; ///< where turned pages are waited for
+    Progress m_progress;
+    std::size_t m_before; ///< pages that a killed scan had taken
     ReceivedFrame m_frame;
     unsigned long m_frames = 0; ///< that had come when the stream was looked at last
     unsigned long m_newerThan = 0; ///< frames up to this one came before a page was asked for

@@ -9,11 +9,11 @@
 
 namespace korv {
 
-/// Takes a page of writing apart: the ink that is well darker than the paper, the colours of the ink ten times as
-/// coarse, the paper four times as coarse, photographs as they are. `quality` (1..100) bounds that of
-/// the photographs. One half of the work runs on `core`. Nothing for a page that is better left a
-/// picture: too little of it is paper, or its strokes are too fine for a mask of one bit. Errors:
-/// -ENOMEM. Throws std::bad_alloc, cv::Exception.
+/// Takes a page of writing apart: the ink that is well darker than the paper, the colours of the ink
+/// ten times as coarse, the paper four times as coarse, photographs as they are. `quality` (1..100)
+/// bounds that of the photographs. One half of the work runs on `core`. Nothing for a page that is
+/// better left a picture: too little of it is paper, or its strokes are too fine for a mask of one bit.
+/// Errors: -ENOMEM. Throws std::bad_alloc, cv::Exception.
 Result<std::optional<PageLayers>> takeApart(const Image &page, int quality, HelperThread &core);
 
 } // namespace korv

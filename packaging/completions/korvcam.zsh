@@ -61,10 +61,11 @@ _korvcam_controls()
 # Sets `reply` to what _arguments takes for the command $1.
 _korvcam_options()
 {
-    local -a camera quality force json text timeout resolution photograph document
+    local -a camera quality force progress json text timeout resolution photograph document
     camera=('(-d --device)'{-d,--device}'[camera]:camera:_korvcam_cameras')
     quality=('(-q --quality)'{-q,--quality}'[JPEG quality]:quality, 1 to 100: ')
     force=('(-f --force)'{-f,--force}'[replace an existing file]')
+    progress=('--no-progress[do not show progress]')
     json=('--json[print one JSON object a line]')
     text=(
         '--text[languages of the writing to recognise]:languages, such as chi_sim+eng: '
@@ -73,7 +74,7 @@ _korvcam_options()
     timeout=('--timeout[seconds to wait for a frame]:seconds: ')
     resolution=('(-r --resolution)'{-r,--resolution}'[size, one of modes]:width x height: ')
     photograph=(
-        $camera $quality $force $json $timeout $resolution
+        $camera $quality $force $progress $json $timeout $resolution
         '--color[colors of the photographs]:colors:(color gray lineart)'
         '--crop[find the sheet and cut it out]'
         '--clean[even out light and shadow]'
@@ -118,7 +119,7 @@ _korvcam_options()
         focus) reply=($camera $timeout '--lock[keep the focus from then on]') ;;
         convert)
             reply=(
-                $quality $force $text
+                $quality $force $progress $text
                 '--clean[even out light and shadow]'
                 '--format[format on standard output]:format:(jpg png bmp tiff pdf ofd)'
                 '(-o --output)'{-o,--output}'[new file]:file:_files'
@@ -127,7 +128,7 @@ _korvcam_options()
             ;;
         combine)
             reply=(
-                $quality $force $document
+                $quality $force $progress $document
                 '--strict[write nothing when a page cannot be read]'
                 '--from-file[read more sources from a list]:list:_files'
                 '--format[format on standard output]:format:(pdf ofd tiff)'

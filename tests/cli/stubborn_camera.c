@@ -3,6 +3,7 @@
  * STUBBORN_CAMERA says how:
  *   endless  CombineMultiFile and ConvertImagetoImage write half of the file under a name of their
  *            own and never return
+ *   reading  CombineMultiFile reads the first three of its pictures before that
  *   crash    they abort
  *   slow     a frame every 1.5 seconds, from which a photograph of nothing can be made
  *   silent   no frame at all
@@ -37,6 +38,27 @@ static void *stream(void *unused)
         usleep(100000);
     }
     return NULL;
+}
+
+static char *pages[8];
+static int pageCount;
+
+static int addPage(const char *path)
+{
+    if (pageCount < 8)
+        pages[pageCount++] = strdup(path);
+    return 0;
+}
+
+static void readPages(int count)
+{
+    static char content[65536];
+    for (int i = 0; i < count && i < pageCount; ++i) {
+        FILE *file = fopen(pages[i], "r");
+        while (file != NULL && fread(content, 1, sizeof content, file) > 0) { }
+        if (file != NULL)
+            fclose(file);
+    }
 }
 
 static int writeHalf(const char *path)
@@ -113,5 +135,10 @@ int KorvCamera_SaveRGB888Image(char *data, int width, int height, int reserved, 
     return 0;
 }
 int KorvCamera_ConvertImagetoImage(const char *src, const char *dst) { (void)src; return writeHalf(dst); }
-int KorvCamera_AddImageFiletoMultiFile(const char *src) { (void)src; return 0; }
-int KorvCamera_CombineMultiFile(const char *dst) { return writeHalf(dst); }
+int KorvCamera_AddImageFiletoMultiFile(const char *src) { return addPage(src); }
+int KorvCamera_CombineMultiFile(const char *dst)
+{
+    if (is("reading"))
+        readPages(3);
+    return writeHalf(dst);
+}

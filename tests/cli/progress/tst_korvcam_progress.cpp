@@ -1,0 +1,142 @@
+#include "tests/cli/korvcam_program.h"
+
+namespace {
+
+using support::Finished;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+const std::string kErase = "\r\x1b[K";
+
+class KorvcamProgress : public support::KorvcamProgram
+{
+protected:
+    void SetUp() override
+    {
+        for (int i = 1; i <= 5; ++i)
+            m_home.write(std::to_string(i) + ".jpg", std::string(100'000, 'x'));
+    }
+
+    /// What a terminal gets from a shell line, which finds the program as $K, with a library that
+    /// reads three pictures and then never comes to an end; Ctrl-C does after two seconds.
+    Finished onTerminal(const std::string &line, const Environment &more = {}) const
+    {
+        const std::string limit = "timeout --foreground -s INT 2 ";
+        Environment environment = {
+            {"K", limit + KORVCAM + " --library " + STUBBORN_CAMERA},
+            {"STUBBORN_CAMERA", "reading"},
+            {"KORV_CAMERA_REAL", "0"},
+            {"TERM", "xterm"},
+            {"SHELL", "/bin/sh"},
+            {"COLUMNS", "80"},
+        };
+        for (const auto &[name, value] : more)
+            environment[name] = value;
+        return support::runProgram(
+            {"script", "-qec", "cd '" + folder().string() + "' && " + line, "/dev/null"},
+            environment);
+    }
+
+    const std::string m_combine = "$K combine [1-5].jpg -o a.pdf";
+};
+
+TEST_F(KorvcamProgress, combineSaysHowManyPicturesAreRead)
+{
+    const Finished done = onTerminal(m_combine);
+    EXPECT_THAT(done.output, StartsWith(kErase + "3 of 5 pictures read, "));
+    EXPECT_THAT(done.output, HasSubstr(" left\r" + kErase));
+    // the line is gone before the next message
+    EXPECT_THAT(done.output,
+                EndsWith("\r" + kErase + "korvcam: interrupted; nothing was written\r\n"));
+}
+
+TEST_F(KorvcamProgress, lineKeepsToTheTerminalsWidth)
+{
+    const Finished done = onTerminal(m_combine, {{"COLUMNS", "12"}});
+    EXPECT_THAT(done.output, HasSubstr(kErase + "3 of 5 pict\r"));
+    EXPECT_THAT(done.output, Not(HasSubstr("pictu")));
+}
+
+TEST_F(KorvcamProgress, convertSaysThatItIsStillWriting)
+{
+    EXPECT_THAT(onTerminal("$K convert 1.jpg a.png").output,
+                StartsWith(kErase + "writing a.png, 0:01\r"));
+}
+
+TEST_F(KorvcamProgress, isChineseWhereTheLocaleIs)
+{
+    const Finished done = onTerminal(m_combine, {{"LC_ALL", "C.UTF-8"}, {"LANGUAGE", "zh_CN"}});
+    EXPECT_THAT(done.output, StartsWith(kErase + "已读取 3/5 张图片，"));
+}
+
+TEST_F(KorvcamProgress, onlyATerminalThatCanRewriteALineGetsIt)
+{
+    const std::string end = "korvcam: interrupted; nothing was written\r\n";
+    EXPECT_EQ(onTerminal(m_combine + " --no-progress").output, end);
+    EXPECT_EQ(onTerminal(m_combine, {{"TERM", "dumb"}}).output, end);
+    EXPECT_EQ(onTerminal(m_combine + " 2>errors; cat errors").output, end);
+    EXPECT_EQ(onTerminal(m_combine + " 2>&1 | cat").output, end);
+    // results may go into a file meanwhile
+    EXPECT_THAT(onTerminal(m_combine + " >names").output, StartsWith(kErase));
+}
+
+TEST_F(KorvcamProgress, hasNoColours)
+{
+    // the only escape sequence erases a line
+    std::string output = onTerminal(m_combine, {{"NO_COLOR", "1"}}).output;
+    for (std::size_t at = output.find(kErase); at != std::string::npos; at = output.find(kErase))
+        output.erase(at, kErase.size());
+    EXPECT_THAT(output, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(output, HasSubstr("3 of 5"));
+}
+
+TEST_F(KorvcamProgress, programInTheBackgroundLeavesTheTerminalAlone)
+{
+    const Finished done = onTerminal("bash -c 'set -m; " + m_combine + " & wait $!'");
+    EXPECT_THAT(done.output, StartsWith("korvcam: interrupted; nothing was written\r\n"));
+    EXPECT_THAT(done.output, Not(HasSubstr("\x1b")));
+}
+
+/// The same with a desk and the real library.
+class KorvcamSeriesProgress : public KorvcamProgress
+{
+protected:
+    void SetUp() override { }
+
+    Finished photograph(const std::string &line) const
+    {
+        return onTerminal(line,
+                          {{"K", std::string(KORVCAM) + " --library " + CAMERA_LIBRARY},
+                           {"KORV_CAMERA_DESK", "builtin"}});
+    }
+};
+
+TEST_F(KorvcamSeriesProgress, snapCountsPhotographs)
+{
+    const Finished done = photograph("$K snap -r 640x480 -n 3 --interval 900 -o p.jpg");
+    EXPECT_EQ(done.status, 0) << done.output;
+    EXPECT_THAT(done.output, HasSubstr(kErase + "2 of 3 photographs, "));
+    EXPECT_THAT(done.output, EndsWith(kErase + "p-0003.jpg\r\n"));
+    for (const std::string quiet : {" --no-progress", " --json"}) {
+        const Finished other =
+            photograph("$K snap -r 640x480 -n 3 --interval 600 -f -o p.jpg" + quiet);
+        EXPECT_EQ(other.status, 0) << other.output;
+        EXPECT_THAT(other.output, Not(HasSubstr("\x1b"))) << quiet;
+    }
+}
+
+TEST_F(KorvcamSeriesProgress, scanCountsPages)
+{
+    const Finished done = photograph("$K scan -r 640x480 -n 3 --interval 0.9 -o a.pdf");
+    EXPECT_EQ(done.status, 0) << done.output;
+    EXPECT_THAT(done.output, HasSubstr(kErase + "2 of 3 pages, "));
+    EXPECT_THAT(done.output, EndsWith("a.pdf\r\n"));
+    const Finished quiet = photograph("$K scan -r 640x480 -n 3 --interval 0.6 --quiet -o b.pdf");
+    EXPECT_EQ(quiet.status, 0) << quiet.output;
+    EXPECT_THAT(quiet.output, Not(HasSubstr("\x1b")));
+}
+
+} // namespace
