@@ -2,8 +2,8 @@
 
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
-#include "cli/base/librarycall.h"
 #include "cli/base/translation.h"
+#include "cli/calls/librarycall.h"
 #include "cli/documents/outputplace.h"
 #include "cli/documents/standardstreams.h"
 #include "cli/progress/progress.h"

@@ -3,9 +3,9 @@
 #include "cli/base/errors.h"
 #include "cli/base/filenames.h"
 #include "cli/base/jsonline.h"
-#include "cli/base/librarycall.h"
 #include "cli/base/localtime.h"
 #include "cli/base/translation.h"
+#include "cli/calls/librarycall.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 #include "cli/serve/scansource.h"
 
-#include "cli/base/librarycall.h"
 #include "cli/base/temporaryfolder.h"
 #include "cli/base/translation.h"
+#include "cli/calls/librarycall.h"
 #include "cli/scan/turnwatch.h"
 #include "cli/serve/pagerenderer.h"
 #include "cli/session/deviceselection.h"

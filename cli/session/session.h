@@ -3,8 +3,8 @@
 #include "camera/ccamerasdk.h"
 #include "cli/advice/videonodes.h"
 #include "cli/base/jsonline.h"
-#include "cli/base/tracecapture.h"
 #include "cli/base/wakeup.h"
+#include "cli/calls/tracecapture.h"
 #include "cli/commandline/options.h"
 #include "cli/session/devices.h"
 

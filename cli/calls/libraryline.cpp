@@ -1,4 +1,4 @@
-#include "cli/base/libraryline.h"
+#include "cli/calls/libraryline.h"
 
 namespace cli {
 namespace {

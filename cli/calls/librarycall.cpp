@@ -1,7 +1,7 @@
-#include "cli/base/librarycall.h"
+#include "cli/calls/librarycall.h"
 
 #include "cli/base/descriptor.h"
-#include "cli/base/libraryline.h"
+#include "cli/calls/libraryline.h"
 
 #include <cstdio>
 #include <fcntl.h>

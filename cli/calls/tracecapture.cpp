@@ -1,4 +1,4 @@
-#include "cli/base/tracecapture.h"
+#include "cli/calls/tracecapture.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
