@@ -5,6 +5,7 @@
 #include "tests/support/temp_home.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -89,6 +90,9 @@ TEST_F(ScanFolderTest, keepsPagesInTheirOrderUntilTheyAreDiscarded)
 TEST_F(ScanFolderTest, killedScanIsFoundWithItsPages)
 {
     scanAndDie("a.pdf", 2);
+    // the times of files come from a clock that ticks every few milliseconds only
+    for (const auto &entry : fs::directory_iterator(m_home.scratch()))
+        fs::last_write_time(entry, fs::file_time_type::clock::now() - std::chrono::seconds(1));
     scanAndDie("b.ofd", 1);
     scanAndDie("none.pdf", 0);
     const std::vector<KeptScan> kept = keptScans(file("any"));
