@@ -9,7 +9,6 @@
 namespace cli {
 namespace {
 
-constexpr int kMillisecondsPerSecond = 1000;
 constexpr int kMaxEvents = 1'000'000;
 
 void addWatchCommand(CLI::App &program, Options &options)

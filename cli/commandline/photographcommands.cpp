@@ -10,7 +10,6 @@
 namespace cli {
 namespace {
 
-constexpr int kMillisecondsPerSecond = 1000;
 constexpr int kUsualInterval = 5 * kMillisecondsPerSecond; ///< between scanned pages
 
 // a choice's position is the code that the camera library takes

@@ -15,7 +15,8 @@ void addFeederOptions(CLI::App &serve, Options &options)
                        tr("Offer a feeder too: a page each time one is turned (default: off)"));
     serve
         .add_option_function<int>(
-            "--still", [&options](const int &seconds) { options.stillMs = seconds * 1000; },
+            "--still",
+            [&options](const int &seconds) { options.stillMs = seconds * kMillisecondsPerSecond; },
             tr("End a scan from the feeder after S seconds of stillness (default: 20)"))
         ->type_name("S")
         ->check(hidden(CLI::Range(1, 600)))

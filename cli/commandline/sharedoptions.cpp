@@ -13,8 +13,6 @@
 namespace cli {
 namespace {
 
-constexpr int kMillisecondsPerSecond = 1000;
-
 std::string checkResolution(const std::string &text)
 {
     Resolution resolution;

@@ -25,6 +25,8 @@ extern const std::vector<std::string> kDocumentFormats;
 CLI::App *addCommand(CLI::App &program, Options &options, Command command, const char *name,
                      const std::string &description);
 
+constexpr int kMillisecondsPerSecond = 1000;
+
 /// The check without its own text in the help, which would hide the option's description.
 CLI::Validator hidden(const CLI::Validator &check);
 
