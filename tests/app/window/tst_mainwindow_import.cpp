@@ -2,8 +2,8 @@
 #include "tests/app/window/windowtools.h"
 
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QSettings>
-#include <QTimer>
 
 #include <filesystem>
 #include <fstream>
@@ -35,15 +35,12 @@ protected:
                 chooser->reject();
                 return;
             }
-            // the chooser reads its folder in a thread, and refuses a file that it does not know yet
-            const auto choose = [chooser, file] {
-                chooser->selectFile(QString::fromStdString(file.string()));
-                QMetaObject::invokeMethod(chooser, "accept", Qt::QueuedConnection);
-            };
-            auto *again = new QTimer(chooser);
-            QObject::connect(again, &QTimer::timeout, chooser, choose);
-            again->start(100);
-            choose();
+            // Typed as a user types a path: a file that is selected counts only once the chooser's
+            // own thread has read the folder, and not at all while its line has the focus.
+            auto *line = chooser->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+            ASSERT_TRUE(line);
+            line->setText(QString::fromStdString(file.string()));
+            QMetaObject::invokeMethod(chooser, "accept");
         });
         m_window->ImportFile_EchoPopupMenu();
         EXPECT_TRUE(driver.seen());
