@@ -104,7 +104,8 @@ checkWith shellcheck "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/
     packaging/postrm tools/check.sh tools/format.sh tools/fuzz.sh tools/tidy.sh tests/kernel/*.sh \
     tests/packages/check_packages.sh tests/releases/in_fresh_debian.sh \
     tests/tools/test_korvcam_documents.sh \
-    tests/tools/test_check.sh tests/tools/test_run.sh tests/tools/test_thread_safety.sh
+    tests/tools/test_check.sh tests/tools/test_results.sh tests/tools/test_run.sh \
+    tests/tools/test_thread_safety.sh
 if [[ $mode != quick ]]; then
     lockBuilds
     check "clang-tidy, locks" tidyAndLocks

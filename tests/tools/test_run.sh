@@ -11,7 +11,7 @@ if [[ -z ${KORV_RUN_TEST_FOLDER:-} ]]; then
     trap 'chmod -R u+w -- "$KORV_RUN_TEST_FOLDER" && rm -rf -- "$KORV_RUN_TEST_FOLDER"' EXIT
     mkdir -p "$KORV_RUN_TEST_FOLDER/sources/tools" "$KORV_RUN_TEST_FOLDER/sources/tests"
     cp "$root"/{run,test} "$KORV_RUN_TEST_FOLDER/sources/"
-    cp "$root"/tools/packages.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
+    cp "$root"/tools/{packages,test_results}.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
     cp "$root/tests/lsan.supp" "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp -R "$root"/tests/{packages,releases} "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp "${BASH_SOURCE[0]}" "$KORV_RUN_TEST_FOLDER/test_run.sh"
