@@ -27,7 +27,7 @@ MAY_INCLUDE = {
     "cli/calls": ["cli/base"],
     "cli/commandline": ["cli/base", "library/text/text_languages.h"],
     "cli/advice": ["cli/base", "camera", "util"],
-    "cli/session": ["cli/advice", "cli/calls", "cli/commandline", "cli/base", "camera", "util",
+    "cli/session": ["cli/progress", "cli/advice", "cli/calls", "cli/commandline", "cli/base", "camera", "util",
                     "library/controls", "library/settling",
                     "library/settings/settings_values.h"],
     "cli/progress": ["cli/commandline/options.h", "cli/base"],

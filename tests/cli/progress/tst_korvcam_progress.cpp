@@ -128,6 +128,29 @@ TEST_F(KorvcamSeriesProgress, snapCountsPhotographs)
     }
 }
 
+TEST_F(KorvcamSeriesProgress, doctorSaysWhatItExamines)
+{
+    const Finished done = photograph("$K doctor");
+    EXPECT_THAT(done.output, HasSubstr(kErase + "examining "));
+    // the line is gone before the next finding
+    EXPECT_THAT(done.output, HasSubstr("\r" + kErase + "     first picture"));
+    for (const std::string quiet : {" --no-progress", " --json"})
+        EXPECT_THAT(photograph("$K doctor" + quiet).output, Not(HasSubstr("\x1b"))) << quiet;
+}
+
+TEST_F(KorvcamProgress, onePhotographThatTakesItsTimeSaysSo)
+{
+    const std::string silent = "STUBBORN_CAMERA=silent $K ";
+    const std::string end = "korvcam: the camera sent no picture in 1 s; run `korvcam doctor` to "
+                            "find out why\r\n";
+    for (const std::string command : {"snap --timeout 1 -o p.jpg", "calibrate --timeout 1"}) {
+        EXPECT_THAT(onTerminal(silent + command).output, EndsWith(end)) << command;
+        EXPECT_EQ(onTerminal(silent + command + " --no-progress").output, end) << command;
+    }
+    EXPECT_THAT(onTerminal(silent + "calibrate").output,
+                StartsWith(kErase + "taking a photograph, 0:01\r"));
+}
+
 TEST_F(KorvcamSeriesProgress, scanCountsPages)
 {
     const Finished done = photograph("$K scan -r 640x480 -n 3 --interval 0.9 -o a.pdf");
