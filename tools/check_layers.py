@@ -51,7 +51,7 @@ MAY_INCLUDE = {
     "library/files": ["library/base", "library/threads"],
     "library/image": ["library/base", "library/threads"],
     "library/text": ["library/base", "library/threads"],
-    "library/settings": ["library/text/text_languages.h", "library/image", "library/files",
+    "library/settings": ["util/userfolders.h", "library/text/text_languages.h", "library/image", "library/files",
                          "library/base", "library/threads"],
     "library/exif": ["library/image", "library/base", "library/threads"],
     "library/jpeg": ["library/exif", "library/image", "library/base", "library/threads"],
