@@ -20,7 +20,7 @@ bool FocusExaminer::isOutOfFocus(const Picture &picture)
     korv::jpeg::DecodeOptions luma;
     luma.gray = true;
     const auto page = korv::jpeg::decode({picture.data(), picture.size()}, luma);
-    // a picture without pixels to judge is nobody's blurred page
+    // what cannot be decoded made no photograph either, and the scan has said so
     return page && korv::sharpnessOf(page.value()).isOutOfFocus();
 }
 

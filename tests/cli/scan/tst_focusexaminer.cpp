@@ -3,9 +3,11 @@
 #include "tests/library/support/pictures.h"
 #include "tests/library/support/typed_page.h"
 
+#include <atomic>
 #include <future>
 #include <gmock/gmock.h>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
