@@ -67,7 +67,7 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return config(session);
     const bool reportsFocus =
         options.command == Command::Snap || options.command == Command::Doctor;
-    const ExitCode opened = session.open(reportsFocus ? FocusCheck::On : FocusCheck::Off);
+    const ExitCode opened = session.open(reportsFocus ? FocusCheck::Library : FocusCheck::Off);
     if (options.command == Command::Doctor)
         return doctor(session, options, opened);
     if (opened != ExitCode::Success)

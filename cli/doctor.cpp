@@ -11,6 +11,7 @@
 #include "cli/session/deviceselection.h"
 #include "cli/session/framereceiver.h"
 #include "cli/session/opendevice.h"
+#include "cli/session/shownwait.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -58,7 +59,7 @@ private:
     void problem(const Device &device, const std::string &doing, int result);
     void examine(const Device &device);
     void examineStream(const Device &device, FrameReceiver &receiver);
-    FrameRate countFrames(FrameReceiver &receiver, Clock::time_point first);
+    FrameRate countFrames(FrameReceiver &receiver, Clock::time_point first, ShownWait &wait);
     void printPhotograph(const char *result);
     void tryPhotograph(const Device &device, ReceivedFrame &frame);
     void noCamera(const std::string &text);
@@ -128,9 +129,9 @@ void Doctor::tryPhotograph(const Device &device, ReceivedFrame &frame)
 }
 
 /// Counts what comes in a while after the first frame.
-FrameRate Doctor::countFrames(FrameReceiver &receiver, Clock::time_point first)
+FrameRate Doctor::countFrames(FrameReceiver &receiver, Clock::time_point first, ShownWait &wait)
 {
-    while (m_session.wakeup().wait(first + kCountTime) == Wake::Notified) { }
+    wait.awaitTime(first + kCountTime);
     std::optional<double> promised = rateOfOurStream(m_folders);
     if (!promised && !m_desk.empty() && !usesRealCameras())
         promised = kSimulatedRate;
@@ -145,7 +146,11 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     if (started < 0)
         return problem(device, tr("start its stream"), started);
     ReceivedFrame frame;
-    const Wake wake = receiver.await(frame, start + std::chrono::milliseconds(m_options.timeoutMs));
+    ShownWait wait(m_options, m_session.wakeup(), [&](std::chrono::milliseconds elapsed) {
+        return tr("examining %1, %2", device.name, clockText(elapsed));
+    });
+    const Wake wake =
+        wait.await(receiver, frame, start + std::chrono::milliseconds(m_options.timeoutMs));
     if (wake == Wake::TimedOut)
         return problem(tr("%1: no picture came in %2 s; try another cable, a port of the computer "
                           "itself instead of a hub, or another resolution",
@@ -154,7 +159,8 @@ void Doctor::examineStream(const Device &device, FrameReceiver &receiver)
     if (wake == Wake::Interrupted)
         return;
     const Clock::time_point first = Clock::now();
-    const FrameRate rate = countFrames(receiver, first);
+    const FrameRate rate = countFrames(receiver, first, wait);
+    wait.clear();
     if (m_session.wakeup().stopSignal() != 0)
         return;
     const StreamFinding finding{Seconds(first - start).count(), frame.width, frame.height, rate};

@@ -5,6 +5,7 @@
 #include "cli/controls.h"
 #include "cli/session/camerastream.h"
 #include "cli/session/settledframe.h"
+#include "cli/session/shownwait.h"
 #include "library/controls/control_values.h"
 
 #include <cerrno>
@@ -62,13 +63,19 @@ ExitCode awaitSharpness(LibrarySession &session, const Options &options, FrameRe
     receiver.take(frame); // it may be older than the start of the focus
     auto deadline = Wakeup::Clock::now() + std::chrono::milliseconds(options.timeoutMs);
     bool any = false;
+    ShownWait wait(options, session.wakeup(), [](std::chrono::milliseconds elapsed) {
+        return tr("focusing, %1", clockText(elapsed));
+    });
     for (;;) {
-        const Wake wake = receiver.await(frame, deadline);
-        if (wake == Wake::Interrupted)
+        const Wake wake = wait.await(receiver, frame, deadline);
+        if (wake == Wake::Interrupted) {
+            wait.clear();
             return session.interrupted();
+        }
         if (wake == Wake::TimedOut && any)
             return ExitCode::Success;
         if (wake == Wake::TimedOut) {
+            wait.clear();
             printError(tr("the camera sent no picture in %1 s", options.timeoutMs / 1000));
             return ExitCode::NoFrame;
         }

@@ -6,10 +6,10 @@
 #include "cli/calls/librarycall.h"
 #include "cli/documents/outputplace.h"
 #include "cli/documents/standardstreams.h"
-#include "cli/progress/progress.h"
 #include "cli/session/camerastream.h"
 #include "cli/session/jpegsize.h"
 #include "cli/session/settledframe.h"
+#include "cli/session/shownwait.h"
 
 namespace cli {
 namespace {
@@ -17,66 +17,66 @@ namespace {
 using Clock = Wakeup::Clock;
 using std::chrono::milliseconds;
 
-/// Shows, while the next photograph is waited for, how many of several have been taken.
-class SeriesProgress
+/// Waits for the frames of one or several photographs, and shows how far they are.
+class SeriesWait
 {
 public:
-    explicit SeriesProgress(const Options &options)
-        : m_progress(options.count > 1 ? terminalForProgress(options) : -1)
-        , m_all(static_cast<std::size_t>(options.count))
+    SeriesWait(const Options &options, Wakeup &wakeup)
+        : m_all(static_cast<std::size_t>(options.count))
+        , m_wait(options, wakeup, [this](milliseconds elapsed) { return text(elapsed); })
     {
     }
 
-    void update() { m_progress.update({trLater("%1 of %2 photographs"), m_taken, m_all}); }
-    void clear() { m_progress.clear(); }
+    Wake await(FrameReceiver &receiver, ReceivedFrame &frame, Clock::time_point deadline)
+    {
+        return m_wait.await(receiver, frame, deadline);
+    }
+    Wake awaitTime(Clock::time_point deadline) { return m_wait.awaitTime(deadline); }
+    /// Call it before anything is printed.
+    void clear() { m_wait.clear(); }
     void count() { ++m_taken; }
 
 private:
-    Progress m_progress;
+    std::string text(milliseconds elapsed) const
+    {
+        return m_all == 1 ? tr("taking a photograph, %1", clockText(elapsed))
+                          : describe({trLater("%1 of %2 photographs"), m_taken, m_all}, elapsed);
+    }
+
     std::size_t m_taken = 0;
     std::size_t m_all;
+    ShownWait m_wait;
 };
 
 /// Waits for a frame newer than the one in `frame`, not taken before `notBefore`.
 ExitCode nextFrame(LibrarySession &session, const Options &options, FrameReceiver &receiver,
-                   ReceivedFrame &frame, Clock::time_point notBefore, SeriesProgress &progress)
+                   ReceivedFrame &frame, Clock::time_point notBefore, SeriesWait &wait)
 {
+    Wake wake = Wake::Notified;
     if (notBefore > Clock::now()) {
-        Wake wake = Wake::Notified;
-        while (wake == Wake::Notified) {
-            progress.update();
-            wake = session.wakeup().wait(notBefore);
-        }
-        progress.clear();
-        if (wake == Wake::Interrupted)
-            return session.interrupted();
+        wake = wait.awaitTime(notBefore);
         // what came during the wait is older than asked for
         receiver.take(frame);
     }
-    const Clock::time_point deadline = Clock::now() + milliseconds(options.timeoutMs);
-    progress.update();
-    const Wake wake = receiver.await(frame, deadline);
-    progress.clear();
-    switch (wake) {
-    case Wake::Notified:
-        break;
-    case Wake::TimedOut:
-        return session.reportNoFrame();
-    case Wake::Interrupted:
-        return session.interrupted();
-    }
-    return ExitCode::Success;
+    if (wake != Wake::Interrupted)
+        wake = wait.await(receiver, frame, Clock::now() + milliseconds(options.timeoutMs));
+    if (wake == Wake::Notified)
+        return ExitCode::Success;
+    wait.clear();
+    return wake == Wake::TimedOut ? session.reportNoFrame() : session.interrupted();
 }
 
 /// Waits on until the camera has adapted to its scene: `frame` is then the one to photograph.
 ExitCode settledFrame(LibrarySession &session, FrameReceiver &receiver, SettledFrame &settled,
-                      ReceivedFrame &frame)
+                      ReceivedFrame &frame, SeriesWait &wait)
 {
     settled.startOver();
     while (!settled.isGood(frame)) {
-        const Wake wake = receiver.await(frame, settled.deadline());
-        if (wake == Wake::Interrupted)
+        const Wake wake = wait.await(receiver, frame, settled.deadline());
+        if (wake == Wake::Interrupted) {
+            wait.clear();
             return session.interrupted();
+        }
         if (wake == Wake::TimedOut)
             return ExitCode::Success; // the last one has to do
     }
@@ -114,20 +114,21 @@ ExitCode savePhotographs(LibrarySession &session, const Options &options, const 
 {
     ReceivedFrame frame;
     SettledFrame settled;
-    SeriesProgress progress(options);
+    SeriesWait wait(options, session.wakeup());
     Clock::time_point due = Clock::now();
     for (int number = 1; number <= options.count; ++number) {
-        ExitCode code = nextFrame(session, options, receiver, frame, due, progress);
+        ExitCode code = nextFrame(session, options, receiver, frame, due, wait);
         if (code == ExitCode::Success && options.settle)
-            code = settledFrame(session, receiver, settled, frame);
+            code = settledFrame(session, receiver, settled, frame, wait);
         if (code != ExitCode::Success)
             return code;
+        wait.clear();
         due = Clock::now() + milliseconds(options.intervalMs);
         code = savePhotograph(session, options, place, frame,
                               numberedPath(options.destination, number, options.count), taken);
         if (code != ExitCode::Success)
             return code;
-        progress.count();
+        wait.count();
     }
     return ExitCode::Success;
 }

@@ -47,6 +47,7 @@ void addCameraCommands(CLI::App &program, Options &options)
         addCommand(program, options, Command::Doctor, "doctor", tr("Diagnose camera problems"));
     addCameraOption(*doctor, options.device, tr("all"));
     addTimeoutOption(*doctor, options);
+    addProgressFlag(*doctor, options);
     addJsonFlag(*doctor, options);
 }
 
@@ -66,6 +67,7 @@ void addControlCommands(CLI::App &program, Options &options)
     addDeviceOption(*focus, options);
     focus->add_flag("--lock", options.lock, tr("Keep the focus from then on"));
     addTimeoutOption(*focus, options);
+    addProgressFlag(*focus, options);
 }
 
 } // namespace cli

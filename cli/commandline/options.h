@@ -73,7 +73,7 @@ struct Options
     int pages = 0; ///< to scan, 0: until stopped
     bool resume = false; ///< go on with a scan that was killed
     bool quiet = false; ///< no sound
-    bool progress = true; ///< show it where there is a terminal (snap, scan, convert, combine)
+    bool progress = true; ///< show it where there is a terminal
     bool json = false; ///< results as JSON, one object a line
     int durationMs = 0; ///< length of a watch, 0: no limit
 

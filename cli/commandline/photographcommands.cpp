@@ -142,6 +142,7 @@ void addSettingsCommands(CLI::App &program, Options &options)
     calibrate->add_flag("--card", options.card,
                         tr("A bank card or identity card lies there (default: an A4 sheet)"));
     addTimeoutOption(*calibrate, options);
+    addProgressFlag(*calibrate, options);
 }
 
 } // namespace cli

@@ -150,6 +150,7 @@ ExitCode convertPicture(const Task &task)
     if (const ExitCode code = openLibrary(task.session, options); code != ExitCode::Success)
         return code;
     const std::string path = task.place.workPath(options.destination);
+    task.progress->beginReading();
     const Answer answer = askLibrary(options.verbose, [&] {
         return task.session.library().ConvertImagetoImage(source.c_str(), path.c_str());
     });

@@ -1,33 +1,18 @@
 #include "cli/documents/textsettings.h"
 
+#include "util/userfolders.h"
+
 #include <cstdlib>
 #include <string>
 
 namespace cli {
-namespace {
-
-/// Empty when the user has no folder for it. The XDG Base Directory Specification wants paths that are
-/// not absolute to be ignored.
-std::string cacheFolder()
-{
-    const auto absolute = [](const char *name) {
-        const char *const value = std::getenv(name);
-        return value != nullptr && *value == '/' ? std::string(value) : std::string();
-    };
-    std::string folder = absolute("XDG_CACHE_HOME");
-    if (const std::string home = absolute("HOME"); folder.empty() && !home.empty())
-        folder = home + "/.cache";
-    return folder.empty() ? folder : folder + "/korv-camera/text";
-}
-
-} // namespace
 
 void passTextSettings(const Options &options)
 {
     if (options.text)
         setenv("KORV_CAMERA_TEXT", options.text->c_str(), 1);
-    if (const std::string folder = cacheFolder(); !folder.empty())
-        setenv("KORV_CAMERA_TEXT_CACHE", folder.c_str(), 0);
+    if (const std::string folder = userfolders::cache(); !folder.empty())
+        setenv("KORV_CAMERA_TEXT_CACHE", (folder + "/korv-camera/text").c_str(), 0);
 }
 
 } // namespace cli

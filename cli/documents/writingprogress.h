@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/progress/pagesdone.h"
 #include "cli/progress/progress.h"
 #include "cli/progress/readsources.h"
 
@@ -27,7 +28,10 @@ public:
     void clear() { m_progress.clear(); }
 
 private:
+    std::optional<Count> countOf(pid_t child) const;
+
     Progress m_progress;
+    std::optional<PagesDone> m_pages; ///< when somebody looks at the line
     std::optional<ReadSources> m_sources; ///< when there are several to count
     std::string m_destination;
 };

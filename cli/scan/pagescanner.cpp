@@ -10,7 +10,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <unistd.h>
+#include <utility>
 
 namespace cli {
 namespace {
@@ -18,12 +21,26 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr int kMaxFailures = 3; ///< frames that are no picture, before it is no accident
+constexpr int kLineart = 2; ///< of Options::color
 
 /// A short sound, for whoever has turned a page and looks at the paper.
 void ring()
 {
     if (isatty(STDERR_FILENO) == 1)
         std::fputs("\a", stderr);
+}
+
+/// Whether the photograph shows nothing but the page, in shades that its focus can be judged by; the
+/// frame has to do otherwise.
+bool showsThePageAlone(const Options &options)
+{
+    return options.crop >= 0 && options.color != kLineart;
+}
+
+std::vector<unsigned char> contentOf(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 /// Where the user types at the terminal, a line there would not stay in its place.
@@ -48,6 +65,8 @@ PageScanner::PageScanner(LibrarySession &session, const Options &options, FrameR
 {
     if (options.scanOn == ScanOn::Turn)
         m_turns.emplace();
+    if (session.examinesFocus())
+        m_focus.emplace(session.wakeup());
     if (options.scanOn == ScanOn::Key || hasKeyboard())
         addTrigger(std::make_unique<EnterKey>());
     if (button)
@@ -141,6 +160,7 @@ ExitCode PageScanner::awaitPage(bool &isThere)
             return m_options.pages > 0 ? m_session.interrupted() : ExitCode::Success;
         }
         readTriggers();
+        reportFocus();
         if (const ExitCode code = lookAtFrame(isThere); code != ExitCode::Success)
             return code;
     }
@@ -169,6 +189,9 @@ ExitCode PageScanner::takePage()
     m_progress.clear();
     Page page;
     page.number = m_sink.nextNumber();
+    FocusExaminer::Picture picture;
+    if (m_focus)
+        picture = m_frame.jpeg;
     FrameReceiver::makeRoom(m_frame);
     // the library's own words would name a folder that nobody knows
     const Answer answer = askLibrary(m_options.verbose, [&] {
@@ -181,6 +204,8 @@ ExitCode PageScanner::takePage()
         return m_session.check(answer.result, tr("take page %1", page.number));
     m_failures = 0;
     page.size = jpegSize(m_sink.photographPath());
+    if (m_focus && showsThePageAlone(m_options))
+        picture = contentOf(m_sink.photographPath());
     if (const ExitCode code = m_sink.store(m_session, page.path); code != ExitCode::Success)
         return code;
     if (m_turns)
@@ -191,12 +216,30 @@ ExitCode PageScanner::takePage()
     announce(page);
     if (m_options.crop >= 0 && isWhole(page.size, m_frame.width, m_frame.height))
         printError(tr("page %1: no sheet was found; this is the whole picture", page.number));
-    if (answer.isOutOfFocus)
-        printError(tr("page %1: out of focus; its writing is hard to read", page.number));
+    if (m_focus)
+        m_focus->examine(page.number, std::move(picture));
     return ExitCode::Success;
 }
 
-ExitCode PageScanner::run()
+/// Says of which pages is known by now that they are out of focus.
+void PageScanner::reportFocus()
+{
+    if (!m_focus)
+        return;
+    for (const FocusExaminer::Finding &finding : m_focus->takeFindings()) {
+        m_progress.clear();
+        if (!finding.failure.empty()) {
+            printError(
+                tr("page %1: its focus was not examined: %2", finding.page, finding.failure));
+            continue;
+        }
+        if (m_options.json)
+            m_session.print(JsonLine().add("page", finding.page).add("out_of_focus", true).text());
+        printError(tr("page %1: out of focus; its writing is hard to read", finding.page));
+    }
+}
+
+ExitCode PageScanner::takePages()
 {
     ExitCode code = ExitCode::Success;
     while (code == ExitCode::Success && !isComplete()) {
@@ -205,6 +248,15 @@ ExitCode PageScanner::run()
         if (code == ExitCode::Success && isThere)
             code = takePage();
     }
+    return code;
+}
+
+ExitCode PageScanner::run()
+{
+    const ExitCode code = takePages();
+    if (m_focus)
+        m_focus->finish();
+    reportFocus();
     return code;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/progress/progress.h"
+#include "cli/scan/focusexaminer.h"
 #include "cli/scan/pagesink.h"
 #include "cli/scan/pagetrigger.h"
 #include "cli/scan/turnwatch.h"
@@ -36,6 +37,7 @@ private:
     bool isDue();
     Clock::time_point nextWake() const;
     void showProgress();
+    ExitCode takePages();
     ExitCode awaitPage(bool &isThere);
     ExitCode lookAtFrame(bool &isThere);
     ExitCode takePage();
@@ -47,6 +49,7 @@ private:
         PictureSize size;
     };
     void announce(const Page &page) const;
+    void reportFocus();
 
     LibrarySession &m_session;
     const Options &m_options;
@@ -54,6 +57,7 @@ private:
     PageSink &m_sink;
     std::vector<std::unique_ptr<PageTrigger>> m_triggers;
     std::optional<TurnWatch> m_turns; ///< where turned pages are waited for
+    std::optional<FocusExaminer> m_focus; ///< where the user wants to hear of blurred pages
     Progress m_progress;
     std::size_t m_before; ///< pages that a killed scan had taken
     ReceivedFrame m_frame;

@@ -34,7 +34,7 @@ std::unique_ptr<PageTrigger> buttonOf(const Device &device)
 /// Opens the camera, and takes pages until the scan ends.
 ExitCode takePages(LibrarySession &session, const Options &options, PageSink &sink)
 {
-    ExitCode code = session.open(FocusCheck::On);
+    ExitCode code = session.open(FocusCheck::Caller);
     if (code != ExitCode::Success)
         return code;
     const std::optional<Device> device = session.findDevice(code);

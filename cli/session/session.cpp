@@ -7,6 +7,7 @@
 #include "cli/base/malloc_text.h"
 #include "cli/base/translation.h"
 #include "cli/session/deviceselection.h"
+#include "library/settings/settings_values.h"
 
 #include <cerrno>
 #include <csignal>
@@ -24,6 +25,14 @@ std::string environment(const char *name)
 {
     const char *const value = std::getenv(name);
     return value ? value : "";
+}
+
+constexpr char kCheckFocus[] = "KORV_CAMERA_CHECK_FOCUS";
+
+/// Whether the user wants to hear of photographs that are out of focus; yes when nobody has said.
+bool wantsFocusChecked()
+{
+    return korv::valueOf<bool>(environment(kCheckFocus)).value_or(true);
 }
 
 } // namespace
@@ -63,8 +72,11 @@ ExitCode LibrarySession::open(FocusCheck focus)
         setenv("KORV_LOG", "debug", 0); // unless the user has chosen a level
     if (m_options.clean)
         setenv("KORV_CAMERA_CLEAN", "yes", 1);
-    if (focus == FocusCheck::On)
-        setenv("KORV_CAMERA_CHECK_FOCUS", "yes", 0);
+    if (focus == FocusCheck::Library)
+        setenv(kCheckFocus, "yes", 0);
+    m_examinesFocus = focus == FocusCheck::Caller && wantsFocusChecked();
+    if (focus == FocusCheck::Caller)
+        setenv(kCheckFocus, "no", 1);
     if (m_library.LoadLib() != 0) {
         const std::string words = adviceOnLibrary(m_options.library);
         printError(words.empty()

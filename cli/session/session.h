@@ -20,8 +20,12 @@ bool usesRealCameras();
 /// The simulated desk that the environment names; empty without one.
 std::string simulatedDesk();
 
-/// Whether the library is to say which photographs are out of focus, which costs it time.
-enum class FocusCheck { Off, On };
+/// Who finds out which photographs are out of focus, which takes time.
+enum class FocusCheck {
+    Off, ///< nobody, unless the user's settings have the library do it
+    Library, ///< the library, unless the user has switched it off
+    Caller, ///< not the library; see examinesFocus()
+};
 
 /// The camera library, loaded and initialised for one command, and the two outputs of the program.
 /// Thread: the main thread.
@@ -38,6 +42,10 @@ public:
 
     /// Un-initialises and unloads the library, which ends its threads; open() may follow.
     void close();
+
+    /// Whether the caller is to examine the focus: it said so in open(), and the user has not switched
+    /// that off.
+    bool examinesFocus() const { return m_examinesFocus; }
 
     CCameraSDK &library() { return m_library; }
     Wakeup &wakeup() { return m_wakeup; }
@@ -85,6 +93,7 @@ private:
     CCameraSDK m_library;
     bool m_loaded = false;
     bool m_initialised = false;
+    bool m_examinesFocus = false;
     bool m_outputWorks = true;
 };
 

@@ -343,6 +343,8 @@ DocumentSettings Manager::documentSettings(const std::string &destination) const
     wanted.title = cleanUtf8(inForce->title);
     wanted.sheet = inForce->pageSize;
     wanted.text = recogniser();
+    if (const char *const progress = ::secure_getenv("KORV_CAMERA_PROGRESS"))
+        wanted.progressFile = progress;
     wanted.compact = fromEnvironment("KORV_CAMERA_COMPACT", inForce->compact);
     if (wanted.compact && m_processEnds) {
         wanted.compact = false; // OpenCV's own globals may be destroyed by now

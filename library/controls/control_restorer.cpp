@@ -1,6 +1,7 @@
 #include "library/controls/control_restorer.h"
 
 #include "library/base/log.h"
+#include "library/controls/control_names.h"
 #include "library/controls/control_order.h"
 #include "library/controls/control_values.h"
 
@@ -25,25 +26,66 @@ const Control *find(const std::vector<Control> &controls, const std::string &nam
     return found == controls.end() ? nullptr : &*found;
 }
 
-/// Those of a camera's controls of which a value is saved. Others are not asked for, as far as the
-/// driver's order allows, nor are the values of a camera that was just plugged in, where nobody can
-/// have set any: every answer takes its time.
-Result<std::vector<Control>> savedControlsOf(const ControlCall &call, const SavedControls &saved,
-                                             Appearance appearance)
+/// Collects those of a camera's controls of which a value is saved. Others are not asked for, as far as
+/// that can be avoided, nor are the values of a camera that was just plugged in, where nobody can have
+/// set any: the driver has to ask the camera several things for each answer.
+class SavedControlFinder
 {
-    std::vector<Control> controls;
-    const Result<void> visited = visitControls(call, [&](Control control) {
-        if (saved.count(control.name) > 0 && !find(controls, control.name)) {
-            if (appearance == Appearance::Found)
-                control.value = readControl(call, control);
-            controls.push_back(std::move(control));
+public:
+    SavedControlFinder(const ControlCall &call, const SavedControls &saved, Appearance appearance)
+        : m_call(call)
+        , m_saved(saved)
+        , m_appearance(appearance)
+    {
+    }
+
+    /// -ENODEV: the camera is gone.
+    Result<std::vector<Control>> find()
+    {
+        Result<void> asked = findStandard();
+        if (asked && !isComplete())
+            asked = visitControls(m_call, [&](Control control) {
+                keep(std::move(control));
+                return !isComplete();
+            });
+        if (!asked)
+            return asked.error();
+        return std::move(m_found);
+    }
+
+private:
+    bool isComplete() const { return m_found.size() == m_saved.size(); }
+
+    void keep(Control control)
+    {
+        if (m_saved.count(control.name) == 0 || korv::find(m_found, control.name))
+            return;
+        if (m_appearance == Appearance::Found)
+            control.value = readControl(m_call, control);
+        m_found.push_back(std::move(control));
+    }
+
+    /// Those whose names V4L2 has given them.
+    Result<void> findStandard()
+    {
+        for (const auto &[name, text] : m_saved) {
+            const std::optional<std::uint32_t> id = standardControlId(name);
+            if (!id)
+                continue;
+            Result<Control> control = queryControl(m_call, *id);
+            if (control)
+                keep(std::move(control).value());
+            else if (control.code() == -ENODEV)
+                return control.error();
         }
-        return controls.size() < saved.size();
-    });
-    if (!visited)
-        return visited.error();
-    return controls;
-}
+        return {};
+    }
+
+    const ControlCall &m_call;
+    const SavedControls &m_saved;
+    const Appearance m_appearance;
+    std::vector<Control> m_found;
+};
 
 /// What the camera has and takes of what is saved, automatics first; the rest is logged.
 std::vector<Wish> wishesFor(const std::vector<Control> &controls, const SavedControls &saved,
@@ -124,7 +166,7 @@ bool ControlRestorer::restore(const ControlCall &call, const SavedControls &save
                     "the camera does not answer; its saved controls are not set");
         return patience.hasEnded();
     };
-    const Result<std::vector<Control>> controls = savedControlsOf(ask, saved, appearance);
+    const Result<std::vector<Control>> controls = SavedControlFinder(ask, saved, appearance).find();
     if (given())
         return false;
     if (!controls)

@@ -20,6 +20,8 @@ struct DocumentSettings
     std::shared_ptr<TextRecogniser> text = nullptr;
     /// Pages of writing become layers where the format has any, see takeApart().
     bool compact = false;
+    /// Where to say how far the document has come, see ProgressFile; empty: nowhere.
+    std::string progressFile = {};
 };
 
 /// What KORV_CAMERA_TITLE and KORV_CAMERA_PAGE_SIZE say goes before `settings`. A size that is none

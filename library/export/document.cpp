@@ -2,6 +2,7 @@
 
 #include "library/base/log.h"
 #include "library/export/page_prefetcher.h"
+#include "library/export/progress_file.h"
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
 #include "library/values/utf8.h"
@@ -106,21 +107,21 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     DocumentText text(format.hasText ? settings.text.get() : nullptr);
     PagePrefetcher pages(sources, pageOptions(format, quality, settings, text));
     MissingPages missing(sources);
+    ProgressFile progress(settings.progressFile, sources.size());
     std::size_t number = 0;
     bool hasPages = false;
     while (const SourcePage *page = pages.next()) {
         ++number;
-        if (!page->content) {
-            missing.add(number, *page, page->content.error());
-            continue;
-        }
-        Result<void> added = writer->addPage(page->content.value());
+        Result<void> added;
+        if (page->content)
+            added = writer->addPage(page->content.value());
         if (!added && added.code() != kUnfitPage)
             return added;
-        if (added)
+        if (page->content && added)
             hasPages = true;
         else
-            missing.add(number, *page, added.error());
+            missing.add(number, *page, page->content ? added.error() : page->content.error());
+        progress.pageDone(page->page, page->pages);
     }
     missing.tellTheRest();
     if (!hasPages)

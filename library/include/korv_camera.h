@@ -246,13 +246,15 @@ KORV_CAMERA_API int KorvCamera_AddImageFiletoMultiFile(const char *src);
  * A TIFF's list of pages that breaks off, or runs in a circle, counts as one such page behind those
  * that it lists. When the document cannot be written, every working file is kept so. A tiff past
  * 4 GiB is a BigTIFF.
- * Two environment variables are read at each call. KORV_CAMERA_TITLE is the title, UTF-8; not set
+ * Three environment variables are read at each call. KORV_CAMERA_TITLE is the title, UTF-8; not set
  * or empty: the new file's name. KORV_CAMERA_PAGE_SIZE makes all pages one size: A3, A4, A5,
  * letter, card or WIDTHxHEIGHT in millimetres, 2 to 5000 each; upright or across as suits the
  * picture, which fills it as far as its shape allows and lies in the middle. In a tiff, which has
  * no paper, the resolution is the one at which the picture just fits. Any other size is reported on
  * standard error and ignored; not set or empty: as the settings files say, or each page is as large
- * as its picture.
+ * as its picture. KORV_CAMERA_PROGRESS names a file that is there: while the document is made, it
+ * begins with how many pages are through and how many there are, "12 80" and a line feed; the pages
+ * of a TIFF count once it has been opened, until then as one.
  * Errors: -ENODATA no page pending; -EINVAL unknown extension (nothing is written or kept, as
  * there; the sources are where they were); -EFBIG a pdf past 10 GB; otherwise as there. */
 KORV_CAMERA_API int KorvCamera_CombineMultiFile(const char *dst);

@@ -77,7 +77,7 @@ complete -c korvcam -n '__korvcam_has snap scan convert combine serve' -s q -l q
 complete -c korvcam -n '__korvcam_has snap scan calibrate' -s r -l resolution -x -d 'Size, one of modes'
 complete -c korvcam -n '__korvcam_has snap scan focus doctor calibrate serve' -l timeout -x -d 'Seconds to wait for a frame'
 complete -c korvcam -n '__korvcam_has snap scan convert combine' -s f -l force -d 'Replace an existing file'
-complete -c korvcam -n '__korvcam_has snap scan convert combine' -l no-progress -d 'Do not show progress'
+complete -c korvcam -n '__korvcam_has snap scan convert combine focus doctor calibrate' -l no-progress -d 'Do not show progress'
 complete -c korvcam -n '__korvcam_has snap scan convert combine' -s o -l output -r -F -d 'New file'
 complete -c korvcam -n '__korvcam_has snap scan convert' -l clean -d 'Even out light and shadow'
 complete -c korvcam -n '__korvcam_has snap convert' -l format -x -a 'jpg png bmp tiff pdf ofd' -d 'Format on standard output'

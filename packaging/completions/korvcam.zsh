@@ -116,7 +116,7 @@ _korvcam_options()
                 '--reset[forget what was kept for this camera model]'
             )
             ;;
-        focus) reply=($camera $timeout '--lock[keep the focus from then on]') ;;
+        focus) reply=($camera $timeout $progress '--lock[keep the focus from then on]') ;;
         convert)
             reply=(
                 $quality $force $progress $text
@@ -136,7 +136,7 @@ _korvcam_options()
                 '*:picture:_files'
             )
             ;;
-        doctor) reply=($camera $timeout $json) ;;
+        doctor) reply=($camera $timeout $progress $json) ;;
         watch)
             reply=(
                 $json
@@ -145,7 +145,7 @@ _korvcam_options()
             )
             ;;
         calibrate)
-            reply=($camera $resolution $timeout '--card[a card lies there, no A4 sheet]')
+            reply=($camera $resolution $timeout $progress '--card[a card lies there, no A4 sheet]')
             ;;
         serve)
             reply=(

@@ -14,8 +14,7 @@
 
 namespace support {
 
-/// A test with a scripted camera that streams, 33 frames a second, pictures that get brighter at
-/// first.
+/// A test with a scripted camera that streams, 33 frames a second, the pictures that it was given.
 class LiveStream : public testing::Test
 {
 protected:
@@ -35,9 +34,16 @@ protected:
     {
         for (int step = 0; step <= steps; ++step) {
             const int gray = 40 + step * 10;
-            m_ramp.push_back(
-                testing_support::jpegOf(testing_support::plainImage(64, 48, {gray, gray, gray})));
+            show(testing_support::plainImage(64, 48, {gray, gray, gray}));
         }
+    }
+
+    /// The next picture, of the same size as the others; the last one stays.
+    void show(const korv::Image &picture)
+    {
+        m_width = picture.width();
+        m_height = picture.height();
+        m_pictures.push_back(testing_support::jpegOf(picture));
     }
 
     TempHome m_home;
@@ -58,16 +64,19 @@ private:
     void send()
     {
         while (!m_ended) {
-            const int next = std::min(m_sent.load(), static_cast<int>(m_ramp.size()) - 1);
-            korv::Bytes &frame = m_ramp[static_cast<std::size_t>(next)];
+            const int next = std::min(m_sent.load(), static_cast<int>(m_pictures.size()) - 1);
+            korv::Bytes &frame = m_pictures[static_cast<std::size_t>(next)];
             // none before the callback is known, which is after the hook
-            if (fake_emit_frame(frame.data(), static_cast<int>(frame.size()), 64, 48) >= 0)
+            if (fake_emit_frame(frame.data(), static_cast<int>(frame.size()), m_width, m_height)
+                >= 0)
                 ++m_sent;
             std::this_thread::sleep_for(std::chrono::milliseconds(30));
         }
     }
 
-    std::vector<korv::Bytes> m_ramp;
+    std::vector<korv::Bytes> m_pictures;
+    int m_width = 0;
+    int m_height = 0;
     std::atomic<bool> m_ended{false};
     std::thread m_sender;
 };

@@ -2,16 +2,19 @@
 
 #include "cli/commands.h"
 #include "tests/cli/live_stream.h"
+#include "tests/cli/progress/pseudo_terminal.h"
 #include "tests/library/fakes/fake_controls.h"
 #include "tests/support/stdout_capture.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 namespace {
 
 using cli::ExitCode;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing_support::FakeControls;
@@ -58,6 +61,28 @@ TEST_F(Focus, beginsAnewAndEndsWhenThePictureIsSharp)
     EXPECT_THAT(m_camera.writes,
                 ElementsAre("Focus, Automatic Continuous=0", "Focus, Automatic Continuous=1"));
     EXPECT_GE(m_sent, 13);
+}
+
+TEST_F(Focus, saysOnATerminalThatItTakesItsTime)
+{
+    brighten(45); // a second and a half
+    const support::ScopedVariable kind("TERM", "xterm");
+    const support::PseudoTerminal terminal(80);
+    const auto onTerminal = [&] {
+        const int before = dup(STDERR_FILENO);
+        dup2(terminal.program(), STDERR_FILENO);
+        cli::LibrarySession session(m_options);
+        EXPECT_EQ(session.open(), ExitCode::Success);
+        EXPECT_EQ(cli::focusOf(session, m_options, {4, 1, 2, "Desk"}, m_camera.call()),
+                  ExitCode::Success);
+        dup2(before, STDERR_FILENO);
+        close(before);
+    };
+    const support::StdoutCapture output;
+    onTerminal();
+    const std::string shown = terminal.take();
+    EXPECT_THAT(shown, HasSubstr("\x1b[Kfocusing, 0:01\r"));
+    EXPECT_THAT(shown, EndsWith("\r\x1b[K")) << "the line goes";
 }
 
 TEST_F(Focus, isLockedAtItsEnd)

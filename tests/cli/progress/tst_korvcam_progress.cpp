@@ -53,6 +53,15 @@ TEST_F(KorvcamProgress, combineSaysHowManyPicturesAreRead)
                 EndsWith("\r" + kErase + "korvcam: interrupted; nothing was written\r\n"));
 }
 
+TEST_F(KorvcamProgress, combineCountsPagesWhereTheLibraryDoes)
+{
+    for (const std::string sources : {"[1-5].jpg", "1.jpg"}) {
+        const Finished done =
+            onTerminal("STUBBORN_CAMERA=counting $K combine " + sources + " -o a.pdf");
+        EXPECT_THAT(done.output, StartsWith(kErase + "7 of 80 pages, ")) << sources;
+    }
+}
+
 TEST_F(KorvcamProgress, lineKeepsToTheTerminalsWidth)
 {
     const Finished done = onTerminal(m_combine, {{"COLUMNS", "12"}});
@@ -126,6 +135,44 @@ TEST_F(KorvcamSeriesProgress, snapCountsPhotographs)
         EXPECT_EQ(other.status, 0) << other.output;
         EXPECT_THAT(other.output, Not(HasSubstr("\x1b"))) << quiet;
     }
+}
+
+TEST_F(KorvcamSeriesProgress, ourLibraryCountsThePagesThatItMakes)
+{
+    snap("p.jpg");
+    const Environment counted = {{"KORV_CAMERA_PROGRESS", m_home.write("done", "").string()}};
+    const auto expectPages = [&](const std::vector<std::string> &arguments,
+                                 const std::string &pages) {
+        const Finished done = run(arguments, counted);
+        EXPECT_EQ(done.status, 0) << done.errors;
+        EXPECT_EQ(support::readFile(file("done")), pages);
+    };
+    expectPages({"combine", file("p.jpg"), file("p.jpg"), "-o", file("two.tif")}, "2 2\n");
+    expectPages({"combine", file("two.tif"), file("p.jpg"), "-o", file("a.pdf")}, "3 3\n");
+    expectPages({"convert", file("two.tif"), file("b.pdf")}, "2 2\n");
+}
+
+TEST_F(KorvcamSeriesProgress, doctorSaysWhatItExamines)
+{
+    const Finished done = photograph("$K doctor");
+    EXPECT_THAT(done.output, HasSubstr(kErase + "examining "));
+    // the line is gone before the next finding
+    EXPECT_THAT(done.output, HasSubstr("\r" + kErase + "     first picture"));
+    for (const std::string quiet : {" --no-progress", " --json"})
+        EXPECT_THAT(photograph("$K doctor" + quiet).output, Not(HasSubstr("\x1b"))) << quiet;
+}
+
+TEST_F(KorvcamProgress, onePhotographThatTakesItsTimeSaysSo)
+{
+    const std::string silent = "STUBBORN_CAMERA=silent $K ";
+    const std::string end = "korvcam: the camera sent no picture in 1 s; run `korvcam doctor` to "
+                            "find out why\r\n";
+    for (const std::string command : {"snap --timeout 1 -o p.jpg", "calibrate --timeout 1"}) {
+        EXPECT_THAT(onTerminal(silent + command).output, EndsWith(end)) << command;
+        EXPECT_EQ(onTerminal(silent + command + " --no-progress").output, end) << command;
+    }
+    EXPECT_THAT(onTerminal(silent + "calibrate").output,
+                StartsWith(kErase + "taking a photograph, 0:01\r"));
 }
 
 TEST_F(KorvcamSeriesProgress, scanCountsPages)

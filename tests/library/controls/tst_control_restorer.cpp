@@ -102,6 +102,25 @@ TEST_F(Restorer, whatAnAutomaticLeavesBehindIsNobodys)
     EXPECT_THAT(m_camera.writes, ElementsAre("Auto Exposure=1", "Exposure Time, Absolute=9"));
 }
 
+TEST_F(Restorer, onlySavedControlsAreAskedFor)
+{
+    // the last in the driver's order
+    restore({{"auto_exposure", "1"}, {"exposure_time_absolute", "9"}});
+    EXPECT_THAT(m_camera.writes, ElementsAre("Auto Exposure=1", "Exposure Time, Absolute=9"));
+    // to be found, and to see that it is active
+    EXPECT_EQ(m_camera.requests[VIDIOC_QUERYCTRL], 4);
+}
+
+TEST_F(Restorer, controlsUnderNamesOrIdsOfTheDriversOwnAreFound)
+{
+    m_camera.controls[V4L2_CID_BRIGHTNESS].title = "Lamp";
+    m_camera.controls[V4L2_CID_PRIVATE_BASE] = m_camera.controls[V4L2_CID_BRIGHTNESS];
+    m_camera.controls[V4L2_CID_PRIVATE_BASE].title = "Brightness";
+    restore({{"brightness", "5"}, {"lamp", "6"}});
+    EXPECT_THAT(m_camera.writes, ElementsAre("Brightness=5", "Lamp=6"));
+    EXPECT_EQ(m_log, "");
+}
+
 TEST_F(Restorer, noControlIsAskedForBehindTheLastSavedOne)
 {
     restore({{"brightness", "5"}, {"white_balance_automatic", "0"}});

@@ -179,3 +179,39 @@ TEST_F(PendingDocumentTest, existingDocumentIsNeverTouched)
         EXPECT_GT(fs::file_size(path("0001 (2)." + extension)), 100U);
     }
 }
+
+TEST_F(PendingDocumentTest, progressCountsThePagesOfATiff)
+{
+    addPages(3);
+    ASSERT_TRUE(m_document.combine(path("three.tiff"), 95));
+    addPages(2);
+    ASSERT_TRUE(m_document.add(path("three.tiff")));
+    DocumentSettings settings;
+    settings.progressFile = path("progress");
+    pictures::writeBytes(settings.progressFile, {});
+    ASSERT_TRUE(m_document.combine(path("a.pdf"), 95, settings));
+    EXPECT_EQ(support::readFile(settings.progressFile), "5 5\n");
+}
+
+TEST_F(PendingDocumentTest, progressThatCannotBeWrittenDoesNoHarm)
+{
+    DocumentSettings settings;
+    settings.progressFile = path("none");
+    addPages(2);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(m_document.combine(path("a.pdf"), 95, settings));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("progress is not written there: No such file or directory"));
+    EXPECT_FALSE(fs::exists(settings.progressFile)) << "nobody asked for a file";
+}
+
+TEST_F(PendingDocumentTest, progressIntoAPipeWithoutAReaderDoesNotWait)
+{
+    DocumentSettings settings;
+    settings.progressFile = path("pipe");
+    ASSERT_EQ(mkfifo(settings.progressFile.c_str(), 0600), 0);
+    addPages(2);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(m_document.combine(path("a.pdf"), 95, settings));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("No such device"));
+}
