@@ -11,7 +11,7 @@ if [[ -z ${KORV_RUN_TEST_FOLDER:-} ]]; then
     trap 'chmod -R u+w -- "$KORV_RUN_TEST_FOLDER" && rm -rf -- "$KORV_RUN_TEST_FOLDER"' EXIT
     mkdir -p "$KORV_RUN_TEST_FOLDER/sources/tools" "$KORV_RUN_TEST_FOLDER/sources/tests"
     cp "$root"/{run,test} "$KORV_RUN_TEST_FOLDER/sources/"
-    cp "$root"/tools/packages.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
+    cp "$root"/tools/{packages,cross}.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
     cp "$root/tests/lsan.supp" "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp -R "$root"/tests/{packages,releases} "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp "${BASH_SOURCE[0]}" "$KORV_RUN_TEST_FOLDER/test_run.sh"
@@ -271,7 +271,7 @@ oneBuild()
     fresh
     attempt clone/test --build tsan
     expect "one build" 0 "$status"
-    expect "one build" "cmake --preset tsan" "$(grep -e --preset calls | grep -v -e --build)"
+    expect "one build" "cmake --preset tsan -B build/tsan" "$(grep -e --preset calls)"
     attempt clone/test --build
     expect "no build's name" 2 "$status"
     attempt clone/test --build fast
