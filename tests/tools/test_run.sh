@@ -123,6 +123,7 @@ esac
 STUB
 stub ctest <<'STUB'
 #!/bin/bash
+echo "ctest $*" >>"$work/calls"
 echo "100% tests passed, 0 tests failed out of 1"
 STUB
 stub Xvfb <<'STUB'
@@ -277,6 +278,20 @@ oneBuild()
     attempt clone/test --build fast
     expect "a build that there is not" 2 "$status"
     contains "a build that there is not" "--build needs one of dev, asan, tsan" err
+}
+
+unitsAlone()
+{
+    fresh
+    attempt clone/test --build dev
+    expect "all tests" 0 "$(grep -c 'ctest .*-LE' calls)"
+    : >calls
+    attempt clone/test --build dev --units
+    expect "units" 0 "$status"
+    contains "units" "-LE ^(tools|e2e)$" calls
+    attempt clone/test --architecture ARM
+    expect "no architecture's name" 2 "$status"
+    contains "no architecture's name" "--architecture needs the name of one of Debian's" err
 }
 
 # only root can make a fresh Debian, and these tests run as somebody else
@@ -441,6 +456,7 @@ lockOfSomebodyElse
 wrongRelease
 newerRelease
 oneBuild
+unitsAlone
 otherRelease
 missingTools
 brokenBuild
