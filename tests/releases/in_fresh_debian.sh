@@ -135,7 +135,8 @@ fi
 if [[ ${CMAKE_CXX_COMPILER_LAUNCHER:-} == ccache ]]; then
     step "compiler's cache" useCompilerCache
     environment=(CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-        CCACHE_DIR=/ccache CCACHE_BASEDIR=/clone CCACHE_NOHASHDIR=1)
+        CCACHE_DIR=/ccache CCACHE_BASEDIR=/clone CCACHE_NOHASHDIR=1
+        "CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-}" ${CCACHE_MAXSIZE:+"CCACHE_MAXSIZE=$CCACHE_MAXSIZE"})
 fi
 [[ $units == yes ]] || step "./run" photographs
 step "./test ${options[*]}" tests
