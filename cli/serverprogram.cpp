@@ -28,7 +28,7 @@ ExitCode becomeServer(char **argv)
     if (errno == ENOENT)
         printError(tr("the scanner server is not installed; install the package korv-camera-escl"));
     else
-        printError(tr("cannot start %1: %2", program.string(), std::strerror(errno)));
+        printError(tr("cannot start %1: %2", program.native(), std::strerror(errno)));
     return ExitCode::Failure;
 }
 

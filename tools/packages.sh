@@ -80,6 +80,16 @@ readonly kPackagingPackages=(
     "file|tells CPack which files are programs"
     "python3|puts the changelog into the software centre's description"
 )
+# only for scripts/package and ./test with --architecture
+readonly kCrossPackages=(
+    "dpkg-dev|knows Debian's architectures (dpkg-architecture)"
+    "qttools5-dev-tools|Qt 5: lrelease of this machine"
+    "qtbase5-dev-tools|Qt 5: moc, rcc and uic of this machine"
+)
+# only for ./test --architecture
+readonly kEmulatorPackages=(
+    "qemu-user-static|runs programs of other architectures"
+)
 # only for ./test --release
 readonly kFreshDebianPackages=(
     "debootstrap|makes a fresh Debian to build and test in"
@@ -132,11 +142,14 @@ readonly kFuzzPackages=(
     "llvm|names of functions in its reports"
 )
 
-# Prints those of the given "name|why" entries whose package is not installed.
+# Prints those of the given "name|why" entries whose package is not installed. A name without an
+# architecture, as in libpng-dev:arm64, means this machine's.
 missingPackages()
 {
-    local entry installed
-    installed=$(dpkg-query -W -f='${Package} ${db:Status-Status}\n' "${@%%|*}" 2>/dev/null || true)
+    local entry installed native
+    native=$(dpkg --print-architecture 2>/dev/null || true)
+    installed=$(dpkg-query -W -f='${Package}:${Architecture} ${db:Status-Status}\n' "${@%%|*}" \
+        2>/dev/null | sed -E "s/:($native|all) / /" || true)
     for entry in "$@"; do
         [[ $'\n'$installed$'\n' == *$'\n'"${entry%%|*} installed"$'\n'* ]] || printf '%s\n' "$entry"
     done

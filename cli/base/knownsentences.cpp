@@ -41,6 +41,7 @@ const std::vector<const char *> &knownSentences()
         trLater("%1: At Most %2 required but received %3"),
         trLater("%1: At least %2 required but received %3"),
         trLater("%1: Value %2 not in range %3 to %4"),
+        trLater("%1: Value %2 not in range [%3 - %4]"), // since CLI11 2.4
         trLater("%1: %2 not in {%3}"),
         trLater("%1 requires %2"),
         trLater("%1 excludes %2"),

@@ -2,6 +2,7 @@
 
 #include <cassert>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -100,10 +101,33 @@ private:
     Error m_error;
 };
 
-/// An Error from `errno`-style positive codes: `systemError(errno, "open " + path)`.
-inline Error systemError(int positiveErrno, std::string doing) noexcept
+/// A part of an error's text, which is there already: one that is only put together for the call
+/// might be so before `errno` is read, and whatever allocates memory may change that.
+class ErrorPart
 {
-    return {-positiveErrno, std::move(doing)};
+public:
+    ErrorPart(const char *text)
+        : m_text(text)
+    {
+    }
+    ErrorPart(const std::string &text)
+        : m_text(text)
+    {
+    }
+    ErrorPart(std::string &&) = delete;
+
+    std::string_view text() const { return m_text; }
+
+private:
+    std::string_view m_text;
+};
+
+/// An Error from `errno`-style positive codes: `systemError(errno, "open ", path)`.
+inline Error systemError(int positiveErrno, ErrorPart doing, ErrorPart what, ErrorPart more = "")
+{
+    std::string text;
+    text.append(doing.text()).append(what.text()).append(more.text());
+    return {-positiveErrno, std::move(text)};
 }
 inline Error systemError(int positiveErrno, const char *doing) noexcept
 {

@@ -165,7 +165,7 @@ Result<void> writeControl(const ControlCall &call, const Control &control, std::
     request.id = control.id;
     request.value = value;
     if (const int result = call(VIDIOC_S_CTRL, &request); result < 0)
-        return systemError(-result, control.name + ": " + std::strerror(-result));
+        return systemError(-result, control.name, ": ", std::strerror(-result));
     return {};
 }
 

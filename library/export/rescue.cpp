@@ -55,7 +55,7 @@ public:
     {
         // a working file may be a symbolic link: what it leads to is the photograph
         if (::linkat(AT_FDCWD, m_source.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
-            return systemError(errno, "link " + path);
+            return systemError(errno, "link ", path);
         return {};
     }
 
@@ -75,7 +75,7 @@ public:
     {
         struct stat status = {};
         if (::lstat(path.c_str(), &status) == 0)
-            return systemError(EEXIST, "copy to " + path);
+            return systemError(EEXIST, "copy to ", path);
         if (!m_copy) {
             if (Result<void> copied = copyTo(path); !copied)
                 return copied;
@@ -89,7 +89,7 @@ private:
     {
         const UniqueFd from(::open(m_source.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
         if (!from)
-            return systemError(errno, "open " + m_source);
+            return systemError(errno, "open ", m_source);
         Result<std::unique_ptr<AtomicFile>> to = AtomicFile::create(path, Existing::Refuse);
         if (!to)
             return to.error();
@@ -99,7 +99,7 @@ private:
             if (count < 0 && errno == EINTR)
                 continue;
             if (count < 0)
-                return systemError(errno, "read " + m_source);
+                return systemError(errno, "read ", m_source);
             if (count == 0)
                 break;
             const ByteView part = ByteView(chunk).first(static_cast<std::size_t>(count));
@@ -127,7 +127,7 @@ public:
         const std::string source = folderOf(m_source);
         const std::string target = folderOf(path);
         if (isLink(m_source) && source != target)
-            return systemError(EXDEV, "rename the link to " + path); // it might lead nowhere there
+            return systemError(EXDEV, "rename the link to ", path); // it might lead nowhere there
         const Result<Folder> from = Folder::open(source);
         if (!from)
             return from.error();

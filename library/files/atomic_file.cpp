@@ -56,7 +56,7 @@ AtomicFile::~AtomicFile()
 
 Error AtomicFile::failure(int positiveErrno, const char *doing) const
 {
-    return systemError(positiveErrno, std::string(doing) + " " + m_path);
+    return systemError(positiveErrno, doing, " ", m_path);
 }
 
 std::string AtomicFile::path() const

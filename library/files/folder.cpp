@@ -36,7 +36,7 @@ Result<Folder> Folder::open(const std::string &path)
     if (!fd && errno == EACCES)
         fd.reset(::open(path.c_str(), O_PATH | kFlags));
     if (!fd)
-        return systemError(errno, "open " + path);
+        return systemError(errno, "open ", path);
     return Folder(std::move(fd), readable);
 }
 

@@ -30,7 +30,7 @@ Result<void> renamed(const Folder &from, const std::string &name, const Folder &
                      const std::string &newName)
 {
     if (::renameat(from.fd(), name.c_str(), to.fd(), newName.c_str()) != 0)
-        return systemError(errno, "rename to " + newName);
+        return systemError(errno, "rename to ", newName);
     return {};
 }
 
@@ -78,9 +78,9 @@ Result<void> claimAndReplace(const Folder &from, const std::string &name, const 
     Claim claim(to, newName);
     // a full disk may still let a file change its name; the look is all that protects others then
     if (isFull(claim.error()) && to.holds(newName))
-        return systemError(EEXIST, "name " + newName);
+        return systemError(EEXIST, "name ", newName);
     if (claim.error() != 0 && !isFull(claim.error()))
-        return systemError(claim.error(), "name " + newName);
+        return systemError(claim.error(), "name ", newName);
     Result<void> moved = renamed(from, name, to, newName);
     if (moved)
         claim.isTaken();
@@ -95,16 +95,16 @@ Result<void> moveToFreeName(const Folder &from, const std::string &name, const F
     if (::renameat2(from.fd(), name.c_str(), to.fd(), newName.c_str(), RENAME_NOREPLACE) == 0)
         return {};
     if (!isNotSupported(errno) && !isFull(errno))
-        return systemError(errno, "rename to " + newName);
+        return systemError(errno, "rename to ", newName);
     if (::linkat(from.fd(), name.c_str(), to.fd(), newName.c_str(), 0) == 0) {
         if (::unlinkat(from.fd(), name.c_str(), 0) == 0)
             return {};
         const int reason = errno;
         to.remove(newName);
-        return systemError(reason, "remove " + name);
+        return systemError(reason, "remove ", name);
     }
     if (!isNotSupported(errno) && !isFull(errno))
-        return systemError(errno, "name " + newName);
+        return systemError(errno, "name ", newName);
     return claimAndReplace(from, name, to, newName);
 }
 
@@ -113,9 +113,9 @@ Result<void> makeWay(const Folder &folder, const std::string &path)
     const std::string name = fileNameOf(path);
     struct stat status = {};
     if (::fstatat(folder.fd(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return systemError(errno, "look for " + path);
+        return systemError(errno, "look for ", path);
     if (S_ISDIR(status.st_mode))
-        return systemError(EISDIR, "replace " + path);
+        return systemError(EISDIR, "replace ", path);
     if (S_ISREG(status.st_mode) && status.st_size == 0) {
         folder.remove(name);
         return {};
@@ -133,7 +133,7 @@ Result<void> makeWay(const Folder &folder, const std::string &path)
         if (moved.code() != -EEXIST)
             return moved;
     }
-    return systemError(EEXIST, "find a free name for " + path);
+    return systemError(EEXIST, "find a free name for ", path);
 }
 
 } // namespace korv

@@ -21,10 +21,10 @@ Result<SourceFile> SourceFile::open(const std::string &path)
     // O_NONBLOCK: opening a FIFO must not wait for its writer; regular files do not care
     UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file)
-        return systemError(errno, "open " + path);
+        return systemError(errno, "open ", path);
     struct stat status = {};
     if (::fstat(file.get(), &status) != 0)
-        return systemError(errno, "stat " + path);
+        return systemError(errno, "stat ", path);
     if (S_ISDIR(status.st_mode))
         return Error{-EISDIR, path + " is a folder"};
     if (!S_ISREG(status.st_mode))
@@ -48,7 +48,7 @@ Result<void> SourceFile::read(std::size_t offset, std::size_t size, Bytes &conte
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            return systemError(errno, "read " + m_path);
+            return systemError(errno, "read ", m_path);
         if (count == 0)
             break;
         done += static_cast<std::size_t>(count);

@@ -144,7 +144,7 @@ Result<void> makeFolderOf(const std::string &path)
     // the XDG Base Directory Specification wants 0700 for folders that are made
     std::filesystem::create_directories(folder.parent_path(), failed);
     if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
-        return systemError(errno, "make " + folder.string());
+        return systemError(errno, "make ", folder.native());
     return {};
 }
 
@@ -157,7 +157,7 @@ Result<void> replaceText(const std::string &path, const std::string &text)
         !written)
         return written;
     if (hasRights && ::chmod(path.c_str(), before.st_mode & 07777) != 0)
-        return systemError(errno, "keep the rights of " + path);
+        return systemError(errno, "keep the rights of ", path);
     return {};
 }
 

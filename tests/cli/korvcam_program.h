@@ -41,6 +41,16 @@ protected:
                           {{"K", program}, {"KORV_CAMERA_REAL", "0"}});
     }
 
+    /// The environment of a Chinese session, whose locale is made here; empty where none can be made.
+    /// The C library has no languages for C.UTF-8, from Debian 13 on not even for LANGUAGE.
+    Environment chineseSession() const
+    {
+        runProgram({"localedef", "-i", "zh_CN", "-f", "UTF-8", file("zh_CN.UTF-8")});
+        if (!std::filesystem::exists(file("zh_CN.UTF-8/LC_MESSAGES")))
+            return {};
+        return {{"LOCPATH", folder().string()}, {"LC_ALL", "zh_CN.UTF-8"}, {"LANGUAGE", ""}};
+    }
+
     /// Everything goes there; nothing is in there at first.
     const std::filesystem::path &folder() const { return m_home.scratch(); }
     std::string file(const std::string &name) const { return (folder() / name).string(); }

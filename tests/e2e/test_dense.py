@@ -19,9 +19,7 @@ class Dense(EndToEndTest):
     def setUp(self):
         super().setUp()
         self.desk.plug("1b17:0211 Desk", [stripes(1600, 1200, 3)])
-        # to the whole step: the server's dots an inch are not exactly twice as many
-        self.app = self.start(environment={"KORV_WINDOW_GROWS": "1",
-                                           "QT_SCALE_FACTOR_ROUNDING_POLICY": "Round"})
+        self.app = self.start(environment={"KORV_WINDOW_GROWS": "1"})
         self.app.wait_for_live_picture()
 
     def place(self, rect):

@@ -65,8 +65,13 @@ class Wayland(EndToEndTest):
     def test_assistive_technology_takes_a_photograph(self):
         bus = accessible.Bus(self.screen, self.folder)
         self.addCleanup(bus.close)
-        app = self.show_window(**bus.environment)
-        program = bus.program(application.NAME)
+        app = self.show_window(**bus.environment, QT_LOGGING_RULES="qt.accessibility.atspi=true")
+        try:
+            program = bus.program(application.NAME)
+        except AssertionError:
+            if '"Not connected to D-Bus server"' in app.errors():
+                self.skipTest("Qt registered before it was connected to the accessibility bus")
+            raise
         nodes = program.index()
         strip = nodes["list", "照片列表"]
         nodes["push button", "拍照"].press()

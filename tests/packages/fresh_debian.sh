@@ -10,7 +10,7 @@ freshDebianObstacle()
     for tool in debootstrap wget unshare chroot "${@:3}"; do
         command -v "$tool" >/dev/null || { echo "$tool is not installed" && return; }
     done
-    [[ -e /usr/share/debootstrap/scripts/$release ]] ||
+    [[ -e ${DEBOOTSTRAP_DIR:-/usr/share/debootstrap}/scripts/$release ]] ||
         { echo "debootstrap knows no release '$release'" && return; }
     unshare --mount --pid --fork true 2>/dev/null ||
         { echo "this machine gives no name spaces (unshare)" && return; }

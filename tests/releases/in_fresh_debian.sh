@@ -1,13 +1,16 @@
 #!/bin/bash
-# Runs ./run and ./test in a fresh Debian.
+# Runs ./run and ./test in a fresh Debian; with the option --units only ./test, in a Debian with its
+# packages that is kept for the next time.
 # Usage: in_fresh_debian.sh ROOT WORK RELEASE [OPTION ...]
 #   ROOT: the sources; WORK: a folder for everything it makes; RELEASE: Debian's name of it;
 #   OPTION: what ./test is to be called with there
-# Ends with 0 when all passed, and when it cannot be run here, which it says.
+# Ends with 0 when all passed, and when it cannot be run here or Debian cannot be downloaded, which
+# it says.
 # With CMAKE_CXX_COMPILER_LAUNCHER=ccache, this machine's ccache is used there.
 set -euo pipefail
 root=$1 release=$3
 options=("${@:4}")
+[[ " ${options[*]} " == *" --units "* ]] && units=yes || units=no
 work=$(realpath -m -- "$2/$release")
 here=$(cd -P -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 # shellcheck source=tests/packages/fresh_debian.sh
@@ -41,14 +44,55 @@ rm -rf -- "$work/logs" "$work/report"
 mkdir -p "$work/logs" "$archives/partial"
 
 environment=()
-prepare()
+# What a kept Debian is made of: another release, mirror or list of packages makes another one.
+keptDebian()
+{
+    local sum
+    sum=$({ echo "$mirror" && cat "$root/tools/packages.sh" &&
+        wget -q -O - "$mirror/dists/$release/InRelease"; } | sha256sum)
+    echo "$work/debian-${sum:0:16}.tar"
+}
+
+# The packages that ./test needs there, as ./test itself would install them.
+# shellcheck disable=SC2016
+aptForTests()
+{
+    inFreshDebian "$debian" bash -c 'source /clone/tools/packages.sh
+        entries=("${kRunPackages[@]}" "${kTestPackages[@]}" "${kDesktopPackages[@]}")
+        exec apt-get install -y -qq --no-install-recommends "$@" "${entries[@]%%|*}"' bash "$@"
+}
+
+# All that needs the network, and so can fail for a reason that is not ours.
+download()
 {
     makeFreshDebian "$debian" "$mirror" "$release"
     # a second run downloads nothing that is here
     mount --bind "$archives" "$debian/var/cache/apt/archives"
     inFreshDebian "$debian" apt-get update -qq
+    copyClone
+    # packages that this release does not have are ours, and installing them says which
+    [[ $units == no ]] || ! aptForTests --simulate || aptForTests --download-only
+}
+
+unpack()
+{
+    mkdir "$debian"
+    tar -C "$debian" -x -f "$kept"
+    copyClone
+}
+
+copyClone()
+{
     mkdir "$debian/clone"
     tar -C "$root" --exclude=./build --exclude=./out --exclude=./.git -c . | tar -C "$debian/clone" -x
+}
+
+keep()
+{
+    aptForTests
+    rm -f -- "$work"/debian-*.tar*
+    tar -C "$debian" --one-file-system --exclude=./clone -c -f "$kept.new" .
+    mv -- "$kept.new" "$kept"
 }
 
 useCompilerCache()
@@ -77,13 +121,24 @@ tests()
     inClone ./test "${options[@]}"
 }
 
-step "fresh Debian $release" prepare
+kept=$(keptDebian)
+if [[ $units == yes && -e $kept ]]; then
+    step "kept Debian $release" unpack
+else
+    measure "fresh Debian $release" "not to be had" download
+    ((stepStatus == 0)) || {
+        tail -n 5 "$work/logs/step-$steps.log"
+        echo "Tests on Debian $release skipped: it could not be downloaded" && exit
+    }
+    [[ $units == no ]] || step "packages" keep
+fi
 if [[ ${CMAKE_CXX_COMPILER_LAUNCHER:-} == ccache ]]; then
     step "compiler's cache" useCompilerCache
     environment=(CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-        CCACHE_DIR=/ccache CCACHE_BASEDIR=/clone CCACHE_NOHASHDIR=1)
+        CCACHE_DIR=/ccache CCACHE_BASEDIR=/clone CCACHE_NOHASHDIR=1
+        "CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-}" ${CCACHE_MAXSIZE:+"CCACHE_MAXSIZE=$CCACHE_MAXSIZE"})
 fi
-step "./run" photographs
+[[ $units == yes ]] || step "./run" photographs
 step "./test ${options[*]}" tests
 # what was skipped there is said with its reason
 sed -n '/^== Summary/,$p' "$work/logs/step-$steps.log"

@@ -9,8 +9,14 @@ mkdir bin
 
 cat >bin/dpkg-query <<'SHIM'
 #!/bin/bash
-printf 'alpha installed\nbeta config-files\n'
+printf 'alpha:here installed\nbeta:here config-files\nshared:all installed\nalien:there installed\n'
 exit 1
+SHIM
+printf '#!/bin/bash\necho here\n' >bin/dpkg
+cat >bin/apt-cache <<'SHIM'
+#!/bin/bash
+printf 'Package: alpha-dev\nMulti-Arch: same\n\nPackage: alpha\nMulti-Arch: same\n\n'
+printf 'Package: headers-dev\nMulti-Arch: foreign\n'
 SHIM
 for name in sudo apt-get; do
     printf '#!/bin/bash\nprintf "%%s\\n" "%s $*" >>"%s/calls"\n' "$name" "$work" >"bin/$name"
@@ -23,6 +29,8 @@ PATH=$work/bin:$PATH
 
 # shellcheck source=../../tools/packages.sh
 source "$root/tools/packages.sh"
+# shellcheck source=../../tools/cross.sh
+source "$root/tools/cross.sh"
 useUtf8
 
 expect()
@@ -34,6 +42,13 @@ expect()
 
 expect "an unknown and a removed package are missing" $'beta|b\ngamma|g' \
     "$(missingPackages "alpha|a" "beta|b" "gamma|g")"
+
+expect "of which architecture a package is" $'alpha:there|a\nalien|a' \
+    "$(missingPackages "alpha|a" "alpha:there|a" "shared|s" "alien:there|a" "alien|a")"
+
+expect "libraries of the other architecture, tools of this one" \
+    $'crossbuild-essential-there|the C++ compiler for there\nalpha-dev:there|a\nalpha|b\nheaders-dev|c' \
+    "$(crossEntries there "g++|a compiler" "alpha-dev|a" "alpha|b" "headers-dev|c")"
 
 expect "nothing missing, nothing said" "" "$(installPackages "alpha|a")"
 [[ ! -e calls ]]
@@ -69,7 +84,7 @@ done
 
 expect "ten lines of help" 10 "$("$root/run" --help | wc -l)"
 "$root/test" --help | grep -q "^Usage: ./test"
-for command in run test; do
+for command in run test scripts/package; do
     status=0
     "$root/$command" --nonsense 2>/dev/null || status=$?
     expect "unknown argument of $command" 2 "$status"

@@ -11,7 +11,7 @@ if [[ -z ${KORV_RUN_TEST_FOLDER:-} ]]; then
     trap 'chmod -R u+w -- "$KORV_RUN_TEST_FOLDER" && rm -rf -- "$KORV_RUN_TEST_FOLDER"' EXIT
     mkdir -p "$KORV_RUN_TEST_FOLDER/sources/tools" "$KORV_RUN_TEST_FOLDER/sources/tests"
     cp "$root"/{run,test} "$KORV_RUN_TEST_FOLDER/sources/"
-    cp "$root"/tools/{packages,test_results}.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
+    cp "$root"/tools/{packages,test_results,cross}.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
     cp "$root/tests/lsan.supp" "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp -R "$root"/tests/{packages,releases} "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp "${BASH_SOURCE[0]}" "$KORV_RUN_TEST_FOLDER/test_run.sh"
@@ -123,6 +123,7 @@ esac
 STUB
 stub ctest <<'STUB'
 #!/bin/bash
+echo "ctest $*" >>"$work/calls"
 echo "100% tests passed, 0 tests failed out of 1"
 STUB
 stub Xvfb <<'STUB'
@@ -271,12 +272,26 @@ oneBuild()
     fresh
     attempt clone/test --build tsan
     expect "one build" 0 "$status"
-    expect "one build" "cmake --preset tsan" "$(grep -e --preset calls | grep -v -e --build)"
+    expect "one build" "cmake --preset tsan -B build/tsan" "$(grep -e --preset calls)"
     attempt clone/test --build
     expect "no build's name" 2 "$status"
     attempt clone/test --build fast
     expect "a build that there is not" 2 "$status"
     contains "a build that there is not" "--build needs one of dev, asan, tsan" err
+}
+
+unitsAlone()
+{
+    fresh
+    attempt clone/test --build dev
+    expect "all tests" 0 "$(grep -c 'ctest .*-LE' calls)"
+    : >calls
+    attempt clone/test --build dev --units
+    expect "units" 0 "$status"
+    contains "units" "-LE ^(tools|e2e)$" calls
+    attempt clone/test --architecture ARM
+    expect "no architecture's name" 2 "$status"
+    contains "no architecture's name" "--architecture needs the name of one of Debian's" err
 }
 
 # only root can make a fresh Debian, and these tests run as somebody else
@@ -441,6 +456,7 @@ lockOfSomebodyElse
 wrongRelease
 newerRelease
 oneBuild
+unitsAlone
 otherRelease
 missingTools
 brokenBuild

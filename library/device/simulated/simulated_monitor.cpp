@@ -215,7 +215,7 @@ Result<std::vector<std::string>> SimulatedMonitor::list() const
     for (; !error && at != std::filesystem::directory_iterator(); at.increment(error))
         names.push_back(at->path().filename().native());
     if (error)
-        return systemError(error.value(), error.message());
+        return Error{-error.value(), error.message()};
     std::sort(names.begin(), names.end());
     return names;
 }

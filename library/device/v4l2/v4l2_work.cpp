@@ -137,7 +137,7 @@ Result<std::vector<V4l2Mode>> V4l2Work::openNode()
     const int descriptor = m_access.calls->open(m_access.node);
     if (descriptor < 0) {
         const bool gone = descriptor == -ENOENT || descriptor == -ENXIO;
-        return systemError(gone ? ENODEV : -descriptor, "open " + m_access.node);
+        return systemError(gone ? ENODEV : -descriptor, "open ", m_access.node);
     }
     m_node = V4l2Node(m_access.calls, descriptor);
     Result<V4l2Identity> identity = queryIdentity(m_node);

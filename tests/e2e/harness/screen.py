@@ -89,14 +89,14 @@ class Screen:
 
     WIDTH, HEIGHT = 1280, 1024
 
-    def __init__(self, folder, width=WIDTH, height=HEIGHT, dpi=100):
+    def __init__(self, folder, width=WIDTH, height=HEIGHT, dpi=None):
         self._folder = pathlib.Path(folder)
         self._folder.mkdir(parents=True, exist_ok=True)
         read_end, write_end = os.pipe()
         self._log = open(self._folder / "xvfb.log", "wb")
         self._server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-noreset",
-             "-screen", "0", f"{width}x{height}x24", "-dpi", str(dpi),
+             "-screen", "0", f"{width}x{height}x24", "-dpi", "100",
              "-fbdir", str(self._folder)],
             pass_fds=[write_end], stderr=self._log, stdin=subprocess.DEVNULL)
         os.close(write_end)
@@ -105,6 +105,8 @@ class Screen:
         if not number:
             raise RuntimeError((self._folder / "xvfb.log").read_text(errors="replace"))
         self.display = ":" + number
+        if dpi:
+            xclient.say_density(self.display, dpi)
 
     def close(self):
         self._server.terminate()

@@ -4,7 +4,6 @@
 #include "tests/library/support/sample_pictures.h"
 #include "tests/support/temp_home.h"
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -164,12 +163,14 @@ TEST_P(AtomicFileTest, filesThatWantOneNameAtTheSameTimeAllStay)
         ASSERT_TRUE(files.back() && files.back()->write(std::to_string(i)));
     }
     std::vector<std::thread> threads;
-    std::atomic<int> failures = 0;
-    for (const std::unique_ptr<AtomicFile> &file : files)
-        threads.emplace_back([&] { failures += file->commit() ? 0 : 1; });
+    for (const std::unique_ptr<AtomicFile> &file : files) {
+        threads.emplace_back([&] {
+            const Result<void> done = file->commit();
+            EXPECT_TRUE(done) << done.error().text;
+        });
+    }
     for (std::thread &thread : threads)
         thread.join();
-    EXPECT_EQ(failures, 0);
     EXPECT_EQ(entries(), kFiles);
     std::set<std::string> contents;
     for (const std::unique_ptr<AtomicFile> &file : files)

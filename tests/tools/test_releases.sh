@@ -1,0 +1,134 @@
+#!/bin/bash
+# The tests in a Debian of another release, with tools that only make folders and write down their
+# calls. Usage: test_releases.sh ROOT
+# As root, or as somebody who looks like it in a name space; skipped (77) where there is none.
+# shellcheck disable=SC2016
+# the stubs expand their own variables
+set -euo pipefail
+root=$1
+if ((EUID != 0)); then
+    unshare --user --map-root-user true 2>/dev/null || { echo "skipped: no name spaces" && exit 77; }
+    exec unshare --user --map-root-user -- bash "$0" "$@"
+fi
+testFolder=$(mktemp -d)
+trap 'rm -rf -- "$testFolder"' EXIT
+cd "$testFolder"
+export testFolder DEBOOTSTRAP_DIR=$testFolder/debootstrap KORV_FRESH_MOUNTS=1
+unset CMAKE_CXX_COMPILER_LAUNCHER KORV_DEBIAN_MIRROR
+mkdir -p bin debootstrap/scripts
+touch debootstrap/scripts/trixie
+
+stub()
+{
+    printf '#!/bin/bash\n%s\n' "$2" >"bin/$1"
+    chmod +x "bin/$1"
+}
+called='echo "${0##*/} ${*//[[:space:]]/ }" >>"$testFolder/calls"'
+stub debootstrap "$called"'
+[[ ! -e $testFolder/no-network ]] || exit 1
+tree=${*: -2:1}; mkdir -p "$tree"/etc/{dpkg/dpkg.cfg.d,apt/apt.conf.d} "$tree/var/cache/apt/archives"'
+stub wget '[[ $* == *--spider* ]] || cat "$testFolder/release"'
+stub mount ''
+stub umount ''
+stub mountpoint 'exit 1'
+stub apt-config ''
+# keeps the path that leads to these
+stub env 'while [[ $1 == -i || $1 == *=* ]]; do shift; done; exec "$@"'
+# runs what follows the options, without the script that would mount
+stub unshare 'until [[ $1 == -- ]]; do [[ $# -gt 1 ]] || exit 0; shift; done; shift
+[[ $1 != bash ]] || { shift 4 && set -- chroot "$@"; }
+exec "$@"'
+# what is done there fails when the file "failing" holds a part of it
+stub chroot "$called"'
+[[ ! -e $testFolder/failing || $* != *"$(<"$testFolder/failing")"* ]]'
+PATH=$testFolder/bin:$PATH
+
+failed=0
+complain()
+{
+    echo "$*: $(<log)" >&2
+    failed=1
+}
+
+fresh()
+{
+    rm -rf sources folder calls no-network failing
+    mkdir -p sources/tools
+    touch calls
+    echo "as of today" >release
+    echo "readonly kRunPackages=(...)" >sources/tools/packages.sh
+}
+
+# attempt STATUS TITLE OPTION ...
+attempt()
+{
+    local expected=$1 title=$2 status=0
+    shift 2
+    "$root/tests/releases/in_fresh_debian.sh" sources folder trixie --build dev "$@" >log 2>&1 ||
+        status=$?
+    ((status == expected)) || complain "$title: ended with $status"
+}
+
+called()
+{
+    grep -qE -- "$2" calls || complain "$1: no call of $2 in $(<calls)"
+}
+
+uncalled()
+{
+    ! grep -qE -- "$2" calls || complain "$1: calls $2"
+}
+
+says()
+{
+    grep -qF -- "$2" log || complain "$1: does not say $2"
+}
+
+fresh
+attempt 1 "without photographs"
+called "the whole" 'chroot .* \./run$'
+says "the whole" "./run made no PDF file"
+
+fresh
+attempt 0 "units" --units
+uncalled "units" '\./run'
+called "units" 'chroot .* apt-get install .* --simulate'
+called "units" 'chroot .* --download-only'
+called "units" 'chroot .* \./test --build dev --units$'
+[[ ! -e folder/trixie/debian ]] || complain "units: the folder stays"
+
+: >calls
+attempt 0 "units once more" --units
+uncalled "units once more" debootstrap
+uncalled "units once more" apt-get
+called "units once more" 'chroot .* \./test --build dev --units$'
+
+: >calls
+echo "as of tomorrow" >release
+attempt 0 "units of a newer release" --units
+called "units of a newer release" debootstrap
+echo "readonly kRunPackages=(.... )" >sources/tools/packages.sh
+: >calls
+attempt 0 "units with other packages" --units
+called "units with other packages" debootstrap
+(($(find folder/trixie -name '*.tar*' | wc -l) == 1)) || complain "more than one Debian is kept"
+
+fresh
+touch no-network
+attempt 0 "without a network" --units
+says "without a network" "Tests on Debian trixie skipped: it could not be downloaded"
+uncalled "without a network" chroot
+fresh
+echo --download-only >failing
+attempt 0 "a network that fails" --units
+says "a network that fails" "Tests on Debian trixie skipped: it could not be downloaded"
+
+fresh
+echo "apt-get install" >failing
+attempt 1 "packages that are not there" --units
+fresh
+echo ./test >failing
+attempt 1 "tests that fail" --units
+says "tests that fail" "FAILED"
+((failed == 0)) && echo passed
+exit "$failed"
