@@ -1,4 +1,4 @@
-#include "library/photograph/paper_light.h"
+#include "library/lineart/paper_light.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "library/photograph/hairlines.h"
+#include "library/lineart/hairlines.h"
 
 #include <algorithm>
 #include <array>

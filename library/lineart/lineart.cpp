@@ -10,15 +10,15 @@
 //
 // The constants of these steps were chosen on rendered pages (ink of 90 to 12 % contrast, shadows,
 // noise, paper texture, the back page showing through, 120 to 300 dpi), by character errors of OCR.
-#include "library/photograph/lineart.h"
+#include "library/lineart/lineart.h"
 
 #include "library/image/colour.h"
 #include "library/image/mat_view.h"
 #include "library/image/opencv_threads.h"
-#include "library/photograph/despeckle.h"
-#include "library/photograph/evened_page.h"
-#include "library/photograph/hairlines.h"
-#include "library/photograph/ink_limits.h"
+#include "library/lineart/despeckle.h"
+#include "library/lineart/evened_page.h"
+#include "library/lineart/hairlines.h"
+#include "library/lineart/ink_limits.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "library/photograph/ink_limits.h"
+#include "library/lineart/ink_limits.h"
 
 #include <algorithm>
 #include <cstdint>

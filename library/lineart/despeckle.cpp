@@ -1,4 +1,4 @@
-#include "library/photograph/despeckle.h"
+#include "library/lineart/despeckle.h"
 
 #include <algorithm>
 #include <cstdint>
