@@ -49,31 +49,43 @@ std::vector<Reach> reachesOf(int from, int to)
     return result;
 }
 
+constexpr int kLanes = 8;
+
+/// Eight numbers.
+struct Floats
+{
+    cv::v_float32x4 low;
+    cv::v_float32x4 high;
+};
+
+Floats inFloats(const cv::v_uint16x8 &numbers)
+{
+    cv::v_uint32x4 low;
+    cv::v_uint32x4 high;
+    cv::v_expand(numbers, low, high);
+    return {cv::v_cvt_f32(cv::v_reinterpret_as_s32(low)),
+            cv::v_cvt_f32(cv::v_reinterpret_as_s32(high))};
+}
+
 /// For every column the sum of what is within reach.
 void sumUp(const cv::Mat &gray, const Reach &reach, std::vector<float> &sums)
 {
     const auto *before = gray.ptr<std::uint8_t>(std::max(0, reach.first - 1));
     const auto *after = gray.ptr<std::uint8_t>(std::min(gray.rows - 1, reach.end));
-    constexpr int kLanes = 8;
-    const auto inFloat = [](const cv::v_uint32x4 &numbers) {
-        return cv::v_cvt_f32(cv::v_reinterpret_as_s32(numbers));
-    };
-    const auto add = [&](const cv::v_uint32x4 &sum, int x) {
-        cv::v_store(sums.data() + x,
-                    inFloat(sum)
-                        + inFloat(cv::v_load_expand_q(before + x)) * cv::v_setall_f32(reach.before)
-                        + inFloat(cv::v_load_expand_q(after + x)) * cv::v_setall_f32(reach.after));
-    };
+    const cv::v_float32x4 shareBefore = cv::v_setall_f32(reach.before);
+    const cv::v_float32x4 shareAfter = cv::v_setall_f32(reach.after);
     int x = 0;
     for (; x + kLanes <= gray.cols; x += kLanes) {
         cv::v_uint16x8 sum = cv::v_setzero_u16();
         for (int y = reach.first; y < reach.end; ++y)
             sum += cv::v_load_expand(gray.ptr<std::uint8_t>(y) + x);
-        cv::v_uint32x4 low;
-        cv::v_uint32x4 high;
-        cv::v_expand(sum, low, high);
-        add(low, x);
-        add(high, x + kLanes / 2);
+        const Floats whole = inFloats(sum);
+        const Floats above = inFloats(cv::v_load_expand(before + x));
+        const Floats below = inFloats(cv::v_load_expand(after + x));
+        float *out = sums.data() + x;
+        cv::v_store(out, whole.low + above.low * shareBefore + below.low * shareAfter);
+        cv::v_store(out + kLanes / 2,
+                    whole.high + above.high * shareBefore + below.high * shareAfter);
     }
     for (; x < gray.cols; ++x) {
         int sum = 0;
