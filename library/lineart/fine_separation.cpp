@@ -93,7 +93,7 @@ private:
 };
 
 /// Columns from `first` up to `end` of the rows 2 y and 2 y + 1 of a page that is enlarged upwards
-/// only, in 1/256 of a level.
+/// only, in 1/128 of a level.
 void enlargeUpwards(CentredRows &page, int y, int first, int end, std::int16_t *upper,
                     std::int16_t *lower)
 {
@@ -106,14 +106,16 @@ void enlargeUpwards(CentredRows &page, int y, int first, int end, std::int16_t *
     for (int x = first; x < end; x += kLanes) {
         const auto at = [&](std::size_t row) { return cv::v_load(rows[row] + x); };
         const cv::v_int16x8 middle = cv::v_mul_wrap(at(2), same);
-        // in pairs that fit 16 bits; the sum of both stops at the ends of the range, which no level
-        // but an overshoot exceeds
+        // pairs of taps fit 16 bits, and so do halves of both, overshoots of sharp edges included
+        const auto halves = [](const cv::v_int16x8 &near, const cv::v_int16x8 &far) {
+            return (near >> 1) + (far >> 1);
+        };
         cv::v_store(upper + x,
-                    (middle + cv::v_mul_wrap(at(3), otherSide))
-                        + (cv::v_mul_wrap(at(1), side) + cv::v_mul_wrap(at(0), beyond)));
+                    halves(middle + cv::v_mul_wrap(at(3), otherSide),
+                           cv::v_mul_wrap(at(1), side) + cv::v_mul_wrap(at(0), beyond)));
         cv::v_store(lower + x,
-                    (middle + cv::v_mul_wrap(at(1), otherSide))
-                        + (cv::v_mul_wrap(at(3), side) + cv::v_mul_wrap(at(4), beyond)));
+                    halves(middle + cv::v_mul_wrap(at(1), otherSide),
+                           cv::v_mul_wrap(at(3), side) + cv::v_mul_wrap(at(4), beyond)));
     }
 }
 
@@ -133,7 +135,7 @@ cv::v_int16x8 sumsOf(const std::int16_t *first, const cv::v_int16x8 &taps,
     cv::v_int16x8 nextHigh;
     cv::v_zip(cv::v_load(first), cv::v_load(first + 1), low, high);
     cv::v_zip(cv::v_load(first + 2), cv::v_load(first + 3), nextLow, nextHigh);
-    return cv::v_rshr_pack<2 * kTapBits>(
+    return cv::v_rshr_pack<2 * kTapBits - 1>(
         cv::v_dotprod(nextLow, nextTaps, cv::v_dotprod(low, taps)),
         cv::v_dotprod(nextHigh, nextTaps, cv::v_dotprod(high, taps)));
 }

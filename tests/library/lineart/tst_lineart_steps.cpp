@@ -47,10 +47,8 @@ template <typename At> double cubicAt(double place, int count, const At &at)
 double enlargedAt(const cv::Mat &page, int x, int y)
 {
     const double level = cubicAt((x + 0.5) / 2 - 0.5, page.cols, [&](int column) {
-        const double inColumn = cubicAt((y + 0.5) / 2 - 0.5, page.rows, [&](int row) {
-            return page.at<std::uint8_t>(row, column);
-        });
-        return std::clamp(inColumn, 0.0, 256.0);
+        return cubicAt((y + 0.5) / 2 - 0.5, page.rows,
+                       [&](int row) { return page.at<std::uint8_t>(row, column); });
     });
     return std::clamp(level, 0.0, 255.0);
 }
