@@ -45,13 +45,20 @@ cv::Scalar targetOf(const PageLight &light)
 
 cv::Mat gainsOf(const PageLight &light)
 {
-    const cv::Scalar target = targetOf(light) * double{GainRows::kGainOne};
+    constexpr int kRowsAtOnce = 32; // what is worked on stays in the cache
     constexpr double kMost = GainRows::kMaxGain * GainRows::kGainOne;
+    const cv::Scalar target = targetOf(light) * double{GainRows::kGainOne};
+    const cv::Mat targets(std::min(kRowsAtOnce, light.paper.rows), light.paper.cols,
+                          light.paper.type(), target);
     cv::Mat gains;
-    cv::divide(cv::Mat(light.paper.size(), light.paper.type(), target), light.paper, gains);
-    cv::min(gains, kMost, gains);
-    cv::Mat result;
-    gains.convertTo(result, CV_16U);
+    cv::Mat result(light.paper.size(), CV_MAKETYPE(CV_16U, light.paper.channels()));
+    for (int first = 0; first < result.rows; first += kRowsAtOnce) {
+        const cv::Range rows(first, std::min(result.rows, first + kRowsAtOnce));
+        cv::divide(targets.rowRange(0, rows.size()), light.paper.rowRange(rows), gains);
+        cv::min(gains, kMost, gains);
+        cv::Mat part = result.rowRange(rows);
+        gains.convertTo(part, CV_16U);
+    }
     return result;
 }
 

@@ -34,6 +34,23 @@ std::uint8_t product(std::uint32_t level, std::uint32_t gain)
     return static_cast<std::uint8_t>(std::min<std::uint32_t>(value, 255));
 }
 
+/// One row of the map with as many samples as the picture's rows. `step` leads to the pixel on the
+/// right.
+template <int kChannels>
+void stretch(const std::uint16_t *from, int step, const std::vector<GainRows::Place> &columns,
+             std::uint16_t *out)
+{
+    for (const GainRows::Place &place : columns) {
+        const std::uint16_t *left = from + place.first * kChannels;
+        // with half the weight's precision the product fits 32 bits
+        const int weight = place.weight >> 1;
+        for (int i = 0; i < kChannels; ++i) {
+            const int change = left[i + step] - left[i];
+            *out++ = static_cast<std::uint16_t>(left[i] + ((change * weight) >> 15));
+        }
+    }
+}
+
 } // namespace
 
 GainRows::GainRows(const cv::Mat &gains, int cell, int width)
@@ -55,14 +72,10 @@ const std::vector<std::uint16_t> &GainRows::stretched(int mapRow)
     const auto *from = m_gains.ptr<std::uint16_t>(mapRow);
     const int step = m_gains.cols > 1 ? channels : 0;
     result.gains.resize(static_cast<std::size_t>(m_samples));
-    std::uint16_t *out = result.gains.data();
-    for (const Place &place : m_columns) {
-        const std::uint16_t *left = from + place.first * channels;
-        for (int i = 0; i < channels; ++i) {
-            const auto change = static_cast<std::int64_t>(left[i + step]) - left[i];
-            *out++ = static_cast<std::uint16_t>(left[i] + ((change * place.weight) >> 16));
-        }
-    }
+    if (channels == 3)
+        stretch<3>(from, step, m_columns, result.gains.data());
+    else
+        stretch<1>(from, step, m_columns, result.gains.data());
     result.row = mapRow;
     return result.gains;
 }

@@ -32,6 +32,19 @@ cv::Mat halved(const cv::Mat &picture)
     return result;
 }
 
+constexpr int kRowsAtOnce = 32; ///< what is worked on stays in the cache
+
+/// Copies pixels of `from` (8 bits) to `to` (floats).
+void copyWhere(const cv::Mat &mask, const cv::Mat &from, cv::Mat &to)
+{
+    cv::Mat values;
+    for (int first = 0; first < from.rows; first += kRowsAtOnce) {
+        const cv::Range rows(first, std::min(from.rows, first + kRowsAtOnce));
+        from.rowRange(rows).convertTo(values, CV_32F);
+        values.copyTo(to.rowRange(rows), mask.rowRange(rows));
+    }
+}
+
 /// The light on paper where it is paper, and interpolated everywhere else, more coarsely.
 cv::Mat lightThrough(const cv::Mat &closed, const cv::Mat &paper)
 {
@@ -50,8 +63,7 @@ cv::Mat lightThrough(const cv::Mat &closed, const cv::Mat &paper)
     const cv::Mat coarse = filledSurface(values.mul(gain), weights);
     cv::Mat light;
     cv::resize(coarse, light, closed.size(), 0, 0, cv::INTER_LINEAR);
-    closed.convertTo(values, CV_32F);
-    values.copyTo(light, paper);
+    copyWhere(paper, closed, light);
     return light;
 }
 
@@ -82,6 +94,7 @@ cv::Scalar excessOf(const cv::Mat &light, const cv::Mat &page, const cv::Mat &pa
     cv::Scalar factor = cv::Scalar::all(1);
     for (int channel = 0; channel < channels; ++channel) {
         std::vector<float> shares;
+        shares.reserve(page.total());
         for (int y = 0; y < page.rows; ++y) {
             const auto *level = page.ptr<std::uint8_t>(y);
             const auto *bright = light.ptr<float>(y);
@@ -106,6 +119,7 @@ cv::Scalar litPaper(const cv::Mat &light, const cv::Mat &paper)
     if (light.channels() == 3)
         cv::cvtColor(light, gray, cv::COLOR_RGB2GRAY);
     std::vector<float> levels;
+    levels.reserve(gray.total());
     for (int y = 0; y < gray.rows; ++y) {
         for (int x = 0; x < gray.cols; ++x) {
             if (paper.at<std::uint8_t>(y, x) != 0)

@@ -205,20 +205,8 @@ public:
         , m_regions(static_cast<std::size_t>(count))
         , m_chosen(static_cast<std::size_t>(count), 0)
     {
-        for (int y = 0; y < gray.rows; ++y) {
-            const auto *level = gray.ptr<std::uint8_t>(y);
-            const auto *label = labels.ptr<int>(y);
-            const auto *roughness = rough.ptr<std::uint8_t>(y);
-            for (int x = 0; x < gray.cols; ++x) {
-                Region &region = m_regions[static_cast<std::size_t>(label[x])];
-                region.label = label[x];
-                ++region.pixels;
-                region.levels += level[x];
-                region.roughPixels += roughness[x] != 0 ? 1U : 0U;
-                region.first = {std::min(region.first.x, x), std::min(region.first.y, y)};
-                region.last = {std::max(region.last.x, x), y};
-            }
-        }
+        for (int y = 0; y < gray.rows; ++y)
+            countRow(y, rough.ptr<std::uint8_t>(y));
         const cv::Size cells((gray.cols + kCell - 1) / kCell, (gray.rows + kCell - 1) / kCell);
         m_paper = cv::Mat(cells, CV_32FC1, cv::Scalar(0));
         m_levels = m_paper.clone();
@@ -235,6 +223,30 @@ public:
     }
 
 private:
+    /// Adds a row to the regions, run by run: most runs are long.
+    void countRow(int y, const std::uint8_t *roughness)
+    {
+        const auto *level = m_gray.ptr<std::uint8_t>(y);
+        const auto *label = m_labels.ptr<int>(y);
+        for (int x = 0; x < m_gray.cols;) {
+            const int first = x;
+            const int here = label[first];
+            int levels = 0;
+            std::size_t roughPixels = 0;
+            for (; x < m_gray.cols && label[x] == here; ++x) {
+                levels += level[x];
+                roughPixels += roughness[x] != 0 ? 1U : 0U;
+            }
+            Region &region = m_regions[static_cast<std::size_t>(here)];
+            region.label = here;
+            region.pixels += static_cast<std::size_t>(x - first);
+            region.levels += levels;
+            region.roughPixels += roughPixels;
+            region.first = {std::min(region.first.x, first), std::min(region.first.y, y)};
+            region.last = {std::max(region.last.x, x - 1), y};
+        }
+    }
+
     std::vector<Region> candidates() const
     {
         const double least = kSmallestRegion * static_cast<double>(m_gray.total());
@@ -338,8 +350,11 @@ cv::Mat paperRegions(const cv::Mat &page)
     const int count = cv::connectedComponents(cores, labels, 4, CV_32S);
     const std::vector<std::uint8_t> chosen = RegionChoice(gray, labels, count, rough).choose();
     cv::Mat paper(labels.size(), CV_8UC1);
-    std::transform(labels.begin<int>(), labels.end<int>(), paper.begin<std::uint8_t>(),
-                   [&](int label) { return chosen[static_cast<std::size_t>(label)]; });
+    for (int y = 0; y < labels.rows; ++y) {
+        const auto *label = labels.ptr<int>(y);
+        std::transform(label, label + labels.cols, paper.ptr<std::uint8_t>(y),
+                       [isPaper = chosen.data()](int here) { return isPaper[here]; });
+    }
     cv::dilate(paper, paper, square(kGapWidth));
     return paper & possible;
 }

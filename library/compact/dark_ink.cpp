@@ -3,7 +3,7 @@
 #include "library/image/colour.h"
 #include "library/image/mat_view.h"
 #include "library/image/opencv_threads.h"
-#include "library/photograph/despeckle.h"
+#include "library/lineart/despeckle.h"
 
 #include <algorithm>
 #include <cmath>

@@ -19,6 +19,10 @@ namespace {
 
 using Block = std::array<float, DCTSIZE2>;
 
+/// A bit for each pixel of a block, 1 for black: a byte for every column, whose lowest bit is the
+/// uppermost pixel.
+using Columns = std::array<std::uint8_t, DCTSIZE>;
+
 constexpr int kCentre = 128; ///< JPEG's samples are coded around it
 
 // The steps between coded values of the waves, and how far beyond black and white the samples are
@@ -26,6 +30,8 @@ constexpr int kCentre = 128; ///< JPEG's samples are coded around it
 // deviations of kStep / sqrt(12) each.
 constexpr int kStep = 128;
 constexpr float kBeyond = 90;
+constexpr float kBlackAim = -kCentre - kBeyond;
+constexpr float kWhiteAim = kCentre - 1 + kBeyond;
 
 // Decoders clamp by a table that repeats itself (libjpeg's: 512 levels from the centre).
 constexpr float kMaxLevel = 440;
@@ -38,11 +44,28 @@ constexpr float kAimingMargin = 2;
 constexpr int kMeanStep = 64;
 constexpr JCOEF kPlainMean = 16;
 
+/// Of every wave.
+constexpr Block kSteps = [] {
+    Block steps{};
+    for (float &step : steps)
+        step = kStep;
+    steps[0] = kMeanStep;
+    return steps;
+}();
+
+/// Rounds to whole numbers, half to even, in vectors: what is added leaves no bits for fractions.
+float rounded(float value)
+{
+    constexpr float kNoFraction = 1.5F * (1 << 23);
+    return (value + kNoFraction) - kNoFraction;
+}
+
 /// The discrete cosine transform of 8 x 8 samples (ITU-T T.81, A.3.3), orthonormal.
 class Cosines
 {
 public:
-    Cosines()
+    /// `black` and `white` are the samples of blocks that have no others.
+    Cosines(float black, float white)
     {
         for (std::size_t wave = 0; wave < DCTSIZE; ++wave) {
             const double norm = wave == 0 ? std::sqrt(0.125) : 0.5;
@@ -52,30 +75,78 @@ public:
                 m_turned[at * DCTSIZE + wave] = m_waves[wave * DCTSIZE + at];
             }
         }
+        for (std::size_t pattern = 0; pattern < m_columns.size(); ++pattern) {
+            for (std::size_t wave = 0; wave < DCTSIZE; ++wave) {
+                float &sum = m_columns[pattern][wave];
+                for (std::size_t at = 0; at < DCTSIZE; ++at)
+                    sum +=
+                        m_waves[wave * DCTSIZE + at] * ((pattern >> at) % 2 != 0 ? black : white);
+            }
+        }
     }
 
     Block forward(const Block &samples) const
     {
         return product(product(m_waves, samples), m_turned);
     }
-    Block inverse(const Block &waves) const { return product(product(m_turned, waves), m_waves); }
+
+    /// The same for samples that are black or white, by what is known of each column.
+    Block forward(const Columns &black) const
+    {
+        Block result{};
+        for (std::size_t k = 0; k < DCTSIZE; ++k) {
+            const auto &column = m_columns[black[k]];
+            for (std::size_t row = 0; row < DCTSIZE; ++row)
+                addRow(column[row], m_turned, k, result, row);
+        }
+        return result;
+    }
+
+    /// Leaves out rows and columns of waves that are 0, as most are in a coarsely coded block.
+    Block inverse(const Block &waves) const
+    {
+        Block halfWay{};
+        std::array<bool, DCTSIZE> isUsed{}; // columns of the waves
+        for (std::size_t k = 0; k < DCTSIZE; ++k) {
+            bool any = false;
+            for (std::size_t column = 0; column < DCTSIZE; ++column) {
+                const bool here = waves[k * DCTSIZE + column] != 0;
+                isUsed[column] = isUsed[column] || here;
+                any = any || here;
+            }
+            for (std::size_t row = 0; any && row < DCTSIZE; ++row)
+                addRow(m_turned[row * DCTSIZE + k], waves, k, halfWay, row);
+        }
+        Block result{};
+        for (std::size_t k = 0; k < DCTSIZE; ++k) {
+            for (std::size_t row = 0; isUsed[k] && row < DCTSIZE; ++row)
+                addRow(halfWay[row * DCTSIZE + k], m_waves, k, result, row);
+        }
+        return result;
+    }
 
 private:
+    /// Adds a row of one block, times a factor, to a row of another.
+    static void addRow(float factor, const Block &from, std::size_t fromRow, Block &to,
+                       std::size_t toRow)
+    {
+        for (std::size_t column = 0; column < DCTSIZE; ++column)
+            to[toRow * DCTSIZE + column] += factor * from[fromRow * DCTSIZE + column];
+    }
+
     static Block product(const Block &a, const Block &b)
     {
         Block result{};
         for (std::size_t row = 0; row < DCTSIZE; ++row) {
-            for (std::size_t k = 0; k < DCTSIZE; ++k) {
-                const float factor = a[row * DCTSIZE + k];
-                for (std::size_t column = 0; column < DCTSIZE; ++column)
-                    result[row * DCTSIZE + column] += factor * b[k * DCTSIZE + column];
-            }
+            for (std::size_t k = 0; k < DCTSIZE; ++k)
+                addRow(a[row * DCTSIZE + k], b, k, result, row);
         }
         return result;
     }
 
     Block m_waves{};
     Block m_turned{};
+    std::array<std::array<float, DCTSIZE>, 256> m_columns{}; ///< waves of every column there is
 };
 
 enum class Kind { White, Black, Mixed };
@@ -83,7 +154,9 @@ enum class Kind { White, Black, Mixed };
 struct Bits
 {
     Kind kind = Kind::Mixed;
-    std::array<bool, DCTSIZE2> black{}; ///< of a mixed block
+    // of a mixed block
+    std::array<std::uint8_t, DCTSIZE2> pixels{};
+    Columns black{};
 };
 
 /// A row of the block at (left, top); beyond the picture's edges its last pixels go on.
@@ -119,31 +192,60 @@ Bits bitsAt(const Image &image, int left, int top)
         bits.kind = any == 0 ? Kind::Black : Kind::White;
         return bits;
     }
-    std::array<std::uint8_t, DCTSIZE2> pixels{};
-    std::memcpy(pixels.data(), rows.data(), sizeof pixels);
-    for (std::size_t i = 0; i < DCTSIZE2; ++i)
-        bits.black[i] = pixels[i] == 0;
+    std::memcpy(bits.pixels.data(), rows.data(), sizeof bits.pixels);
+    std::uint64_t columns = 0;
+    for (std::size_t y = 0; y < DCTSIZE; ++y)
+        columns |= (~rows[y] & 0x0101010101010101U) << y;
+    std::memcpy(bits.black.data(), &columns, sizeof columns);
     return bits;
 }
 
-/// Moves the aim of each sample whose decoded value is not clamped to its level, or is so far out
-/// that decoders disagree. Whether there was any.
-bool correctAim(const Bits &bits, const Block &decoded, Block &aim)
+/// 1 where a block is white, -1 where it is black.
+Block signsOf(const Bits &bits)
 {
-    bool any = false;
+    Block signs;
+    for (std::size_t i = 0; i < DCTSIZE2; ++i)
+        signs[i] = static_cast<float>((bits.pixels[i] & 2) - 1);
+    return signs;
+}
+
+/// The least level, times its sign, that is clamped to black or white and not only near it.
+float nearest(float sign)
+{
+    return kCentre - 1 - 0.5F * sign;
+}
+
+/// Whether every sample that is decoded is clamped to its level and not so far out that decoders
+/// disagree.
+bool isReached(const Block &signs, const Block &decoded)
+{
+    unsigned missed = 0;
     for (std::size_t i = 0; i < DCTSIZE2; ++i) {
-        const float sign = bits.black[i] ? -1.0F : 1.0F;
-        const float nearest = bits.black[i] ? kCentre - 0.5F : kCentre - 1.5F;
-        const float reached = sign * decoded[i];
-        float miss = 0;
-        if (reached < nearest)
-            miss = nearest - reached + kAimingMargin;
-        else if (reached > kMaxLevel)
-            miss = kMaxLevel - reached - kAimingMargin;
-        aim[i] += sign * miss;
-        any = any || miss != 0;
+        const float reached = signs[i] * decoded[i];
+        missed |= static_cast<unsigned>(reached < nearest(signs[i]))
+            | static_cast<unsigned>(reached > kMaxLevel);
     }
-    return any;
+    return missed == 0;
+}
+
+/// Moves the aim of each sample that missed its level.
+void correctAim(const Block &signs, const Block &decoded, Block &aim)
+{
+    for (std::size_t i = 0; i < DCTSIZE2; ++i) {
+        const float reached = signs[i] * decoded[i];
+        if (reached < nearest(signs[i]))
+            aim[i] += signs[i] * (nearest(signs[i]) - reached + kAimingMargin);
+        else if (reached > kMaxLevel)
+            aim[i] += signs[i] * (kMaxLevel - reached - kAimingMargin);
+    }
+}
+
+Block firstAim(const Block &signs)
+{
+    Block aim;
+    for (std::size_t i = 0; i < DCTSIZE2; ++i)
+        aim[i] = signs[i] < 0 ? kBlackAim : kWhiteAim;
+    return aim;
 }
 
 void codeBlock(const Cosines &cosines, const Bits &bits, JCOEF *coefficients)
@@ -152,19 +254,22 @@ void codeBlock(const Cosines &cosines, const Bits &bits, JCOEF *coefficients)
         coefficients[0] = bits.kind == Kind::White ? kPlainMean : -kPlainMean;
         return;
     }
-    Block aim;
-    for (std::size_t i = 0; i < DCTSIZE2; ++i)
-        aim[i] = bits.black[i] ? -kCentre - kBeyond : kCentre - 1 + kBeyond;
-    for (int round = 0; round < kRounds; ++round) {
-        Block waves = cosines.forward(aim);
+    const Block signs = signsOf(bits);
+    Block waves = cosines.forward(bits.black);
+    Block aim{};
+    for (int round = 1;; ++round) {
         for (std::size_t i = 0; i < DCTSIZE2; ++i) {
-            const float step = i == 0 ? kMeanStep : kStep;
-            const float steps = std::nearbyint(waves[i] / step);
+            const float steps = rounded(waves[i] / kSteps[i]);
             coefficients[i] = static_cast<JCOEF>(steps);
-            waves[i] = steps * step;
+            waves[i] = steps * kSteps[i];
         }
-        if (!correctAim(bits, cosines.inverse(waves), aim))
+        const Block decoded = cosines.inverse(waves);
+        if (round == kRounds || isReached(signs, decoded))
             return;
+        if (round == 1)
+            aim = firstAim(signs);
+        correctAim(signs, decoded, aim);
+        waves = cosines.forward(aim);
     }
 }
 
@@ -210,7 +315,7 @@ void BilevelCompressor::configure(const Image &image)
 
 bool BilevelCompressor::encode(const Image &image, ByteView exif, ByteDestination &destination)
 {
-    const Cosines cosines;
+    const Cosines cosines(kBlackAim, kWhiteAim);
     return m_trap.run([&] {
         jpeg_create_compress(&m_state);
         m_state.client_data = &m_trap;

@@ -9,7 +9,7 @@
 #include "library/image/resolution.h"
 #include "library/jpeg/jpeg.h"
 #include "library/jpeg/rework/jpeg_reuse.h"
-#include "library/photograph/lineart.h"
+#include "library/lineart/lineart.h"
 #include "library/photograph/photograph_resolution.h"
 #include "library/photograph/sharpness.h"
 

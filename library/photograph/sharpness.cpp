@@ -2,7 +2,7 @@
 
 #include "library/image/mat_view.h"
 #include "library/image/opencv_threads.h"
-#include "library/photograph/paper_light.h"
+#include "library/lineart/paper_light.h"
 
 #include <algorithm>
 #include <array>

@@ -5,7 +5,7 @@
 #include "library/device/simulated/drawing/paper.h"
 #include "library/image/colour.h"
 #include "library/jpeg/jpeg.h"
-#include "library/photograph/lineart.h"
+#include "library/lineart/lineart.h"
 #include "tests/library/support/pictures.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "library/photograph/ink_limits.h"
+#include "library/lineart/ink_limits.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,7 +11,6 @@ namespace {
 
 constexpr int kWhite = EvenedPage::kWhite;
 
-constexpr int kReduction = 4; ///< limits are made in a picture reduced by this
 constexpr double kStrokeReach = 0.03; ///< inches to either side that are nearby
 
 // Shares of the darkest stroke nearby where a stroke's edge is. Pale strokes are rather kept whole.
@@ -25,27 +24,36 @@ constexpr double kMinPeakNoise = 4.5;
 constexpr double kMinDepth = 0.05;
 constexpr double kMinDepthNoise = 2;
 
-/// Darkest level around every place, in the reduced picture.
+/// Darkest level of every square.
+cv::Mat darkestOfSquares(const cv::Mat &page)
+{
+    cv::Mat result((page.rows + kLimitCell - 1) / kLimitCell,
+                   (page.cols + kLimitCell - 1) / kLimitCell, CV_8UC1);
+    cv::Mat columns; // of a row of squares, with white beside the page
+    for (int y = 0; y < result.rows; ++y) {
+        const int first = y * kLimitCell;
+        const int end = std::min(page.rows, first + kLimitCell);
+        columns.create(1, result.cols * kLimitCell, CV_8UC1);
+        columns.setTo(255);
+        cv::Mat own = columns.colRange(0, page.cols);
+        for (int row = first; row < end; ++row)
+            cv::min(own, page.row(row), own);
+        const auto *in = columns.ptr<std::uint8_t>();
+        auto *out = result.ptr<std::uint8_t>(y);
+        for (int x = 0; x < result.cols; ++x, in += kLimitCell)
+            out[x] = *std::min_element(in, in + kLimitCell);
+    }
+    return result;
+}
+
+/// Darkest level around every place.
 cv::Mat darkestNearby(const EvenedPage &page)
 {
-    cv::Mat reduced((page.sharp.rows + kReduction - 1) / kReduction,
-                    (page.sharp.cols + kReduction - 1) / kReduction, CV_8UC1);
-    for (int y = 0; y < reduced.rows; ++y) {
-        auto *out = reduced.ptr<std::uint8_t>(y);
-        std::fill_n(out, reduced.cols, std::uint8_t{255});
-        const int end = std::min(page.sharp.rows, (y + 1) * kReduction);
-        for (int row = y * kReduction; row < end; ++row) {
-            const auto *in = page.sharp.ptr<std::uint8_t>(row);
-            for (int x = 0; x < page.sharp.cols; ++x) {
-                std::uint8_t &darkest = out[x / kReduction];
-                darkest = std::min(darkest, in[x]);
-            }
-        }
-    }
-    const int reach = std::max(3, static_cast<int>(2 * kStrokeReach * page.dpi / kReduction) | 1);
-    cv::erode(reduced, reduced, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(reach, reach)));
-    cv::blur(reduced, reduced, cv::Size(reach, reach));
-    return reduced;
+    cv::Mat darkest = darkestOfSquares(page.sharp);
+    const int reach = std::max(3, static_cast<int>(2 * kStrokeReach * page.dpi / kLimitCell) | 1);
+    cv::erode(darkest, darkest, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(reach, reach)));
+    cv::blur(darkest, darkest, cv::Size(reach, reach));
+    return darkest;
 }
 
 /// `darkest` is the darkest level nearby; `noise` and `white` are those of the paper there.

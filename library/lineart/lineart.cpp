@@ -5,20 +5,21 @@
 //         -> gray / paper, smoothed against noise, sharpened     evened_page.h
 //         -> what is ink at every place, small                   ink_limits.h
 //         -> thin lines darkened                                 hairlines.h
-//         -> black where the page is below the limit
+//         -> black where the page is below the limit             fine_separation.h
 //         -> specks go                                           despeckle.h
 //
 // The constants of these steps were chosen on rendered pages (ink of 90 to 12 % contrast, shadows,
 // noise, paper texture, the back page showing through, 120 to 300 dpi), by character errors of OCR.
-#include "library/photograph/lineart.h"
+#include "library/lineart/lineart.h"
 
 #include "library/image/colour.h"
 #include "library/image/mat_view.h"
 #include "library/image/opencv_threads.h"
-#include "library/photograph/despeckle.h"
-#include "library/photograph/evened_page.h"
-#include "library/photograph/hairlines.h"
-#include "library/photograph/ink_limits.h"
+#include "library/lineart/despeckle.h"
+#include "library/lineart/evened_page.h"
+#include "library/lineart/fine_separation.h"
+#include "library/lineart/hairlines.h"
+#include "library/lineart/ink_limits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -76,11 +77,13 @@ Image toLineart(Image image, int scale)
     EvenedPage page = evenedPage(view);
     const cv::Mat limits = inkLimits(page);
     deepenHairlines(page);
-    if (scale == 2)
-        cv::resize(page.sharp, page.sharp, cv::Size(), 2, 2, cv::INTER_CUBIC);
-    Image result = Image::unset(page.sharp.cols, page.sharp.rows, PixelFormat::Gray8);
+    Image result =
+        Image::unset(scale * page.sharp.cols, scale * page.sharp.rows, PixelFormat::Gray8);
     cv::Mat bits = matView(result);
-    separate(page.sharp, limits, bits);
+    if (scale == 2)
+        separateFinely(page.sharp, limits, bits);
+    else
+        separate(page.sharp, limits, bits);
     despeckle(result, largestSpeck(result, page.noisePercent));
     Resolution resolution = gray.resolution();
     resolution.x *= scale;

@@ -1,7 +1,7 @@
-#include "library/photograph/evened_page.h"
+#include "library/lineart/evened_page.h"
 
-#include "library/photograph/level_counts.h"
-#include "library/photograph/paper_light.h"
+#include "library/lineart/level_counts.h"
+#include "library/lineart/paper_light.h"
 
 #include <algorithm>
 #include <cmath>

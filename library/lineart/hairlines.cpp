@@ -1,4 +1,4 @@
-#include "library/photograph/hairlines.h"
+#include "library/lineart/hairlines.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,6 @@ namespace korv {
 namespace {
 
 constexpr double kReach = 0.01; ///< inches from the middle of a hairline to the paper beside it
-constexpr double kGain = 1.0; ///< by which the difference from the paper beside it grows
 constexpr double kNoise = 3; ///< deviations of the noise that are no line
 
 /// The lighter of what is around every pixel in the direction where both sides are lightest: more than
@@ -47,9 +46,9 @@ void deepenHairlines(EvenedPage &page)
         const cv::Rect place(reach, first, page.sharp.cols - 2 * reach, last - first);
         cv::Mat depth = paperBeside(page.sharp, first, last, reach);
         cv::subtract(depth, page.sharp(place), depth); // 0 where it would be negative
-        cv::subtract(depth, cv::Scalar(kNoise * page.noise), depth);
-        cv::scaleAdd(depth, -kGain, page.sharp(place), depth);
-        depth.copyTo(result(place));
+        cv::subtract(depth, cv::Scalar(cvRound(kNoise * page.noise)), depth);
+        // once more as much below the paper beside it as it is already
+        cv::subtract(page.sharp(place), depth, result(place));
     }
     page.sharp = result;
 }

@@ -1,4 +1,6 @@
-#include "library/photograph/paper_light.h"
+#include "library/lineart/paper_light.h"
+
+#include "library/lineart/area_means.h"
 
 #include <algorithm>
 #include <array>
@@ -39,11 +41,9 @@ cv::Mat closed(const cv::Mat &picture, int reach)
 cv::Mat paperLight(const cv::Mat &gray)
 {
     const double scale = std::min(1.0, double{kSide} / std::max(gray.cols, gray.rows));
-    cv::Mat small;
-    cv::resize(
-        gray, small,
-        cv::Size(std::max(1, cvRound(gray.cols * scale)), std::max(1, cvRound(gray.rows * scale))),
-        0, 0, cv::INTER_AREA);
+    const cv::Mat small = areaMeans(
+        gray,
+        cv::Size(std::max(1, cvRound(gray.cols * scale)), std::max(1, cvRound(gray.rows * scale))));
     cv::Mat light = closed(small, kStrokeReach);
     const cv::Mat around = closed(small, kPatchReach);
     around.copyTo(light, light < kTint * around);

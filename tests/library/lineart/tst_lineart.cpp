@@ -1,4 +1,4 @@
-#include "library/photograph/lineart.h"
+#include "library/lineart/lineart.h"
 
 #include "library/device/simulated/drawing/paper.h"
 #include "tests/library/support/sample_pictures.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/photograph/evened_page.h"
+#include "library/lineart/evened_page.h"
 
 namespace korv {
 

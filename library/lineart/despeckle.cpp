@@ -1,4 +1,4 @@
-#include "library/photograph/despeckle.h"
+#include "library/lineart/despeckle.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -25,21 +25,34 @@ bool isBlack(const Image &image, int x, int y)
     return x >= 0 && y >= 0 && x < image.width() && y < image.height() && image.row(y)[x] == 0;
 }
 
-/// The first black pixel of a row from x on; the row's end when there is none.
-int nextBlack(const Image &image, int x, int y)
+/// The first pixel of a row from x on, and before `end`, that has the level; `end` when there is none.
+int find(const Image &image, std::uint8_t level, int x, int end, int y)
 {
     const std::uint8_t *row = image.row(y);
-    const auto length = static_cast<std::size_t>(image.width() - x);
-    const void *found = length > 0 ? std::memchr(row + x, 0, length) : nullptr;
+    const void *found =
+        x < end ? std::memchr(row + x, level, static_cast<std::size_t>(end - x)) : nullptr;
     return found != nullptr ? static_cast<int>(static_cast<const std::uint8_t *>(found) - row)
-                            : image.width();
+                            : end;
 }
 
-/// Whether a thing may begin here, row by row: every thing has one such pixel, and few others do.
-bool isFirst(const Image &image, int x, int y)
+int nextBlack(const Image &image, int x, int y)
 {
-    return !isBlack(image, x - 1, y) && !isBlack(image, x - 1, y - 1) && !isBlack(image, x, y - 1)
-        && !isBlack(image, x + 1, y - 1);
+    return find(image, 0, x, image.width(), y);
+}
+
+int nextWhite(const Image &image, int x, int y)
+{
+    return find(image, 255, x, image.width(), y);
+}
+
+/// Whether a thing may begin with the black pixels from x up to `end`, row by row: nothing above
+/// touches them. Every thing has one such run, and few other runs are like that.
+bool isFirst(const Image &image, int x, int end, int y)
+{
+    if (y == 0)
+        return true;
+    const int last = std::min(end + 1, image.width());
+    return find(image, 0, std::max(0, x - 1), last, y - 1) == last;
 }
 
 /// The pixels that hang together with the first one; stops at more than `largest`.
@@ -67,8 +80,10 @@ void despeckle(Image &image, int largest)
     const auto limit = static_cast<std::size_t>(std::max(0, largest));
     std::vector<Pixel> pixels;
     for (int y = 0; y < image.height(); ++y) {
-        for (int x = nextBlack(image, 0, y); x < image.width(); x = nextBlack(image, x + 1, y)) {
-            if (!isFirst(image, x, y))
+        int end = 0;
+        for (int x = nextBlack(image, 0, y); x < image.width(); x = nextBlack(image, end, y)) {
+            end = nextWhite(image, x, y);
+            if (end - x > largest || !isFirst(image, x, end, y))
                 continue;
             pixels.assign(1, {x, y});
             collect(image, limit, pixels);
