@@ -6,17 +6,15 @@ KORV_SCAN_SECONDS: how long; 20 unless given.
 import os
 import random
 import socket
-import subprocess
-import tempfile
 import threading
 import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
+import scanner
 from scanner import Server, settings
 
 SECONDS = float(os.environ.get("KORV_SCAN_SECONDS", "20"))
-CAMERA = "1b17:0211 My Camera"
 
 
 def memory(process):
@@ -82,24 +80,7 @@ class Client(threading.Thread):
 
 class Desk(unittest.TestCase):
     def setUp(self):
-        self.desk = self.enterContext(tempfile.TemporaryDirectory())
-        with tempfile.TemporaryDirectory() as folder:
-            page = os.path.join(folder, "page.jpg")
-            subprocess.run([os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"],
-                            "--desk", "builtin", "snap", "--no-settle", "-o", page],
-                           stdout=subprocess.DEVNULL, check=True)
-            os.mkdir(self.camera(False))
-            with open(page, "rb") as source:
-                data = source.read()
-        with open(os.path.join(self.camera(False), "page.jpg"), "wb") as file:
-            file.write(data)
-        self.plug(True)
-
-    def camera(self, is_present):
-        return os.path.join(self.desk, ("" if is_present else ".") + CAMERA)
-
-    def plug(self, is_present):
-        os.rename(self.camera(not is_present), self.camera(is_present))
+        self.desk = self.enterContext(scanner.Desk())
 
     def never_read(self, server):
         """A client that asks for a page and leaves it in the pipe."""
@@ -114,7 +95,7 @@ class Desk(unittest.TestCase):
             time.sleep(0.1)
 
     def test_clients_and_camera_come_and_go(self):
-        with Server(desk=self.desk) as server:
+        with Server(desk=self.desk.folder) as server:
             server.scan(dpi=300)
             before = memory(server.process.pid)
             for _ in range(3):
@@ -126,9 +107,9 @@ class Desk(unittest.TestCase):
             replugs = 0
             while time.monotonic() < end:
                 time.sleep(2)
-                self.plug(False)
+                self.desk.plug(False)
                 time.sleep(1)
-                self.plug(True)
+                self.desk.plug(True)
                 replugs += 1
             for client in clients:
                 client.join(300)

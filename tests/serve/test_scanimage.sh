@@ -140,3 +140,32 @@ pages=$(find "$kWork" -name 'page[0-9].pnm' -size +1M | wc -l)
 echo "$pages pages from the feeder"
 ((pages >= 2 && pages <= 4)) || fail "the feeder does not work"
 stopServer
+
+# A camera that is unplugged while the feeder waits for a page: the scan ends at once, as one that
+# failed; with the camera back, the next one works.
+camera="$kWork/desk/1b17:0211 My Camera"
+mkdir -p "$camera"
+"$kKorvcam" --library "$kLibrary" --desk builtin snap --no-settle -o "$camera/page.jpg" >/dev/null
+serve "Desk with a cable" "$kWork/desk" --hands-free --still 600
+timeout -k 1 120 scanimage -d "$found" --source ADF --resolution 75 --format=pnm \
+    --batch="$kWork/fed%d.pnm" >"$kWork/scanimage.log" 2>&1 &
+client=$!
+for _ in {1..300}; do
+    [[ ! -s $kWork/fed1.pnm ]] || break
+    sleep 0.1
+done
+mv "$camera" "$kWork/unplugged"
+unplugged=$(date +%s%N)
+status=0
+wait "$client" || status=$?
+milliseconds=$((($(date +%s%N) - unplugged) / 1000000))
+echo "unplugged: scanimage ends with $status after $milliseconds ms"
+((status != 0 && status != 124 && milliseconds < 5000)) || fail "the client was not told at once"
+grep -q "I/O" "$kWork/scanimage.log" || fail "the client takes it for something else"
+mv "$kWork/unplugged" "$camera"
+sleep 1 # it is found within half a second, on a busy machine later
+scan Gray 75 || fail "no scan with the camera back"
+echo "no scan: the camera was unplugged" | diff - <(sed 's/^korvcam: //' "$kWork/serve.log") ||
+    fail "the server does not say what has happened"
+: >"$kWork/serve.log"
+stopServer
