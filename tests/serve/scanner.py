@@ -45,7 +45,8 @@ class Desk:
         os.mkdir(self._camera(False))
         page = os.path.join(self._camera(False), "page.jpg")
         subprocess.run([os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"],
-                        "--desk", "builtin", "snap", "--no-settle", "-o", page],
+                        "--desk", "builtin", "snap", "--no-settle", "--timeout", "60",
+                        "-o", page],
                        stdout=subprocess.DEVNULL, check=True)
         self.plug(True)
 
