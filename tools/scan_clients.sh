@@ -32,5 +32,6 @@ export KORV_SCAN_SECONDS=$seconds KORVCAM=$build/cli/korvcam
 CAMERA_LIBRARY=$(find "$build/library" -name 'libKorvPlixoManager.so' -print -quit)
 export CAMERA_LIBRARY
 [[ $preset != *san ]] || export KORV_SANITIZED=yes
+export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
 cd tests/serve
 exec python3 -B -m unittest -v test_desk
