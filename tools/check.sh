@@ -101,7 +101,8 @@ check "white space" cleanWhitespace
 check "layers" python3 tools/check_layers.py
 checkWith clang-format "format" tools/format.sh --check
 checkWith shellcheck "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/package \
-    packaging/postrm tools/check.sh tools/format.sh tools/fuzz.sh tools/tidy.sh tests/kernel/*.sh \
+    packaging/postrm tools/check.sh tools/format.sh tools/fuzz.sh tools/scan_clients.sh tools/tidy.sh \
+    tests/kernel/*.sh \
     tests/packages/check_packages.sh tests/releases/in_fresh_debian.sh \
     tests/tools/test_korvcam_documents.sh \
     tests/tools/test_check.sh tests/tools/test_results.sh tests/tools/test_run.sh \

@@ -24,7 +24,6 @@ constexpr int kStandardQuality = 90;
 constexpr int kBestQuality = 100; // of the photograph that the scan is made from
 constexpr std::chrono::minutes kMaxUnrest{10}; // without a page, for a desk that never rests
 constexpr const char *kNoCamera = trLater("there is no camera");
-constexpr const char *kNoPicture = trLater("the camera sent no picture");
 
 ScanOutcome failure(std::string reason)
 {
@@ -81,6 +80,12 @@ std::optional<CameraFacts> ScanSource::lookAtCamera()
     return nameOnly;
 }
 
+bool ScanSource::hasCamera() const
+{
+    const std::vector<Device> present = m_session.presentDevices();
+    return m_options.device ? !matching(present, *m_options.device).empty() : !present.empty();
+}
+
 ScanOutcome ScanSource::scan(const ScanSettings &settings)
 {
     try {
@@ -108,8 +113,11 @@ ScanOutcome ScanSource::photograph(const Device &device, const ScanSettings &set
         if (!stream.problem().reason.empty())
             return stream.problem();
         const auto deadline = Wakeup::Clock::now() + std::chrono::milliseconds(m_options.timeoutMs);
-        if (stream.frames().await(frame, deadline) != Wake::Notified)
-            return failure(tr(kNoPicture));
+        while (!stream.frames().take(frame)) {
+            const std::string problem = stream.await(0, deadline);
+            if (!problem.empty())
+                return failure(problem);
+        }
     }
     return makePage(settings, frame);
 }
@@ -140,16 +148,13 @@ ScanOutcome ScanSource::watchTurns(ScanStream &stream, const ScanSettings &setti
     auto pageAt = frameAt;
     auto stillSince = frameAt;
     for (Feeding feeding = client.feeding(); feeding != Feeding::Over; feeding = client.feeding()) {
-        const auto silent = frameAt + milliseconds(m_options.timeoutMs);
-        if (m_session.wakeup().wait(silent) == Wake::Interrupted)
-            return failure(tr("the scanner was stopped"));
+        const std::string problem = stream.await(seen, frameAt + milliseconds(m_options.timeoutMs));
+        if (!problem.empty())
+            return failure(problem);
         client.rest();
         const auto now = Wakeup::Clock::now();
-        if (stream.frames().count() == seen) {
-            if (now >= silent)
-                return failure(tr(kNoPicture));
+        if (stream.frames().count() == seen)
             continue;
-        }
         seen = stream.frames().count();
         frameAt = now;
         if (feeding == Feeding::Later)

@@ -29,6 +29,9 @@ public:
     /// Looks at the camera. Nothing when it cannot be opened now.
     std::optional<CameraFacts> lookAtCamera();
 
+    /// Whether the camera is plugged in at this moment. Any thread.
+    bool hasCamera() const;
+
     /// Takes a photograph and makes a scan of it. The camera is closed when this returns.
     ScanOutcome scan(const ScanSettings &settings);
 

@@ -9,6 +9,9 @@
 namespace cli {
 namespace {
 
+/// How often a camera that is silent is looked for. An unplugged one sends nothing, not even an end.
+constexpr std::chrono::milliseconds kLookEvery{100};
+
 /// The number of the largest mode; nothing when the camera names none.
 std::optional<int> largestMode(const OpenDevice &camera)
 {
@@ -26,22 +29,44 @@ ScanOutcome refusal(int result, const std::string &doing)
 }
 
 ScanStream::ScanStream(LibrarySession &session, const Device &device)
-    : m_receiver(session.wakeup())
+    : m_session(session)
+    , m_index(device.index)
+    , m_receiver(session.wakeup())
     , m_camera(session.library(), device.index)
-    , m_problem(start(session, device))
+    , m_problem(start(device))
 {
 }
 
-ScanOutcome ScanStream::start(LibrarySession &session, const Device &device) const
+bool ScanStream::isPluggedIn() const
+{
+    // one that comes back has another index as long as this one is open
+    const std::vector<Device> present = m_session.presentDevices();
+    return std::any_of(present.begin(), present.end(),
+                       [this](const Device &device) { return device.index == m_index; });
+}
+
+std::string ScanStream::await(unsigned long seen, Wakeup::Clock::time_point deadline)
+{
+    const auto look = std::min(deadline, Wakeup::Clock::now() + kLookEvery);
+    if (m_session.wakeup().wait(look) == Wake::Interrupted)
+        return tr("the scanner was stopped");
+    if (m_receiver.count() != seen)
+        return {};
+    if (!isPluggedIn())
+        return tr("the camera was unplugged");
+    return Wakeup::Clock::now() < deadline ? std::string() : tr("the camera sent no picture");
+}
+
+ScanOutcome ScanStream::start(const Device &device) const
 {
     if (m_camera.result() < 0)
         return refusal(m_camera.result(), tr("open %1", device.name));
     if (const std::optional<int> mode = largestMode(m_camera)) {
-        const int result = session.library().SetCurResolutionNo(device.index, *mode);
+        const int result = m_session.library().SetCurResolutionNo(device.index, *mode);
         if (result < 0)
             return refusal(result, tr("select the largest picture"));
     }
-    const int result = session.library().StartCapture(device.index, &FrameReceiver::onFrame);
+    const int result = m_session.library().StartCapture(device.index, &FrameReceiver::onFrame);
     return result < 0 ? refusal(result, tr("start %1", device.name)) : ScanOutcome();
 }
 

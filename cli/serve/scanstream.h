@@ -19,9 +19,17 @@ public:
 
     FrameReceiver &frames() { return m_receiver; }
 
-private:
-    ScanOutcome start(LibrarySession &session, const Device &device) const;
+    /// Sleeps until there is news for the session: another frame than the `seen` first ones, or
+    /// whatever wakes it. The text says why no frame will come: none came until `deadline`, the
+    /// camera has been unplugged, or the program is to stop. Empty: one may.
+    std::string await(unsigned long seen, Wakeup::Clock::time_point deadline);
 
+private:
+    ScanOutcome start(const Device &device) const;
+    bool isPluggedIn() const;
+
+    LibrarySession &m_session;
+    const int m_index;
     FrameReceiver m_receiver;
     OpenDevice m_camera; // after the receiver: the stream ends first
     ScanOutcome m_problem;

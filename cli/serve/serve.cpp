@@ -71,7 +71,9 @@ public:
         : m_session(session)
         , m_options(options)
         , m_source(session, options)
-        , m_service(m_jobs, [&session] { session.wakeup().notify(); })
+        , m_service(
+              m_jobs, [&session] { session.wakeup().notify(); },
+              [this] { return m_source.hasCamera(); })
     {
     }
 

@@ -94,14 +94,19 @@ std::vector<Device> LibrarySession::devices(const std::optional<std::string> &wa
 {
     const auto deadline = Wakeup::Clock::now() + kArrivalTime;
     for (;;) {
-        const LibraryText json(m_library.GetOnLineDevList());
-        std::vector<Device> present = parseDevices(json.get());
+        std::vector<Device> present = presentDevices();
         const bool found = wanted ? !matching(present, *wanted).empty() : !present.empty();
         if (found || Wakeup::Clock::now() >= deadline)
             return present;
         if (m_wakeup.wait(Wakeup::Clock::now() + kLookEvery) == Wake::Interrupted)
             return present;
     }
+}
+
+std::vector<Device> LibrarySession::presentDevices()
+{
+    const LibraryText json(m_library.GetOnLineDevList());
+    return parseDevices(json.get());
 }
 
 bool LibrarySession::reportInaccessibleCameras(const SystemFolders &folders) const

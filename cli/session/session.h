@@ -55,6 +55,9 @@ public:
     /// `wanted` is what matching() takes.
     std::vector<Device> devices(const std::optional<std::string> &wanted = std::nullopt);
 
+    /// Cameras present at this moment. Any thread.
+    std::vector<Device> presentDevices();
+
     /// Reports that there is no camera and why that may be; the code to end with.
     ExitCode reportNoCamera() const;
 

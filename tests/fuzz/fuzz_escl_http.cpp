@@ -29,7 +29,8 @@ class Scanner
 {
 public:
     Scanner()
-        : m_service(m_jobs, [] {})
+        : m_service(
+            m_jobs, [] {}, [] { return true; })
     {
         cli::Listener listener = cli::listenOn("127.0.0.1:0");
         FUZZ_CHECK(listener.problem.empty());

@@ -34,6 +34,35 @@ def pass_on(listening, command):
     return ["bash", "-c", script, str(listening.fileno()), *command]
 
 
+class Desk:
+    """A simulated desk with one camera that can be unplugged; it shows one sheet."""
+
+    CAMERA = "1b17:0211 My Camera"
+
+    def __init__(self):
+        self._desk = tempfile.TemporaryDirectory()
+        self.folder = self._desk.name
+        os.mkdir(self._camera(False))
+        page = os.path.join(self._camera(False), "page.jpg")
+        subprocess.run([os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"],
+                        "--desk", "builtin", "snap", "--no-settle", "--timeout", "60",
+                        "-o", page],
+                       stdout=subprocess.DEVNULL, check=True)
+        self.plug(True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._desk.cleanup()
+
+    def _camera(self, is_present):
+        return os.path.join(self.folder, ("" if is_present else ".") + self.CAMERA)
+
+    def plug(self, is_present):
+        os.rename(self._camera(not is_present), self._camera(is_present))
+
+
 class Server:
     """The program on a free port; ends with the block."""
 

@@ -13,10 +13,10 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
+import scanner
 from scanner import Server, settings
 
 SECONDS = float(os.environ.get("KORV_SCAN_SECONDS", "20"))
-CAMERA = "1b17:0211 My Camera"
 
 
 def memory(process):
@@ -24,6 +24,18 @@ def memory(process):
     with open(f"/proc/{process}/status", encoding="ascii") as file:
         kilobytes = next(int(line.split()[1]) for line in file if line.startswith("RssAnon"))
     return kilobytes, len(os.listdir(f"/proc/{process}/fd"))
+
+
+def read_back(kind, page):
+    """Raises unless another program can read the page."""
+    command = ["djpeg", "-outfile", os.devnull]
+    with tempfile.NamedTemporaryFile(suffix=".pdf") as file:
+        if kind == "application/pdf":
+            file.write(page)
+            file.flush()
+            command = ["qpdf", "--check", file.name]
+            page = None
+        subprocess.run(command, input=page, stdout=subprocess.DEVNULL, check=True)
 
 
 class Client(threading.Thread):
@@ -43,6 +55,8 @@ class Client(threading.Thread):
         while time.monotonic() < self.end + (0 if self.pages else 100):
             try:
                 self.scan()
+                if self.random.random() < 0.2:
+                    self.look()
             except Exception as error:  # the thread's end must not hide it
                 self.problems.append(repr(error))
                 return
@@ -50,7 +64,8 @@ class Client(threading.Thread):
     def scan(self):
         wanted = {"dpi": self.random.choice([75, 150]),
                   "color": self.random.choice(["RGB24", "Grayscale8", "BlackAndWhite1"]),
-                  "format": self.random.choice(["image/jpeg", "application/pdf"])}
+                  "format": self.random.choice(["image/jpeg", "application/pdf"]),
+                  "source": self.random.choice(["Platen"] * 9 + ["Feeder"])}
         status, headers, body = self.server.ask("POST", "/eSCL/ScanJobs", settings(**wanted))
         if status == 503:
             self.busy += 1
@@ -58,48 +73,44 @@ class Client(threading.Thread):
             return
         if status != 201:
             raise RuntimeError(f"{status}: {body!r}")
+        job = headers["Location"]
         if self.random.random() < 0.1:
-            status = self.server.ask("DELETE", headers["Location"])[0]
+            status = self.server.ask("DELETE", job)[0]
             if status != 200:
                 raise RuntimeError(f"DELETE: {status}")
             return
-        self.fetch(headers["Location"] + "/NextDocument", wanted["format"])
+        while self.fetch(job + "/NextDocument", wanted["format"]) and wanted["source"] == "Feeder":
+            pass
+        time.sleep(0.2)  # whoever puts down the next sheet lets others come first
 
     def fetch(self, path, kind):
+        """Takes a page; whether there was one."""
         status, headers, body = self.server.ask("GET", path)
-        if status == 200:
+        if status in (500, 503):  # no camera; taken by nobody else, but on its way out
+            self.gone += 1
+        elif status == 200:
             begin = b"%PDF" if kind == "application/pdf" else b"\xff\xd8"
             end = b"%%EOF" if kind == "application/pdf" else b"\xff\xd9"
             if headers["Content-Type"] != kind or not body.startswith(begin) or end not in body[-8:]:
                 raise RuntimeError(f"no whole {kind}: {body[:20]!r} ... {body[-20:]!r}")
+            if self.random.random() < 0.2:
+                read_back(kind, body)
             self.pages += 1
-            time.sleep(0.2)  # whoever puts down the next sheet lets others come first
-        elif status in (500, 503):  # no camera; taken by nobody else, but on its way out
-            self.gone += 1
-        else:
+        elif status != 404:  # the feeder is empty
             raise RuntimeError(f"{status}: {body!r}")
+        return status == 200
+
+    def look(self):
+        """Asks what the scanner is and does."""
+        for name in "ScannerCapabilities", "ScannerStatus":
+            status, _, body = self.server.ask("GET", "/eSCL/" + name)
+            if status != 200 or not ElementTree.fromstring(body).tag.endswith(name):
+                raise RuntimeError(f"{name}: {status}, {body!r}")
 
 
 class Desk(unittest.TestCase):
     def setUp(self):
-        self.desk = self.enterContext(tempfile.TemporaryDirectory())
-        with tempfile.TemporaryDirectory() as folder:
-            page = os.path.join(folder, "page.jpg")
-            subprocess.run([os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"],
-                            "--desk", "builtin", "snap", "--no-settle", "-o", page],
-                           stdout=subprocess.DEVNULL, check=True)
-            os.mkdir(self.camera(False))
-            with open(page, "rb") as source:
-                data = source.read()
-        with open(os.path.join(self.camera(False), "page.jpg"), "wb") as file:
-            file.write(data)
-        self.plug(True)
-
-    def camera(self, is_present):
-        return os.path.join(self.desk, ("" if is_present else ".") + CAMERA)
-
-    def plug(self, is_present):
-        os.rename(self.camera(not is_present), self.camera(is_present))
+        self.desk = self.enterContext(scanner.Desk())
 
     def never_read(self, server):
         """A client that asks for a page and leaves it in the pipe."""
@@ -114,7 +125,7 @@ class Desk(unittest.TestCase):
             time.sleep(0.1)
 
     def test_clients_and_camera_come_and_go(self):
-        with Server(desk=self.desk) as server:
+        with Server("--hands-free", "--still", "3", desk=self.desk.folder) as server:
             server.scan(dpi=300)
             before = memory(server.process.pid)
             for _ in range(3):
@@ -126,10 +137,13 @@ class Desk(unittest.TestCase):
             replugs = 0
             while time.monotonic() < end:
                 time.sleep(2)
-                self.plug(False)
+                self.desk.plug(False)
                 time.sleep(1)
-                self.plug(True)
+                self.desk.plug(True)
                 replugs += 1
+                if replugs % 20 == 0:
+                    print(f"{replugs} replugs, memory and descriptors {memory(server.process.pid)}",
+                          flush=True)
             for client in clients:
                 client.join(300)
             pages = [client.pages for client in clients]

@@ -73,9 +73,11 @@ bool isTrustedHost(const std::string &host)
         || endsWith(name, ".local");
 }
 
-EsclService::EsclService(ScanJobs &jobs, std::function<void()> workArrived)
+EsclService::EsclService(ScanJobs &jobs, std::function<void()> workArrived,
+                         std::function<bool()> hasCamera)
     : m_jobs(jobs)
     , m_workArrived(std::move(workArrived))
+    , m_hasCamera(std::move(hasCamera))
 {
 }
 
@@ -98,6 +100,14 @@ HttpResponse EsclService::capabilities() const
     return respond(kOk, kXml, capabilitiesXml(m_identity, m_limits));
 }
 
+HttpResponse EsclService::status() const
+{
+    ScannerState state = ScannerState::Processing;
+    if (!m_jobs.isActive())
+        state = m_hasCamera() ? ScannerState::Idle : ScannerState::Stopped;
+    return respond(kOk, kXml, statusXml(m_jobs.list(), state, limits().hasFeeder));
+}
+
 std::optional<HttpResponse> EsclService::answer(const HttpRequest &request)
 {
     if (!isTrustedHost(request.host) || !request.origin.empty())
@@ -110,9 +120,7 @@ std::optional<HttpResponse> EsclService::answer(const HttpRequest &request)
     if (path == "ScannerCapabilities")
         return isGet ? capabilities() : allowOnly("GET");
     if (path == "ScannerStatus")
-        return isGet
-            ? respond(kOk, kXml, statusXml(m_jobs.list(), m_jobs.isActive(), limits().hasFeeder))
-            : allowOnly("GET");
+        return isGet ? status() : allowOnly("GET");
     if (path == "ScanJobs")
         return request.method == "POST" ? createJob(request) : allowOnly("POST");
     const std::string jobs = "ScanJobs/";

@@ -17,8 +17,9 @@ class EsclService
 {
 public:
     /// `jobs` is borrowed; `workArrived` is called when one of them may wait for the camera, and when
-    /// one is cancelled.
-    EsclService(ScanJobs &jobs, std::function<void()> workArrived);
+    /// one is cancelled; `hasCamera` says whether there is one at the moment. Both are called on any
+    /// thread.
+    EsclService(ScanJobs &jobs, std::function<void()> workArrived, std::function<bool()> hasCamera);
 
     /// Sets what the scanner is and offers; requests are held against it from now on.
     void describe(const ScannerIdentity &identity, const ScannerLimits &limits);
@@ -33,10 +34,12 @@ private:
     std::optional<HttpResponse> nextDocument(const std::string &id);
     HttpResponse imageInfo(const std::string &id) const;
     HttpResponse capabilities() const;
+    HttpResponse status() const;
     ScannerLimits limits() const;
 
     ScanJobs &m_jobs;
     const std::function<void()> m_workArrived;
+    const std::function<bool()> m_hasCamera;
     mutable Mutex m_mutex;
     ScannerIdentity m_identity GUARDED_BY(m_mutex);
     ScannerLimits m_limits GUARDED_BY(m_mutex);

@@ -94,6 +94,19 @@ const char *nameOf(ScanJobs::State state)
     return "Aborted";
 }
 
+const char *nameOf(ScannerState state)
+{
+    switch (state) {
+    case ScannerState::Processing:
+        return "Processing";
+    case ScannerState::Stopped:
+        return "Stopped";
+    case ScannerState::Idle:
+        break;
+    }
+    return "Idle";
+}
+
 /// The keyword that the Printer Working Group's model has for it.
 const char *reasonOf(ScanJobs::State state)
 {
@@ -125,13 +138,14 @@ std::string capabilitiesXml(const ScannerIdentity &identity, const ScannerLimits
     return textOf(document);
 }
 
-std::string statusXml(const std::vector<ScanJobs::Status> &jobs, bool isActive, bool hasFeeder)
+std::string statusXml(const std::vector<ScanJobs::Status> &jobs, ScannerState state, bool hasFeeder)
 {
     pugi::xml_document document;
     pugi::xml_node root = addRoot(document, "scan:ScannerStatus");
     add(root, "pwg:Version", kVersion);
-    add(root, "pwg:State", isActive ? "Processing" : "Idle");
-    // somebody turns pages; the camera sees when there are no more
+    add(root, "pwg:State", nameOf(state));
+    // Somebody turns pages; the camera sees when there are no more. The feeder of an unplugged one is
+    // not empty: clients would take that for the regular end of a scan.
     if (hasFeeder)
         add(root, "scan:AdfState", "ScannerAdfLoaded");
     pugi::xml_node list = root.append_child("scan:Jobs");
