@@ -91,7 +91,7 @@ keep()
 {
     aptForTests
     rm -f -- "$work"/debian-*.tar*
-    tar -C "$debian" --one-file-system --exclude=./clone -c -f "$kept.new" .
+    tar -C "$debian" --exclude=./clone --exclude='./var/cache/apt/archives/*' -c -f "$kept.new" .
     mv -- "$kept.new" "$kept"
 }
 
