@@ -30,6 +30,7 @@ enum class Command {
     Doctor,
     Convert,
     Combine,
+    Text,
     Watch,
     Controls,
     Focus,
@@ -73,7 +74,7 @@ struct Options
     int pages = 0; ///< to scan, 0: until stopped
     bool resume = false; ///< go on with a scan that was killed
     bool quiet = false; ///< no sound
-    bool progress = true; ///< show it where there is a terminal (snap, scan, convert, combine)
+    bool progress = true; ///< show it where there is a terminal (snap, scan, convert, combine, text)
     bool json = false; ///< results as JSON, one object a line
     int durationMs = 0; ///< length of a watch, 0: no limit
 
@@ -90,7 +91,7 @@ struct Options
     std::string destination; ///< "-": standard output
     std::string format; ///< of what goes to standard output: an extension
     bool writesToOutput() const { return destination == "-"; }
-    bool force = false; ///< replace an existing destination (snap, scan, convert, combine)
+    bool force = false; ///< replace an existing destination (snap, scan, convert, combine, text)
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
     bool compact = false; ///< pages of writing in layers (scan, convert, combine)
