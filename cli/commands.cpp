@@ -60,6 +60,8 @@ ExitCode carryOut(LibrarySession &session, const Options &options)
         return convert(session, options);
     if (options.command == Command::Combine)
         return combine(session, options);
+    if (options.command == Command::Text)
+        return addText(session, options);
     if (options.command == Command::Scan)
         return scan(session, options);
     // about files only

@@ -58,6 +58,15 @@ const std::vector<const char *> &knownSentences()
         trLater("%1 is of a kind that cannot be set here"),
         trLater("%1 is a button: set it to 1 to press it"),
         trLater("the camera is gone"),
+        // documents that cannot get text
+        trLater("it was not made by this library, or another program has changed it since"),
+        trLater("it is damaged"),
+        trLater("it is encrypted"),
+        trLater("it has text already"),
+        trLater("a document keeps its format when it gets text"),
+        trLater("no writing was recognised on its pages"),
+        trLater("one of its pages has no text"),
+        trLater("%1 of its pages have no text"),
         // settings files
         trLater("settings not read: %1 is no text: %2"),
         trLater("settings not read: %1: %2"),

@@ -16,7 +16,7 @@ void addCameraCommands(CLI::App &program, Options &options); ///< list, modes, w
 void addPhotographCommands(CLI::App &program, Options &options); ///< snap, scan
 void addServeCommand(CLI::App &program, Options &options);
 void addControlCommands(CLI::App &program, Options &options); ///< controls, focus
-void addFileCommands(CLI::App &program, Options &options); ///< convert, combine
+void addFileCommands(CLI::App &program, Options &options); ///< convert, combine, text
 void addSettingsCommands(CLI::App &program, Options &options); ///< config, calibrate
 
 } // namespace cli

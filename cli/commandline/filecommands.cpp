@@ -1,5 +1,6 @@
 #include "cli/commandline/commanddescriptions.h"
 
+#include "cli/base/filenames.h"
 #include "cli/base/translation.h"
 #include "cli/commandline/namechecks.h"
 #include "cli/commandline/sharedoptions.h"
@@ -64,12 +65,49 @@ void addCombineCommand(CLI::App &program, Options &options)
     combine->final_callback([&options] { concludeCombine(options); });
 }
 
+/// Without another destination the document itself gets the text.
+void concludeText(Options &options)
+{
+    const std::string &source = options.sources.front();
+    const std::string extension = extensionOf(source);
+    if (options.destination.empty())
+        return;
+    if (options.writesToOutput())
+        options.format = extension;
+    else if (extensionOf(options.destination) != extension)
+        throw CLI::ValidationError(
+            tr("the document stays .%1; give the new file that extension", extension));
+}
+
+void addTextCommand(CLI::App &program, Options &options)
+{
+    CLI::App *const text = addCommand(
+        program, options, Command::Text, "text",
+        tr("Add the recognised writing to a pdf or ofd that korvcam or the window made"));
+    addTextOption(*text, options);
+    addForceFlag(*text, options);
+    text->add_flag("--strict", options.strict,
+                   tr("Write nothing when a page gets no text (default: write the others)"));
+    addJsonFlag(*text, options);
+    addProgressFlag(*text, options);
+    text->add_option_function<std::string>(
+            "source", [&options](const std::string &source) { options.sources = {source}; },
+            tr("The document, pdf or ofd"))
+        ->required()
+        ->check(CLI::Validator(checkTextDocumentName, ""));
+    text->add_option("-o,--output", options.destination,
+                     tr("New file; - is standard output (default: the document itself)"))
+        ->type_name("FILE");
+    text->final_callback([&options] { concludeText(options); });
+}
+
 } // namespace
 
 void addFileCommands(CLI::App &program, Options &options)
 {
     addConvertCommand(program, options);
     addCombineCommand(program, options);
+    addTextCommand(program, options);
 }
 
 } // namespace cli

@@ -50,6 +50,11 @@ std::string checkDocumentName(const std::string &path)
     return checkType(path, {"pdf", "ofd", "tif", "tiff"}, trLater("known for documents"));
 }
 
+std::string checkTextDocumentName(const std::string &path)
+{
+    return checkType(path, {"pdf", "ofd"}, trLater("known for documents with text"));
+}
+
 std::string checkScanName(const std::string &path)
 {
     if (path == kStandardStream)

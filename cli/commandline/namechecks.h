@@ -13,6 +13,9 @@ std::string checkPictureName(const std::string &path);
 /// A document of many pages, or "-".
 std::string checkDocumentName(const std::string &path);
 
+/// A document that can have text.
+std::string checkTextDocumentName(const std::string &path);
+
 /// A document, or a pattern for pictures.
 std::string checkScanName(const std::string &path);
 

@@ -30,6 +30,7 @@ enum class Command {
     Doctor,
     Convert,
     Combine,
+    Text,
     Watch,
     Controls,
     Focus,
@@ -90,7 +91,7 @@ struct Options
     std::string destination; ///< "-": standard output
     std::string format; ///< of what goes to standard output: an extension
     bool writesToOutput() const { return destination == "-"; }
-    bool force = false; ///< replace an existing destination (snap, scan, convert, combine)
+    bool force = false; ///< replace an existing destination (snap, scan, convert, combine, text)
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
     bool compact = false; ///< pages of writing in layers (scan, convert, combine)

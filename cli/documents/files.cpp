@@ -165,6 +165,30 @@ ExitCode convertPicture(const Task &task)
     return ExitCode::Failure;
 }
 
+ExitCode addTextToDocument(const Task &task)
+{
+    const Options &options = task.options;
+    const std::string &source = task.sources.front();
+    if (const ExitCode code = openLibrary(task.session, options); code != ExitCode::Success)
+        return code;
+    const std::string path = task.place.workPath(options.destination);
+    const Answer answer = askLibrary(options.verbose, [&] {
+        return task.session.library().ConvertImagetoImage(source.c_str(), path.c_str());
+    });
+    // what only its owner could read stays so
+    std::error_code ignored;
+    const std::filesystem::perms rights = std::filesystem::status(source, ignored).permissions();
+    std::filesystem::permissions(path, rights, ignored);
+    if (answer.result >= 0)
+        return ExitCode::Success;
+    printError(
+        tr("cannot add text to %1: %2", source,
+           answer.reason.empty() ? std::strerror(-answer.result) : trSentence(answer.reason)));
+    if (options.strict)
+        printError(tr("nothing was written, because of --strict"));
+    return ExitCode::Failure;
+}
+
 /// Makes the document, in the child process.
 class Combiner
 {
@@ -290,6 +314,29 @@ ExitCode combine(LibrarySession &session, const Options &options)
         return ExitCode::Usage;
     }
     return combinePages(session, options, sources);
+}
+
+ExitCode addText(LibrarySession &session, const Options &options)
+{
+    if (!hasTextLanguages(options)) {
+        printError(tr("no languages are named: add --text LANGS, or text = LANGS to the settings"));
+        return ExitCode::Usage;
+    }
+    Options wanted = options;
+    const std::string &source = options.sources.front();
+    if (wanted.destination.empty()) {
+        // behind a symbolic link, which stays one
+        std::error_code error;
+        const std::filesystem::path file = std::filesystem::canonical(source, error);
+        if (error) {
+            printError(source + ": " + error.message());
+            return ExitCode::Failure;
+        }
+        wanted.destination = file.string();
+        wanted.force = true;
+    }
+    Task task{session, wanted, options.sources, {}};
+    return writeFile(task, addTextToDocument);
 }
 
 ExitCode combinePages(LibrarySession &session, const Options &options,

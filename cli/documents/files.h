@@ -16,4 +16,8 @@ ExitCode combine(LibrarySession &session, const Options &options);
 ExitCode combinePages(LibrarySession &session, const Options &options,
                       const std::vector<std::string> &pages);
 
+/// Adds the recognised writing to a document made earlier, in its place or in a new file, and prints
+/// the path. A page that gets no text is named; the others get theirs, unless the options are strict.
+ExitCode addText(LibrarySession &session, const Options &options);
+
 } // namespace cli

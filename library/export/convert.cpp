@@ -3,6 +3,7 @@
 #include "library/base/exceptions_to_errors.h"
 #include "library/base/log.h"
 #include "library/clean/clean_paper.h"
+#include "library/export/add_text.h"
 #include "library/export/document.h"
 #include "library/export/format.h"
 #include "library/export/image_loader.h"
@@ -226,6 +227,9 @@ Result<void> convertImage(const std::string &source, const std::string &destinat
     const Format *format = formatForPath(destination);
     if (format == nullptr)
         return unknownExtension(destination);
+    if (format->hasText && settings.text && looksLikeDocument(source))
+        return exceptionsToErrors(
+            [&] { return addText(source, *format, destination, *settings.text); });
     std::vector<std::string> left = {source};
     Result<void> converted = exceptionsToErrors([&]() -> Result<void> {
         if (format->kind == FormatKind::Document)

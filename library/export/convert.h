@@ -13,7 +13,8 @@ namespace korv {
 /// stays, see Existing::KeepBoth. When it fails for any reason but the extension, a source that is a
 /// working file is kept, see rescuePages(). Errors: -EINVAL unknown extension, -EBADMSG
 /// unreadable source, -EFBIG, or errno. `settings` are those of documents, but `clean` counts for
-/// pictures too; the environment's do not count here.
+/// pictures too; the environment's do not count here. Where they have a recogniser, the source may also be a
+/// document, see addText().
 Result<void> convertImage(const std::string &source, const std::string &destination, int quality,
                           const DocumentSettings &settings = {});
 

@@ -55,12 +55,19 @@ void DocumentText::explain(const std::string &name, const Error &problem)
 TextRecogniser::Text DocumentText::of(const ContentKey &key, const Page &page,
                                       const std::string &name)
 {
+    const TextRecogniser::PictureMaker make = [&] { return grayPicture(page); };
+    return of(key, make, name);
+}
+
+TextRecogniser::Text DocumentText::of(const ContentKey &key,
+                                      const TextRecogniser::PictureMaker &make,
+                                      const std::string &name)
+{
     if (!isWanted())
         return nullptr;
     if (!isWorthWaiting())
         return m_recogniser->known(key);
-    Result<TextRecogniser::Text> text =
-        m_recogniser->textOf(key, [&] { return grayPicture(page); });
+    Result<TextRecogniser::Text> text = m_recogniser->textOf(key, make);
     if (!text) {
         explain(name, text.error());
         return nullptr;

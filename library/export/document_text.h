@@ -24,6 +24,9 @@ public:
     /// The text of a page that is made, but for its text. Null for none. `name` is what the log
     /// calls the page. Any thread.
     TextRecogniser::Text of(const ContentKey &key, const Page &page, const std::string &name);
+    /// The same of the picture that `make` makes.
+    TextRecogniser::Text of(const ContentKey &key, const TextRecogniser::PictureMaker &make,
+                            const std::string &name);
 
 private:
     bool isWorthWaiting();

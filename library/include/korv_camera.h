@@ -211,7 +211,10 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * tesseract recognises the writing on pages of pdf and ofd documents, from the moment when a
  * photograph has been saved. The call then waits for the text of a page, by default 20 seconds at
  * most, and after two pages that took longer for no other. A page without text is a page all the
- * same; standard error says why it has none.
+ * same; standard error says why it has none. With such languages, src may also be a pdf or ofd that
+ * this library made without text, and dst of the same format: dst is then src with text. Documents of
+ * other programs, encrypted or damaged ones, and those with text already are refused with -EBADMSG;
+ * -ENODATA says that pages, or all of them, which makes no file, have no text.
  * KORV_CAMERA_COMPACT=yes, or compact = yes under [documents] in the settings, stores pages of
  * writing in pdf in layers of ink and paper; the environment goes before the settings.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,

@@ -63,6 +63,7 @@ complete -c korvcam -n __korvcam_has -a controls -d 'List or set the controls of
 complete -c korvcam -n __korvcam_has -a focus -d 'Focus once'
 complete -c korvcam -n __korvcam_has -a convert -d 'Convert a picture'
 complete -c korvcam -n __korvcam_has -a combine -d 'Combine several pictures into one document'
+complete -c korvcam -n __korvcam_has -a text -d 'Add the recognised writing to a document'
 complete -c korvcam -n __korvcam_has -a doctor -d 'Diagnose camera problems'
 complete -c korvcam -n __korvcam_has -a watch -d 'Report cameras as they are plugged in and removed'
 complete -c korvcam -n __korvcam_has -a config -d 'Show the settings in force'
@@ -72,20 +73,20 @@ complete -c korvcam -n __korvcam_has -a serve -d 'Offer the camera to scan progr
 # options that several commands share
 set -l with_camera modes snap scan controls focus doctor calibrate serve
 complete -c korvcam -n "__korvcam_has; or __korvcam_has $with_camera" -s d -l device -x -a '(__korvcam_cameras)' -d Camera
-complete -c korvcam -n '__korvcam_has list modes snap scan controls doctor watch' -l json -d 'Print one JSON object a line'
+complete -c korvcam -n '__korvcam_has list modes snap scan controls text doctor watch' -l json -d 'Print one JSON object a line'
 complete -c korvcam -n '__korvcam_has snap scan convert combine serve' -s q -l quality -x -d 'JPEG quality'
 complete -c korvcam -n '__korvcam_has snap scan calibrate' -s r -l resolution -x -d 'Size, one of modes'
 complete -c korvcam -n '__korvcam_has snap scan focus doctor calibrate serve' -l timeout -x -d 'Seconds to wait for a frame'
-complete -c korvcam -n '__korvcam_has snap scan convert combine' -s f -l force -d 'Replace an existing file'
-complete -c korvcam -n '__korvcam_has snap scan convert combine focus doctor calibrate' -l no-progress -d 'Do not show progress'
-complete -c korvcam -n '__korvcam_has snap scan convert combine' -s o -l output -r -F -d 'New file'
+complete -c korvcam -n '__korvcam_has snap scan convert combine text' -s f -l force -d 'Replace an existing file'
+complete -c korvcam -n '__korvcam_has snap scan convert combine text focus doctor calibrate' -l no-progress -d 'Do not show progress'
+complete -c korvcam -n '__korvcam_has snap scan convert combine text' -s o -l output -r -F -d 'New file'
 complete -c korvcam -n '__korvcam_has snap scan convert' -l clean -d 'Even out light and shadow'
 complete -c korvcam -n '__korvcam_has snap convert' -l format -x -a 'jpg png bmp tiff pdf ofd' -d 'Format on standard output'
 complete -c korvcam -n '__korvcam_has scan combine' -l title -x -d 'Title of the document'
 complete -c korvcam -n '__korvcam_has scan combine' -l page-size -x -a 'A3 A4 A5 letter card' -d 'Size of every page'
-complete -c korvcam -n '__korvcam_has scan convert combine' -l text -x -d 'Languages of the writing to recognise'
+complete -c korvcam -n '__korvcam_has scan convert combine text' -l text -x -d 'Languages of the writing to recognise'
 complete -c korvcam -n '__korvcam_has scan convert combine' -l compact -d 'Make pages of writing smaller'
-complete -c korvcam -n '__korvcam_has convert combine' -F
+complete -c korvcam -n '__korvcam_has convert combine text' -F
 
 complete -c korvcam -n '__korvcam_has snap scan' -l color -x -a 'color gray lineart' -d 'Colors of the photographs'
 complete -c korvcam -n '__korvcam_has snap scan' -l crop -d 'Find the sheet and cut it out'
@@ -110,6 +111,8 @@ complete -c korvcam -n '__korvcam_has focus' -l lock -d 'Keep the focus from the
 complete -c korvcam -n '__korvcam_has combine' -l strict -d 'Write nothing when a page cannot be read'
 complete -c korvcam -n '__korvcam_has combine' -l from-file -r -F -d 'Read more sources from a list'
 complete -c korvcam -n '__korvcam_has combine' -l format -x -a 'pdf ofd tiff' -d 'Format on standard output'
+
+complete -c korvcam -n '__korvcam_has text' -l strict -d 'Write nothing when a page gets no text'
 
 complete -c korvcam -n '__korvcam_has watch' -l seconds -x -d 'Stop after that time'
 complete -c korvcam -n '__korvcam_has watch' -s n -l count -x -d 'Stop after that many events'

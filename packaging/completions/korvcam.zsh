@@ -18,6 +18,7 @@ _korvcam_commands=(
     'focus:focus once'
     'convert:convert a picture'
     'combine:combine several pictures into one document'
+    'text:add the recognised writing to a document'
     'doctor:diagnose camera problems'
     'watch:report cameras as they are plugged in and removed'
     'config:show the settings in force'
@@ -134,6 +135,15 @@ _korvcam_options()
                 '--format[format on standard output]:format:(pdf ofd tiff)'
                 '(-o --output)'{-o,--output}'[new file]:file:_files'
                 '*:picture:_files'
+            )
+            ;;
+        text)
+            reply=(
+                $force $progress $json
+                $text[1]
+                '--strict[write nothing when a page gets no text]'
+                '(-o --output)'{-o,--output}'[new file]:file:_files'
+                '*:document:_files -g "*.(pdf|ofd)"'
             )
             ;;
         doctor) reply=($camera $timeout $progress $json) ;;

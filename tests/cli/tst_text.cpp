@@ -132,6 +132,108 @@ TEST_F(KorvcamText, languagesAreNames)
 
 namespace {
 
+/// What `korvcam text` does to documents made earlier.
+class KorvcamTextCommand : public KorvcamText
+{
+protected:
+    void SetUp() override
+    {
+        KorvcamText::SetUp();
+        snap("1.jpg");
+        ASSERT_EQ(run({"combine", file("1.jpg"), "-o", file("a.pdf")}).status, 0);
+    }
+    std::string bytesOf(const std::string &name) const { return support::readFile(file(name)); }
+};
+
+} // namespace
+
+TEST_F(KorvcamTextCommand, documentItselfGetsTheText)
+{
+    const std::string before = bytesOf("a.pdf");
+    std::filesystem::permissions(
+        file("a.pdf"), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    std::filesystem::create_symlink("a.pdf", file("link.pdf"));
+    const Finished done = runWithText({"text", "--text", "eng", file("link.pdf")});
+    EXPECT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(done.output, file("a.pdf") + "\n");
+    EXPECT_EQ(textOf("a.pdf"), "found\n\n");
+    EXPECT_EQ(bytesOf("a.pdf").substr(0, before.size()), before);
+    EXPECT_TRUE(std::filesystem::is_symlink(file("link.pdf")));
+    EXPECT_EQ(std::filesystem::status(file("a.pdf")).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    const Finished again = runWithText({"text", "--text", "eng", file("a.pdf")});
+    EXPECT_EQ(again.status, 1);
+    EXPECT_EQ(again.errors,
+              "korvcam: cannot add text to " + file("a.pdf") + ": it has text already\n");
+}
+
+TEST_F(KorvcamTextCommand, anotherFileGetsIt)
+{
+    const std::string before = bytesOf("a.pdf");
+    const Finished done =
+        runWithText({"text", "--json", "--text", "eng", file("a.pdf"), "-o", file("b.pdf")});
+    EXPECT_EQ(done.status, 0) << done.errors;
+    EXPECT_EQ(done.output, "{\"file\":\"" + file("b.pdf") + "\"}\n");
+    EXPECT_EQ(bytesOf("a.pdf"), before);
+    EXPECT_EQ(textOf("b.pdf"), "found\n\n");
+    const Finished piped = runWithText({"text", "--text", "eng", file("a.pdf"), "-o", "-"});
+    EXPECT_EQ(piped.status, 0) << piped.errors;
+    EXPECT_EQ(piped.output.substr(0, before.size()), before);
+    EXPECT_THAT(runWithText({"text", "--text", "eng", file("a.pdf"), "-o", file("b.ofd")}).errors,
+                HasSubstr("the document stays .pdf"));
+}
+
+TEST_F(KorvcamTextCommand, ofdGetsIt)
+{
+    ASSERT_EQ(run({"combine", file("1.jpg"), "-o", file("a.ofd")}).status, 0);
+    EXPECT_EQ(runWithText({"text", "--text", "eng", file("a.ofd")}).status, 0);
+    EXPECT_THAT(
+        support::runProgram({"unzip", "-p", file("a.ofd"), "Doc_0/Pages/Page_0/Content.xml"}, {})
+            .output,
+        HasSubstr(">found</ofd:TextCode>"));
+}
+
+TEST_F(KorvcamTextCommand, refusedDocumentsStay)
+{
+    std::ofstream(file("b.pdf")) << "%PDF-1.7\nno document\n%%EOF\n";
+    const std::string before = bytesOf("b.pdf");
+    const Finished foreign = runWithText({"text", "--text", "eng", file("b.pdf")});
+    EXPECT_EQ(foreign.status, 1);
+    EXPECT_THAT(foreign.errors, HasSubstr("it was not made by this library"));
+    EXPECT_EQ(bytesOf("b.pdf"), before);
+    EXPECT_EQ(runWithText({"text", "--text", "eng", file("none.pdf")}).status, 1);
+    EXPECT_EQ(runWithText({"text", "--text", "eng", file("1.jpg")}).status, 2);
+    const Finished nameless = runWithText({"text", file("a.pdf")});
+    EXPECT_EQ(nameless.status, 2);
+    EXPECT_THAT(nameless.errors, HasSubstr("no languages are named"));
+}
+
+TEST_F(KorvcamTextCommand, pageWithoutTextIsNamed)
+{
+    ASSERT_EQ(
+        support::runProgram({"convert", file("1.jpg"), "-crop", "320x240+0+0", file("2.jpg")}, {})
+            .status,
+        0);
+    ASSERT_EQ(run({"combine", file("1.jpg"), file("2.jpg"), "-o", file("c.pdf")}).status, 0);
+    const std::string before = bytesOf("c.pdf");
+    install("if [ $width = 320 ]; then exit 1; fi");
+    const std::vector<std::string> arguments = {"text", "--text", "eng", file("c.pdf")};
+    std::vector<std::string> strict = arguments;
+    strict.emplace_back("--strict");
+    const Finished refused = runWithText(strict);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("nothing was written, because of --strict"));
+    EXPECT_EQ(bytesOf("c.pdf"), before);
+    const Finished partial = runWithText(arguments);
+    EXPECT_EQ(partial.status, 1);
+    EXPECT_THAT(partial.errors, HasSubstr("page 2: this page gets no text: ended with status 1"));
+    EXPECT_THAT(partial.errors, HasSubstr("one of its pages has no text"));
+    EXPECT_EQ(partial.output, file("c.pdf") + "\n");
+    EXPECT_THAT(textOf("c.pdf"), HasSubstr("found"));
+}
+
+namespace {
+
 /// With the real program, if it is there.
 class KorvcamRealText : public support::KorvcamProgram
 {

@@ -1,6 +1,7 @@
 #include "library/documents/ofd/ofd_writer.h"
 
 #include "library/documents/decimal.h"
+#include "library/documents/ofd/ofd_resources.h"
 #include "library/documents/ofd/ofd_text.h"
 #include "library/values/dates.h"
 #include "library/values/random_text.h"
@@ -152,14 +153,8 @@ Result<void> OfdWriter::writePublicResources()
         .attribute("ID", nextId())
         .attribute("Type", "RGB")
         .attribute("BitsPerComponent", 8);
-    // a font that every reader of Chinese documents has, or knows what to take for
     if (m_fontId != 0)
-        xml.root()
-            .child("Fonts")
-            .child("Font")
-            .attribute("ID", m_fontId)
-            .attribute("FontName", "宋体")
-            .attribute("FamilyName", "宋体");
+        addFont(xml.root(), m_fontId);
     const std::string text = xml.text();
     return m_zip.add("Doc_0/PublicRes.xml", ByteView(text.data(), text.size()),
                      ZipMethod::Deflated);

@@ -5,6 +5,7 @@
 #include "library/values/dates.h"
 
 #include <cerrno>
+#include <utility>
 
 #include <libdeflate.h>
 
@@ -43,13 +44,13 @@ ZipWriter::ZipWriter(ByteSink &sink, std::time_t modified)
     m_time = static_cast<std::uint16_t>(local.tm_hour << 11 | local.tm_min << 5 | local.tm_sec / 2);
 }
 
-void ZipWriter::putCommonFields(Bytes &to, const Entry &entry, std::size_t extraLength) const
+void ZipWriter::putCommonFields(Bytes &to, const ZipEntry &entry, std::size_t extraLength)
 {
     put16(to, extraLength > 0 ? kVersion64 : kVersion);
     put16(to, 0);
     put16(to, entry.method == ZipMethod::Deflated ? 8 : 0);
-    put16(to, m_time);
-    put16(to, m_date);
+    put16(to, entry.time);
+    put16(to, entry.date);
     put32(to, entry.checksum);
     put32(to, entry.storedSize);
     put32(to, entry.size);
@@ -61,8 +62,10 @@ Result<void> ZipWriter::add(const std::string &name, ByteView content, ZipMethod
 {
     if (content.size >= kFull32)
         return Error{-EFBIG, "ZIP: entry too large"};
-    Entry entry;
+    ZipEntry entry;
     entry.name = name;
+    entry.date = m_date;
+    entry.time = m_time;
     entry.offset = m_sink.size();
     entry.checksum = libdeflate_crc32(0, content.data, content.size);
     entry.size = static_cast<std::uint32_t>(content.size);
@@ -88,7 +91,14 @@ Result<void> ZipWriter::add(const std::string &name, ByteView content, ZipMethod
     return m_sink.write(content);
 }
 
-void ZipWriter::putCentralHeader(Bytes &to, const Entry &entry) const
+Result<void> ZipWriter::copy(ZipEntry entry, ByteView record)
+{
+    entry.offset = m_sink.size();
+    m_entries.push_back(std::move(entry));
+    return m_sink.write(record);
+}
+
+void ZipWriter::putCentralHeader(Bytes &to, const ZipEntry &entry)
 {
     const bool far = entry.offset >= kFull32;
     const std::size_t extraLength = far ? 12 : 0;
@@ -143,7 +153,7 @@ Result<void> ZipWriter::finish()
 {
     const std::uint64_t directoryAt = m_sink.size();
     Bytes directory;
-    for (const Entry &entry : m_entries)
+    for (const ZipEntry &entry : m_entries)
         putCentralHeader(directory, entry);
     const std::uint64_t directorySize = directory.size();
     putEnd(directory, directoryAt, directorySize);

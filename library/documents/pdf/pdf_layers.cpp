@@ -26,12 +26,13 @@ std::string drawnAt(const PicturePatch &patch, const Page &page, const std::stri
 /// `more` follows the entries that all pictures have.
 Result<void> PdfWriter::writeLayer(int number, const LayerJpeg &layer, const std::string &more)
 {
-    return writeStream(number,
-                       "/Type /XObject /Subtype /Image /Width " + std::to_string(layer.width)
-                           + " /Height " + std::to_string(layer.height) + " /ColorSpace "
-                           + (layer.gray ? "/DeviceGray" : "/DeviceRGB")
-                           + " /BitsPerComponent 8 /Filter /DCTDecode" + more,
-                       layer.jpeg);
+    return m_objects.writeStream(number,
+                                 "/Type /XObject /Subtype /Image /Width "
+                                     + std::to_string(layer.width) + " /Height "
+                                     + std::to_string(layer.height) + " /ColorSpace "
+                                     + (layer.gray ? "/DeviceGray" : "/DeviceRGB")
+                                     + " /BitsPerComponent 8 /Filter /DCTDecode" + more,
+                                 layer.jpeg);
 }
 
 /// Black is 0 in what the filter gives, and 0 is what a stencil paints.
@@ -39,12 +40,13 @@ Result<void> PdfWriter::writeMask(int number, const Page &page)
 {
     const std::string columns = std::to_string(page.width);
     const std::string rows = std::to_string(page.height);
-    return writeStream(number,
-                       "/Type /XObject /Subtype /Image /Width " + columns + " /Height " + rows
-                           + " /ImageMask true /BitsPerComponent 1 /Filter /CCITTFaxDecode"
-                             " /DecodeParms << /K -1 /Columns "
-                           + columns + " /Rows " + rows + " >>",
-                       page.layers->mask);
+    return m_objects.writeStream(
+        number,
+        "/Type /XObject /Subtype /Image /Width " + columns + " /Height " + rows
+            + " /ImageMask true /BitsPerComponent 1 /Filter /CCITTFaxDecode"
+              " /DecodeParms << /K -1 /Columns "
+            + columns + " /Rows " + rows + " >>",
+        page.layers->mask);
 }
 
 Result<PdfWriter::PictureUse> PdfWriter::writeLayers(int first, const Page &page)
@@ -60,15 +62,15 @@ Result<PdfWriter::PictureUse> PdfWriter::writeLayers(int first, const Page &page
         return name;
     };
     for (const PicturePatch &patch : layers.pictures) {
-        const int number = reserveObject();
+        const int number = m_objects.reserve();
         if (Result<void> written = writeLayer(number, patch.picture, {}); !written)
             return written.error();
         use.drawing += drawnAt(patch, page, add(number));
     }
     if (layers.mask.empty())
         return use;
-    const int mask = reserveObject();
-    const int ink = reserveObject();
+    const int mask = m_objects.reserve();
+    const int ink = m_objects.reserve();
     if (Result<void> written = writeMask(mask, page); !written)
         return written.error();
     if (Result<void> written = writeLayer(ink, layers.ink, " /Mask " + reference(mask)); !written)

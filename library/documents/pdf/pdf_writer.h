@@ -2,6 +2,7 @@
 
 #include "library/documents/document_writer.h"
 #include "library/documents/page_layers.h"
+#include "library/documents/pdf/pdf_objects.h"
 #include "library/documents/pdf/text_font.h"
 
 #include <map>
@@ -33,10 +34,6 @@ private:
     };
 
     Result<void> begin();
-    int reserveObject();
-    Result<void> beginObject(int number);
-    Result<void> writeObject(int number, const std::string &body);
-    Result<void> writeStream(int number, const std::string &entries, ByteView data);
     Result<PictureUse> writePictures(int first, const Page &page);
     Result<PictureUse> writeLayers(int first, const Page &page);
     Result<void> writeLayer(int number, const LayerJpeg &layer, const std::string &more);
@@ -47,19 +44,15 @@ private:
     std::string textOf(const Page &page);
     Result<int> profileObject(const Page &page);
     Result<void> writePageTree(int number);
-    Result<void> writeCrossReferences(int catalog, int information);
     Result<void> writeMetadata(int number);
     Result<void> writeOutputIntent(int number);
-    Result<void> writePacked(int number, const std::string &entries, ByteView data);
-    Result<void> writeFont();
-    Result<void> writeFontParts(int characters, int description);
     bool hasText() const { return m_fontNumber != 0; }
     std::string information() const;
 
     ByteSink &m_sink;
+    PdfObjects m_objects;
     DocumentOptions m_options;
     std::string m_id; ///< 32 hexadecimal digits
-    std::vector<std::uint64_t> m_offsets; ///< of object n + 1
     std::vector<int> m_pages; ///< object numbers
     std::map<Bytes, int> m_profiles; ///< the last ones, with their object numbers
     int m_pageTree = 0;

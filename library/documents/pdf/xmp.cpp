@@ -22,6 +22,16 @@ std::string uuid(const std::string &hex)
         + hex.substr(16, 4) + "-" + hex.substr(20);
 }
 
+/// Replaces the text of the first element of that name; without one nothing changes.
+void setElement(std::string &packet, const std::string &name, const std::string &text)
+{
+    const std::string begin = "<" + name + ">";
+    const std::size_t start = packet.find(begin);
+    const std::size_t end = packet.find("</" + name + ">");
+    if (start != std::string::npos && end != std::string::npos && start < end)
+        packet.replace(start + begin.size(), end - start - begin.size(), text);
+}
+
 } // namespace
 
 std::string xmpPacket(const XmpProperties &properties)
@@ -49,6 +59,15 @@ std::string xmpPacket(const XmpProperties &properties)
         + "<xmpMM:DocumentID>" + uuid(properties.documentId) + "</xmpMM:DocumentID>\n"
         + "<pdf:Producer>" + escaped(properties.producer) + "</pdf:Producer>\n"
         + "</rdf:Description>\n</rdf:RDF>\n</x:xmpmeta>\n<?xpacket end=\"r\"?>";
+    return packet;
+}
+
+std::string xmpPacketWithText(std::string packet, std::time_t changed)
+{
+    setElement(packet, "pdfaid:conformance", "U");
+    const std::string date = isoDate(changed);
+    setElement(packet, "xmp:ModifyDate", date);
+    setElement(packet, "xmp:MetadataDate", date);
     return packet;
 }
 

@@ -23,4 +23,7 @@ struct XmpProperties
 /// The XMP packet (ISO 16684-1) of a PDF/A-2 document (ISO 19005-2, 6.6): UTF-8, uncompressed.
 std::string xmpPacket(const XmpProperties &properties);
 
+/// Such a packet of a document that has got text: PDF/A-2u, changed at this time.
+std::string xmpPacketWithText(std::string packet, std::time_t changed);
+
 } // namespace korv
