@@ -73,7 +73,7 @@ Result<void> MadeOfd::readXml(const std::string &name, pugi::xml_document &docum
         document.load_buffer(text.value().data(), text.value().size(),
                              pugi::parse_default | pugi::parse_declaration, pugi::encoding_utf8);
     if (parsed.status == pugi::status_out_of_memory)
-        return systemError(ENOMEM, "read " + name);
+        return systemError(ENOMEM, "read ", name);
     return parsed ? Result<void>() : damaged();
 }
 
