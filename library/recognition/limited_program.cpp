@@ -121,13 +121,18 @@ public:
         : m_process(process)
         , m_end(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)))
     {
+        // where nobody waits for children (SIGCHLD is ignored), one that has ended is gone at once
+        if (!m_end && errno == ESRCH)
+            m_process = 0;
     }
     ~Child() { static_cast<void>(collect()); }
     Child(const Child &) = delete;
     Child &operator=(const Child &) = delete;
 
-    /// Becomes readable at the process's end; negative when the kernel has no such thing.
+    /// Becomes readable at the process's end; negative when it has ended already, or when the kernel
+    /// has no such thing.
     int end() const { return m_end.get(); }
+    bool isGone() const { return m_process == 0; }
 
     /// Kills what is left of its group; how the process itself ended, as waitpid(2) says it.
     /// Nothing when somebody else has collected it.
@@ -186,14 +191,15 @@ Result<void> follow(const Child &child, const Pipe &output, const Pipe &complain
                                             {output.reader.get(), POLLIN, 0},
                                             {complaints.reader.get(), POLLIN, 0}}};
     for (;;) {
-        const int ready = ::poll(wanted.data(), wanted.size(), millisecondsUntil(deadline));
+        const int ready =
+            ::poll(wanted.data(), wanted.size(), child.isGone() ? 0 : millisecondsUntil(deadline));
         if (ready < 0 && errno != EINTR)
             return systemError(errno, "poll");
         if (ready < 0)
             continue;
         if (wanted[0].revents != 0)
             return Error{-ECANCELED, "stopped"};
-        const bool hasEnded = wanted[1].revents != 0;
+        const bool hasEnded = child.isGone() || wanted[1].revents != 0;
         // one byte more than allowed shows that there is too much
         if (!drain(output.reader.get(), said.text, limits.output + 1))
             wanted[2].fd = -1;
@@ -257,7 +263,7 @@ Result<ProgramOutput> runLimited(const ProgramCall &call, int input, const Progr
         becomeProgram(birth);
     ::setpgid(process, process); // whichever of the two comes first
     Child child(process);
-    if (child.end() < 0)
+    if (child.end() < 0 && !child.isGone())
         return systemError(errno, "pidfd_open");
     output.value().writer.reset();
     complaints.value().writer.reset();
