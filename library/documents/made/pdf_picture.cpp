@@ -103,7 +103,7 @@ private:
     {
         constexpr std::size_t kMaxPictures = 64;
         const Result<PdfObject> picture = m_file.object(m_objects, m_name);
-        if (!picture || m_pictures.size() == kMaxPictures)
+        if (!picture || picture.value().data.size == 0 || m_pictures.size() == kMaxPictures)
             return false;
         m_pictures.push_back({picture.value(), m_place});
         return true;
