@@ -39,15 +39,4 @@ public:
     virtual Result<void> write(const AddedText &text, ByteSink &sink) const = 0;
 };
 
-/// Why a document cannot get text, in words that follow its name. All are -EBADMSG.
-namespace refusal {
-
-inline constexpr char kForeign[] =
-    "it was not made by this library, or another program has changed it since";
-inline constexpr char kDamaged[] = "it is damaged";
-inline constexpr char kEncrypted[] = "it is encrypted";
-inline constexpr char kHasText[] = "it has text already";
-
-} // namespace refusal
-
 } // namespace korv

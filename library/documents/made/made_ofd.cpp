@@ -1,6 +1,7 @@
 #include "library/documents/made/made_ofd.h"
 
 #include "library/documents/document_writer.h"
+#include "library/documents/made/refusal.h"
 #include "library/documents/ofd/ofd_resources.h"
 #include "library/documents/ofd/ofd_xml.h"
 #include "library/documents/xml_text.h"
@@ -23,15 +24,6 @@ constexpr char kFolder[] = "Doc_0/";
 constexpr char kDocument[] = "Doc_0/Document.xml";
 constexpr char kPublicResources[] = "Doc_0/PublicRes.xml";
 constexpr char kDocumentResources[] = "Doc_0/DocumentRes.xml";
-
-Error foreign()
-{
-    return {-EBADMSG, refusal::kForeign};
-}
-Error damaged()
-{
-    return {-EBADMSG, refusal::kDamaged};
-}
 
 /// Four numbers with blanks between them.
 bool readBox(const std::string &text, double (&box)[4])
@@ -65,7 +57,7 @@ Result<void> MadeOfd::readXml(const std::string &name, pugi::xml_document &docum
 {
     const ZipEntry *const entry = m_file.find(name);
     if (entry == nullptr)
-        return foreign();
+        return refusal::foreign();
     const Result<Bytes> text = m_file.content(*entry);
     if (!text)
         return text.error();
@@ -74,7 +66,7 @@ Result<void> MadeOfd::readXml(const std::string &name, pugi::xml_document &docum
                              pugi::parse_default | pugi::parse_declaration, pugi::encoding_utf8);
     if (parsed.status == pugi::status_out_of_memory)
         return systemError(ENOMEM, "read ", name);
-    return parsed ? Result<void>() : damaged();
+    return parsed ? Result<void>() : refusal::damaged();
 }
 
 Result<void> MadeOfd::read()
@@ -85,12 +77,12 @@ Result<void> MadeOfd::read()
     const pugi::xml_node body = entryPoint.child("ofd:OFD").child("ofd:DocBody");
     if (body.child("ofd:DocInfo").child_value("ofd:Creator") != std::string(kProducer)
         || body.child_value("ofd:DocRoot") != std::string(kDocument))
-        return foreign();
+        return refusal::foreign();
     pugi::xml_document resources;
     if (Result<void> read = readXml(kPublicResources, resources); !read)
         return read;
     if (resources.child("ofd:Res").child("ofd:Fonts"))
-        return Error{-EBADMSG, refusal::kHasText};
+        return refusal::hasText();
     return readPages();
 }
 
@@ -110,7 +102,7 @@ Result<void> MadeOfd::readPages()
         if (Result<void> read = readPage(name, pictures); !read)
             return read;
     }
-    return m_pages.empty() || m_lastId == 0 ? damaged() : Result<void>();
+    return m_pages.empty() || m_lastId == 0 ? refusal::damaged() : Result<void>();
 }
 
 Result<void> MadeOfd::readPage(const std::string &name, const pugi::xml_node &pictures)
@@ -124,13 +116,13 @@ Result<void> MadeOfd::readPage(const std::string &name, const pugi::xml_node &pi
         "ofd:MultiMedia", "ID", object.attribute("ResourceID").value());
     double box[4] = {};
     if (!object || !picture || !readBox(object.attribute("Boundary").value(), box))
-        return damaged();
+        return refusal::damaged();
     SourcePage source{name, nullptr, box[0], box[1], box[2], box[3]};
     source.picture =
         m_file.find(std::string(kFolder) + "Res/" + picture.child_value("ofd:MediaFile"));
     if (source.picture == nullptr || source.picture->method != ZipMethod::Stored
         || source.width <= 0 || source.height <= 0)
-        return damaged();
+        return refusal::damaged();
     m_pages.push_back(std::move(source));
     return {};
 }

@@ -1,6 +1,7 @@
 #include "library/documents/made/made_pdf.h"
 
 #include "library/documents/decimal.h"
+#include "library/documents/made/refusal.h"
 #include "library/documents/pdf/pdf_objects.h"
 #include "library/documents/pdf/pdf_text.h"
 #include "library/documents/pdf/text_font_objects.h"
@@ -8,17 +9,11 @@
 #include "library/documents/pdf/xmp.h"
 #include "library/values/random_text.h"
 
-#include <cerrno>
 #include <sstream>
 
 namespace korv {
 
 namespace {
-
-Error damaged()
-{
-    return {-EBADMSG, refusal::kDamaged};
-}
 
 /// The object numbers in "[1 0 R 2 0 R]".
 std::vector<int> references(const std::string &array)
@@ -107,7 +102,7 @@ private:
         PdfDictionary entries = page.entries;
         std::optional<PdfDictionary> resources = entries.dictionary("Resources");
         if (!resources)
-            return damaged();
+            return refusal::damaged();
         resources->set("Font",
                        std::string("<< /") + kTextFontName + " " + reference(m_fontNumber) + " >>");
         entries.set("Resources", resources->text());
@@ -125,7 +120,7 @@ private:
         const std::optional<int> metadata = entries.reference("Metadata");
         const Result<PdfObject> packet = m_file.object(entries, "Metadata");
         if (!number || !metadata || !packet)
-            return damaged();
+            return refusal::damaged();
         const ByteView old = packet.value().data;
         const std::string changed =
             xmpPacketWithText(std::string(old.begin(), old.end()), m_text.added);
@@ -143,7 +138,7 @@ private:
         const std::optional<int> number = m_file.trailer().reference("Info");
         const Result<PdfObject> information = m_file.object(m_file.trailer(), "Info");
         if (!number || !information)
-            return damaged();
+            return refusal::damaged();
         PdfDictionary entries = information.value().entries;
         entries.set("ModDate", pdfText(pdfDate(m_text.added)));
         return m_objects.write(*number, entries.text());
@@ -187,7 +182,7 @@ Result<void> MadePdf::readPages()
     }
     const int count = tree.value().entries.number("Count").value_or(0);
     return count > 0 && static_cast<std::size_t>(count) == m_pages.size() ? Result<void>()
-                                                                          : damaged();
+                                                                          : refusal::damaged();
 }
 
 Result<MadePdfPage> MadePdf::readPage(int number) const

@@ -1,26 +1,16 @@
 #include "library/documents/made/pdf_file.h"
 
 #include "library/documents/document_writer.h"
-#include "library/documents/made/made_document.h"
+#include "library/documents/made/refusal.h"
 #include "library/documents/pdf/pdf_text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <limits>
 
 namespace korv {
 
 namespace {
-
-Error foreign()
-{
-    return {-EBADMSG, refusal::kForeign};
-}
-Error damaged()
-{
-    return {-EBADMSG, refusal::kDamaged};
-}
 
 /// Takes `token` off the front of a text.
 bool take(std::string_view &text, std::string_view token)
@@ -69,11 +59,12 @@ Result<void> PdfFile::readEnd()
         textFrom(m_content.size > kLongest ? m_content.size - kLongest : 0);
     const std::size_t at = end.rfind("startxref\n");
     if (at == std::string_view::npos)
-        return end.find("%%EOF") == std::string_view::npos ? damaged() : foreign();
+        return end.find("%%EOF") == std::string_view::npos ? refusal::damaged()
+                                                           : refusal::foreign();
     std::string_view rest = end.substr(at);
     take(rest, "startxref\n");
     if (!takeNumber(rest, m_tableOffset) || rest != "\n%%EOF\n" || m_tableOffset >= m_content.size)
-        return foreign();
+        return refusal::foreign();
     return {};
 }
 
@@ -83,7 +74,7 @@ Result<void> PdfFile::readTable()
     constexpr std::string_view kUsed = " 00000 n \n";
     std::string_view rest = textFrom(m_tableOffset);
     if (!take(rest, "xref\n"))
-        return foreign();
+        return refusal::foreign();
     while (!take(rest, "trailer")) {
         int first = 0;
         int count = 0;
@@ -91,7 +82,7 @@ Result<void> PdfFile::readTable()
             || !take(rest, "\n") || first < 0 || count < 0
             || first > std::numeric_limits<int>::max() - count
             || rest.size() / kEntry < static_cast<std::size_t>(count))
-            return foreign();
+            return refusal::foreign();
         for (int number = first; number < first + count; ++number) {
             std::string_view entry = rest.substr(0, kEntry);
             rest.remove_prefix(kEntry);
@@ -105,12 +96,12 @@ Result<void> PdfFile::readTable()
     std::size_t length = 0;
     const std::optional<PdfDictionary> trailer = PdfDictionary::read(rest, length);
     if (!trailer)
-        return foreign();
+        return refusal::foreign();
     m_trailer = *trailer;
     if (m_trailer.has("Encrypt"))
-        return Error{-EBADMSG, refusal::kEncrypted};
+        return refusal::encrypted();
     m_size = m_trailer.number("Size").value_or(0);
-    return isAsWritten && m_size > 0 ? Result<void>() : foreign();
+    return isAsWritten && m_size > 0 ? Result<void>() : refusal::foreign();
 }
 
 /// Whether this library wrote the file, and nobody anything behind it.
@@ -118,50 +109,51 @@ Result<void> PdfFile::readOrigin() const
 {
     const Result<PdfObject> information = object(m_trailer, "Info");
     if (!information || information.value().entries.value("Producer") != pdfText(kProducer))
-        return foreign();
+        return refusal::foreign();
     const Result<PdfObject> catalog = object(m_trailer, "Root");
     if (!catalog)
-        return damaged();
+        return refusal::damaged();
     const Result<PdfObject> metadata = object(catalog.value().entries, "Metadata");
     if (!metadata)
-        return damaged();
+        return refusal::damaged();
     const ByteView packet = metadata.value().data;
     const std::string_view text(reinterpret_cast<const char *>(packet.data), packet.size);
     if (text.find("<pdfaid:conformance>U<") != std::string_view::npos)
-        return Error{-EBADMSG, refusal::kHasText};
-    return m_trailer.has("Prev") ? Result<void>(foreign()) : Result<void>();
+        return refusal::hasText();
+    return m_trailer.has("Prev") ? Result<void>(refusal::foreign()) : Result<void>();
 }
 
 Result<PdfObject> PdfFile::object(int number) const
 {
     const auto found = m_offsets.find(number);
     if (found == m_offsets.end())
-        return damaged();
+        return refusal::damaged();
     std::string_view rest = textFrom(found->second);
     std::size_t length = 0;
     if (!take(rest, std::to_string(number) + " 0 obj\n"))
-        return damaged();
+        return refusal::damaged();
     const std::optional<PdfDictionary> entries = PdfDictionary::read(rest, length);
     if (!entries)
-        return damaged();
+        return refusal::damaged();
     rest.remove_prefix(length);
     PdfObject object{*entries, {}};
     if (take(rest, "\nstream\n")) {
         const std::optional<int> size = entries->number("Length");
         if (!size || *size < 0 || static_cast<std::size_t>(*size) > rest.size())
-            return damaged();
+            return refusal::damaged();
         object.data = ByteView(rest.data(), static_cast<std::size_t>(*size));
         rest.remove_prefix(object.data.size);
         if (!take(rest, "\nendstream"))
-            return damaged();
+            return refusal::damaged();
     }
-    return take(rest, "\nendobj\n") ? Result<PdfObject>(object) : Result<PdfObject>(damaged());
+    return take(rest, "\nendobj\n") ? Result<PdfObject>(object)
+                                    : Result<PdfObject>(refusal::damaged());
 }
 
 Result<PdfObject> PdfFile::object(const PdfDictionary &entries, std::string_view name) const
 {
     const std::optional<int> number = entries.reference(name);
-    return number ? object(*number) : Result<PdfObject>(damaged());
+    return number ? object(*number) : Result<PdfObject>(refusal::damaged());
 }
 
 } // namespace korv

@@ -1,10 +1,9 @@
 #include "library/documents/made/pdf_picture.h"
 
-#include "library/documents/made/made_document.h"
 #include "library/documents/made/pdf_pixels.h"
+#include "library/documents/made/refusal.h"
 #include "library/image/mat_view.h"
 
-#include <cerrno>
 #include <cmath>
 #include <locale>
 #include <opencv2/imgproc.hpp>
@@ -16,11 +15,6 @@ namespace korv {
 namespace {
 
 constexpr int kPaperShrinking = 4; ///< the paper of a page in layers has a quarter of its pixels
-
-Error damaged()
-{
-    return {-EBADMSG, refusal::kDamaged};
-}
 
 /// Follows the operators of a page as far as documents of ours use them (ISO 32000-1, 8.3 and 8.8).
 class DrawingReader
@@ -38,9 +32,9 @@ public:
             std::string(reinterpret_cast<const char *>(operators.data), operators.size));
         for (std::string word; words >> word;) {
             if (!follow(word))
-                return damaged();
+                return refusal::damaged();
         }
-        return m_pictures.empty() ? Result<std::vector<DrawnPicture>>(damaged())
+        return m_pictures.empty() ? Result<std::vector<DrawnPicture>>(refusal::damaged())
                                   : std::move(m_pictures);
     }
 
@@ -131,7 +125,7 @@ Result<PictureExtent> extentOf(const PdfFile &file, const std::vector<DrawnPictu
         const std::int64_t width = std::int64_t{picture.entries.number("Width").value_or(0)};
         const std::int64_t height = std::int64_t{picture.entries.number("Height").value_or(0)};
         if (!isSupportedSize(width, height) || !isSupportedSize(factor * width, factor * height))
-            return damaged();
+            return refusal::damaged();
         return PictureExtent{static_cast<int>(factor * width), static_cast<int>(factor * height)};
     };
     const DrawnPicture &last = pictures.back();
@@ -176,7 +170,7 @@ Result<void> lay(const PdfFile &file, const DrawnPicture &drawn, const cv::Rect 
     if (!mask)
         return mask.error();
     if (at.size() != cv::Size(mask.value().width(), mask.value().height()))
-        return damaged();
+        return refusal::damaged();
     scaled.copyTo(part, matView(mask.value()) == 0);
     return {};
 }
@@ -192,7 +186,7 @@ Result<std::vector<DrawnPicture>> drawnPictures(const PdfFile &file, const PdfDi
     if (!drawing)
         return drawing.error();
     if (!objects || drawing.value().entries.has("Filter"))
-        return damaged();
+        return refusal::damaged();
     return DrawingReader(file, *objects).read(drawing.value().data);
 }
 

@@ -1,13 +1,12 @@
 #include "library/documents/made/pdf_pixels.h"
 
-#include "library/documents/made/made_document.h"
+#include "library/documents/made/refusal.h"
 #include "library/formats/png_reader.h"
 #include "library/formats/tiff/tiff_reader.h"
 #include "library/image/colour.h"
 #include "library/jpeg/jpeg.h"
 #include "library/values/byte_order.h"
 
-#include <cerrno>
 #include <libdeflate.h>
 #include <string>
 #include <utility>
@@ -15,11 +14,6 @@
 namespace korv {
 
 namespace {
-
-Error damaged()
-{
-    return {-EBADMSG, refusal::kDamaged};
-}
 
 struct PixelSize
 {
@@ -32,7 +26,7 @@ Result<PixelSize> sizeOf(const PdfDictionary &entries)
     const int width = entries.number("Width").value_or(0);
     const int height = entries.number("Height").value_or(0);
     if (!isSupportedSize(width, height))
-        return damaged();
+        return refusal::damaged();
     return PixelSize{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
 }
 
@@ -97,7 +91,7 @@ Result<Bytes> pngOf(const PixelSize &size, const PdfDictionary &entries, ByteVie
     const std::optional<PdfDictionary> coding = entries.dictionary("DecodeParms");
     const int bits = entries.number("BitsPerComponent").value_or(0);
     if (!coding || coding->number("Predictor") != 15 || (bits != 1 && bits != 8))
-        return damaged();
+        return refusal::damaged();
     const bool isGray = entries.value("ColorSpace") == "/DeviceGray";
     Bytes head;
     bigendian::put32(head, size.width);
@@ -130,11 +124,11 @@ Result<Image> pixelsOf(const PdfObject &picture)
     Result<Image> image = filter == "/DCTDecode" ? jpegPixels(picture.data)
         : filter == "/CCITTFaxDecode"            ? readTiff(tiffOf(size.value(), picture.data), 0)
         : filter == "/FlateDecode"               ? deflatedPixels(size.value(), picture)
-                                                 : Result<Image>(damaged());
+                                                 : Result<Image>(refusal::damaged());
     if (image
         && (image.value().width() != static_cast<int>(size.value().width)
             || image.value().height() != static_cast<int>(size.value().height)))
-        return damaged();
+        return refusal::damaged();
     return image;
 }
 

@@ -1,7 +1,7 @@
 #include "library/documents/made/zip_file.h"
 
 #include "library/base/handle.h"
-#include "library/documents/made/made_document.h"
+#include "library/documents/made/refusal.h"
 #include "library/values/byte_order.h"
 
 #include <algorithm>
@@ -27,15 +27,6 @@ constexpr std::uint32_t kEncryptedFlag = 1;
 
 using Decompressor = Handle<libdeflate_decompressor, libdeflate_free_decompressor>;
 
-Error foreign()
-{
-    return {-EBADMSG, refusal::kForeign};
-}
-Error damaged()
-{
-    return {-EBADMSG, refusal::kDamaged};
-}
-
 bool isRecord(const std::uint8_t *at, std::uint8_t kind, std::uint8_t kindToo)
 {
     return at[0] == 'P' && at[1] == 'K' && at[2] == kind && at[3] == kindToo;
@@ -46,16 +37,16 @@ bool isRecord(const std::uint8_t *at, std::uint8_t kind, std::uint8_t kindToo)
 Result<ZipFile> ZipFile::open(ByteView content)
 {
     if (content.size < kEnd)
-        return damaged();
+        return refusal::damaged();
     const std::uint8_t *const end = content.data + content.size - kEnd;
     if (!isRecord(end, 5, 6))
-        return damaged();
+        return refusal::damaged();
     const std::size_t count = u16(end + 10);
     const std::size_t size = u32(end + 12);
     std::size_t at = u32(end + 16);
     const std::size_t directoryEnd = content.size - kEnd;
     if (at > directoryEnd || size != directoryEnd - at)
-        return foreign();
+        return refusal::foreign();
     ZipFile file(content);
     for (std::size_t i = 0; i < count; ++i) {
         const Result<std::size_t> next = file.readDirectoryEntry(at, directoryEnd);
@@ -63,7 +54,8 @@ Result<ZipFile> ZipFile::open(ByteView content)
             return next.error();
         at = next.value();
     }
-    return at == directoryEnd ? Result<ZipFile>(std::move(file)) : Result<ZipFile>(foreign());
+    return at == directoryEnd ? Result<ZipFile>(std::move(file))
+                              : Result<ZipFile>(refusal::foreign());
 }
 
 /// Where the next entry begins.
@@ -71,13 +63,13 @@ Result<std::size_t> ZipFile::readDirectoryEntry(std::size_t at, std::size_t end)
 {
     const std::uint8_t *const head = m_content.data + at;
     if (end - at < kCentralHeader || !isRecord(head, 1, 2))
-        return damaged();
+        return refusal::damaged();
     if ((u16(head + 8) & kEncryptedFlag) != 0)
-        return Error{-EBADMSG, refusal::kEncrypted};
+        return refusal::encrypted();
     const std::size_t nameLength = u16(head + 28);
     const bool isPlain = u16(head + 8) == 0 && u16(head + 30) == 0 && u16(head + 32) == 0;
     if (!isPlain || end - at - kCentralHeader < nameLength)
-        return foreign();
+        return refusal::foreign();
     ZipEntry entry;
     entry.method = u16(head + 10) == kDeflated ? ZipMethod::Deflated : ZipMethod::Stored;
     entry.time = static_cast<std::uint16_t>(u16(head + 12));
@@ -88,7 +80,7 @@ Result<std::size_t> ZipFile::readDirectoryEntry(std::size_t at, std::size_t end)
     entry.offset = u32(head + 42);
     entry.name.assign(head + kCentralHeader, head + kCentralHeader + nameLength);
     if (!hasRecord(entry))
-        return damaged();
+        return refusal::damaged();
     m_entries.push_back(std::move(entry));
     return at + kCentralHeader + nameLength;
 }
@@ -129,12 +121,12 @@ Result<Bytes> ZipFile::content(const ZipEntry &entry) const
 {
     constexpr std::uint32_t kMaxSize = 16U << 20;
     if (entry.size > kMaxSize)
-        return damaged();
+        return refusal::damaged();
     const ByteView data = stored(entry);
     Bytes content(entry.size);
     if (entry.method == ZipMethod::Stored) {
         if (entry.storedSize != entry.size)
-            return damaged();
+            return refusal::damaged();
         std::copy(data.begin(), data.end(), content.begin());
     } else {
         const Decompressor decompressor(libdeflate_alloc_decompressor());
@@ -143,10 +135,10 @@ Result<Bytes> ZipFile::content(const ZipEntry &entry) const
         if (libdeflate_deflate_decompress(decompressor.get(), data.data, data.size, content.data(),
                                           content.size(), nullptr)
             != LIBDEFLATE_SUCCESS)
-            return damaged();
+            return refusal::damaged();
     }
     if (libdeflate_crc32(0, content.data(), content.size()) != entry.checksum)
-        return damaged();
+        return refusal::damaged();
     return content;
 }
 

@@ -2,6 +2,7 @@
 
 #include "library/documents/made/made_ofd.h"
 #include "library/documents/made/made_pdf.h"
+#include "library/documents/made/refusal.h"
 #include "library/export/convert.h"
 #include "library/export/pending_document.h"
 #include "tests/library/support/fake_tesseract.h"
