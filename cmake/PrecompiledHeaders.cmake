@@ -1,6 +1,7 @@
-# Half of the time of a build goes into reading the same headers again: of the standard library, of
-# OpenCV, of Qt. korv_precompile() has them read once for all rooms. Where clang-tidy compiles the sources
-# it is not used, so that one which forgets to include what it uses does not compile there.
+# Half of the time of a build goes into reading the same headers again: of the standard library and of
+# OpenCV. korv_precompile() has them read once for all rooms. (Qt's take longer to precompile than the
+# window's few sources gain.) Where clang-tidy compiles the sources it is not used, so that one which
+# forgets to include what it uses does not compile there.
 
 # The static libraries made in `folder` and below it use the headers of `name`.
 function(korv_share_precompiled name folder)
