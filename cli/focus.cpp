@@ -38,7 +38,7 @@ struct FocusControls
     std::optional<Control> position; ///< focus_absolute
 };
 
-ExitCode write(const ControlCall &call, const Control &control, std::int32_t value)
+ExitCode writeValue(const ControlCall &call, const Control &control, std::int32_t value)
 {
     const korv::Result<void> written = korv::writeControl(call, control, value);
     if (!written)
@@ -50,9 +50,9 @@ ExitCode write(const ControlCall &call, const Control &control, std::int32_t val
 ExitCode trigger(const ControlCall &call, const FocusControls &controls)
 {
     if (controls.start && !controls.start->isInactive())
-        return write(call, *controls.start, 1);
-    const ExitCode off = write(call, *controls.continuous, 0);
-    return off == ExitCode::Success ? write(call, *controls.continuous, 1) : off;
+        return writeValue(call, *controls.start, 1);
+    const ExitCode off = writeValue(call, *controls.continuous, 0);
+    return off == ExitCode::Success ? writeValue(call, *controls.continuous, 1) : off;
 }
 
 /// Watches the live picture until its sharpness rests.
@@ -97,7 +97,7 @@ ExitCode focusWhileStreaming(LibrarySession &session, const Options &options, co
     if (code == ExitCode::Success)
         code = awaitSharpness(session, options, camera.frames());
     if (code == ExitCode::Success && options.lock && controls.continuous)
-        code = write(call, *controls.continuous, 0);
+        code = writeValue(call, *controls.continuous, 0);
     return code;
 }
 

@@ -36,7 +36,7 @@ struct Content
     bool pictures = false;
 };
 
-Content contentOf(const std::string &desk)
+Content contentOfDesk(const std::string &desk)
 {
     Content content;
     std::error_code error;
@@ -61,7 +61,7 @@ bool isFolderDesk(const std::string &desk)
 
 bool holdsPicturesOnly(const std::string &desk)
 {
-    const Content content = isFolderDesk(desk) ? contentOf(desk) : Content{};
+    const Content content = isFolderDesk(desk) ? contentOfDesk(desk) : Content{};
     return content.pictures && !content.cameras;
 }
 
@@ -73,7 +73,7 @@ std::string adviceOnDesk(const std::string &desk)
     const fs::directory_iterator opened(desk, error);
     if (error)
         return tr("cannot open the simulated desk %1: %2", desk, error.message());
-    const Content content = contentOf(desk);
+    const Content content = contentOfDesk(desk);
     if (content.cameras)
         return {};
     if (content.pictures)

@@ -22,30 +22,30 @@ std::string withRemedy(const std::string &problem)
               problem);
 }
 
-constexpr std::array<const char *, 24> kNames{"KorvCamera_GetVersion",
-                                              "KorvCamera_Init",
-                                              "KorvCamera_UnInit",
-                                              "KorvCamera_GetDevCount",
-                                              "KorvCamera_GetOnLineDevList",
-                                              "KorvCamera_GetWorkDevList",
-                                              "KorvCamera_Open",
-                                              "KorvCamera_Close",
-                                              "KorvCamera_GetResolutionList",
-                                              "KorvCamera_GetCurResolutionNo",
-                                              "KorvCamera_SetCurResolutionNo",
-                                              "KorvCamera_StartCapture",
-                                              "KorvCamera_StopCapture",
-                                              "KorvCamera_RegCallBackCameraChange",
-                                              "KorvCamera_SetImageColorStyle",
-                                              "KorvCamera_SetImageJPGQuality",
-                                              "KorvCamera_SetAutoCrop",
-                                              "KorvCamera_SetImageRotateMode",
-                                              "KorvCamera_YuYv422toRGB24",
-                                              "KorvCamera_SaveVideoData",
-                                              "KorvCamera_SaveRGB888Image",
-                                              "KorvCamera_ConvertImagetoImage",
-                                              "KorvCamera_AddImageFiletoMultiFile",
-                                              "KorvCamera_CombineMultiFile"};
+constexpr std::array<const char *, 24> kEntryPoints{"KorvCamera_GetVersion",
+                                                    "KorvCamera_Init",
+                                                    "KorvCamera_UnInit",
+                                                    "KorvCamera_GetDevCount",
+                                                    "KorvCamera_GetOnLineDevList",
+                                                    "KorvCamera_GetWorkDevList",
+                                                    "KorvCamera_Open",
+                                                    "KorvCamera_Close",
+                                                    "KorvCamera_GetResolutionList",
+                                                    "KorvCamera_GetCurResolutionNo",
+                                                    "KorvCamera_SetCurResolutionNo",
+                                                    "KorvCamera_StartCapture",
+                                                    "KorvCamera_StopCapture",
+                                                    "KorvCamera_RegCallBackCameraChange",
+                                                    "KorvCamera_SetImageColorStyle",
+                                                    "KorvCamera_SetImageJPGQuality",
+                                                    "KorvCamera_SetAutoCrop",
+                                                    "KorvCamera_SetImageRotateMode",
+                                                    "KorvCamera_YuYv422toRGB24",
+                                                    "KorvCamera_SaveVideoData",
+                                                    "KorvCamera_SaveRGB888Image",
+                                                    "KorvCamera_ConvertImagetoImage",
+                                                    "KorvCamera_AddImageFiletoMultiFile",
+                                                    "KorvCamera_CombineMultiFile"};
 
 struct Unloader
 {
@@ -96,7 +96,7 @@ std::string adviceOnLibrary(const std::string &path)
         return adviceOnLoading(path, reason ? reason : tr("it cannot be loaded"));
     }
     std::vector<std::string> missing;
-    for (const char *name : kNames) {
+    for (const char *name : kEntryPoints) {
         if (!dlsym(library.get(), name))
             missing.emplace_back(name);
     }

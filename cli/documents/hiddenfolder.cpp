@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMaxAttempts = 100;
-constexpr mode_t kPrivate = 0700;
+constexpr mode_t kPrivateFolder = 0700;
 /// Locked while a run uses the folder. Not the folder itself: whoever writes a file into it, as the
 /// camera library does, locks that for a moment, and would wait for ours in vain.
 constexpr char kLockFile[] = "lock";
@@ -67,7 +67,7 @@ int HiddenFolder::make(int parentFd, const std::string &parent, const std::strin
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
         const std::string name = prefix + hexadecimal(random()) + hexadecimal(random());
         m_path = (parent == "/" ? "" : parent) + "/" + name;
-        code = mkdirat(parentFd, name.c_str(), kPrivate) == 0 ? lock() : errno;
+        code = mkdirat(parentFd, name.c_str(), kPrivateFolder) == 0 ? lock() : errno;
         // it was taken, or taken for abandoned before it was locked
         if (code != EEXIST && code != ENOENT)
             break;

@@ -37,7 +37,7 @@ bool showsThePageAlone(const Options &options)
     return options.crop >= 0 && options.color != kLineart;
 }
 
-std::vector<unsigned char> contentOf(const std::string &path)
+std::vector<unsigned char> bytesOf(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -205,7 +205,7 @@ ExitCode PageScanner::takePage()
     m_failures = 0;
     page.size = jpegSize(m_sink.photographPath());
     if (m_focus && showsThePageAlone(m_options))
-        picture = contentOf(m_sink.photographPath());
+        picture = bytesOf(m_sink.photographPath());
     if (const ExitCode code = m_sink.store(m_session, page.path); code != ExitCode::Success)
         return code;
     if (m_turns)

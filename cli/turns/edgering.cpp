@@ -1,5 +1,7 @@
 #include "cli/turns/edgering.h"
 
+#include "cli/turns/darkest.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -9,7 +11,6 @@ namespace {
 
 constexpr int kDepthFraction = 40; ///< of the width, how deep the edge is looked at
 constexpr int kArmFraction = 27; ///< of the width, the narrowest arm
-constexpr float kDarkest = 24; ///< keeps the noise of dark pixels from weighing more than light's
 /// From then on brightness, and the two of colour, have changed.
 constexpr std::array<float, 3> kChange{14, 12, 12};
 

@@ -1,5 +1,7 @@
 #include "cli/turns/lightmap.h"
 
+#include "cli/turns/darkest.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -7,8 +9,6 @@
 
 namespace cli {
 namespace {
-
-constexpr float kDarkest = 24; ///< keeps the noise of dark pixels from weighing more than light's
 
 constexpr int kReach = 2; ///< how far a block may have moved, in pixels
 constexpr float kMinDifference = 5; ///< below is noise

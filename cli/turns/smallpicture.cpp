@@ -1,5 +1,7 @@
 #include "cli/turns/smallpicture.h"
 
+#include "cli/turns/darkest.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -13,7 +15,6 @@ namespace cli {
 namespace {
 
 constexpr unsigned kMaxSide = 20'000;
-constexpr int kDarkest = 24; ///< keeps the noise of dark pixels from weighing more than light's
 
 struct ErrorManager
 {

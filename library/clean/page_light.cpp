@@ -1,6 +1,7 @@
 #include "library/clean/page_light.h"
 
 #include "library/clean/light_fill.h"
+#include "library/clean/median.h"
 #include "library/clean/paper_regions.h"
 #include "library/clean/small_page.h"
 
@@ -65,13 +66,6 @@ cv::Mat lightThrough(const cv::Mat &closed, const cv::Mat &paper)
     cv::resize(coarse, light, closed.size(), 0, 0, cv::INTER_LINEAR);
     copyWhere(paper, closed, light);
     return light;
-}
-
-float medianOf(std::vector<float> &values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
 }
 
 constexpr int kSampling = 3; ///< every third pixel of every third row will do for statistics

@@ -1,6 +1,7 @@
 #include "library/clean/paper_regions.h"
 
 #include "library/clean/light_fill.h"
+#include "library/clean/median.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,7 @@ constexpr double kLeastStep = 0.05; ///< of an edge, in the logarithm
 
 // colour of the light: logarithms of blue and red over green, compared with the paper's
 constexpr double kBrightShare = 0.4; ///< of the page: what the paper's colour is taken from
-constexpr double kLitShare = 0.1; ///< brighter than all but this share: in full light
+constexpr double kFullLightShare = 0.1; ///< brighter than all but this share: in full light
 constexpr double kColourReach = 0.14; ///< print that is further off is coloured
 constexpr double kShadeReach = 0.15; ///< a shadow may be off by so much more for each e-fold
 
@@ -130,13 +131,6 @@ private:
     std::array<float, 256> m_log{};
 };
 
-float medianOf(std::vector<float> &values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 Tint paperTint(const cv::Mat &page, const cv::Mat &gray, int bright, const Tints &tints)
 {
     std::vector<float> blue;
@@ -159,7 +153,7 @@ void excludeColours(const cv::Mat &page, const cv::Mat &gray, cv::Mat &possible)
     static const Tints tints;
     const Histogram counts = histogramOf(gray);
     const Tint paper = paperTint(page, gray, brightLevel(counts, kBrightShare), tints);
-    const int lit = brightLevel(counts, kLitShare);
+    const int lit = brightLevel(counts, kFullLightShare);
     std::array<float, 256> reach{};
     for (std::size_t level = 0; level < reach.size(); ++level) {
         const double shade = std::max(

@@ -1,5 +1,6 @@
 #include "library/exif/exif.h"
 
+#include "library/exif/exif_layout.h"
 #include "library/values/byte_order.h"
 
 #include <cstring>
@@ -10,8 +11,6 @@ namespace {
 
 constexpr unsigned kOrientationTag = 0x0112;
 constexpr std::size_t kSignature = 6; ///< "Exif" and two zero bytes
-constexpr std::size_t kBlockHead = 8; ///< byte order, 42, where the directory is
-constexpr std::size_t kEntry = 12;
 constexpr unsigned kLong = 4;
 constexpr unsigned kRational = 5;
 constexpr unsigned kXResolutionTag = 0x011A;
@@ -55,8 +54,8 @@ std::size_t entryOf(const TiffBlock &block, unsigned tag)
         return 0;
     const std::size_t entries = block.u16(directory);
     for (std::size_t i = 0; i < entries; ++i) {
-        const std::size_t at = directory + 2 + i * kEntry;
-        if (at + kEntry > block.size())
+        const std::size_t at = directory + 2 + i * kExifEntry;
+        if (at + kExifEntry > block.size())
             return 0;
         if (block.u16(at) == tag)
             return at;
@@ -86,7 +85,7 @@ int exifOrientation(ByteView payload, int otherwise)
 
 int exifBlockOrientation(ByteView data, int otherwise)
 {
-    if (data.size < kBlockHead)
+    if (data.size < kExifHead)
         return otherwise;
     const TiffBlock block(data);
     const std::size_t at = entryOf(block, kOrientationTag);
@@ -100,7 +99,7 @@ int exifBlockOrientation(ByteView data, int otherwise)
 Resolution exifResolution(ByteView payload)
 {
     const ByteView data = blockOf(payload);
-    if (data.size < kBlockHead)
+    if (data.size < kExifHead)
         return {};
     const TiffBlock block(data);
     const std::size_t unit = entryOf(block, kResolutionUnitTag);

@@ -1,5 +1,6 @@
 #include "library/exif/exif_writer.h"
 
+#include "library/exif/exif_layout.h"
 #include "library/values/byte_order.h"
 #include "library/values/dates.h"
 
@@ -17,9 +18,6 @@ using bigendian::put16;
 using bigendian::put32;
 
 enum Type : std::uint16_t { Ascii = 2, Short = 3, Long = 4, Rational = 5, Undefined = 7 };
-
-constexpr std::uint32_t kBlockHead = 8;
-constexpr std::uint32_t kEntry = 12;
 
 /// One directory of tags, big-endian; call the setters in the order of the tags.
 class Directory
@@ -64,7 +62,7 @@ public:
         Bytes values;
         put16(table, static_cast<std::uint32_t>(m_entries.size()));
         const auto valuesAt =
-            offset + 2 + kEntry * static_cast<std::uint32_t>(m_entries.size()) + 4;
+            offset + 2 + kExifEntry * static_cast<std::uint32_t>(m_entries.size()) + 4;
         for (const Entry &entry : m_entries) {
             put16(table, entry.tag);
             put16(table, entry.type);
@@ -137,10 +135,10 @@ Bytes exifPayload(const PhotographDetails &details, int width, int height,
 {
     // how long the first directory is does not depend on what it says of the second
     const auto length =
-        static_cast<std::uint32_t>(headOf(details, resolution, 0).bytes(kBlockHead).size());
-    const std::uint32_t detailsAt = kBlockHead + length;
-    Bytes payload = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, kBlockHead};
-    const Bytes head = headOf(details, resolution, detailsAt).bytes(kBlockHead);
+        static_cast<std::uint32_t>(headOf(details, resolution, 0).bytes(kExifHead).size());
+    const std::uint32_t detailsAt = kExifHead + length;
+    Bytes payload = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, kExifHead};
+    const Bytes head = headOf(details, resolution, detailsAt).bytes(kExifHead);
     payload.insert(payload.end(), head.begin(), head.end());
     const Bytes rest = detailsOf(details.taken, width, height, otherColours).bytes(detailsAt);
     payload.insert(payload.end(), rest.begin(), rest.end());

@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::string_view kPdf = "%PDF-";
 constexpr std::string_view kZip = "PK\x03\x04";
-constexpr std::size_t kMaxThreads = 4; ///< each holds a page's picture
+constexpr std::size_t kMaxReaders = 4; ///< each holds a page's picture
 
 bool beginsWith(ByteView content, std::string_view start)
 {
@@ -56,7 +56,7 @@ public:
     std::vector<TextRecogniser::Text> read()
     {
         const std::size_t wanted =
-            std::min({std::size_t{std::max(1U, std::thread::hardware_concurrency())}, kMaxThreads,
+            std::min({std::size_t{std::max(1U, std::thread::hardware_concurrency())}, kMaxReaders,
                       m_pages.size()});
         std::vector<std::thread> others;
         try {

@@ -4,6 +4,7 @@
 #include "library/files/file_names.h"
 #include "library/files/left_overs.h"
 #include "library/files/moves.h"
+#include "library/files/new_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,8 +20,6 @@ namespace korv {
 namespace {
 
 constexpr std::size_t kBufferSize = 64 * 1024;
-constexpr mode_t kMode = 0666; // the process's umask takes its share
-constexpr int kNameAttempts = 100;
 constexpr int kMaxCopies = 9999; ///< files that differ in the number only
 
 template <typename Call> auto untilNotInterrupted(Call call)
@@ -99,7 +98,7 @@ Result<std::unique_ptr<AtomicFile>> AtomicFile::create(const std::string &path, 
 
 Result<void> AtomicFile::openNameless()
 {
-    m_file.reset(::openat(m_folder.fd(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kMode));
+    m_file.reset(::openat(m_folder.fd(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kNewFileMode));
     if (!m_file)
         return failure(errno, "create");
     // without /proc, in a bare chroot for one, it could never get its name

@@ -4,6 +4,7 @@
 #include "library/base/handle.h"
 #include "library/base/log.h"
 #include "library/files/file_names.h"
+#include "library/files/new_file.h"
 #include "library/values/random_text.h"
 
 #include <cerrno>
@@ -25,8 +26,6 @@ namespace {
 
 using OpenDirectory = Handle<DIR, closedir>;
 
-constexpr mode_t kMode = 0666; // the process's umask takes its share
-constexpr int kNameAttempts = 100;
 constexpr std::string_view kHead = ".korv-";
 constexpr std::string_view kTail = ".part";
 constexpr std::string_view kRandomLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
@@ -70,7 +69,7 @@ Result<PartFile> createNamedPart(const Folder &folder, const std::string &claime
         PartFile part;
         part.name = partName(claimed);
         part.file.reset(::openat(folder.fd(), part.name.c_str(),
-                                 O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
+                                 O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kNewFileMode));
         if (!part.file && errno != EEXIST && errno != EINTR)
             return systemError(errno, "create a part");
         // before it was locked, somebody who clears the folder may have taken it for a left-over

@@ -16,7 +16,7 @@ namespace korv {
 
 namespace {
 
-constexpr std::size_t kChunk = 128 * 1024; ///< of compressed data
+constexpr std::size_t kDataChunk = 128 * 1024; ///< of compressed data
 
 /// How a picture is prepared and packed.
 struct Packing
@@ -121,7 +121,7 @@ void PngEncoder::configure(const Image &image, const Packing &packing, int rows,
     const bool gray = image.format() == PixelFormat::Gray8;
     const bool bilevel = gray && image.isBilevel();
     png_set_write_fn(m_png, this, onWrite, onFlush);
-    png_set_compression_buffer_size(m_png, kChunk);
+    png_set_compression_buffer_size(m_png, kDataChunk);
     png_set_compression_level(m_png, packing.level);
     png_set_compression_strategy(m_png, packing.strategy);
     png_set_filter(m_png, PNG_FILTER_TYPE_BASE, packing.filter);

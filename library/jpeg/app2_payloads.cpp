@@ -9,12 +9,12 @@ namespace {
 constexpr char kProfileName[] = "ICC_PROFILE"; ///< with its zero byte
 static_assert(kProfilePieceHead == sizeof kProfileName + 2);
 
+} // namespace
+
 bool startsWith(ByteView payload, const char *text, std::size_t length)
 {
     return payload.size >= length && std::memcmp(payload.data, text, length) == 0;
 }
-
-} // namespace
 
 bool isProfilePiece(ByteView payload)
 {

@@ -3,8 +3,14 @@
 #include "library/base/bytes.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace korv::jpeg {
+
+inline constexpr std::uint8_t kApp2 = 0xE2; ///< second byte of such a segment's marker
+
+/// Of any payload; `text` may hold zero bytes.
+bool startsWith(ByteView payload, const char *text, std::size_t length);
 
 /// Of an APP2 payload: a piece of an ICC profile (ICC.1:2010, B.4).
 bool isProfilePiece(ByteView payload);

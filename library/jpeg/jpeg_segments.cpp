@@ -9,8 +9,6 @@ namespace korv::jpeg {
 
 namespace {
 
-constexpr std::uint8_t kApp2 = 0xE2;
-
 } // namespace
 
 std::vector<Segment> headerSegments(ByteView data, const Structure &structure)

@@ -20,18 +20,12 @@ constexpr std::uint8_t kDqt = 0xDB;
 constexpr std::uint8_t kDht = 0xC4;
 constexpr std::uint8_t kApp0 = 0xE0;
 constexpr std::uint8_t kApp1 = 0xE1;
-constexpr std::uint8_t kApp2 = 0xE2;
 constexpr std::uint8_t kApp14 = 0xEE;
 constexpr std::uint8_t kComment = 0xFE;
 
 Error broken(const char *why)
 {
     return Error{-EBADMSG, std::string("not a complete JPEG: ") + why};
-}
-
-bool startsWith(ByteView payload, const char *text, std::size_t length)
-{
-    return payload.size >= length && std::memcmp(payload.data, text, length) == 0;
 }
 
 bool isStartOfFrame(std::uint8_t marker)

@@ -14,15 +14,15 @@ namespace korv {
 
 namespace {
 
-constexpr int kLanes = 8;
+constexpr int kPixelLanes = 8;
 
 /// Columns beside a page that repeat its border: what the kernels read and write past it.
-constexpr int kMargin = 3 * kLanes;
+constexpr int kMargin = 3 * kPixelLanes;
 
 // Cubic convolution (a = -3/4) a quarter of a pixel beside a pixel's middle, in 1/256: that pixel, its
 // neighbour on that side and on the other, and the next but one.
 constexpr short kSame = 225;
-constexpr short kSide = 67;
+constexpr short kSideWeight = 67;
 constexpr short kOtherSide = -27;
 constexpr short kBeyond = -9;
 constexpr int kTapBits = 8;
@@ -37,7 +37,7 @@ constexpr int kLimitBits = 8; ///< of what is mixed in both directions
 
 static_assert(kSteps * kSteps == 1 << kLimitBits, "weights of both directions");
 
-static_assert(kResultCell == kLanes, "a vector holds what lies between two limits");
+static_assert(kResultCell == kPixelLanes, "a vector holds what lies between two limits");
 
 /// Rows of a page with repeated borders, as levels from -128 on. Five around a row can be used at once.
 class CentredRows
@@ -100,10 +100,10 @@ void enlargeUpwards(CentredRows &page, int y, int first, int end, std::int16_t *
     const std::array<const std::int16_t *, 5> rows = {page.row(y - 2), page.row(y - 1), page.row(y),
                                                       page.row(y + 1), page.row(y + 2)};
     const cv::v_int16x8 same = cv::v_setall_s16(kSame);
-    const cv::v_int16x8 side = cv::v_setall_s16(kSide);
+    const cv::v_int16x8 side = cv::v_setall_s16(kSideWeight);
     const cv::v_int16x8 otherSide = cv::v_setall_s16(kOtherSide);
     const cv::v_int16x8 beyond = cv::v_setall_s16(kBeyond);
-    for (int x = first; x < end; x += kLanes) {
+    for (int x = first; x < end; x += kPixelLanes) {
         const auto at = [&](std::size_t row) { return cv::v_load(rows[row] + x); };
         const cv::v_int16x8 middle = cv::v_mul_wrap(at(2), same);
         // pairs of taps fit 16 bits, and so do halves of both, overshoots of sharp edges included
@@ -143,10 +143,10 @@ cv::v_int16x8 sumsOf(const std::int16_t *first, const cv::v_int16x8 &taps,
 /// Sixteen levels of the enlarged page from eight columns of a row that is enlarged upwards.
 cv::v_uint8x16 levelsOf(const std::int16_t *columns)
 {
-    const cv::v_int16x8 beyondAndSide = pairOf(kBeyond, kSide);
+    const cv::v_int16x8 beyondAndSide = pairOf(kBeyond, kSideWeight);
     const cv::v_int16x8 sameAndOther = pairOf(kSame, kOtherSide);
     const cv::v_int16x8 otherAndSame = pairOf(kOtherSide, kSame);
-    const cv::v_int16x8 sideAndBeyond = pairOf(kSide, kBeyond);
+    const cv::v_int16x8 sideAndBeyond = pairOf(kSideWeight, kBeyond);
     cv::v_int16x8 low;
     cv::v_int16x8 high;
     cv::v_zip(sumsOf(columns - 2, beyondAndSide, sameAndOther),
@@ -177,7 +177,7 @@ void mixLimits(const std::uint8_t *upper, const std::uint8_t *lower, int step, i
 {
     const cv::v_uint16x8 above = cv::v_setall_u16(static_cast<std::uint16_t>(kSteps - step));
     const cv::v_uint16x8 below = cv::v_setall_u16(static_cast<std::uint16_t>(step));
-    for (int x = first; x < end; x += kLanes) {
+    for (int x = first; x < end; x += kPixelLanes) {
         cv::v_store(mixed + x,
                     cv::v_load_expand(upper + x) * above + cv::v_load_expand(lower + x) * below);
     }

@@ -9,9 +9,7 @@ namespace korv {
 
 namespace {
 
-constexpr int kWhite = EvenedPage::kWhite;
-
-constexpr double kStrokeReach = 0.03; ///< inches to either side that are nearby
+constexpr double kNearbyReach = 0.03; ///< inches to either side that are nearby
 
 // Shares of the darkest stroke nearby where a stroke's edge is. Pale strokes are rather kept whole.
 constexpr double kStrokeShare = 0.45;
@@ -50,7 +48,7 @@ cv::Mat darkestOfSquares(const cv::Mat &page)
 cv::Mat darkestNearby(const EvenedPage &page)
 {
     cv::Mat darkest = darkestOfSquares(page.sharp);
-    const int reach = std::max(3, static_cast<int>(2 * kStrokeReach * page.dpi / kLimitCell) | 1);
+    const int reach = std::max(3, static_cast<int>(2 * kNearbyReach * page.dpi / kLimitCell) | 1);
     cv::erode(darkest, darkest, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(reach, reach)));
     cv::blur(darkest, darkest, cv::Size(reach, reach));
     return darkest;
@@ -60,11 +58,11 @@ cv::Mat darkestNearby(const EvenedPage &page)
 double limitAt(double darkest, double noise, double white)
 {
     const double peak = white - darkest;
-    if (peak < std::max(kMinPeak * kWhite, kMinPeakNoise * noise))
+    if (peak < std::max(kMinPeak * EvenedPage::kWhite, kMinPeakNoise * noise))
         return 0;
     const double share = kPaleStrokeShare
-        + (kStrokeShare - kPaleStrokeShare) * std::min(1.0, peak / (kNotPale * kWhite));
-    return white - std::max({share * peak, kMinDepth * kWhite, kMinDepthNoise * noise});
+        + (kStrokeShare - kPaleStrokeShare) * std::min(1.0, peak / (kNotPale * EvenedPage::kWhite));
+    return white - std::max({share * peak, kMinDepth * EvenedPage::kWhite, kMinDepthNoise * noise});
 }
 
 } // namespace
@@ -74,7 +72,7 @@ cv::Mat inkLimits(const EvenedPage &page)
     cv::Mat limits = darkestNearby(page);
     cv::Mat light;
     cv::resize(page.light, light, limits.size(), 0, 0, cv::INTER_LINEAR);
-    const double whiteShift = kWhite - page.whiteLevel;
+    const double whiteShift = EvenedPage::kWhite - page.whiteLevel;
     for (int y = 0; y < limits.rows; ++y) {
         auto *limit = limits.ptr<std::uint8_t>(y);
         const auto *lit = light.ptr<std::uint8_t>(y);
@@ -82,7 +80,7 @@ cv::Mat inkLimits(const EvenedPage &page)
             // the same noise weighs more where there is less light
             const double weight = page.medianLight / lit[x];
             const double level =
-                limitAt(limit[x], page.noise * weight, kWhite - whiteShift * weight);
+                limitAt(limit[x], page.noise * weight, EvenedPage::kWhite - whiteShift * weight);
             limit[x] = static_cast<std::uint8_t>(std::clamp(level, 0.0, 255.0));
         }
     }

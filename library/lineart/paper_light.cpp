@@ -14,7 +14,7 @@ namespace korv {
 
 namespace {
 
-constexpr int kSide = 400; ///< long side of the picture in which paper is estimated
+constexpr int kLongSide = 400; ///< long side of the picture in which paper is estimated
 
 // in pixels of that picture, 0.74 mm each on an A4 sheet
 constexpr int kStrokeReach = 5; ///< covers strokes of type
@@ -40,7 +40,7 @@ cv::Mat closed(const cv::Mat &picture, int reach)
 
 cv::Mat paperLight(const cv::Mat &gray)
 {
-    const double scale = std::min(1.0, double{kSide} / std::max(gray.cols, gray.rows));
+    const double scale = std::min(1.0, double{kLongSide} / std::max(gray.cols, gray.rows));
     const cv::Mat small = areaMeans(
         gray,
         cv::Size(std::max(1, cvRound(gray.cols * scale)), std::max(1, cvRound(gray.rows * scale))));

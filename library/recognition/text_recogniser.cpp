@@ -35,9 +35,9 @@ std::size_t usefulThreads()
 /// Of the calling thread alone, which Linux allows.
 void lowerPriority()
 {
-    constexpr int kNiceness = 10;
+    constexpr int kThreadNiceness = 10;
     const auto thread = static_cast<id_t>(::syscall(SYS_gettid));
-    static_cast<void>(::setpriority(PRIO_PROCESS, thread, kNiceness));
+    static_cast<void>(::setpriority(PRIO_PROCESS, thread, kThreadNiceness));
 }
 
 Result<Image> grayPicture(ByteView jpeg)

@@ -25,7 +25,7 @@ constexpr int kAboveNeighbourhood = 5; ///< in quarters of the neighbourhood's m
 constexpr int kFaintest = 5; ///< half of a Sobel response: a step of about three levels
 constexpr float kHeaviest = 3;
 
-constexpr int kLanes = 8; ///< pixels whose change is found at once
+constexpr int kChangeLanes = 8; ///< pixels whose change is found at once
 constexpr int kWideLanes = 16; ///< pixels whose strength is judged at once
 
 /// Three rows of a plane, the middle one with the pixels in question.
@@ -43,7 +43,7 @@ struct Rows
     }
 };
 
-/// How kLanes pixels change, in the plane where each changes most.
+/// How kChangeLanes pixels change, in the plane where each changes most.
 struct Changes
 {
     cv::v_int16x8 x = cv::v_setzero_s16();
@@ -122,7 +122,7 @@ unsigned int bitsOf(const cv::v_uint8x16 &mask)
 unsigned int ridgeBits(const Rows &strength, int at, const std::int16_t *x, const std::int16_t *y)
 {
     const Sectors first(x, y);
-    const Sectors second(x + kLanes, y + kLanes);
+    const Sectors second(x + kChangeLanes, y + kChangeLanes);
     const cv::v_uint8x16 across = packed(first.across, second.across);
     const cv::v_uint8x16 along = packed(first.along, second.along);
     const cv::v_uint8x16 falling = packed(first.falling, second.falling);
@@ -215,9 +215,9 @@ private:
         auto *y = m_y.ptr<std::int16_t>(line - m_start);
         auto *strength = m_strength.ptr<std::uint8_t>(line - m_start);
         const int columns = m_strength.cols;
-        for (int start = 1; start < columns - 1; start += kLanes) {
+        for (int start = 1; start < columns - 1; start += kChangeLanes) {
             // the last lanes overlap those before: doing a pixel twice does not matter
-            const int at = std::min(start, columns - 1 - kLanes);
+            const int at = std::min(start, columns - 1 - kChangeLanes);
             Changes changes;
             keepLarger<false>(red, at, changes);
             keepLarger<false>(blue, at, changes);

@@ -18,7 +18,7 @@ namespace korv::crop {
 namespace {
 
 constexpr int kMaxSamples = 4; ///< pixels across that make a small one: enough against noise
-constexpr std::size_t kLanes = 8;
+constexpr std::size_t kSumLanes = 8;
 
 /// Rounded quotient by the number of pixels in a block.
 template <int kParts> cv::v_uint16x8 mean(const cv::v_uint16x8 &sum)
@@ -53,7 +53,7 @@ Shrinker::Shrinker(const Image &image, cv::Size size, double scale)
     : m_image(image)
     , m_columns(image.width(), size.width, scale)
     , m_rows(image.height(), size.height, scale)
-    , m_sums(image.stride() + kLanes)
+    , m_sums(image.stride() + kSumLanes)
 {
 }
 
@@ -98,7 +98,7 @@ template <int kCount> void Shrinker::sumRows(int firstRow)
     const std::uint8_t *rows = m_image.row(firstRow);
     std::uint16_t *sums = m_sums.data();
     std::size_t i = 0;
-    for (; i + kLanes <= stride; i += kLanes) {
+    for (; i + kSumLanes <= stride; i += kSumLanes) {
         cv::v_uint16x8 sum = cv::v_load_expand(rows + i);
         for (std::size_t k = 1; k < kCount; ++k)
             sum += cv::v_load_expand(rows + i + k * stride);

@@ -29,6 +29,12 @@ double length(cv::Point2d vector)
     return std::hypot(vector.x, vector.y);
 }
 
+cv::Point nearestPixel(cv::Point2d point)
+{
+    return {static_cast<int>(std::floor(point.x + 0.5)),
+            static_cast<int>(std::floor(point.y + 0.5))};
+}
+
 double area(const Corners &corners)
 {
     double twice = 0;

@@ -28,6 +28,7 @@ Line lineThrough(cv::Point2d a, cv::Point2d b);
 std::optional<cv::Point2d> intersection(const Line &a, const Line &b);
 
 double length(cv::Point2d vector);
+cv::Point nearestPixel(cv::Point2d point);
 double area(const Corners &corners);
 
 /// Whether the corners go round without a dent, in either sense.

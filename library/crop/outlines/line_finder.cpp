@@ -29,7 +29,7 @@ constexpr double kSameCosine = 0.999; // 2.6 degrees
 constexpr double kTangentCosine = 0.985; // 10 degrees
 constexpr int kFixedBits = 16; ///< of a pixel
 constexpr double kShortest = 24; ///< of uninterrupted edge
-constexpr double kStepReach = 5; ///< pixels to either side of a line
+constexpr double kColourReach = 5; ///< pixels to either side of a line
 constexpr double kStepSpacing = 3;
 constexpr double kUsualStep = 15; ///< levels
 constexpr double kUsualRun = 100; ///< longer runs say little more
@@ -127,7 +127,7 @@ struct Step
 /// sheet's rim does; a line drawn on a desk does not.
 Step stepAcross(const Line &line, const Span &run, const Planes &planes)
 {
-    const cv::Point2d reach = line.normal * kStepReach;
+    const cv::Point2d reach = line.normal * kColourReach;
     const cv::Rect frame(0, 0, planes[0].cols, planes[0].rows);
     cv::Vec3d sum;
     double squares = 0;

@@ -25,7 +25,7 @@ constexpr int kPeakReach = 2; ///< angles to either side that a peak exceeds
 constexpr double kRhoStep = 2;
 constexpr int kPeaksTried = 220;
 constexpr float kMinVotes = 24; ///< of a line
-constexpr int kLanes = 8; ///< cells that are looked at at once
+constexpr int kCellLanes = 8; ///< cells that are looked at at once
 
 /// Votes of edges for the lines through them (Hough).
 class Accumulator
@@ -70,9 +70,9 @@ public:
     {
         std::vector<Peak> result;
         for (int i = 0; i < kAngles; ++i) {
-            for (int start = 2; start < m_columns - 2; start += kLanes) {
-                const int end = std::min(start + kLanes, m_columns - 2);
-                if (end - start == kLanes && !anyLikely(i, start))
+            for (int start = 2; start < m_columns - 2; start += kCellLanes) {
+                const int end = std::min(start + kCellLanes, m_columns - 2);
+                if (end - start == kCellLanes && !anyLikely(i, start))
                     continue;
                 for (int column = start; column < end; ++column) {
                     const float here = at(i, column);
@@ -123,11 +123,11 @@ private:
         return m_votes[static_cast<std::size_t>(angle * m_columns + column)];
     }
 
-    /// Whether one of kLanes cells is worth a closer look; few are.
+    /// Whether one of kCellLanes cells is worth a closer look; few are.
     bool anyLikely(int angle, int column) const
     {
         const float *votes = &m_votes[static_cast<std::size_t>(angle * m_columns + column)];
-        return cv::v_check_any(cv::v_max(cv::v_load(votes), cv::v_load(votes + kLanes / 2))
+        return cv::v_check_any(cv::v_max(cv::v_load(votes), cv::v_load(votes + kCellLanes / 2))
                                >= cv::v_setall_f32(kMinVotes));
     }
 

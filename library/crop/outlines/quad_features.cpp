@@ -107,12 +107,6 @@ void addShape(const Quad &quad, cv::Size frame, Features &features)
         std::abs(std::log((lengths[0] + lengths[2]) / (lengths[1] + lengths[3])));
 }
 
-cv::Point nearestPixel(cv::Point2d point)
-{
-    return {static_cast<int>(std::floor(point.x + 0.5)),
-            static_cast<int>(std::floor(point.y + 0.5))};
-}
-
 /// How far the colours beside the sides are scattered over the picture.
 void addReach(const Quad &quad, const ColourSpread &reach, cv::Size frame, Features &features)
 {

@@ -7,7 +7,7 @@ namespace korv::crop {
 
 namespace {
 
-constexpr int kPlaces = 24; ///< along a side
+constexpr int kProbes = 24; ///< along a side
 constexpr int kSteps = 12; ///< outwards from each
 constexpr double kInside = 6; ///< pixels from the side to the inner rim
 constexpr double kOutside = 7; ///< pixels from the side to the first step, beyond its shadow
@@ -19,12 +19,6 @@ constexpr double kInked = 0.02; ///< share of ink from which on a side counts as
 constexpr int kStride = 5; ///< of the pixels of the frame that are looked at
 constexpr double kLightestShare = 0.01; ///< of them that count as the lightest places
 constexpr double kAsLight = 0.85; ///< of their lightness
-
-cv::Point nearestPixel(cv::Point2d point)
-{
-    return {static_cast<int>(std::floor(point.x + 0.5)),
-            static_cast<int>(std::floor(point.y + 0.5))};
-}
 
 bool isAlike(const Planes &planes, cv::Point a, cv::Point b)
 {
@@ -57,8 +51,8 @@ Beyond beyond(cv::Point2d from, cv::Point2d to, cv::Point2d outwards, double far
 {
     Beyond result;
     const cv::Rect within(cv::Point(), picture.size());
-    for (int i = 0; i < kPlaces; ++i) {
-        const cv::Point2d place = from + (to - from) * ((i + 0.5) / kPlaces);
+    for (int i = 0; i < kProbes; ++i) {
+        const cv::Point2d place = from + (to - from) * ((i + 0.5) / kProbes);
         const cv::Point rim = nearestPixel(place - outwards * kInside);
         if (!within.contains(rim))
             continue;

@@ -10,17 +10,6 @@ namespace korv {
 
 namespace {
 
-std::string literal(const std::string &ascii)
-{
-    std::string text = "(";
-    for (const char letter : ascii) {
-        if (letter == '(' || letter == ')' || letter == '\\')
-            text += '\\';
-        text += letter;
-    }
-    return text + ")";
-}
-
 std::string hexadecimal(const std::string &utf8)
 {
     std::string text = "<FEFF";
@@ -34,6 +23,20 @@ std::string hexadecimal(const std::string &utf8)
 
 } // namespace
 
+std::string pdfLiteral(const std::string &bytes)
+{
+    std::string text = "(";
+    for (const char byte : bytes) {
+        if (byte == '(' || byte == ')' || byte == '\\')
+            text += '\\';
+        if (byte == '\r')
+            text += "\\r";
+        else
+            text += byte;
+    }
+    return text + ")";
+}
+
 std::string reference(int number)
 {
     return std::to_string(number) + " 0 R";
@@ -43,7 +46,7 @@ std::string pdfText(const std::string &utf8)
 {
     const bool plain = std::all_of(utf8.begin(), utf8.end(),
                                    [](char letter) { return letter >= ' ' && letter <= '~'; });
-    return plain ? literal(utf8) : hexadecimal(utf8);
+    return plain ? pdfLiteral(utf8) : hexadecimal(utf8);
 }
 
 std::string pdfDate(std::time_t time)

@@ -1,6 +1,7 @@
 #include "library/documents/pdf/text_layer.h"
 
 #include "library/documents/decimal.h"
+#include "library/documents/pdf/pdf_text.h"
 #include "library/text/text_runs.h"
 
 #include <algorithm>
@@ -9,21 +10,6 @@
 namespace korv {
 
 namespace {
-
-/// A string object of any bytes (7.3.4.2), which is half as long as the hexadecimal one.
-std::string literal(const std::string &bytes)
-{
-    std::string text = "(";
-    for (const char byte : bytes) {
-        if (byte == '(' || byte == ')' || byte == '\\')
-            text += '\\';
-        if (byte == '\r')
-            text += "\\r";
-        else
-            text += byte;
-    }
-    return text + ")";
-}
 
 /// Shows runs one after the other. The horizontal scale of each is chosen so that it ends where it
 /// should, whatever rounding has done to those before it.
@@ -48,7 +34,7 @@ public:
         if (scale != m_scale)
             operators = decimal(scale / 10, 1) + " Tz";
         m_scale = scale;
-        return operators + literal(codes) + "Tj\n";
+        return operators + pdfLiteral(codes) + "Tj\n";
     }
 
 private:

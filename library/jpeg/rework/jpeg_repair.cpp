@@ -12,8 +12,6 @@ namespace korv::jpeg {
 
 namespace {
 
-constexpr std::uint8_t kApp2 = 0xE2;
-
 bool wantsJfif(const Structure &structure)
 {
     // JFIF means YCbCr: in front of an Adobe or RGB picture it would change the colours
