@@ -26,7 +26,7 @@ constexpr float kMinTexture = 3;
 /// Share of a square's cells. The edge of a panel, a fold or a rule runs through fewer.
 constexpr double kTextured = 0.3;
 
-constexpr int kMinTogether = 4; ///< textured squares that touch; fewer are dirt
+constexpr int kMinTogether = 4; ///< squares that touch; fewer are dirt
 
 constexpr double kMinSide = 1.0 / 40; ///< of a picture's shorter side, in the page's longer one
 constexpr double kTexturedShare = 0.03; ///< of a picture's squares; panels have less
@@ -117,11 +117,11 @@ void addPrinted(const cv::Mat &regions, const cv::Mat &textured, const cv::Size 
     }
 }
 
-/// Textured squares that touch, in cells.
-void addTextured(const cv::Mat &textured, std::vector<cv::Rect> &areas)
+/// Squares of `chosen` that touch, in cells.
+void addTogether(const cv::Mat &chosen, std::vector<cv::Rect> &areas)
 {
     cv::Mat near;
-    cv::dilate(textured, near, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3)));
+    cv::dilate(chosen, near, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3)));
     cv::Mat labels;
     cv::Mat stats;
     cv::Mat centres;
@@ -130,7 +130,7 @@ void addTextured(const cv::Mat &textured, std::vector<cv::Rect> &areas)
         const cv::Rect box(
             stats.at<int>(label, cv::CC_STAT_LEFT), stats.at<int>(label, cv::CC_STAT_TOP),
             stats.at<int>(label, cv::CC_STAT_WIDTH), stats.at<int>(label, cv::CC_STAT_HEIGHT));
-        if (cv::countNonZero((labels(box) == label) & textured(box) * 255) < kMinTogether)
+        if (cv::countNonZero((labels(box) == label) & chosen(box) * 255) < kMinTogether)
             continue;
         areas.emplace_back(box.x * kSquare, box.y * kSquare, box.width * kSquare,
                            box.height * kSquare);
@@ -152,25 +152,59 @@ void merge(std::vector<cv::Rect> &areas)
     }
 }
 
+/// Moves areas of ink that overlap a picture into it.
+void giveToPictures(PageAreas &areas)
+{
+    const auto isApart = [&areas](const cv::Rect &ink) {
+        return std::none_of(areas.pictures.begin(), areas.pictures.end(),
+                            [&ink](const cv::Rect &picture) { return !(ink & picture).empty(); });
+    };
+    for (;;) {
+        const auto rest =
+            std::stable_partition(areas.mixedInk.begin(), areas.mixedInk.end(), isApart);
+        if (rest == areas.mixedInk.end())
+            return;
+        areas.pictures.insert(areas.pictures.end(), rest, areas.mixedInk.end());
+        areas.mixedInk.erase(rest, areas.mixedInk.end());
+        merge(areas.pictures); // they have grown, and may overlap others
+    }
+}
+
+/// Cuts off what lies outside the grid.
+void clip(std::vector<cv::Rect> &areas, const cv::Size &grid)
+{
+    for (cv::Rect &area : areas)
+        area &= cv::Rect(cv::Point(), grid);
+    merge(areas);
+}
+
+double shareOf(const std::vector<cv::Rect> &areas, const cv::Size &grid)
+{
+    double cells = 0;
+    for (const cv::Rect &area : areas)
+        cells += area.area();
+    return cells / grid.area();
+}
+
 } // namespace
 
-std::optional<std::vector<cv::Rect>> pictureAreas(const cv::Mat &page, const cv::Mat &variances,
-                                                  const cv::Mat &mixed, HelperThread &core)
+std::optional<PageAreas> pageAreas(const cv::Mat &page, const cv::Mat &variances,
+                                   const cv::Mat &mixed, HelperThread &core)
 {
-    std::vector<cv::Rect> areas;
+    PageAreas areas;
     if (variances.rows < kSquare || variances.cols < kSquare)
         return areas;
+    const cv::Size grid = variances.size();
     const cv::Mat textured = texturedSquares(variances);
-    addPrinted(printedRegions(page, core), textured, variances.size(), areas);
-    addTextured(textured | mixedSquares(mixed, textured.size()), areas);
-    const cv::Rect grid(0, 0, variances.cols, variances.rows);
-    for (cv::Rect &area : areas)
-        area &= grid;
-    merge(areas);
-    double share = 0;
-    for (const cv::Rect &area : areas)
-        share += static_cast<double>(area.area()) / grid.area();
-    if (areas.size() > kMaxAreas || share > kMaxShare)
+    addPrinted(printedRegions(page, core), textured, grid, areas.pictures);
+    addTogether(textured, areas.pictures);
+    addTogether(mixedSquares(mixed, textured.size()), areas.mixedInk);
+    clip(areas.pictures, grid);
+    clip(areas.mixedInk, grid);
+    giveToPictures(areas);
+    const std::size_t count = areas.pictures.size() + areas.mixedInk.size();
+    const double share = shareOf(areas.pictures, grid) + shareOf(areas.mixedInk, grid);
+    if (count > kMaxAreas || share > kMaxShare)
         return std::nullopt;
     return areas;
 }

@@ -188,15 +188,24 @@ TEST(CompactPage, sealOverTypeKeepsItsColours)
     paper.ring(400, 500, 100, 8, Paper::kRed);
     for (int line = 0; line < 3; ++line)
         paper.text(330, 470 + 40 * line, 20, "sealed", Paper::kRed);
-    const auto layers = layersOf(photographed(paper.image()));
+    const Image page = photographed(paper.image());
+    const auto layers = layersOf(page);
     ASSERT_TRUE(layers);
-    ASSERT_FALSE(layers->pictures.empty());
+    EXPECT_TRUE(layers->pictures.empty());
+    EXPECT_LT(8 * layers->size(), jpeg::encode(page, {75}).value().size());
     // the middle of the seal, where its letters lie over type
-    EXPECT_TRUE(std::any_of(layers->pictures.begin(), layers->pictures.end(),
-                            [](const PicturePatch &patch) {
-                                return patch.left <= 600 && patch.left + patch.picture.width >= 680
-                                    && patch.top <= 770 && patch.top + patch.picture.height >= 830;
-                            }));
+    const auto patch = std::find_if(layers->colouredInk.begin(), layers->colouredInk.end(),
+                                    [](const InkPatch &ink) {
+                                        return ink.left <= 600 && ink.left + ink.width >= 680
+                                            && ink.top <= 770 && ink.top + ink.height >= 830;
+                                    });
+    ASSERT_NE(patch, layers->colouredInk.end());
+    const auto redness = [](const Image &ink, int x, int y) {
+        const std::uint8_t *pixel = ink.row(y) + std::ptrdiff_t{3} * x;
+        return pixel[0] - pixel[1];
+    };
+    EXPECT_GT(redness(decoded(patch->ink), (640 - patch->left) / 10, (800 - patch->top) / 10), 70);
+    EXPECT_LT(redness(decoded(layers->ink), 64, 80), 35);
 }
 
 TEST(CompactPage, panelsAndRulesNeedNoPicture)

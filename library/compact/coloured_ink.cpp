@@ -1,0 +1,76 @@
+#include "library/compact/coloured_ink.h"
+
+#include "library/image/mat_view.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include <opencv2/imgproc.hpp>
+
+namespace korv::compact {
+
+namespace {
+
+/// Ink is coloured where it takes less than this share of the light in one channel that it takes in
+/// another. Black and gray take the same of all, on the gray edges of a stroke as in its middle. Red
+/// over black is black.
+constexpr int kColouredPercent = 60;
+
+constexpr int kNoiseReach =
+    3; ///< pixels that are taken together; cameras are noisy in their colours
+
+/// The paper in `area` of a page, which has the size `page`.
+cv::Mat paperIn(const cv::Mat &paper, const cv::Rect &area, const cv::Size &page)
+{
+    const double across = static_cast<double>(paper.cols) / page.width;
+    const double down = static_cast<double>(paper.rows) / page.height;
+    const cv::Rect part = cv::Rect(cvFloor(area.x * across), cvFloor(area.y * down),
+                                   cvCeil(area.width * across) + 1, cvCeil(area.height * down) + 1)
+        & cv::Rect(cv::Point(), paper.size());
+    cv::Mat result;
+    cv::resize(paper(part), result, area.size(), 0, 0, cv::INTER_LINEAR);
+    return result;
+}
+
+/// Sets what is coloured of the ink in a row.
+void chooseInRow(const std::uint8_t *taken, int width, const std::uint8_t *ink,
+                 std::uint8_t *coloured)
+{
+    for (int x = 0; x < width; ++x, taken += 3) {
+        const auto [least, most] = std::minmax({taken[0], taken[1], taken[2]});
+        coloured[x] = ink[x] == 0 && 100 * least < kColouredPercent * most ? 0 : 255;
+    }
+}
+
+} // namespace
+
+std::optional<Ink> takeColoured(const cv::Mat &page, const cv::Mat &paper, const cv::Rect &area,
+                                Ink &ink, HelperThread &core)
+{
+    cv::Mat taken; // light that the ink takes
+    cv::subtract(paperIn(paper, area, page.size()), page(area), taken);
+    cv::blur(taken, taken, cv::Size(kNoiseReach, kNoiseReach));
+    cv::Mat mask = matView(ink.mask)(area);
+    cv::Mat inside = ink.core(area);
+    Ink coloured;
+    coloured.mask = Image::unset(area.width, area.height, PixelFormat::Gray8);
+    coloured.mask.setBilevel(true);
+    coloured.core = cv::Mat(area.size(), CV_8UC1);
+    cv::Mat colouredMask = matView(coloured.mask);
+    core.shareRange(0, area.height, [&](int first, int end) {
+        for (int y = first; y < end; ++y) {
+            const auto *row = taken.ptr<std::uint8_t>(y);
+            chooseInRow(row, area.width, mask.ptr<std::uint8_t>(y),
+                        colouredMask.ptr<std::uint8_t>(y));
+            chooseInRow(row, area.width, inside.ptr<std::uint8_t>(y),
+                        coloured.core.ptr<std::uint8_t>(y));
+        }
+    });
+    if (cv::countNonZero(coloured.core) == area.area())
+        return std::nullopt;
+    mask |= ~colouredMask;
+    inside |= ~coloured.core;
+    return coloured;
+}
+
+} // namespace korv::compact
