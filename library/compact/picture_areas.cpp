@@ -30,6 +30,10 @@ constexpr int kMinTogether = 4; ///< squares that touch; fewer are dirt
 
 constexpr double kMinSide = 1.0 / 40; ///< of a picture's shorter side, in the page's longer one
 constexpr double kTexturedShare = 0.03; ///< of a picture's squares; panels have less
+/// Panels have even less where light and dark differ by this factor, more than light and shadow do.
+constexpr double kContrastTexturedShare = 0.01;
+constexpr double kContrast = 1.6;
+constexpr double kExtremes = 0.1; ///< of a region: as light, and as dark, as this share of it
 
 constexpr std::size_t kMaxAreas = 24;
 constexpr double kMaxShare = 0.4; ///< of the page
@@ -77,11 +81,39 @@ cv::Mat mixedSquares(const cv::Mat &mixed, const cv::Size &squares)
     return (share > 0) & 1;
 }
 
-/// What is no paper, 1 in a small picture of the page.
-cv::Mat printedRegions(const cv::Mat &page, HelperThread &core)
+/// What is no paper.
+struct PrintedRegions
 {
-    const cv::Mat small = clean::shrunk(page, clean::smallCell(page.size()), core);
-    return 1 - clean::paperRegions(clean::withoutStrokes(small, core));
+    cv::Mat where; ///< 1 in a small picture of the page
+    cv::Mat levels; ///< that picture, CV_8UC1, without the strokes of letters
+};
+
+PrintedRegions printedRegions(const cv::Mat &page, HelperThread &core)
+{
+    const cv::Mat small =
+        clean::withoutStrokes(clean::shrunk(page, clean::smallCell(page.size()), core), core);
+    PrintedRegions regions{1 - clean::paperRegions(small), small};
+    if (small.channels() == 3)
+        cv::cvtColor(small, regions.levels, cv::COLOR_RGB2GRAY);
+    return regions;
+}
+
+/// How many times lighter the light parts of a region are than the dark ones.
+double contrastOf(const cv::Mat &levels, const cv::Mat &region)
+{
+    std::vector<std::uint8_t> inside;
+    for (int y = 0; y < region.rows; ++y) {
+        for (int x = 0; x < region.cols; ++x) {
+            if (region.at<std::uint8_t>(y, x) != 0)
+                inside.push_back(levels.at<std::uint8_t>(y, x));
+        }
+    }
+    const auto levelAt = [&inside](double share) {
+        const auto place = static_cast<std::ptrdiff_t>(share * static_cast<double>(inside.size()));
+        std::nth_element(inside.begin(), inside.begin() + place, inside.end());
+        return std::max(1.0, static_cast<double>(inside[static_cast<std::size_t>(place)]));
+    };
+    return inside.empty() ? 1 : levelAt(1 - kExtremes) / levelAt(kExtremes);
 }
 
 cv::Rect scaled(const cv::Rect &rect, const cv::Size &from, const cv::Size &to)
@@ -94,9 +126,10 @@ cv::Rect scaled(const cv::Rect &rect, const cv::Size &from, const cv::Size &to)
 }
 
 /// Regions that are no paper and have texture, in cells.
-void addPrinted(const cv::Mat &regions, const cv::Mat &textured, const cv::Size &grid,
+void addPrinted(const PrintedRegions &printed, const cv::Mat &textured, const cv::Size &grid,
                 std::vector<cv::Rect> &areas)
 {
+    const cv::Mat &regions = printed.where;
     cv::Mat labels;
     cv::Mat stats;
     cv::Mat centres;
@@ -109,10 +142,12 @@ void addPrinted(const cv::Mat &regions, const cv::Mat &textured, const cv::Size 
         if (std::min(box.width, box.height) < minSide)
             continue;
         cv::Mat region = labels(box) == label;
+        const bool hasContrast = contrastOf(printed.levels(box), region) > kContrast;
         const cv::Rect squares = scaled(box, regions.size(), textured.size());
         cv::resize(region, region, squares.size(), 0, 0, cv::INTER_NEAREST);
         const int with = cv::countNonZero(region & textured(squares) * 255);
-        if (with > kTexturedShare * cv::countNonZero(region))
+        const double share = hasContrast ? kContrastTexturedShare : kTexturedShare;
+        if (with > share * cv::countNonZero(region))
             areas.push_back(scaled(box, regions.size(), grid));
     }
 }

@@ -168,6 +168,31 @@ TEST(CompactPage, photographKeepsItsResolution)
     EXPECT_GT(10 * std::log10(255 * 255 / mean), 32); // decibels
 }
 
+TEST(CompactPage, photographWithLittleTextureIsOnePicture)
+{
+    constexpr Box kPhotograph = {700, 1200, 600, 400};
+    Paper paper(kWidth, kHeight);
+    for (int line = 0; line < 20; ++line)
+        paper.text(60, 120 + 45 * line, 22, "Invoice 2048, total of the values");
+    Image sheet = paper.image();
+    for (int y = kPhotograph.top; y < kPhotograph.top + kPhotograph.height; ++y) {
+        for (int x = kPhotograph.left; x < kPhotograph.left + kPhotograph.width; ++x) {
+            const bool isDark = x < kPhotograph.left + 150 || y < kPhotograph.top + 60;
+            std::fill_n(sheet.row(y) + std::ptrdiff_t{3} * x, 3,
+                        static_cast<std::uint8_t>(isDark ? 90 : 175));
+        }
+    }
+    paste(sheet, {960, 1205, 150, 45});
+    const auto layers = layersOf(photographed(sheet));
+    ASSERT_TRUE(layers);
+    ASSERT_EQ(layers->pictures.size(), 1U);
+    const PicturePatch &patch = layers->pictures.front();
+    EXPECT_LE(patch.left, kPhotograph.left);
+    EXPECT_LE(patch.top, kPhotograph.top);
+    EXPECT_GE(patch.left + patch.picture.width, kPhotograph.left + kPhotograph.width);
+    EXPECT_GE(patch.top + patch.picture.height, kPhotograph.top + kPhotograph.height);
+}
+
 TEST(CompactPage, pencilKeepsItsResolution)
 {
     Paper paper(kWidth, kHeight);
