@@ -16,8 +16,8 @@ namespace {
 /// over black is black.
 constexpr int kColouredPercent = 60;
 
-constexpr int kNoiseReach =
-    3; ///< pixels that are taken together; cameras are noisy in their colours
+/// Pixels that are taken together, for cameras are noisy in their colours.
+constexpr int kNoiseReach = 3;
 
 /// The paper in `area` of a page, which has the size `page`.
 cv::Mat paperIn(const cv::Mat &paper, const cv::Rect &area, const cv::Size &page)
@@ -32,6 +32,15 @@ cv::Mat paperIn(const cv::Mat &paper, const cv::Rect &area, const cv::Size &page
     return result;
 }
 
+/// How much of the paper's light the ink on it takes, 255 for all: in any light, black ink takes the
+/// same of every channel.
+cv::Mat lightTaken(const cv::Mat &page, const cv::Mat &paper)
+{
+    cv::Mat left;
+    cv::divide(page, cv::max(paper, 1), left, 255);
+    return ~left;
+}
+
 /// Sets what is coloured of the ink in a row.
 void chooseInRow(const std::uint8_t *taken, int width, const std::uint8_t *ink,
                  std::uint8_t *coloured)
@@ -42,13 +51,17 @@ void chooseInRow(const std::uint8_t *taken, int width, const std::uint8_t *ink,
     }
 }
 
+bool isBlank(const cv::Mat &ink)
+{
+    return cv::countNonZero(ink) == static_cast<int>(ink.total());
+}
+
 } // namespace
 
 std::optional<Ink> takeColoured(const cv::Mat &page, const cv::Mat &paper, const cv::Rect &area,
                                 Ink &ink, HelperThread &core)
 {
-    cv::Mat taken; // light that the ink takes
-    cv::subtract(paperIn(paper, area, page.size()), page(area), taken);
+    cv::Mat taken = lightTaken(page(area), paperIn(paper, area, page.size()));
     cv::blur(taken, taken, cv::Size(kNoiseReach, kNoiseReach));
     cv::Mat mask = matView(ink.mask)(area);
     cv::Mat inside = ink.core(area);
@@ -66,10 +79,11 @@ std::optional<Ink> takeColoured(const cv::Mat &page, const cv::Mat &paper, const
                         coloured.core.ptr<std::uint8_t>(y));
         }
     });
-    if (cv::countNonZero(coloured.core) == area.area())
+    const cv::Mat others = inside | ~coloured.core;
+    if (isBlank(coloured.core) || isBlank(others))
         return std::nullopt;
     mask |= ~colouredMask;
-    inside |= ~coloured.core;
+    others.copyTo(inside);
     return coloured;
 }
 

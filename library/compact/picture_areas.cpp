@@ -205,7 +205,7 @@ void giveToPictures(PageAreas &areas)
     }
 }
 
-/// Cuts off what lies outside the grid.
+/// Cuts off what lies outside the grid, and takes together what overlaps.
 void clip(std::vector<cv::Rect> &areas, const cv::Size &grid)
 {
     for (cv::Rect &area : areas)

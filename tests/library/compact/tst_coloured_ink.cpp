@@ -24,11 +24,14 @@ protected:
         matView(m_ink.mask)(bar).setTo(0);
         m_ink.core(bar - cv::Point(-1, -1) - cv::Size(2, 2)).setTo(0);
     }
-    std::optional<compact::Ink> take()
+    /// `light` is that on the page, 1 for white.
+    std::optional<compact::Ink> take(const cv::Scalar &light = {1, 1, 1})
     {
         cv::GaussianBlur(m_page, m_page, {5, 5}, 0.8);
+        cv::multiply(m_page, light, m_page);
         HelperThread core;
-        return compact::takeColoured(m_page, cv::Mat(50, 50, CV_8UC3, kPaper), kArea, m_ink, core);
+        return compact::takeColoured(m_page, cv::Mat(50, 50, CV_8UC3, kPaper.mul(light)), kArea,
+                                     m_ink, core);
     }
     static compact::Ink noInk()
     {
@@ -68,6 +71,18 @@ TEST_F(ColouredInkTest, leavesBlackInkWithItsEdges)
     EXPECT_LT(cv::countNonZero(coloured->core(red - kArea.tl())), red.area());
 }
 
+TEST_F(ColouredInkTest, seesColoursInTheLightOfALamp)
+{
+    const cv::Rect black(50, 60, 100, 8);
+    const cv::Rect red(50, 90, 100, 8);
+    draw(black, kBlack);
+    draw(red, kRed);
+    const auto coloured = take({1, 0.8, 0.5});
+    ASSERT_TRUE(coloured);
+    EXPECT_EQ(inkIn(m_ink.mask, black), black.area());
+    EXPECT_EQ(inkIn(coloured->mask, red - kArea.tl()), red.area());
+}
+
 TEST_F(ColouredInkTest, losesNoInkWhereColoursMeet)
 {
     const cv::Rect down(90, 50, 10, 100);
@@ -99,4 +114,12 @@ TEST_F(ColouredInkTest, specksOfColourStayWhereTheyAre)
     matView(m_ink.mask)(cv::Rect(60, 100, 2, 2)).setTo(0); // too small to have a middle
     EXPECT_FALSE(take());
     EXPECT_EQ(inkIn(m_ink.mask, kArea), black.area() + 4);
+}
+
+TEST_F(ColouredInkTest, inkOfOneColourNeedsNoMaskOfItsOwn)
+{
+    const cv::Rect red(50, 60, 100, 8);
+    draw(red, kRed);
+    EXPECT_FALSE(take());
+    EXPECT_EQ(inkIn(m_ink.mask, kArea), red.area());
 }
