@@ -3,6 +3,7 @@
 #include "library/image/mat_view.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include <opencv2/imgproc.hpp>
@@ -15,6 +16,10 @@ namespace {
 /// another. Black and gray take the same of all, on the gray edges of a stroke as in its middle. Red
 /// over black is black.
 constexpr int kColouredPercent = 60;
+
+/// Of 255. Half of what the ink of seals takes in the middle of a stroke; between black strokes, the
+/// page's mask makes coloured ones thinner than they are.
+constexpr int kSurelyTaken = 100;
 
 /// Pixels that are taken together, for cameras are noisy in their colours.
 constexpr int kNoiseReach = 3;
@@ -41,13 +46,26 @@ cv::Mat lightTaken(const cv::Mat &page, const cv::Mat &paper)
     return ~left;
 }
 
+bool isColoured(const std::uint8_t *taken)
+{
+    const auto [least, most] = std::minmax({taken[0], taken[1], taken[2]});
+    return 100 * least < kColouredPercent * most;
+}
+
 /// Sets what is coloured of the ink in a row.
 void chooseInRow(const std::uint8_t *taken, int width, const std::uint8_t *ink,
                  std::uint8_t *coloured)
 {
+    for (int x = 0; x < width; ++x)
+        coloured[x] = ink[x] == 0 && isColoured(taken + std::ptrdiff_t{3} * x) ? 0 : 255;
+}
+
+/// Adds what is surely coloured, ink or not.
+void addToRow(const std::uint8_t *taken, int width, std::uint8_t *coloured)
+{
     for (int x = 0; x < width; ++x, taken += 3) {
-        const auto [least, most] = std::minmax({taken[0], taken[1], taken[2]});
-        coloured[x] = ink[x] == 0 && 100 * least < kColouredPercent * most ? 0 : 255;
+        if (std::max({taken[0], taken[1], taken[2]}) >= kSurelyTaken && isColoured(taken))
+            coloured[x] = 0;
     }
 }
 
@@ -75,6 +93,7 @@ std::optional<Ink> takeColoured(const cv::Mat &page, const cv::Mat &paper, const
             const auto *row = taken.ptr<std::uint8_t>(y);
             chooseInRow(row, area.width, mask.ptr<std::uint8_t>(y),
                         colouredMask.ptr<std::uint8_t>(y));
+            addToRow(row, area.width, colouredMask.ptr<std::uint8_t>(y));
             chooseInRow(row, area.width, inside.ptr<std::uint8_t>(y),
                         coloured.core.ptr<std::uint8_t>(y));
         }

@@ -98,6 +98,21 @@ TEST_F(ColouredInkTest, losesNoInkWhereColoursMeet)
     EXPECT_GT(inkIn(coloured->mask, across - kArea.tl()), across.area() * 8 / 10);
 }
 
+TEST_F(ColouredInkTest, givesStrokesTheirWidthBetweenBlackOnes)
+{
+    const cv::Rect black(50, 60, 100, 8);
+    const cv::Rect red(50, 90, 100, 8);
+    draw(black, kBlack);
+    draw(red, kRed);
+    // the page's mask has lost the upper rows of the stroke
+    matView(m_ink.mask)(cv::Rect(50, 90, 100, 2)).setTo(255);
+    const auto coloured = take();
+    ASSERT_TRUE(coloured);
+    constexpr int kCorners = 4; ///< that blur makes round
+    EXPECT_GE(inkIn(coloured->mask, red - kArea.tl()), red.area() - kCorners);
+    EXPECT_LE(inkIn(coloured->mask, cv::Rect(0, 0, kArea.width, kArea.height)), red.area());
+}
+
 TEST_F(ColouredInkTest, looksAtItsAreaOnly)
 {
     const cv::Rect outside(50, 10, 100, 8);
