@@ -92,6 +92,14 @@ Image decoded(const LayerJpeg &layer)
     return image;
 }
 
+void expectCovers(const PicturePatch &patch, const Box &box)
+{
+    EXPECT_LE(patch.left, box.left);
+    EXPECT_LE(patch.top, box.top);
+    EXPECT_GE(patch.left + patch.picture.width, box.left + box.width);
+    EXPECT_GE(patch.top + patch.picture.height, box.top + box.height);
+}
+
 int inkIn(const Image &mask, const Box &box)
 {
     int pixels = 0;
@@ -150,10 +158,7 @@ TEST(CompactPage, photographKeepsItsResolution)
     ASSERT_TRUE(layers);
     ASSERT_EQ(layers->pictures.size(), 1U);
     const PicturePatch &patch = layers->pictures.front();
-    EXPECT_LE(patch.left, kPhotograph.left);
-    EXPECT_LE(patch.top, kPhotograph.top);
-    EXPECT_GE(patch.left + patch.picture.width, kPhotograph.left + kPhotograph.width);
-    EXPECT_GE(patch.top + patch.picture.height, kPhotograph.top + kPhotograph.height);
+    expectCovers(patch, kPhotograph);
     EXPECT_LT(patch.picture.width, kPhotograph.width * 13 / 10);
     const Image picture = decoded(patch.picture);
     double squares = 0;
@@ -186,11 +191,7 @@ TEST(CompactPage, photographWithLittleTextureIsOnePicture)
     const auto layers = layersOf(photographed(sheet));
     ASSERT_TRUE(layers);
     ASSERT_EQ(layers->pictures.size(), 1U);
-    const PicturePatch &patch = layers->pictures.front();
-    EXPECT_LE(patch.left, kPhotograph.left);
-    EXPECT_LE(patch.top, kPhotograph.top);
-    EXPECT_GE(patch.left + patch.picture.width, kPhotograph.left + kPhotograph.width);
-    EXPECT_GE(patch.top + patch.picture.height, kPhotograph.top + kPhotograph.height);
+    expectCovers(layers->pictures.front(), kPhotograph);
 }
 
 TEST(CompactPage, pencilKeepsItsResolution)
