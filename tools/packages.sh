@@ -61,6 +61,8 @@ readonly kTestPackages=(
     "qpdf|reads PDF files back"
     "poppler-utils|reads PDF files back: pdftoppm"
     "mupdf-tools|reads PDF files back, a second reader"
+    "nodejs|runs pdf.js"
+    "libjs-pdf|pdf.js, the reader of PDF files in browsers: what is copied there"
     "libtiff-tools|reads TIFF files back: tiffinfo; changes their tags: tiffset"
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"

@@ -3,6 +3,7 @@
 #include "library/base/step_times.h"
 #include "library/clean/light_fill.h"
 #include "library/compact/cell_means.h"
+#include "library/compact/coloured_ink.h"
 #include "library/compact/ink.h"
 #include "library/compact/picture_areas.h"
 #include "library/formats/tiff/tiff_strip.h"
@@ -85,19 +86,17 @@ void forgetUnder(const cv::Rect &picture, CellMeans &paper)
     paper.weights(inside).setTo(cv::Scalar::all(0));
 }
 
-/// Leaves to the pictures in `areas`, cells of the paper's grid, what they show. The pixels of the
-/// page that they take.
-std::vector<cv::Rect> takeOut(const std::vector<cv::Rect> &areas, const cv::Size &page, Ink &ink,
-                              CellMeans &paper)
+/// Leaves to the pictures in `areas` what they show. `areas` become pixels of the page.
+void takeOut(PageAreas &areas, const cv::Size &page, Ink &ink, CellMeans &paper)
 {
-    std::vector<cv::Rect> pictures;
-    for (const cv::Rect &cells : areas) {
-        pictures.push_back(onPage(cells, paper.weights.size(), page));
-        matView(ink.mask)(pictures.back()).setTo(255);
-        ink.core(pictures.back()).setTo(255);
-        forgetUnder(cells, paper);
+    for (cv::Rect &area : areas.pictures) {
+        forgetUnder(area, paper);
+        area = onPage(area, paper.weights.size(), page);
+        matView(ink.mask)(area).setTo(255);
+        ink.core(area).setTo(255);
     }
-    return pictures;
+    for (cv::Rect &area : areas.mixedInk)
+        area = onPage(area, paper.weights.size(), page);
 }
 
 /// A copy of the pixels.
@@ -139,16 +138,53 @@ Result<void> encodePictures(const cv::Mat &page, const std::vector<cv::Rect> &ar
     return {};
 }
 
-Result<void> encodeInk(const cv::Mat &page, const Ink &ink, HelperThread &core, PageLayers &layers)
+/// Leaves `mask` and `colours` as they are where there is no ink.
+Result<void> encodeInk(const cv::Mat &page, const Ink &ink, HelperThread &core, Bytes &mask,
+                       LayerJpeg &colours)
 {
     if (cv::countNonZero(ink.core) == static_cast<int>(ink.core.total()))
         return {};
-    Result<Bytes> mask = encodeCcittG4(ink.mask);
-    if (!mask)
-        return mask.error();
-    layers.mask = std::move(mask).value();
-    const cv::Mat colours = filled(meansOf(page, ink.core, gridFor(page, kInkCell), core));
-    return encode(colours, kInkQuality, jpeg::Subsampling::S444, layers.ink);
+    Result<Bytes> coded = encodeCcittG4(ink.mask);
+    if (!coded)
+        return coded.error();
+    mask = std::move(coded).value();
+    const cv::Mat means = filled(meansOf(page, ink.core, gridFor(page, kInkCell), core));
+    return encode(means, kInkQuality, jpeg::Subsampling::S444, colours);
+}
+
+/// Coloured ink gets masks of its own in `areas`, pixels of the page.
+Result<void> encodeColouredInk(const cv::Mat &page, const cv::Mat &paper,
+                               const std::vector<cv::Rect> &areas, Ink &ink, HelperThread &core,
+                               std::vector<InkPatch> &patches)
+{
+    for (const cv::Rect &area : areas) {
+        const std::optional<Ink> coloured = takeColoured(page, paper, area, ink, core);
+        if (!coloured)
+            continue;
+        InkPatch patch;
+        patch.left = area.x;
+        patch.top = area.y;
+        patch.width = area.width;
+        patch.height = area.height;
+        if (Result<void> done = encodeInk(page(area), *coloured, core, patch.mask, patch.ink);
+            !done)
+            return done;
+        patches.push_back(std::move(patch));
+    }
+    return {};
+}
+
+/// All but the paper, which is there.
+Result<void> encodeMarks(const cv::Mat &page, const cv::Mat &paper, const PageAreas &areas,
+                         int quality, Ink &ink, HelperThread &core, PageLayers &layers)
+{
+    if (Result<void> done = encodePictures(page, areas.pictures, quality, layers.pictures); !done)
+        return done;
+    if (Result<void> done =
+            encodeColouredInk(page, paper, areas.mixedInk, ink, core, layers.colouredInk);
+        !done)
+        return done;
+    return encodeInk(page, ink, core, layers.mask, layers.ink);
 }
 
 } // namespace
@@ -172,15 +208,15 @@ Result<std::optional<PageLayers>> takeApart(const Image &image, int quality, Hel
     times.ended("means");
     cv::Mat paper = filled(means);
     times.ended("paper");
-    const auto areas = pictureAreas(page, variancesOf(matView(gray), ink.near, grid, core),
-                                    mixedInk(page, ink, core), core);
+    std::optional<PageAreas> areas = pageAreas(
+        page, variancesOf(matView(gray), ink.near, grid, core), mixedInk(page, ink, core), core);
     times.ended("areas");
     if (!areas)
         return none;
-    const std::vector<cv::Rect> pictures = takeOut(*areas, page.size(), ink, means);
+    takeOut(*areas, page.size(), ink, means);
     if (!isWriting(ink))
         return none; // a photograph's dark parts passed for strokes
-    if (!pictures.empty())
+    if (!areas->pictures.empty())
         paper = filled(means);
     PageLayers layers;
     if (Result<void> done = encode(paper, kPaperQuality, jpeg::Subsampling::S420, layers.paper);
@@ -188,13 +224,10 @@ Result<std::optional<PageLayers>> takeApart(const Image &image, int quality, Hel
         return done.error();
     times.ended("paper's JPEG");
     if (Result<void> done =
-            encodePictures(page, pictures, std::min(quality, kPictureQuality), layers.pictures);
+            encodeMarks(page, paper, *areas, std::min(quality, kPictureQuality), ink, core, layers);
         !done)
         return done.error();
-    times.ended("pictures");
-    if (Result<void> done = encodeInk(page, ink, core, layers); !done)
-        return done.error();
-    times.ended("ink's JPEG");
+    times.ended("pictures and ink");
     return std::optional<PageLayers>(std::move(layers));
 }
 

@@ -1,9 +1,8 @@
 #include "library/compact/ink.h"
 
 #include "library/compact/dark_ink.h"
+#include "library/compact/smooth_edges.h"
 #include "library/image/mat_view.h"
-
-#include <cstdint>
 
 #include <opencv2/imgproc.hpp>
 
@@ -43,31 +42,6 @@ cv::Mat inkLimit(const cv::Mat &gray)
     return darkest;
 }
 
-/// Turns pixels that at most one of their four neighbours is like: noise on the edges of strokes. It
-/// is a twentieth of what the mask takes.
-void smoothRow(const std::uint8_t *above, const std::uint8_t *row, const std::uint8_t *below,
-               int width, std::uint8_t *out)
-{
-    for (int x = 1; x + 1 < width; ++x) {
-        const unsigned left = row[x] ^ row[x - 1];
-        const unsigned right = row[x] ^ row[x + 1];
-        const unsigned up = row[x] ^ above[x];
-        const unsigned down = row[x] ^ below[x];
-        const unsigned turned = (left & right & (up | down)) | (up & down & (left | right));
-        out[x] = static_cast<std::uint8_t>(row[x] ^ turned);
-    }
-}
-
-void smooth(Image &mask, HelperThread &core)
-{
-    const Image before = mask;
-    core.shareRange(1, mask.height() - 1, [&](int first, int end) {
-        for (int y = first; y < end; ++y)
-            smoothRow(before.row(y - 1), before.row(y), before.row(y + 1), mask.width(),
-                      mask.row(y));
-    });
-}
-
 /// Pixels that are 0.
 double zeros(const cv::Mat &picture)
 {
@@ -83,7 +57,7 @@ Ink inkOn(const Image &gray, HelperThread &core)
     core.runBoth([&] { ink.mask = darkInk(gray); }, [&] { limit = inkLimit(matView(gray)); });
     cv::Mat mask = matView(ink.mask);
     cv::bitwise_or(mask, matView(gray) > limit, mask);
-    smooth(ink.mask, core);
+    // before the edges become smooth: what is taken from them would darken the paper
     core.runBoth(
         [&] {
             cv::dilate(mask, ink.core, cv::getStructuringElement(cv::MORPH_CROSS, cv::Size(3, 3)));
@@ -92,6 +66,7 @@ Ink inkOn(const Image &gray, HelperThread &core)
             cv::erode(mask, ink.near, square(kHalo));
             cv::bitwise_not(ink.near, ink.near);
         });
+    smoothEdges(ink.mask, core);
     return ink;
 }
 

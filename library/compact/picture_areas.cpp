@@ -26,10 +26,14 @@ constexpr float kMinTexture = 3;
 /// Share of a square's cells. The edge of a panel, a fold or a rule runs through fewer.
 constexpr double kTextured = 0.3;
 
-constexpr int kMinTogether = 4; ///< textured squares that touch; fewer are dirt
+constexpr int kMinTogether = 4; ///< squares that touch; fewer are dirt
 
 constexpr double kMinSide = 1.0 / 40; ///< of a picture's shorter side, in the page's longer one
 constexpr double kTexturedShare = 0.03; ///< of a picture's squares; panels have less
+/// Panels have even less where light and dark differ by this factor, more than light and shadow do.
+constexpr double kContrastTexturedShare = 0.01;
+constexpr double kContrast = 1.6;
+constexpr double kExtremes = 0.1; ///< of a region: as light, and as dark, as this share of it
 
 constexpr std::size_t kMaxAreas = 24;
 constexpr double kMaxShare = 0.4; ///< of the page
@@ -77,11 +81,39 @@ cv::Mat mixedSquares(const cv::Mat &mixed, const cv::Size &squares)
     return (share > 0) & 1;
 }
 
-/// What is no paper, 1 in a small picture of the page.
-cv::Mat printedRegions(const cv::Mat &page, HelperThread &core)
+/// What is no paper.
+struct PrintedRegions
 {
-    const cv::Mat small = clean::shrunk(page, clean::smallCell(page.size()), core);
-    return 1 - clean::paperRegions(clean::withoutStrokes(small, core));
+    cv::Mat where; ///< 1 in a small picture of the page
+    cv::Mat levels; ///< that picture, CV_8UC1, without the strokes of letters
+};
+
+PrintedRegions printedRegions(const cv::Mat &page, HelperThread &core)
+{
+    const cv::Mat small =
+        clean::withoutStrokes(clean::shrunk(page, clean::smallCell(page.size()), core), core);
+    PrintedRegions regions{1 - clean::paperRegions(small), small};
+    if (small.channels() == 3)
+        cv::cvtColor(small, regions.levels, cv::COLOR_RGB2GRAY);
+    return regions;
+}
+
+/// How many times lighter the light parts of a region are than the dark ones.
+double contrastOf(const cv::Mat &levels, const cv::Mat &region)
+{
+    std::vector<std::uint8_t> inside;
+    for (int y = 0; y < region.rows; ++y) {
+        for (int x = 0; x < region.cols; ++x) {
+            if (region.at<std::uint8_t>(y, x) != 0)
+                inside.push_back(levels.at<std::uint8_t>(y, x));
+        }
+    }
+    const auto levelAt = [&inside](double share) {
+        const auto place = static_cast<std::ptrdiff_t>(share * static_cast<double>(inside.size()));
+        std::nth_element(inside.begin(), inside.begin() + place, inside.end());
+        return std::max(1.0, static_cast<double>(inside[static_cast<std::size_t>(place)]));
+    };
+    return inside.empty() ? 1 : levelAt(1 - kExtremes) / levelAt(kExtremes);
 }
 
 cv::Rect scaled(const cv::Rect &rect, const cv::Size &from, const cv::Size &to)
@@ -94,9 +126,10 @@ cv::Rect scaled(const cv::Rect &rect, const cv::Size &from, const cv::Size &to)
 }
 
 /// Regions that are no paper and have texture, in cells.
-void addPrinted(const cv::Mat &regions, const cv::Mat &textured, const cv::Size &grid,
+void addPrinted(const PrintedRegions &printed, const cv::Mat &textured, const cv::Size &grid,
                 std::vector<cv::Rect> &areas)
 {
+    const cv::Mat &regions = printed.where;
     cv::Mat labels;
     cv::Mat stats;
     cv::Mat centres;
@@ -109,19 +142,21 @@ void addPrinted(const cv::Mat &regions, const cv::Mat &textured, const cv::Size 
         if (std::min(box.width, box.height) < minSide)
             continue;
         cv::Mat region = labels(box) == label;
+        const bool hasContrast = contrastOf(printed.levels(box), region) > kContrast;
         const cv::Rect squares = scaled(box, regions.size(), textured.size());
         cv::resize(region, region, squares.size(), 0, 0, cv::INTER_NEAREST);
         const int with = cv::countNonZero(region & textured(squares) * 255);
-        if (with > kTexturedShare * cv::countNonZero(region))
+        const double share = hasContrast ? kContrastTexturedShare : kTexturedShare;
+        if (with > share * cv::countNonZero(region))
             areas.push_back(scaled(box, regions.size(), grid));
     }
 }
 
-/// Textured squares that touch, in cells.
-void addTextured(const cv::Mat &textured, std::vector<cv::Rect> &areas)
+/// Squares of `chosen` that touch, in cells.
+void addTogether(const cv::Mat &chosen, std::vector<cv::Rect> &areas)
 {
     cv::Mat near;
-    cv::dilate(textured, near, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3)));
+    cv::dilate(chosen, near, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3)));
     cv::Mat labels;
     cv::Mat stats;
     cv::Mat centres;
@@ -130,7 +165,7 @@ void addTextured(const cv::Mat &textured, std::vector<cv::Rect> &areas)
         const cv::Rect box(
             stats.at<int>(label, cv::CC_STAT_LEFT), stats.at<int>(label, cv::CC_STAT_TOP),
             stats.at<int>(label, cv::CC_STAT_WIDTH), stats.at<int>(label, cv::CC_STAT_HEIGHT));
-        if (cv::countNonZero((labels(box) == label) & textured(box) * 255) < kMinTogether)
+        if (cv::countNonZero((labels(box) == label) & chosen(box) * 255) < kMinTogether)
             continue;
         areas.emplace_back(box.x * kSquare, box.y * kSquare, box.width * kSquare,
                            box.height * kSquare);
@@ -152,25 +187,59 @@ void merge(std::vector<cv::Rect> &areas)
     }
 }
 
+/// Moves areas of ink that overlap a picture into it.
+void giveToPictures(PageAreas &areas)
+{
+    const auto isApart = [&areas](const cv::Rect &ink) {
+        return std::none_of(areas.pictures.begin(), areas.pictures.end(),
+                            [&ink](const cv::Rect &picture) { return !(ink & picture).empty(); });
+    };
+    for (;;) {
+        const auto rest =
+            std::stable_partition(areas.mixedInk.begin(), areas.mixedInk.end(), isApart);
+        if (rest == areas.mixedInk.end())
+            return;
+        areas.pictures.insert(areas.pictures.end(), rest, areas.mixedInk.end());
+        areas.mixedInk.erase(rest, areas.mixedInk.end());
+        merge(areas.pictures); // they have grown, and may overlap others
+    }
+}
+
+/// Cuts off what lies outside the grid, and takes together what overlaps.
+void clip(std::vector<cv::Rect> &areas, const cv::Size &grid)
+{
+    for (cv::Rect &area : areas)
+        area &= cv::Rect(cv::Point(), grid);
+    merge(areas);
+}
+
+double shareOf(const std::vector<cv::Rect> &areas, const cv::Size &grid)
+{
+    double cells = 0;
+    for (const cv::Rect &area : areas)
+        cells += area.area();
+    return cells / grid.area();
+}
+
 } // namespace
 
-std::optional<std::vector<cv::Rect>> pictureAreas(const cv::Mat &page, const cv::Mat &variances,
-                                                  const cv::Mat &mixed, HelperThread &core)
+std::optional<PageAreas> pageAreas(const cv::Mat &page, const cv::Mat &variances,
+                                   const cv::Mat &mixed, HelperThread &core)
 {
-    std::vector<cv::Rect> areas;
+    PageAreas areas;
     if (variances.rows < kSquare || variances.cols < kSquare)
         return areas;
+    const cv::Size grid = variances.size();
     const cv::Mat textured = texturedSquares(variances);
-    addPrinted(printedRegions(page, core), textured, variances.size(), areas);
-    addTextured(textured | mixedSquares(mixed, textured.size()), areas);
-    const cv::Rect grid(0, 0, variances.cols, variances.rows);
-    for (cv::Rect &area : areas)
-        area &= grid;
-    merge(areas);
-    double share = 0;
-    for (const cv::Rect &area : areas)
-        share += static_cast<double>(area.area()) / grid.area();
-    if (areas.size() > kMaxAreas || share > kMaxShare)
+    addPrinted(printedRegions(page, core), textured, grid, areas.pictures);
+    addTogether(textured, areas.pictures);
+    addTogether(mixedSquares(mixed, textured.size()), areas.mixedInk);
+    clip(areas.pictures, grid);
+    clip(areas.mixedInk, grid);
+    giveToPictures(areas);
+    const std::size_t count = areas.pictures.size() + areas.mixedInk.size();
+    const double share = shareOf(areas.pictures, grid) + shareOf(areas.mixedInk, grid);
+    if (count > kMaxAreas || share > kMaxShare)
         return std::nullopt;
     return areas;
 }

@@ -24,12 +24,24 @@ struct PicturePatch
     int top = 0;
 };
 
+/// Ink on a part of the page: its colours, stretched over the part, where the mask is set.
+struct InkPatch
+{
+    LayerJpeg ink; ///< colours only; what is between letters means nothing
+    Bytes mask; ///< where ink is: CCITT G4, black, of the part's size
+    int left = 0; ///< pixels of the page
+    int top = 0;
+    int width = 0;
+    int height = 0;
+};
+
 /// A page taken apart, the lowest layer first. Together they show the page: the paper all over it, on
-/// that the pictures, and the ink where the mask is set.
+/// that the pictures, then the ink of places that have several, and the ink where the mask is set.
 struct PageLayers
 {
     LayerJpeg paper;
     std::vector<PicturePatch> pictures;
+    std::vector<InkPatch> colouredInk; ///< only on pages that have a mask
     LayerJpeg ink; ///< colours only; what is between letters means nothing
     Bytes mask; ///< where ink is: CCITT G4, black, as wide and as high as the page; empty: nowhere
 
@@ -38,6 +50,8 @@ struct PageLayers
         std::size_t sum = paper.jpeg.size() + ink.jpeg.size() + mask.size();
         for (const PicturePatch &patch : pictures)
             sum += patch.picture.jpeg.size();
+        for (const InkPatch &patch : colouredInk)
+            sum += patch.ink.jpeg.size() + patch.mask.size();
         return sum;
     }
 };

@@ -57,6 +57,34 @@ Result<Image> grayPicture(ByteView jpeg)
 
 } // namespace
 
+/// While it lives, stop() ends what polls for `end`, and so does a text of the same picture.
+class TextRecogniser::Run
+{
+public:
+    Run(TextRecogniser &recogniser, const ContentKey &key, const EventFd &end)
+        : m_recogniser(recogniser)
+    {
+        const MutexLock lock(recogniser.m_mutex);
+        m_place = recogniser.m_runs.emplace(key, &end);
+        const auto entry = recogniser.m_entries.find(key);
+        const bool isKnown = entry != recogniser.m_entries.end() && entry->second.step == Step::Done
+            && entry->second.text;
+        if (recogniser.m_stopping || isKnown)
+            end.set();
+    }
+    ~Run()
+    {
+        const MutexLock lock(m_recogniser.m_mutex);
+        m_recogniser.m_runs.erase(m_place);
+    }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
+
+private:
+    TextRecogniser &m_recogniser;
+    std::multimap<ContentKey, const EventFd *>::iterator m_place;
+};
+
 Result<std::shared_ptr<TextRecogniser>> TextRecogniser::create(const RecogniserOptions &options)
 {
     Result<EventFd> stop = EventFd::create();
@@ -86,6 +114,8 @@ void TextRecogniser::stop()
         const MutexLock lock(m_mutex);
         m_stopping = true;
         threads = std::exchange(m_threads, {});
+        for (const auto &[key, end] : m_runs)
+            end->set();
     }
     m_stop.set();
     m_changed.notifyAll();
@@ -195,6 +225,11 @@ Result<TextRecogniser::Text> TextRecogniser::finish(const ContentKey &key, Resul
 {
     const MutexLock lock(m_mutex);
     Entry &entry = m_entries[key];
+    if (text) {
+        const auto [first, last] = m_runs.equal_range(key);
+        for (auto run = first; run != last; ++run)
+            run->second->set();
+    }
     if (entry.step == Step::Done) {
         if (!entry.text)
             entry.text = std::move(text);
@@ -241,7 +276,12 @@ Result<TextRecogniser::Text> TextRecogniser::recognise(const ContentKey &key,
         const Result<Image> picture = make();
         if (!picture)
             return picture.error();
-        const Result<std::string> output = m_tesseract.describe(picture.value(), limits, m_stop);
+        const Result<EventFd> end = EventFd::create();
+        if (!end)
+            return end.error();
+        const Run run(*this, key, end.value());
+        const Result<std::string> output =
+            m_tesseract.describe(picture.value(), limits, end.value());
         if (!output)
             return output.error();
         Result<Text> text = read(output.value());

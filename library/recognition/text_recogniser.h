@@ -28,7 +28,8 @@ struct RecogniserOptions
 
 /// The writing on pictures, recognised before somebody asks for it where possible. What is recognised
 /// in the background gives way to everything else on the machine; whoever asks for a picture that is
-/// starved by that recognises it himself. Results are kept, failures too. Any thread.
+/// starved by that recognises it himself, and whoever of the two has the text first ends the other's
+/// work. Results are kept, failures too. Any thread.
 class TextRecogniser
 {
 public:
@@ -64,6 +65,7 @@ public:
 
 private:
     enum class Step { Waiting, Running, Done };
+    class Run;
     struct Entry
     {
         Step step = Step::Waiting;
@@ -94,6 +96,7 @@ private:
     std::deque<ContentKey> m_done GUARDED_BY(m_mutex);
     std::size_t m_waitingBytes GUARDED_BY(m_mutex) = 0;
     std::size_t m_idle GUARDED_BY(m_mutex) = 0; ///< threads without work
+    std::multimap<ContentKey, const EventFd *> m_runs GUARDED_BY(m_mutex); ///< what ends each
     bool m_stopping GUARDED_BY(m_mutex) = false;
     std::vector<std::thread> m_threads GUARDED_BY(m_mutex);
 };

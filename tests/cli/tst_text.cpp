@@ -268,28 +268,54 @@ protected:
         }
         return result;
     }
+    /// A document of two pages, as `--text` makes it.
+    void combine(const std::string &name, const std::vector<std::string> &more = {}) const
+    {
+        draw("1.png", m_latin);
+        draw("2.png", m_chinese);
+        std::vector<std::string> arguments = {"combine",     "--text", "chi_sim+eng", file("1.png"),
+                                              file("2.png"), "-o",     file(name)};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Finished done = run(arguments, {{"XDG_CACHE_HOME", file("cache")}});
+        ASSERT_EQ(done.status, 0) << done.errors;
+        EXPECT_EQ(done.errors, "");
+    }
+    static std::string readBy(const std::vector<std::string> &reader)
+    {
+        const Finished read = support::runProgram(reader, {});
+        EXPECT_EQ(read.status, 0) << read.errors;
+        return withoutEmptyLines(read.output);
+    }
+
+    const std::string m_latin = "The archive keeps letters of the year 1926\n"
+                                "in seven boxes on the second floor\n"
+                                "and each box has a list of its own\n";
+    const std::string m_chinese = "档案馆保存着一九二六年的信件\n"
+                                  "这些信件放在二楼的七个箱子里\n"
+                                  "每个箱子都有自己的目录\n";
 };
 
 } // namespace
 
 TEST_F(KorvcamRealText, readersReturnWhatIsOnThePages)
 {
-    const std::string latin = "The archive keeps letters of the year 1926\n"
-                              "in seven boxes on the second floor\n"
-                              "and each box has a list of its own\n";
-    const std::string chinese = "档案馆保存着一九二六年的信件\n"
-                                "这些信件放在二楼的七个箱子里\n"
-                                "每个箱子都有自己的目录\n";
-    draw("1.png", latin);
-    draw("2.png", chinese);
-    const Finished done =
-        run({"combine", "--text", "chi_sim+eng", file("1.png"), file("2.png"), "-o", file("a.pdf")},
-            {{"XDG_CACHE_HOME", file("cache")}});
-    ASSERT_EQ(done.status, 0) << done.errors;
-    EXPECT_EQ(done.errors, "");
-    const auto readBy = [&](std::vector<std::string> reader) {
-        return withoutEmptyLines(support::runProgram(reader, {}).output);
-    };
-    EXPECT_EQ(readBy({"pdftotext", "-nopgbrk", file("a.pdf"), "-"}), latin + chinese);
-    EXPECT_EQ(readBy({"mutool", "draw", "-q", "-F", "txt", file("a.pdf")}), latin + chinese);
+    combine("a.pdf");
+    EXPECT_EQ(readBy({"pdftotext", "-nopgbrk", file("a.pdf"), "-"}), m_latin + m_chinese);
+    EXPECT_EQ(readBy({"mutool", "draw", "-q", "-F", "txt", file("a.pdf")}), m_latin + m_chinese);
+}
+
+TEST_F(KorvcamRealText, browsersCopyWhatIsOnThePages)
+{
+    constexpr int kMissing = 77;
+    const Finished reader = support::runProgram({"sh", "-c", "node --version"}, {});
+    if (reader.status != 0)
+        GTEST_SKIP() << "nodejs is missing";
+    combine("a.pdf");
+    const std::vector<std::string> copy = {"node", KORV_PDFJS_TEXT, file("a.pdf")};
+    if (support::runProgram(copy, {}).status == kMissing)
+        GTEST_SKIP() << "libjs-pdf is missing";
+    EXPECT_EQ(readBy(copy), m_latin + m_chinese);
+    combine("b.pdf", {"--compact"});
+    EXPECT_THAT(support::readFile(file("b.pdf")), HasSubstr("/ImageMask true"));
+    EXPECT_EQ(readBy({"node", KORV_PDFJS_TEXT, file("b.pdf")}), m_latin + m_chinese);
 }

@@ -8,17 +8,25 @@ namespace korv {
 
 namespace {
 
+/// Pixels of a page.
+struct Part
+{
+    int left = 0;
+    int top = 0;
+    int width = 0;
+    int height = 0;
+};
+
 /// Draws into a part of the unit square. Six decimals are a hundredth of a pixel at the most.
-std::string drawnAt(const PicturePatch &patch, const Page &page, const std::string &name)
+std::string drawnAt(const Part &part, const Page &page, const std::string &name)
 {
     constexpr int kPlaces = 6;
-    const auto share = [](int part, int whole) {
-        return decimal(static_cast<double>(part) / whole, kPlaces);
+    const auto share = [](int some, int whole) {
+        return decimal(static_cast<double>(some) / whole, kPlaces);
     };
-    const int under = page.height - patch.top - patch.picture.height;
-    return " q " + share(patch.picture.width, page.width) + " 0 0 "
-        + share(patch.picture.height, page.height) + " " + share(patch.left, page.width) + " "
-        + share(under, page.height) + " cm /" + name + " Do Q";
+    const int under = page.height - part.top - part.height;
+    return " q " + share(part.width, page.width) + " 0 0 " + share(part.height, page.height) + " "
+        + share(part.left, page.width) + " " + share(under, page.height) + " cm /" + name + " Do Q";
 }
 
 } // namespace
@@ -36,17 +44,29 @@ Result<void> PdfWriter::writeLayer(int number, const LayerJpeg &layer, const std
 }
 
 /// Black is 0 in what the filter gives, and 0 is what a stencil paints.
-Result<void> PdfWriter::writeMask(int number, const Page &page)
+Result<void> PdfWriter::writeMask(int number, ByteView mask, int width, int height)
 {
-    const std::string columns = std::to_string(page.width);
-    const std::string rows = std::to_string(page.height);
+    const std::string columns = std::to_string(width);
+    const std::string rows = std::to_string(height);
     return m_objects.writeStream(
         number,
         "/Type /XObject /Subtype /Image /Width " + columns + " /Height " + rows
             + " /ImageMask true /BitsPerComponent 1 /Filter /CCITTFaxDecode"
               " /DecodeParms << /K -1 /Columns "
             + columns + " /Rows " + rows + " >>",
-        page.layers->mask);
+        mask);
+}
+
+/// The number of the picture.
+Result<int> PdfWriter::writeInk(const LayerJpeg &ink, ByteView mask, int width, int height)
+{
+    const int stencil = m_objects.reserve();
+    const int colours = m_objects.reserve();
+    if (Result<void> written = writeMask(stencil, mask, width, height); !written)
+        return written.error();
+    if (Result<void> written = writeLayer(colours, ink, " /Mask " + reference(stencil)); !written)
+        return written.error();
+    return colours;
 }
 
 Result<PdfWriter::PictureUse> PdfWriter::writeLayers(int first, const Page &page)
@@ -65,17 +85,22 @@ Result<PdfWriter::PictureUse> PdfWriter::writeLayers(int first, const Page &page
         const int number = m_objects.reserve();
         if (Result<void> written = writeLayer(number, patch.picture, {}); !written)
             return written.error();
-        use.drawing += drawnAt(patch, page, add(number));
+        const Part part{patch.left, patch.top, patch.picture.width, patch.picture.height};
+        use.drawing += drawnAt(part, page, add(number));
+    }
+    for (const InkPatch &patch : layers.colouredInk) {
+        const Result<int> number = writeInk(patch.ink, patch.mask, patch.width, patch.height);
+        if (!number)
+            return number.error();
+        const Part part{patch.left, patch.top, patch.width, patch.height};
+        use.drawing += drawnAt(part, page, add(number.value()));
     }
     if (layers.mask.empty())
         return use;
-    const int mask = m_objects.reserve();
-    const int ink = m_objects.reserve();
-    if (Result<void> written = writeMask(mask, page); !written)
-        return written.error();
-    if (Result<void> written = writeLayer(ink, layers.ink, " /Mask " + reference(mask)); !written)
-        return written.error();
-    use.drawing += " /" + add(ink) + " Do";
+    const Result<int> ink = writeInk(layers.ink, layers.mask, page.width, page.height);
+    if (!ink)
+        return ink.error();
+    use.drawing += " /" + add(ink.value()) + " Do";
     return use;
 }
 

@@ -3,7 +3,9 @@
 #include "tests/library/support/fake_tesseract.h"
 #include "tests/library/support/sample_pictures.h"
 
+#include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -29,11 +31,34 @@ protected:
             std::this_thread::sleep_for(20ms);
         return hasBegun();
     }
-    std::string photograph(const std::string &name)
+    std::string photograph(const std::string &name, int width = 320)
     {
-        const korv::Bytes frame = pictures::jpegOf(pictures::page(320, 240));
-        EXPECT_TRUE(m_manager.savePhotograph(frame.data(), 320, 240, m_folder / name));
+        const korv::Bytes frame = pictures::jpegOf(pictures::page(width, 240));
+        EXPECT_TRUE(m_manager.savePhotograph(frame.data(), width, 240, m_folder / name));
         return m_folder / name;
+    }
+    static int widthOf(int page) { return 320 + 2 * page; }
+    /// Files in the folder whose names end so.
+    int notes(const std::string &ending) const
+    {
+        int count = 0;
+        for (const auto &entry : std::filesystem::directory_iterator(m_folder.path()))
+            count += testing::Matches(testing::EndsWith(ending))(entry.path().string()) ? 1 : 0;
+        return count;
+    }
+    bool becomes(const std::string &ending, int wanted) const
+    {
+        for (int tries = 0; tries < 1500 && notes(ending) != wanted; ++tries)
+            std::this_thread::sleep_for(20ms);
+        return notes(ending) == wanted;
+    }
+    static int occurrences(const std::string &text, const std::string &part)
+    {
+        int count = 0;
+        for (std::size_t at = text.find(part); at != std::string::npos;
+             at = text.find(part, at + 1))
+            ++count;
+        return count;
     }
     std::string conversion(const std::string &source)
     {
@@ -63,6 +88,46 @@ TEST_F(ManagerTextTest, photographIsRecognisedBeforeItIsExported)
     ASSERT_TRUE(m_manager.addPage(path));
     ASSERT_TRUE(m_manager.combine(m_folder / "b.pdf"));
     EXPECT_THAT(support::readFile(m_folder / "b.pdf"), HasSubstr("/Lang (en)"));
+}
+
+TEST_F(ManagerTextTest, exportWaitsForTheLastPageOnly)
+{
+    constexpr int kPages = 20;
+    // each picture has a width of its own, by which the program names it in a file that it leaves;
+    // the last one takes until it is released
+    const std::string note = m_folder / "page-";
+    m_tesseract.install("/usr/bin/touch '" + note
+                        + "'$width-$$-begun\n"
+                          "while [ $width = "
+                        + std::to_string(widthOf(kPages - 1)) + " ] && [ ! -e '"
+                        + (m_folder / "released")
+                        + "' ]; do /usr/bin/sleep 0.02; done\n"
+                          "/usr/bin/touch '"
+                        + note + "'$width-$$-done");
+    m_settings.text.names = "eng";
+    ASSERT_TRUE(m_manager.initialise());
+    for (int page = 0; page < kPages; ++page) {
+        const std::string path = photograph(std::to_string(page) + ".jpg", widthOf(page));
+        ASSERT_TRUE(m_manager.addPage(path));
+    }
+    ASSERT_TRUE(becomes("-begun", kPages));
+    ASSERT_TRUE(becomes("-done", kPages - 1));
+
+    bool isCombined = false;
+    std::atomic<bool> hasEnded = false;
+    std::thread exporting([&] {
+        isCombined = static_cast<bool>(m_manager.combine(m_folder / "a.pdf"));
+        hasEnded = true;
+    });
+    std::this_thread::sleep_for(300ms);
+    EXPECT_FALSE(hasEnded);
+    testing_support::writeFile(m_folder / "released", std::string());
+    exporting.join();
+    EXPECT_TRUE(isCombined);
+    EXPECT_EQ(notes("-begun"), kPages) << "a page was recognised twice";
+    const std::string pdf = support::readFile(m_folder / "a.pdf");
+    EXPECT_EQ(occurrences(pdf, "/Contents "), kPages);
+    EXPECT_EQ(occurrences(pdf, "/Font <<"), kPages);
 }
 
 TEST_F(ManagerTextTest, nothingIsRecognisedWithoutTheSetting)

@@ -328,6 +328,38 @@ TEST_F(PdfWriterTest, layersLieOneAboveTheOther)
         isAbout(x, y, 200, 200); // paper
 }
 
+TEST_F(PdfWriterTest, inkOfSeveralColoursHasMasksOfItsOwn)
+{
+    PageLayers layers = layersOf(boxMask());
+    // green, in the upper half of a part that overlaps the red box, and the picture beside it
+    Image mask(100, 40, PixelFormat::Gray8);
+    for (int y = 0; y < 40; ++y)
+        std::fill_n(mask.row(y), 100, static_cast<std::uint8_t>(y < 20 ? 0 : 255));
+    mask.setBilevel(true);
+    InkPatch patch;
+    patch.ink = layers.pictures.front().picture;
+    patch.mask = codePixelsForPdf(mask, 72).value().data;
+    patch.left = 170;
+    patch.top = 40;
+    patch.width = 100;
+    patch.height = 40;
+    const std::size_t before = layers.size();
+    layers.colouredInk.push_back(patch);
+    EXPECT_EQ(layers.size(), before + patch.mask.size() + patch.ink.jpeg.size());
+    write({pageOf(layers)});
+    const ProgramResult check = runProgram({"qpdf", "--check", m_path});
+    EXPECT_EQ(check.status, 0) << check.output << check.errors;
+    const Image shown = rendered(72);
+    const auto redAt = [&](int x, int y) { return int{shown.row(y)[3 * x]}; };
+    EXPECT_NEAR(redAt(173, 43), 20, 8);
+    EXPECT_NEAR(redAt(267, 57), 20, 8);
+    EXPECT_NEAR(redAt(230, 50), 180, 8); // the page's ink lies over it
+    EXPECT_NEAR(redAt(230, 64), 200, 8);
+    EXPECT_NEAR(redAt(166, 50), 200, 8);
+    EXPECT_NEAR(redAt(274, 50), 200, 8);
+    EXPECT_NEAR(redAt(200, 36), 180, 8);
+}
+
 TEST_F(PdfWriterTest, layersNeedNothingThatArchivesForbid)
 {
     const PageLayers layers = layersOf(boxMask());

@@ -63,6 +63,18 @@ protected:
     {
         return convertImage(path(source), path(destination), 95, m_text);
     }
+    /// Of a pdf with one page of 1600 x 2200 pixels: what would be recognised is what readers show.
+    void expectPictureAsShown(const std::string &name) const
+    {
+        const Bytes content = pictures::readBytes(path(name));
+        const auto document = MadePdf::open(content);
+        ASSERT_TRUE(document) << document.error().text;
+        const Result<Image> picture = document.value()->picture(0);
+        ASSERT_TRUE(picture) << picture.error().text;
+        const Image shown = pictures::fromPnm(output(
+            {"pdftoppm", "-gray", "-scale-to-x", "1600", "-scale-to-y", "2200", path(name)}));
+        EXPECT_LT(pictures::difference(picture.value(), shown), 6);
+    }
     void expectRefused(const std::string &name, const char *reason) const
     {
         const std::string before = bytesOf(name);
@@ -168,16 +180,28 @@ TEST_F(AddTextTest, layersAreRecognisedAsReadersShowThem)
     compact.compact = true;
     ASSERT_TRUE(convertImage(path("1.jpg"), path("a.pdf"), 95, compact));
     ASSERT_THAT(bytesOf("a.pdf"), HasSubstr("/ImageMask true"));
-    const Bytes content = pictures::readBytes(path("a.pdf"));
-    const auto document = MadePdf::open(content);
-    ASSERT_TRUE(document) << document.error().text;
-    const Result<Image> picture = document.value()->picture(0);
-    ASSERT_TRUE(picture) << picture.error().text;
-    const Image shown = pictures::fromPnm(
-        output({"pdftoppm", "-gray", "-scale-to-x", "1600", "-scale-to-y", "2200", path("a.pdf")}));
-    EXPECT_LT(pictures::difference(picture.value(), shown), 6);
+    expectPictureAsShown("a.pdf");
     ASSERT_TRUE(addTextTo("a.pdf", "b.pdf"));
     EXPECT_EQ(output({"pdftotext", "-nopgbrk", path("b.pdf"), "-"}), "word\n\n");
+}
+
+TEST_F(AddTextTest, inkOfSeveralColoursIsSeen)
+{
+    Image page = pictures::page(1600, 2200);
+    for (int y = 400; y < 1000; ++y) {
+        for (int x = 300; x < 900; ++x) {
+            if (y / 8 % 5 == 0) // red stripes across the type
+                std::fill_n(page.row(y) + 3 * x + 1, 2, std::uint8_t{30});
+        }
+    }
+    pictures::writeBytes(path("1.jpg"), pictures::jpegOf(page));
+    DocumentSettings compact;
+    compact.compact = true;
+    ASSERT_TRUE(convertImage(path("1.jpg"), path("a.pdf"), 95, compact));
+    const std::string pdf = bytesOf("a.pdf");
+    ASSERT_NE(pdf.find("/ImageMask true"), pdf.rfind("/ImageMask true")) << "only one mask";
+    expectPictureAsShown("a.pdf");
+    EXPECT_TRUE(addTextTo("a.pdf", "b.pdf"));
 }
 
 TEST_F(AddTextTest, picturesAreThoseOfThePages)

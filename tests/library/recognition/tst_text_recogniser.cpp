@@ -139,6 +139,26 @@ TEST_F(TextRecogniserTest, whoAsksDoesNotWaitForAStarvedProcess)
     EXPECT_EQ(m_made, 1);
 }
 
+TEST_F(TextRecogniserTest, whoAsksTakesTheTextThatIsThereFirst)
+{
+    m_wait = 8s;
+    const std::string first = m_folder / "first";
+    const std::string second = m_folder / "second";
+    // slow, not starved: it ends once another process has begun, which would take for ever
+    m_tesseract.install("if [ -e '" + first + "' ]; then /usr/bin/touch '" + second
+                        + "'; exec /usr/bin/sleep 1000; fi\n/usr/bin/touch '" + first
+                        + "'; while [ ! -e '" + second + "' ]; do /usr/bin/sleep 0.02; done");
+    const auto recogniser = make();
+    recogniser->begin(m_jpeg);
+    while (!std::filesystem::exists(first))
+        std::this_thread::sleep_for(20ms);
+    const auto begin = std::chrono::steady_clock::now();
+    const auto text = ask(*recogniser);
+    EXPECT_TRUE(text) << text.error().text;
+    EXPECT_LT(secondsSince(begin), 7);
+    EXPECT_EQ(m_made, 1);
+}
+
 TEST_F(TextRecogniserTest, stopEndsAllAtOnce)
 {
     hold();
