@@ -54,13 +54,6 @@ int windowFor(const cv::Mat &gray)
     return std::max(15, std::max(gray.cols, gray.rows) / 42) | 1;
 }
 
-/// Half of a full stop's area in 10 point type, on a sheet that fills the picture.
-int largestSpeck(const Image &image)
-{
-    const double fineness = std::max(image.width(), image.height()) / 1600.0;
-    return std::clamp(static_cast<int>(2 * fineness * fineness), 1, 20);
-}
-
 void thresholdRows(const cv::Mat &even, int from, int to, int window, Image &result)
 {
     const cv::Mat band = even.rowRange(from, to); // the filters look beyond the band by themselves

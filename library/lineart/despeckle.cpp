@@ -75,6 +75,12 @@ void collect(const Image &image, std::size_t largest, std::vector<Pixel> &pixels
 
 } // namespace
 
+int largestSpeck(const Image &image)
+{
+    const double fineness = std::max(image.width(), image.height()) / 1600.0;
+    return std::clamp(static_cast<int>(2 * fineness * fineness), 1, 20);
+}
+
 void despeckle(Image &image, int largest)
 {
     const auto limit = static_cast<std::size_t>(std::max(0, largest));

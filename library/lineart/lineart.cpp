@@ -32,13 +32,10 @@ namespace {
 
 constexpr int kMaxCluster = 4; ///< pixels of grain that hang together by chance
 
-/// Pixels of the largest thing that cannot be print: half of a full stop's area in 10 point type, on
-/// a sheet that fills the picture, or what grain clusters to.
-int largestSpeck(const Image &image, double noisePercent)
+/// Pixels of what grain clusters to, beyond what is a speck anyway.
+int largestCluster(double noisePercent)
 {
-    const double fineness = std::max(image.width(), image.height()) / 1600.0;
-    const int dust = std::clamp(static_cast<int>(2 * fineness * fineness), 1, 20);
-    return dust + std::min(kMaxCluster, static_cast<int>(std::lround(noisePercent)));
+    return std::min(kMaxCluster, static_cast<int>(std::lround(noisePercent)));
 }
 
 /// Black where `sharp` is below the limit, in bands: the limits of a whole picture would be as
@@ -84,7 +81,7 @@ Image toLineart(Image image, int scale)
         separateFinely(page.sharp, limits, bits);
     else
         separate(page.sharp, limits, bits);
-    despeckle(result, largestSpeck(result, page.noisePercent));
+    despeckle(result, largestSpeck(result) + largestCluster(page.noisePercent));
     Resolution resolution = gray.resolution();
     resolution.x *= scale;
     resolution.y *= scale;

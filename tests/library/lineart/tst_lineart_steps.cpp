@@ -162,3 +162,14 @@ TEST(Despeckle, whitensThingsUpToTheLimitAndNoOthers)
         EXPECT_EQ(cv::countNonZero(expected != bits), 0) << share;
     }
 }
+
+TEST(Despeckle, specksGrowWithTheAreaOfAFullStop)
+{
+    const auto largestIn = [](int width, int height) {
+        return largestSpeck(Image::unset(width, height, PixelFormat::Gray8));
+    };
+    EXPECT_EQ(largestIn(100, 80), 1) << "a single pixel always goes";
+    EXPECT_EQ(largestIn(1600, 1200), 2);
+    EXPECT_EQ(largestIn(2400, 3200), 8) << "of the long side, whichever it is";
+    EXPECT_EQ(largestIn(12000, 9000), 20);
+}
