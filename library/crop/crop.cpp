@@ -37,11 +37,12 @@ constexpr double kNoTrust = std::numeric_limits<double>::lowest();
 /// A candidate on the full picture.
 struct Verdict
 {
-    Corners corners{};
+    Refined outline{};
     double trust = kNoTrust;
     bool onDarkDesk = false; ///< see isOnDarkDesk()
     bool hasTwin = false; ///< another sheet, about as large, lies in the picture
 
+    const Corners &corners() const { return outline.corners; }
     bool isTrusted() const { return trust >= (onDarkDesk ? kMinOnDarkDesk : kMinConfidence); }
 };
 
@@ -53,11 +54,11 @@ Verdict judged(const SheetSearch &search, const Candidate &candidate,
     evidence.leadOverLarger = marginOverLarger(candidate, all);
     evidence.surroundings = search.around(candidate);
     if (isPartOfAPage(candidate, evidence.surroundings))
-        return {search.inFrame(candidate.corners)};
+        return {{search.inFrame(candidate.corners)}};
     evidence.refined = search.refined(candidate);
     evidence.fromWriting = fromWriting;
     const double bonus = isOnBareDesk(evidence.surroundings) ? kBareDesk : 0;
-    return {evidence.refined.corners, confidenceOf(candidate, evidence) + bonus,
+    return {evidence.refined, confidenceOf(candidate, evidence) + bonus,
             isOnDarkDesk(candidate, evidence.surroundings)};
 }
 
@@ -88,10 +89,10 @@ bool isWithin(const Corners &inner, const Corners &outer)
 /// it only counts when the outer one is surely no sheet's, and nothing counts when that is open.
 Verdict chosen(const Verdict &first, const Verdict &second)
 {
-    const bool firstIsLarger = area(first.corners) > area(second.corners);
+    const bool firstIsLarger = area(first.corners()) > area(second.corners());
     const Verdict &outer = firstIsLarger ? first : second;
     const Verdict &inner = firstIsLarger ? second : first;
-    if (!isWithin(inner.corners, outer.corners))
+    if (!isWithin(inner.corners(), outer.corners()))
         return second.trust > first.trust ? second : first;
     if (outer.isTrusted())
         return outer;
@@ -109,7 +110,7 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
         return best;
     if (const Candidate *second = elsewhere(candidates)) {
         const Verdict other = judged(search, *second, candidates, fromWriting);
-        const double ratio = area(best.corners) / std::max(1.0, area(other.corners));
+        const double ratio = area(best.corners()) / std::max(1.0, area(other.corners()));
         if (other.trust >= kOtherTrust && ratio < 1 / kClearlyLarger)
             return other;
         best.hasTwin = other.trust >= kOtherTrust && ratio < kClearlyLarger;
@@ -128,7 +129,7 @@ std::string descriptionOf(const Verdict &verdict)
                  : verdict.hasTwin ? ", but another sheet is about as large; not cut"
                                    : "; cut")
          << std::setprecision(0) << "; corners";
-    for (const cv::Point2d &corner : ordered(verdict.corners))
+    for (const cv::Point2d &corner : ordered(verdict.corners()))
         text << ' ' << corner.x << ',' << corner.y;
     return text.str();
 }
@@ -145,10 +146,13 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
     if (verdict.trust < kSettledTrust && !verdict.hasTwin)
         verdict = chosen(verdict, bestOf(search, search.searchAll(), true));
+    const bool isSure = verdict.isTrusted() && !verdict.hasTwin;
+    if (isSure)
+        verdict.outline.corners = search.widened(verdict.outline);
     logDebug([&] { return descriptionOf(verdict); });
-    if (!verdict.isTrusted() || verdict.hasTwin)
+    if (!isSure)
         return std::nullopt;
-    return quadrilateralOf(ordered(verdict.corners));
+    return quadrilateralOf(ordered(verdict.corners()));
 }
 
 } // namespace korv

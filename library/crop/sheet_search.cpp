@@ -1,6 +1,7 @@
 #include "library/crop/sheet_search.h"
 
 #include "library/crop/outlines/line_votes.h"
+#include "library/crop/outlines/outline_widener.h"
 
 #include <algorithm>
 
@@ -10,7 +11,9 @@ namespace {
 
 constexpr int kSmallestSide = 64; ///< of a search picture worth the name
 constexpr std::size_t kMaxQuads = 1500;
-constexpr double kRefinementReach = 3.5; ///< pixels of the search picture
+// in pixels of the search picture
+constexpr double kRefinementReach = 3.5;
+constexpr double kWideningReach = 12;
 
 } // namespace
 
@@ -84,6 +87,11 @@ Refined SheetSearch::refined(const Candidate &candidate) const
 {
     return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale,
                          m_core);
+}
+
+Corners SheetSearch::widened(const Refined &outline) const
+{
+    return crop::widened(m_image, outline, kWideningReach / m_picture.scale, m_core);
 }
 
 Surroundings SheetSearch::around(const Candidate &candidate) const

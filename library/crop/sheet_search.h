@@ -27,6 +27,8 @@ public:
     std::vector<Candidate> searchAll();
 
     Refined refined(const Candidate &candidate) const;
+    /// In the frame, with what the sides leave out of bent paper.
+    Corners widened(const Refined &outline) const;
     Surroundings around(const Candidate &candidate) const;
     Corners inFrame(const Corners &corners) const;
 

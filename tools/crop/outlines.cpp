@@ -52,7 +52,7 @@ public:
             addCorners(row, sheet.inFrame(candidates[i].corners));
             if (i < kRefined) {
                 const Refined refined = sheet.refined(candidates[i]);
-                addCorners(row, refined.corners);
+                addCorners(row, sheet.widened(refined));
                 row.push_back(static_cast<float>(refined.agreement));
                 row.push_back(static_cast<float>(refined.meanAgreement));
                 for (const double value : sheet.around(candidates[i]).values())

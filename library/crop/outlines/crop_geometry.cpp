@@ -24,6 +24,18 @@ std::optional<cv::Point2d> intersection(const Line &a, const Line &b)
                        (b.offset * a.normal.x - a.offset * b.normal.x) / cross);
 }
 
+std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines)
+{
+    Corners corners;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::optional<cv::Point2d> point = intersection(lines[(i + 3) % 4], lines[i]);
+        if (!point)
+            return std::nullopt;
+        corners[i] = *point;
+    }
+    return corners;
+}
+
 double length(cv::Point2d vector)
 {
     return std::hypot(vector.x, vector.y);

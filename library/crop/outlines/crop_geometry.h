@@ -27,6 +27,10 @@ Line lineThrough(cv::Point2d a, cv::Point2d b);
 /// Nothing when the lines meet at less than about 6 degrees.
 std::optional<cv::Point2d> intersection(const Line &a, const Line &b);
 
+/// Where the lines of the sides, in a row around, meet: the sides go from each corner to the next.
+/// Nothing when neighbours do not meet.
+std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines);
+
 double length(cv::Point2d vector);
 cv::Point nearestPixel(cv::Point2d point);
 double area(const Corners &corners);

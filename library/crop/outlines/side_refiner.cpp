@@ -1,5 +1,7 @@
 #include "library/crop/outlines/side_refiner.h"
 
+#include "library/crop/outlines/frame_colour.h"
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -23,20 +25,6 @@ using Bow = cv::Vec3d;
 
 /// Colours along one normal of a side, from outside to inside.
 using Profile = std::vector<cv::Vec3f>;
-
-cv::Vec3f pixelAt(const Image &image, cv::Point2d point)
-{
-    const int x = std::clamp(static_cast<int>(point.x + 0.5), 0, image.width() - 1);
-    const int y = std::clamp(static_cast<int>(point.y + 0.5), 0, image.height() - 1);
-    const int channels = image.channels();
-    const std::uint8_t *pixel = image.row(y) + std::ptrdiff_t{x} * channels;
-    if (channels == 1) {
-        const auto level = static_cast<float>(pixel[0]);
-        return {level, level, level};
-    }
-    return {static_cast<float>(pixel[0]), static_cast<float>(pixel[1]),
-            static_cast<float>(pixel[2])};
-}
 
 /// One side under repair: its line, and the rim's distance from it at several places.
 class Side
@@ -88,7 +76,7 @@ private:
             for (int k = 0; k < count; ++k) {
                 cv::Vec3f sum;
                 for (int w = -kWidth / 2; w <= kWidth / 2; ++w)
-                    sum += pixelAt(m_image, foot + m_line.normal * (k - m_reach) + along * w);
+                    sum += frameColourAt(m_image, foot + m_line.normal * (k - m_reach) + along * w);
                 m_profiles[i][static_cast<std::size_t>(k)] = sum;
             }
         }
@@ -267,28 +255,17 @@ private:
     bool m_isBent = false;
 };
 
-std::optional<Corners> cornersOfLines(const std::array<Line, 4> &lines)
-{
-    Corners corners;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const std::optional<cv::Point2d> point = intersection(lines[(i + 3) % 4], lines[i]);
-        if (!point)
-            return std::nullopt;
-        corners[i] = *point;
-    }
-    return corners;
-}
-
 } // namespace
 
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)
 {
-    Refined result{corners, 0, 0};
+    Refined result{corners, 0, 0, {}};
     std::array<double, 4> parts{1, 1, 1, 1}; ///< of the reach, for each side
     for (int round = 0; round < kRounds; ++round) {
         const Corners &now = result.corners;
         const cv::Point2d centre = centreOf(now);
         std::array<Line, 4> lines;
+        std::array<double, 4> agreements{};
         double least = 1;
         double mean = 0;
         std::vector<Side> sides;
@@ -300,15 +277,16 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach, 
         });
         for (std::size_t i = 0; i < 4; ++i) {
             lines[i] = sides[i].line();
-            least = std::min(least, sides[i].agreement());
-            mean += sides[i].agreement() / 4;
+            agreements[i] = sides[i].agreement();
+            least = std::min(least, agreements[i]);
+            mean += agreements[i] / 4;
             parts[i] = sides[i].isBent() ? 1 : 0.5;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
         if (!fitted || !isConvex(*fitted)
             || largestShift(*fitted, corners) > kMaxCornerMove * reach)
             return result;
-        result = {*fitted, least, mean};
+        result = {*fitted, least, mean, agreements};
     }
     return result;
 }

@@ -13,6 +13,7 @@ struct Refined
     double agreement =
         0; ///< of the worst side: share of places whose rim lies on one straight line
     double meanAgreement = 0;
+    std::array<double, 4> agreements{}; ///< of each side: from every corner to the next one
 };
 
 /// Looks for each side's rim along its normals, up to `reach` pixels away, and fits straight lines.
