@@ -1,7 +1,7 @@
 #include "library/crop/crop.h"
 
 #include "library/base/log.h"
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 #include "library/crop/outlines/sheet_judge.h"
 #include "library/crop/sheet_search.h"
 #include "library/image/opencv_threads.h"

@@ -6,7 +6,7 @@
 // made up than must be. The limits of size are those of every picture here (kMaxSide, kMaxPixels).
 
 #include "library/crop/crop.h"
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 #include "library/crop/perspective_warp.h"
 #include "library/crop/sheet_aspect.h"
 #include "library/image/opencv_threads.h"

@@ -10,7 +10,7 @@
 
 #include "library/crop/sheet_aspect.h"
 
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 
 #include <algorithm>
 #include <array>

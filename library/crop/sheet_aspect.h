@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/crop/outlines/quadrilateral.h"
+#include "library/crop/lines/quadrilateral.h"
 
 namespace korv {
 

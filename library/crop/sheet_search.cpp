@@ -1,6 +1,6 @@
 #include "library/crop/sheet_search.h"
 
-#include "library/crop/outlines/line_votes.h"
+#include "library/crop/lines/line_votes.h"
 #include "library/crop/outlines/outline_widener.h"
 
 #include <algorithm>

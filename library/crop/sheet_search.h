@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/crop/edges/edge_finder.h"
-#include "library/crop/outlines/line_finder.h"
+#include "library/crop/lines/line_finder.h"
 #include "library/crop/outlines/sheet_judge.h"
 
 #include <optional>

@@ -5,7 +5,7 @@
 // OUTLINES becomes a table of 32-bit floats in the machine's byte order, a row for each outline; its
 // columns are those of names().
 
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 #include "library/jpeg/jpeg.h"
 #include "library/image/opencv_threads.h"
 #include "library/crop/sheet_search.h"

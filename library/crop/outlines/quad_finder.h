@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/crop/outlines/line_evidence.h"
+#include "library/crop/lines/line_evidence.h"
 
 #include <array>
 #include <vector>

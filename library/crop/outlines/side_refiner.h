@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 #include "library/image/image.h"
 #include "library/threads/helper_thread.h"
 

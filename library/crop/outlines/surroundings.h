@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/crop/edges/search_picture.h"
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #include "library/crop/edges/edge_finder.h"
 #include "library/crop/edges/shrinker.h"
-#include "library/crop/outlines/line_votes.h"
+#include "library/crop/lines/line_votes.h"
 #include "library/crop/outlines/sheet_judge.h"
 #include "library/crop/outlines/side_refiner.h"
 #include "library/crop/outlines/surroundings.h"

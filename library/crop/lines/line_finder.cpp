@@ -9,7 +9,7 @@
 // quad_finder forms of them small enough to judge each. Distances are in pixels of the search
 // picture, and the weights were fitted with them (docs/crop.md).
 
-#include "library/crop/outlines/line_finder.h"
+#include "library/crop/lines/line_finder.h"
 
 #include <algorithm>
 #include <array>

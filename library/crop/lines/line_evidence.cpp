@@ -7,7 +7,7 @@
 // is what continues behind its corners, which tells a side from part of a longer line, such as the
 // rim of the desk. The weights were fitted with these values (docs/crop.md).
 
-#include "library/crop/outlines/line_evidence.h"
+#include "library/crop/lines/line_evidence.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 
 #include "library/crop/edges/edge_map.h"
 #include "library/crop/edges/search_picture.h"
-#include "library/crop/outlines/crop_geometry.h"
+#include "library/crop/lines/crop_geometry.h"
 
 #include <vector>
 

@@ -7,7 +7,7 @@
 // than their runs do. The values belong to the search picture's size, and the weights were fitted
 // with them (docs/crop.md).
 
-#include "library/crop/outlines/line_votes.h"
+#include "library/crop/lines/line_votes.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/crop/outlines/line_finder.h"
+#include "library/crop/lines/line_finder.h"
 
 #include <vector>
 
