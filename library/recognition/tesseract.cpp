@@ -56,8 +56,9 @@ bool isBelieved(double dpi)
 
 } // namespace
 
-Tesseract::Tesseract(TextLanguages languages)
+Tesseract::Tesseract(TextLanguages languages, std::string loss)
     : m_languages(std::move(languages))
+    , m_loss(std::move(loss))
     , m_program(findProgram("tesseract"))
 {
     // one thread: the others would take the processors from the camera, for a tenth of the time
@@ -106,7 +107,7 @@ bool Tesseract::isReady(const ProgramLimits &limits, const EventFd &stop)
     if (answer.code() == -ECANCELED)
         return false;
     if (!answer)
-        logLine(LogLevel::Warning, kName, "documents get no text", answer.error().text);
+        logLine(LogLevel::Warning, kName, m_loss, answer.error().text);
     m_isReady = static_cast<bool>(answer);
     return *m_isReady;
 }
