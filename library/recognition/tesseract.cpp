@@ -18,6 +18,10 @@ namespace {
 constexpr char kName[] = "text recognition";
 constexpr std::int64_t kMaxPagePixels = 40'000'000;
 
+/// A threshold for each place (Sauvola). With a single one for all of the page, which is Tesseract's
+/// choice, a shadow makes the page a picture without writing.
+constexpr char kSauvola[] = "thresholding_method=2";
+
 std::string variable(const char *name)
 {
     const char *const value = ::secure_getenv(name);
@@ -128,7 +132,8 @@ Result<std::string> Tesseract::describe(const Image &gray, const ProgramLimits &
     std::vector<std::string> arguments = {"stdin", "stdout",
                                           "-l",    m_languages.names,
                                           "-c",    "tessedit_create_tsv=1",
-                                          "-c",    "tessedit_create_txt=1"};
+                                          "-c",    "tessedit_create_txt=1",
+                                          "-c",    kSauvola};
     const double dpi = gray.resolution().y;
     if (isBelieved(dpi))
         arguments.insert(arguments.end(), {"--dpi", std::to_string(std::lround(dpi))});
