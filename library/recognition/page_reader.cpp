@@ -58,18 +58,18 @@ Result<Reading> readAsItLies(const Tesseract &tesseract, const Image &gray,
 
 } // namespace
 
-Result<std::string> PageReader::describe(const Image &gray, const ProgramLimits &limits,
-                                         const EventFd &stop) const
+Result<PageReader::Description> PageReader::describe(const Image &gray, const ProgramLimits &limits,
+                                                     const EventFd &stop) const
 {
     const auto begin = std::chrono::steady_clock::now();
     Result<Reading> first = readAsItLies(m_tesseract, gray, limits, stop);
     if (!first)
         return first.error();
     if (m_direction == Direction::AsItLies)
-        return std::move(first).value().output;
+        return Description{std::move(first).value().output};
     const std::optional<Rotation> turn = turnWorthTrying(first.value().quality);
     if (!turn)
-        return withHead(Rotation::None, first.value().output);
+        return Description{withHead(Rotation::None, first.value().output)};
     const Result<Reading> second = exceptionsToErrors([&] {
         ProgramLimits rest = limits;
         rest.time -= std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -81,8 +81,8 @@ Result<std::string> PageReader::describe(const Image &gray, const ProgramLimits 
     if (!second)
         logDebug([&] { return "a page is read one way up only: " + second.error().text; });
     if (second && isUprightForSure(first.value().quality, second.value().quality))
-        return withHead(*turn, second.value().output);
-    return withHead(Rotation::None, first.value().output);
+        return Description{withHead(*turn, second.value().output)};
+    return Description{withHead(Rotation::None, first.value().output), static_cast<bool>(second)};
 }
 
 Result<PageText> PageReader::read(const std::string &description) const

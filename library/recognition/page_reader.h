@@ -16,6 +16,13 @@ class PageReader
 public:
     enum class Direction { AsItLies, Find };
 
+    /// What read() understands.
+    struct Description
+    {
+        std::string text;
+        bool isFinal = true; ///< worth keeping: another time would bring nothing more
+    };
+
     /// `tesseract` is borrowed.
     PageReader(const Tesseract &tesseract, Direction direction)
         : m_tesseract(tesseract)
@@ -23,10 +30,10 @@ public:
     {
     }
 
-    /// What read() understands, to be kept for the next time. A second reading that fails, or for which
-    /// no time is left, leaves the picture as it lies.
+    /// A second reading that fails, or for which no time is left, leaves the picture as it lies; then
+    /// the description is not final.
     /// Errors: those of Tesseract::describe(), -EBADMSG what it wrote makes no sense.
-    Result<std::string> describe(const Image &gray, const ProgramLimits &limits,
+    Result<Description> describe(const Image &gray, const ProgramLimits &limits,
                                  const EventFd &stop) const;
 
     /// Errors: -EBADMSG no description by a reader of the same kind.

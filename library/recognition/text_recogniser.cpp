@@ -252,12 +252,13 @@ Result<TextRecogniser::Text> TextRecogniser::recognise(const ContentKey &key,
         const Result<Image> picture = make();
         if (!picture)
             return picture.error();
-        const Result<std::string> description = m_reader.describe(picture.value(), limits, m_stop);
+        const Result<PageReader::Description> description =
+            m_reader.describe(picture.value(), limits, m_stop);
         if (!description)
             return description.error();
-        Result<Text> text = shared(m_reader.read(description.value()));
-        if (text && m_cache)
-            m_cache->store(key, kind, description.value());
+        Result<Text> text = shared(m_reader.read(description.value().text));
+        if (text && m_cache && description.value().isFinal)
+            m_cache->store(key, kind, description.value().text);
         return text;
     });
 }

@@ -55,15 +55,18 @@ protected:
         std::filesystem::remove(m_folder / "first");
         const Tesseract tesseract({"eng"});
         const PageReader reader(tesseract, direction);
-        const Result<std::string> description = reader.describe(picture, m_limits, m_stop);
+        const Result<PageReader::Description> description =
+            reader.describe(picture, m_limits, m_stop);
         if (!description)
             return description.error();
-        return reader.read(description.value());
+        m_isFinal = description.value().isFinal;
+        return reader.read(description.value().text);
     }
 
     testing_support::TemporaryFolder m_folder;
     testing_support::FakeTesseract m_tesseract;
     ProgramLimits m_limits;
+    bool m_isFinal = false; ///< the last description
     EventFd m_stop = EventFd::create().value();
 };
 
@@ -78,6 +81,7 @@ TEST_F(PageReaderTest, turnsEveryPageUpright)
         EXPECT_EQ(text.value().width, kWidth);
         EXPECT_EQ(text.value().height, kHeight);
         EXPECT_EQ(text.value().lines.at(0).height, 10) << "the line runs across";
+        EXPECT_TRUE(m_isFinal);
     }
 }
 
@@ -120,6 +124,7 @@ TEST_F(PageReaderTest, secondReadingThatFailsCostsNothing)
         ASSERT_TRUE(text) << failure << text.error().text;
         EXPECT_EQ(text.value().turn, Rotation::None) << failure;
         EXPECT_EQ(text.value().lines.size(), 1U) << failure;
+        EXPECT_FALSE(m_isFinal) << failure << ": it may go better another time";
     }
 }
 
@@ -145,8 +150,8 @@ TEST_F(PageReaderTest, descriptionWithoutADirectionIsRefused)
     const Tesseract tesseract({"eng"});
     const PageReader finder(tesseract, PageReader::Direction::Find);
     const PageReader reader(tesseract, PageReader::Direction::AsItLies);
-    const std::string plain = reader.describe(lying(Rotation::None), m_limits, m_stop).value();
-    const std::string found = finder.describe(lying(Rotation::None), m_limits, m_stop).value();
+    const std::string plain = reader.describe(lying(Rotation::None), m_limits, m_stop).value().text;
+    const std::string found = finder.describe(lying(Rotation::None), m_limits, m_stop).value().text;
     EXPECT_EQ(finder.read(plain).code(), -EBADMSG);
     EXPECT_EQ(reader.read(found).code(), -EBADMSG);
     EXPECT_TRUE(reader.read(plain));
@@ -167,6 +172,6 @@ TEST(PageReaderProgram, findsOutHowPagesOfTypeLie)
         const auto description =
             reader.describe(rotate(testing_support::linesOfType(), rotation), limits, stop);
         ASSERT_TRUE(description) << description.error().text;
-        EXPECT_EQ(reader.read(description.value()).value().turn, inverseOf(rotation));
+        EXPECT_EQ(reader.read(description.value().text).value().turn, inverseOf(rotation));
     }
 }
