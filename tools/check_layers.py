@@ -50,7 +50,7 @@ MAY_INCLUDE = {
     "library/controls": ["library/base", "library/threads"],
     "library/files": ["library/base", "library/threads"],
     "library/image": ["library/base", "library/threads"],
-    "library/text": ["library/base", "library/threads"],
+    "library/text": ["library/image/turn.h", "library/base", "library/threads"],
     "library/settings": ["util/userfolders.h", "library/text/text_languages.h", "library/image", "library/files",
                          "library/base", "library/threads"],
     "library/exif": ["library/image", "library/base", "library/threads"],

@@ -19,6 +19,7 @@ void addConvertCommand(CLI::App &program, Options &options)
     addQualityOption(*convert, options);
     addCleanFlag(*convert, options);
     addTextOption(*convert, options);
+    addUprightFlag(*convert, options);
     addCompactFlag(*convert, options);
     addForceFlag(*convert, options);
     addProgressFlag(*convert, options);

@@ -94,6 +94,7 @@ struct Options
     bool force = false; ///< replace an existing destination (snap, scan, convert, combine, text)
     bool strict = false; ///< write no document when a page cannot be read
     bool card = false; ///< a card lies under the camera, no A4 sheet (calibrate)
+    bool upright = false; ///< turn pages as their writing stands (scan, convert, combine)
     bool compact = false; ///< pages of writing in layers (scan, convert, combine)
     std::optional<std::string> title; ///< of the document; nothing: its file's name
     std::string listen = "127.0.0.1:8590"; ///< address and port of the scanner (serve)

@@ -154,6 +154,13 @@ void addTextOption(CLI::App &command, Options &options)
         ->check(CLI::Validator(checkLanguages, ""));
 }
 
+void addUprightFlag(CLI::App &command, Options &options)
+{
+    command.add_flag("--upright", options.upright,
+                     tr("Turn pages of documents upright where their writing says for sure how "
+                        "they lie (default: those that get text)"));
+}
+
 void addDocumentOptions(CLI::App &command, Options &options)
 {
     command
@@ -170,6 +177,7 @@ void addDocumentOptions(CLI::App &command, Options &options)
         ->type_name("A3|A4|A5|letter|card|WxH")
         ->check(CLI::Validator(checkPageSize, ""));
     addTextOption(command, options);
+    addUprightFlag(command, options);
     addCompactFlag(command, options);
 }
 

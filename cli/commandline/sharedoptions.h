@@ -65,7 +65,10 @@ void addCompactFlag(CLI::App &command, Options &options);
 /// --text
 void addTextOption(CLI::App &command, Options &options);
 
-/// --title, --page-size, --text and --compact: what is said of a whole document.
+/// --upright
+void addUprightFlag(CLI::App &command, Options &options);
+
+/// --title, --page-size, --text, --upright and --compact: what is said of a whole document.
 void addDocumentOptions(CLI::App &command, Options &options);
 
 /// -o, or what `names` says: the new file, required.

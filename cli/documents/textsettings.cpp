@@ -24,6 +24,8 @@ void passTextSettings(const Options &options)
 {
     if (options.text)
         setenv("KORV_CAMERA_TEXT", options.text->c_str(), 1);
+    if (options.upright)
+        setenv("KORV_CAMERA_UPRIGHT", "yes", 1);
     if (const std::string folder = userfolders::cache(); !folder.empty())
         setenv("KORV_CAMERA_TEXT_CACHE", (folder + "/korv-camera/text").c_str(), 0);
 }

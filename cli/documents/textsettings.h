@@ -8,7 +8,7 @@ namespace cli {
 bool hasTextLanguages(const Options &options);
 
 /// Tells the camera library, before it is loaded, in which languages it recognises the writing on
-/// pages, and where what it recognised outlives a command.
+/// pages, whether it turns them upright, and where what it recognised outlives a command.
 void passTextSettings(const Options &options);
 
 } // namespace cli

@@ -17,6 +17,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <optional>
+#include <utility>
 
 namespace korv {
 namespace {
@@ -43,26 +45,48 @@ Error insideCallback()
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
 }
 
-/// What an environment variable says; `otherwise` when it is not set. A value that is none is reported
-/// on standard error and counts as not set.
-template <typename Value> Value fromEnvironment(const char *name, Value otherwise)
+/// What an environment variable says; nothing when it is not set. A value that is none is reported on
+/// standard error and counts as not set.
+template <typename Value> std::optional<Value> environmentValue(const char *name)
 {
     const char *text = std::getenv(name);
     if (text == nullptr || *text == '\0')
-        return otherwise;
-    const std::optional<Value> value = valueOf<Value>(text);
+        return std::nullopt;
+    std::optional<Value> value = valueOf<Value>(text);
     if (!value)
         logLine(LogLevel::Warning, name, refusalOf<Value>(), cleanUtf8(text));
-    return value.value_or(otherwise);
+    return value;
 }
 
-/// Nobody when no text is wanted, or when there is no room for it.
+template <typename Value> Value fromEnvironment(const char *name, Value otherwise)
+{
+    return environmentValue<Value>(name).value_or(std::move(otherwise));
+}
+
+/// In which writing is read that only says how a page lies.
+constexpr char kUsualLanguages[] = "chi_sim+eng";
+
+TurnedPages turnedPages(const Settings &settings, bool isForText)
+{
+    std::optional<bool> wanted = environmentValue<bool>("KORV_CAMERA_UPRIGHT");
+    if (!wanted)
+        wanted = settings.upright;
+    if (wanted)
+        return *wanted ? TurnedPages::All : TurnedPages::None;
+    return isForText ? TurnedPages::WithText : TurnedPages::None;
+}
+
+/// Nobody when neither text nor upright pages are wanted, or when there is no room for it.
 std::shared_ptr<TextRecogniser> recogniserFor(const Settings &settings)
 {
     RecogniserOptions options;
     options.languages = fromEnvironment("KORV_CAMERA_TEXT", settings.text);
-    if (options.languages.empty())
+    options.isForText = !options.languages.empty();
+    options.turned = turnedPages(settings, options.isForText);
+    if (!options.isForText && options.turned == TurnedPages::None)
         return nullptr;
+    if (!options.isForText)
+        options.languages.names = kUsualLanguages;
     options.wait =
         std::chrono::milliseconds(static_cast<std::int64_t>(settings.textWait * kMilliseconds));
     if (const char *const cache = ::secure_getenv("KORV_CAMERA_TEXT_CACHE"))
@@ -70,7 +94,7 @@ std::shared_ptr<TextRecogniser> recogniserFor(const Settings &settings)
     Result<std::shared_ptr<TextRecogniser>> made = TextRecogniser::create(options);
     if (made)
         return std::move(made).value();
-    logLine(LogLevel::Warning, "documents get no text", made.error().text);
+    logLine(LogLevel::Warning, whatIsLost(options), made.error().text);
     return nullptr;
 }
 
@@ -342,7 +366,10 @@ DocumentSettings Manager::documentSettings(const std::string &destination) const
     DocumentSettings wanted;
     wanted.title = cleanUtf8(inForce->title);
     wanted.sheet = inForce->pageSize;
-    wanted.text = recogniser();
+    if (const auto reader = recogniser()) {
+        wanted.text = reader->options().isForText ? reader : nullptr;
+        wanted.upright = reader->options().turned == TurnedPages::All ? reader : nullptr;
+    }
     if (const char *const progress = ::secure_getenv("KORV_CAMERA_PROGRESS"))
         wanted.progressFile = progress;
     wanted.compact = fromEnvironment("KORV_CAMERA_COMPACT", inForce->compact);

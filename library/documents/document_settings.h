@@ -18,6 +18,8 @@ struct DocumentSettings
     bool clean = false; ///< the light on the pages is evened out, see cleanPaper()
     /// Recognises the writing on the pages, for documents that can have text; null: nobody does.
     std::shared_ptr<TextRecogniser> text = nullptr;
+    /// Finds out how pages lie that get no text, so that they are turned upright; null: nobody does.
+    std::shared_ptr<TextRecogniser> upright = nullptr;
     /// Pages of writing become layers where the format has any, see takeApart().
     bool compact = false;
     /// Where to say how far the document has come, see ProgressFile; empty: nowhere.

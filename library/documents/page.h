@@ -44,7 +44,7 @@ struct Page
     Resolution resolution; ///< known
     const PageLayers *layers = nullptr; ///< in place of all of these, for writers that know layers
     std::optional<SheetSize> sheet; ///< the picture lies in its middle; none: it is the page
-    const PageText *text = nullptr; ///< the writing on it, upright as the picture; null: not known
+    const PageText *text = nullptr; ///< the writing on it as it lies here; null: not known
 };
 
 } // namespace korv

@@ -78,8 +78,16 @@ private:
             const auto picture = [&] {
                 return exceptionsToErrors([&] { return m_document.picture(page); });
             };
-            m_pages[page] = m_text.of(contentKeyOf(m_document.storedPicture(page)), picture,
-                                      m_name + ", page " + std::to_string(page + 1));
+            const std::string name = m_name + ", page " + std::to_string(page + 1);
+            TextRecogniser::Text text =
+                m_text.of(contentKeyOf(m_document.storedPicture(page)), picture, name);
+            // the layer's words stand upright, and the page stays as it is
+            if (text && text->turn != Rotation::None) {
+                logLine(LogLevel::Warning, name, "this page gets no text",
+                        "it does not lie upright");
+                text = nullptr;
+            }
+            m_pages[page] = std::move(text);
         }
     }
 
@@ -120,7 +128,7 @@ Result<void> addText(const std::string &source, const Format &format,
     added.pages = PageReaders(*document.value(), text, source).read();
     if (std::none_of(added.pages.begin(), added.pages.end(), hasWords))
         return Error{-ENODATA, "no writing was recognised on its pages"};
-    added.language = documentLanguage(recogniser.languages());
+    added.language = documentLanguage(recogniser.options().languages);
     added.added = std::time(nullptr);
     Result<std::unique_ptr<AtomicFile>> file = AtomicFile::create(destination, Existing::KeepBoth);
     if (!file)

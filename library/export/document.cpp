@@ -23,8 +23,16 @@ DocumentOptions optionsFor(const std::string &path, const DocumentSettings &sett
         !settings.title.empty() ? settings.title : cleanUtf8(name.substr(0, name.rfind('.')));
     options.created = std::time(nullptr);
     if (settings.text)
-        options.language = documentLanguage(settings.text->languages());
+        options.language = documentLanguage(settings.text->options().languages);
     return options;
+}
+
+/// What reads the pages of a document.
+DocumentText textFor(const Format &format, const DocumentSettings &settings)
+{
+    if (format.hasText && settings.text)
+        return DocumentText(settings.text.get());
+    return DocumentText(settings.upright.get(), DocumentText::Use::Direction);
 }
 
 /// `text` is borrowed.
@@ -104,7 +112,7 @@ Result<void> writeDocument(const std::vector<std::string> &sources, const Format
     DocumentOptions options = optionsFor(file.value()->path(), settings);
     options.pageCount = static_cast<int>(sources.size());
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    DocumentText text(format.hasText ? settings.text.get() : nullptr);
+    DocumentText text = textFor(format, settings);
     PagePrefetcher pages(sources, pageOptions(format, quality, settings, text));
     MissingPages missing(sources);
     ProgressFile progress(settings.progressFile, sources.size());
@@ -143,7 +151,7 @@ Result<void> writeDocument(const Image &image, const Format &format, const std::
     DocumentOptions options = optionsFor(file.value()->path(), settings);
     options.pageCount = 1;
     const std::unique_ptr<DocumentWriter> writer = format.makeDocument(*file.value(), options);
-    DocumentText text(format.hasText ? settings.text.get() : nullptr);
+    DocumentText text = textFor(format, settings);
     PageMaker maker(pageOptions(format, quality, settings, text));
     const Result<Page> page = maker.fromImage(image);
     if (!page)

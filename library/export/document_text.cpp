@@ -42,14 +42,17 @@ void DocumentText::explain(const std::string &name, const Error &problem)
 {
     if (problem.code == TextRecogniser::kUnavailable || problem.code == -ECANCELED)
         return;
-    logLine(LogLevel::Warning, name, "this page gets no text", problem.text);
+    logLine(LogLevel::Warning, name,
+            isForLayer() ? "this page gets no text" : "this page is not turned upright",
+            problem.text);
     if (problem.code != -ETIMEDOUT)
         return;
     const MutexLock lock(m_mutex);
     m_isGivenUp |= ++m_waitsInVain == kMaxWaitsInVain;
     if (m_waitsInVain == kMaxWaitsInVain)
         logLine(LogLevel::Warning, "text recognition",
-                "this document waits for no more text: it takes too long");
+                isForLayer() ? "this document waits for no more text: it takes too long"
+                             : "this document turns no more pages upright: it takes too long");
 }
 
 TextRecogniser::Text DocumentText::of(const ContentKey &key, const Page &page,

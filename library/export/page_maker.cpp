@@ -8,6 +8,7 @@
 #include "library/files/source_file.h"
 #include "library/image/colour_profile.h"
 #include "library/image/resolution.h"
+#include "library/image/rotate.h"
 #include "library/jpeg/jpeg_segments.h"
 #include "library/jpeg/rework/jpeg_reuse.h"
 #include "library/jpeg/rework/jpeg_transform.h"
@@ -35,14 +36,21 @@ void fitToSheet(Page &page)
     page.resolution = {across, across * dotShape};
 }
 
-/// What the picture states, once it is turned as its orientation wants it.
-Resolution upright(const jpeg::Info &info)
+} // namespace
+
+Turn PageMaker::turnOf(const jpeg::Info &info) const
 {
-    const bool across = Turn::ofOrientation(info.orientation).transpose;
-    return across ? info.resolution.transposed() : info.resolution;
+    return Turn::ofOrientation(info.orientation).then(Turn::of(m_turn));
 }
 
-} // namespace
+/// As the page is to lie.
+Result<Image> PageMaker::load(ByteView content, std::uint64_t directory) const
+{
+    Result<Image> image = loadImage(content, directory);
+    if (!image || m_turn == Rotation::None)
+        return image;
+    return rotate(std::move(image).value(), m_turn);
+}
 
 void PageMaker::place(Page &page, const Resolution &stated) const
 {
@@ -130,10 +138,11 @@ Result<Page> PageMaker::encoded(const Image &image, jpeg::Subsampling subsamplin
 
 Result<Page> PageMaker::reusedPage(ByteView jpeg, const jpeg::Info &info)
 {
-    Result<Page> page = jpegPage(jpeg, upright(info));
+    const Resolution &stated = info.resolution;
+    Result<Page> page = jpegPage(jpeg, turnOf(info).transpose ? stated.transposed() : stated);
     if (!m_options.compact)
         return page;
-    const Result<Image> image = loadImage(m_content);
+    const Result<Image> image = load(m_content, kFirstPage);
     return image ? compactIfWanted(std::move(page), image.value()) : page;
 }
 
@@ -141,13 +150,13 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
 {
     if (!structure.info.bilevel && !m_options.clean) {
         Result<ByteView> reused = reusableJpeg(
-            m_content, structure, {m_options.quality, m_options.plainJpegOnly}, m_coded);
+            m_content, structure, {m_options.quality, m_options.plainJpegOnly, m_turn}, m_coded);
         if (!reused)
             return reused.error();
         if (!reused.value().empty())
             return reusedPage(reused.value(), structure.info);
     }
-    Result<Image> image = loadImage(m_content);
+    Result<Image> image = load(m_content, kFirstPage);
     if (!image)
         return image.error();
     m_image = std::move(image).value();
@@ -155,9 +164,7 @@ Result<Page> PageMaker::fromJpeg(const jpeg::Structure &structure)
     if (m_image.isBilevel())
         return pixelPage(m_image);
     const jpeg::Info &info = structure.info;
-    return compactIfWanted(
-        encoded(m_image, jpeg::keptSubsampling(info, Turn::ofOrientation(info.orientation))),
-        m_image);
+    return compactIfWanted(encoded(m_image, jpeg::keptSubsampling(info, turnOf(info))), m_image);
 }
 
 Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
@@ -176,7 +183,7 @@ Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
             return structure.error();
         return fromJpeg(structure.value());
     }
-    Result<Image> image = loadImage(content, directory);
+    Result<Image> image = load(content, directory);
     if (!image)
         return image.error();
     m_image = std::move(image).value();
@@ -184,14 +191,49 @@ Result<Page> PageMaker::fromContent(ByteView content, std::uint64_t directory)
     return madeOf(m_image);
 }
 
-/// Not while a large picture has others wait: recognition takes seconds.
-Page PageMaker::withText(Page page, ByteView content, std::uint64_t part, const std::string &name)
+bool PageMaker::hasReader() const
 {
-    if (m_options.text == nullptr || !m_options.text->isWanted())
-        return page;
-    m_text = m_options.text->of(contentKeyOf(content, part), page, name);
-    page.text = m_text.get();
+    return m_options.text != nullptr && m_options.text->isWanted();
+}
+
+Page PageMaker::withText(Page page) const
+{
+    if (m_text && m_options.text->use() == DocumentText::Use::Layer)
+        page.text = m_text.get();
     return page;
+}
+
+/// The same page once more, as its writing says that it lies. Trouble with that costs the page its
+/// text, which would stand in the wrong places.
+Result<Page> PageMaker::turned(ByteView content, std::uint64_t directory, const std::string &name)
+{
+    m_turn = m_text->turn;
+    Result<Page> page = exceptionsToErrors([&] { return fromContent(content, directory); });
+    if (page)
+        return withText(std::move(page).value());
+    logLine(LogLevel::Warning, name, "this page is not turned upright", page.error().text);
+    m_text = nullptr;
+    m_turn = Rotation::None;
+    return fromContent(content, directory);
+}
+
+/// The writing is read once the page has been made, not while a large picture has others wait:
+/// recognition takes seconds.
+Result<Page> PageMaker::readPage(ByteView content, std::uint64_t directory, const std::string &name)
+{
+    m_turn = Rotation::None;
+    m_text = nullptr;
+    Result<Page> page = fromContent(content, directory);
+    if (!page) {
+        m_image = Image();
+        return page;
+    }
+    if (!hasReader())
+        return page;
+    m_text = m_options.text->of(contentKeyOf(content, directory), page.value(), name);
+    if (m_text && m_text->turn != Rotation::None)
+        return turned(content, directory, name);
+    return withText(std::move(page).value());
 }
 
 Result<Page> PageMaker::fromFile(const std::string &path)
@@ -199,22 +241,14 @@ Result<Page> PageMaker::fromFile(const std::string &path)
     m_shared.reset();
     if (Result<void> read = readSourceFile(path, m_content); !read)
         return read.error();
-    Result<Page> page = fromContent(m_content, kFirstPage);
-    if (page)
-        return withText(std::move(page).value(), m_content, kFirstPage, path);
-    m_image = Image();
-    return page;
+    return readPage(m_content, kFirstPage, path);
 }
 
 Result<Page> PageMaker::fromTiff(std::shared_ptr<const Bytes> content, std::uint64_t directory,
                                  const std::string &path)
 {
     m_shared = std::move(content);
-    Result<Page> page = fromContent(*m_shared, directory);
-    if (page)
-        return withText(std::move(page).value(), *m_shared, directory, path);
-    m_image = Image();
-    return page;
+    return readPage(*m_shared, directory, path);
 }
 
 Result<Page> PageMaker::madeOf(const Image &image)
@@ -227,12 +261,18 @@ Result<Page> PageMaker::madeOf(const Image &image)
 
 Result<Page> PageMaker::fromImage(const Image &image)
 {
+    m_text = nullptr;
     Result<Page> page = madeOf(image);
-    if (!page)
+    if (!page || !hasReader())
         return page;
     const std::size_t size = image.stride() * static_cast<std::size_t>(image.height());
-    return withText(std::move(page).value(), ByteView(image.pixels(), size), image.stride(),
-                    "a picture in memory");
+    m_text = m_options.text->of(contentKeyOf(ByteView(image.pixels(), size), image.stride()),
+                                page.value(), "a picture in memory");
+    if (m_text && m_text->turn != Rotation::None) {
+        m_image = rotate(image, m_text->turn);
+        page = madeOf(m_image);
+    }
+    return page ? withText(std::move(page).value()) : page;
 }
 
 } // namespace korv

@@ -49,6 +49,8 @@ public:
     Result<Page> fromImage(const Image &image);
 
 private:
+    Turn turnOf(const jpeg::Info &info) const;
+    Result<Image> load(ByteView content, std::uint64_t directory) const;
     void cleanIfWanted(Image &image) const;
     Result<Page> madeOf(const Image &image);
     Result<Page> fromJpeg(const jpeg::Structure &structure);
@@ -57,7 +59,10 @@ private:
     Result<Page> encoded(const Image &image, jpeg::Subsampling subsampling);
     Result<Page> jpegPage(ByteView jpeg, const Resolution &source);
     void place(Page &page, const Resolution &stated) const;
-    Page withText(Page page, ByteView content, std::uint64_t part, const std::string &name);
+    bool hasReader() const;
+    Result<Page> readPage(ByteView content, std::uint64_t directory, const std::string &name);
+    Result<Page> turned(ByteView content, std::uint64_t directory, const std::string &name);
+    Page withText(Page page) const;
     Result<Page> compactIfWanted(Result<Page> page, const Image &image);
     Result<Page> reusedPage(ByteView jpeg, const jpeg::Info &info);
 
@@ -67,7 +72,8 @@ private:
     Bytes m_coded; ///< a JPEG or coded pixels
     Bytes m_profile;
     Image m_image;
-    TextRecogniser::Text m_text;
+    TextRecogniser::Text m_text; ///< on the page; null: none, or nobody asked
+    Rotation m_turn = Rotation::None; ///< from how the file says that the page lies
     PageLayers m_layers;
 };
 

@@ -215,6 +215,10 @@ KORV_CAMERA_API int KorvCamera_SaveRGB888Image(char *data, int width, int height
  * this library made without text, and dst of the same format: dst is then src with text. Documents of
  * other programs, encrypted or damaged ones, and those with text already are refused with -EBADMSG;
  * -ENODATA says that pages, or all of them, which makes no file, have no text.
+ * In documents that get text, a page that was photographed on its side or on its head is turned
+ * upright when its writing says for sure how it lies. At Init KORV_CAMERA_UPRIGHT=yes, or upright =
+ * yes under [documents], has that done in all documents, and "no" in none; the environment goes
+ * before the settings.
  * KORV_CAMERA_COMPACT=yes, or compact = yes under [documents] in the settings, stores pages of
  * writing in pdf in layers of ink and paper; the environment goes before the settings.
  * The file appears whole or not at all: it is written without a name or under a hidden one, synced,

@@ -18,6 +18,10 @@ namespace {
 constexpr char kName[] = "text recognition";
 constexpr std::int64_t kMaxPagePixels = 40'000'000;
 
+/// A threshold for each place (Sauvola). With a single one for all of the page, which is Tesseract's
+/// choice, a shadow makes the page a picture without writing.
+constexpr char kSauvola[] = "thresholding_method=2";
+
 std::string variable(const char *name)
 {
     const char *const value = ::secure_getenv(name);
@@ -56,8 +60,9 @@ bool isBelieved(double dpi)
 
 } // namespace
 
-Tesseract::Tesseract(TextLanguages languages)
+Tesseract::Tesseract(TextLanguages languages, std::string loss)
     : m_languages(std::move(languages))
+    , m_loss(std::move(loss))
     , m_program(findProgram("tesseract"))
 {
     // one thread: the others would take the processors from the camera, for a tenth of the time
@@ -106,7 +111,7 @@ bool Tesseract::isReady(const ProgramLimits &limits, const EventFd &stop)
     if (answer.code() == -ECANCELED)
         return false;
     if (!answer)
-        logLine(LogLevel::Warning, kName, "documents get no text", answer.error().text);
+        logLine(LogLevel::Warning, kName, m_loss, answer.error().text);
     m_isReady = static_cast<bool>(answer);
     return *m_isReady;
 }
@@ -127,7 +132,8 @@ Result<std::string> Tesseract::describe(const Image &gray, const ProgramLimits &
     std::vector<std::string> arguments = {"stdin", "stdout",
                                           "-l",    m_languages.names,
                                           "-c",    "tessedit_create_tsv=1",
-                                          "-c",    "tessedit_create_txt=1"};
+                                          "-c",    "tessedit_create_txt=1",
+                                          "-c",    kSauvola};
     const double dpi = gray.resolution().y;
     if (isBelieved(dpi))
         arguments.insert(arguments.end(), {"--dpi", std::to_string(std::lround(dpi))});

@@ -17,14 +17,14 @@ class Tesseract
 {
 public:
     /// Looks for the program in PATH; what else the environment says about it (TESSDATA_PREFIX)
-    /// counts as it is now.
-    explicit Tesseract(TextLanguages languages);
+    /// counts as it is now. `loss` is what the log says is lost without it.
+    explicit Tesseract(TextLanguages languages, std::string loss = "documents get no text");
 
     /// Whether the program is installed and has all the languages. The first call asks it, and says
     /// on the log what is missing; the others wait for the answer.
     bool isReady(const ProgramLimits &limits, const EventFd &stop);
 
-    /// What the program writes about an upright Gray8 picture, see readTesseractOutput(). Call it when
+    /// What the program writes about a Gray8 picture, see readTesseractTable(). Call it when
     /// isReady(). Errors: those of runLimited(), -EFBIG a picture larger than any page.
     Result<std::string> describe(const Image &gray, const ProgramLimits &limits,
                                  const EventFd &stop) const;
@@ -34,6 +34,7 @@ private:
     ProgramCall call(std::vector<std::string> arguments) const;
 
     const TextLanguages m_languages;
+    const std::string m_loss;
     std::string m_program; ///< empty: not found
     std::vector<std::string> m_environment;
     Mutex m_mutex;

@@ -56,16 +56,14 @@ TextCache::TextCache(std::string folder, std::uint64_t maxSize)
 {
 }
 
-std::string TextCache::pathOf(const ContentKey &key, const TextLanguages &languages) const
+std::string TextCache::pathOf(const ContentKey &key, const std::string &kind) const
 {
-    // names of languages are letters, so they can stand in a file's name
-    return m_folder + "/" + hexadecimal(key) + "-" + languages.names + kExtension;
+    return m_folder + "/" + hexadecimal(key) + "-" + kind + kExtension;
 }
 
-std::optional<std::string> TextCache::find(const ContentKey &key,
-                                           const TextLanguages &languages) const
+std::optional<std::string> TextCache::find(const ContentKey &key, const std::string &kind) const
 {
-    const std::string path = pathOf(key, languages);
+    const std::string path = pathOf(key, kind);
     Bytes content;
     if (!readSourceFile(path, content))
         return std::nullopt;
@@ -74,12 +72,11 @@ std::optional<std::string> TextCache::find(const ContentKey &key,
     return std::string(content.begin(), content.end());
 }
 
-void TextCache::store(const ContentKey &key, const TextLanguages &languages,
-                      const std::string &output)
+void TextCache::store(const ContentKey &key, const std::string &kind, const std::string &output)
 {
     makePrivateFolder(m_folder);
     const Result<void> written = writeFileAtomically(
-        pathOf(key, languages), ByteView(output.data(), output.size()), Existing::Replace);
+        pathOf(key, kind), ByteView(output.data(), output.size()), Existing::Replace);
     if (!written)
         logDebug([&] { return "the text of a page is not kept: " + written.error().text; });
     makeRoom();

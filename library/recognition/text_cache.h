@@ -1,7 +1,6 @@
 #pragma once
 
 #include "library/recognition/content_key.h"
-#include "library/text/text_languages.h"
 
 #include <cstdint>
 #include <optional>
@@ -21,11 +20,12 @@ public:
     /// than `maxSize` bytes, what nobody has asked for longest goes.
     explicit TextCache(std::string folder, std::uint64_t maxSize = kMaxSize);
 
-    std::optional<std::string> find(const ContentKey &key, const TextLanguages &languages) const;
-    void store(const ContentKey &key, const TextLanguages &languages, const std::string &output);
+    /// `kind` tells apart what different readers write about one picture; letters, digits and "_+-".
+    std::optional<std::string> find(const ContentKey &key, const std::string &kind) const;
+    void store(const ContentKey &key, const std::string &kind, const std::string &output);
 
 private:
-    std::string pathOf(const ContentKey &key, const TextLanguages &languages) const;
+    std::string pathOf(const ContentKey &key, const std::string &kind) const;
     void makeRoom() const;
 
     std::string m_folder;

@@ -5,7 +5,6 @@
 #include "library/image/resolution.h"
 #include "library/image/rotate.h"
 #include "library/jpeg/jpeg.h"
-#include "library/recognition/tesseract_output.h"
 #include "library/threads/thread.h"
 
 #include <algorithm>
@@ -55,6 +54,19 @@ Result<Image> grayPicture(ByteView jpeg)
     return image;
 }
 
+PageReader::Direction directionOf(const RecogniserOptions &options)
+{
+    return options.turned == TurnedPages::None ? PageReader::Direction::AsItLies
+                                               : PageReader::Direction::Find;
+}
+
+Result<TextRecogniser::Text> shared(Result<PageText> text)
+{
+    if (!text)
+        return text.error();
+    return std::make_shared<const PageText>(std::move(text).value());
+}
+
 } // namespace
 
 /// While it lives, stop() ends what polls for `end`, and so does a text of the same picture.
@@ -85,6 +97,11 @@ private:
     std::multimap<ContentKey, const EventFd *>::iterator m_place;
 };
 
+const char *whatIsLost(const RecogniserOptions &options)
+{
+    return options.isForText ? "documents get no text" : "no page is turned upright";
+}
+
 Result<std::shared_ptr<TextRecogniser>> TextRecogniser::create(const RecogniserOptions &options)
 {
     Result<EventFd> stop = EventFd::create();
@@ -96,7 +113,8 @@ Result<std::shared_ptr<TextRecogniser>> TextRecogniser::create(const RecogniserO
 TextRecogniser::TextRecogniser(RecogniserOptions options, EventFd stop)
     : m_options(std::move(options))
     , m_stop(std::move(stop))
-    , m_tesseract(m_options.languages)
+    , m_tesseract(m_options.languages, whatIsLost(m_options))
+    , m_reader(m_tesseract, directionOf(m_options))
 {
     if (!m_options.cacheFolder.empty())
         m_cache.emplace(m_options.cacheFolder);
@@ -250,14 +268,6 @@ Result<TextRecogniser::Text> TextRecogniser::finish(const ContentKey &key, Resul
     return text;
 }
 
-Result<TextRecogniser::Text> TextRecogniser::read(const std::string &output) const
-{
-    Result<PageText> page = readTesseractOutput(output);
-    if (!page)
-        return page.error();
-    return std::make_shared<const PageText>(std::move(page).value());
-}
-
 Result<TextRecogniser::Text> TextRecogniser::recognise(const ContentKey &key,
                                                        const PictureMaker &make,
                                                        const ProgramLimits &limits)
@@ -267,9 +277,10 @@ Result<TextRecogniser::Text> TextRecogniser::recognise(const ContentKey &key,
         question.time = m_options.wait;
         if (!m_tesseract.isReady(question, m_stop))
             return Error{kUnavailable, "no text can be recognised"};
+        const std::string kind = PageReader::kindOf(m_options.languages, directionOf(m_options));
         if (m_cache) {
-            if (const auto known = m_cache->find(key, m_options.languages)) {
-                if (Result<Text> text = read(*known))
+            if (const auto known = m_cache->find(key, kind)) {
+                if (Result<Text> text = shared(m_reader.read(*known)))
                     return text;
             }
         }
@@ -280,17 +291,13 @@ Result<TextRecogniser::Text> TextRecogniser::recognise(const ContentKey &key,
         if (!end)
             return end.error();
         const Run run(*this, key, end.value());
-        const Result<std::string> output =
-            m_tesseract.describe(picture.value(), limits, end.value());
-        if (!output)
-            return output.error();
-        Result<Text> text = read(output.value());
-        if (text
-            && (text.value()->width != picture.value().width()
-                || text.value()->height != picture.value().height()))
-            return Error{-EBADMSG, "words of another picture"};
-        if (text && m_cache)
-            m_cache->store(key, m_options.languages, output.value());
+        const Result<PageReader::Description> description =
+            m_reader.describe(picture.value(), limits, end.value());
+        if (!description)
+            return description.error();
+        Result<Text> text = shared(m_reader.read(description.value().text));
+        if (text && m_cache && description.value().isFinal)
+            m_cache->store(key, kind, description.value().text);
         return text;
     });
 }

@@ -2,6 +2,7 @@
 
 #include "library/image/image.h"
 #include "library/recognition/content_key.h"
+#include "library/recognition/page_reader.h"
 #include "library/recognition/tesseract.h"
 #include "library/recognition/text_cache.h"
 #include "library/text/page_text.h"
@@ -19,12 +20,24 @@
 
 namespace korv {
 
+/// The pages of documents that are turned upright where it is sure how they lie.
+enum class TurnedPages {
+    None,
+    WithText, ///< those of documents that get text
+    All, ///< those of all documents
+};
+
 struct RecogniserOptions
 {
     TextLanguages languages; ///< not empty
     std::chrono::milliseconds wait{20'000}; ///< the longest that somebody waits for a page's text
     std::string cacheFolder; ///< see TextCache; empty for none
+    TurnedPages turned = TurnedPages::None;
+    bool isForText = true; ///< documents get text; otherwise their pages are turned only
 };
+
+/// What the log says is lost without a recogniser.
+const char *whatIsLost(const RecogniserOptions &options);
 
 /// The writing on pictures, recognised before somebody asks for it where possible. What is recognised
 /// in the background gives way to everything else on the machine; whoever asks for a picture that is
@@ -34,7 +47,7 @@ class TextRecogniser
 {
 public:
     using Text = std::shared_ptr<const PageText>;
-    /// Makes the upright Gray8 picture that is recognised.
+    /// Makes the Gray8 picture that is recognised, as its file says that it lies.
     using PictureMaker = std::function<Result<Image>()>;
 
     /// What textOf() answers when no text can be recognised at all, which the log says once.
@@ -46,7 +59,7 @@ public:
     TextRecogniser(const TextRecogniser &) = delete;
     TextRecogniser &operator=(const TextRecogniser &) = delete;
 
-    const TextLanguages &languages() const { return m_options.languages; }
+    const RecogniserOptions &options() const { return m_options; }
 
     /// Begins to recognise a JPEG in the background; its bytes are copied. Does nothing when too many
     /// wait already, or memory is short: then they are recognised when somebody asks.
@@ -83,11 +96,11 @@ private:
     Result<Text> finish(const ContentKey &key, Result<Text> text);
     Result<Text> recognise(const ContentKey &key, const PictureMaker &make,
                            const ProgramLimits &limits);
-    Result<Text> read(const std::string &output) const;
 
     const RecogniserOptions m_options;
     const EventFd m_stop;
     Tesseract m_tesseract;
+    const PageReader m_reader;
     std::optional<TextCache> m_cache;
     Mutex m_mutex;
     Condition m_changed;

@@ -34,6 +34,8 @@ struct Settings
     std::optional<SheetSize> pageSize; ///< of all pages of documents
     TextLanguages text; ///< documents: writing is recognised in these languages
     double textWait = 20; ///< seconds that a document waits for the text of a page at most
+    /// Documents: pages are turned upright where it is sure how they lie; nothing: those with text.
+    std::optional<bool> upright;
     bool compact = false; ///< documents: pages of writing in layers, which are smaller
 
     bool followMains = true; ///< set the power line frequency of cameras where nobody has

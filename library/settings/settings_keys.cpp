@@ -48,6 +48,15 @@ Refusal intoTextWait(const std::string &text, Settings &settings)
     return std::nullopt;
 }
 
+Refusal intoUpright(const std::string &text, Settings &settings)
+{
+    bool isUpright = false;
+    if (Refusal refusal = store(text, isUpright, false))
+        return refusal;
+    settings.upright = text.empty() ? std::nullopt : std::optional(isUpright);
+    return std::nullopt;
+}
+
 Refusal intoControls(const std::string &control, const std::string &text, CameraSettings &settings)
 {
     if (control.empty())
@@ -111,6 +120,9 @@ const std::vector<SettingKey> &settingKeys()
          "KORV_CAMERA_TEXT", into<&Settings::text>},
         {"documents", "text-wait", "20", "Seconds to wait for the text of a page at most", nullptr,
          intoTextWait},
+        {"documents", "upright", "where text is recognised",
+         "Turn pages of documents upright where it is sure from their writing how they lie",
+         "KORV_CAMERA_UPRIGHT", intoUpright},
         {"documents", "compact", "no",
          "Store pages of writing in PDF in layers of ink and paper, a tenth as large",
          "KORV_CAMERA_COMPACT", into<&Settings::compact>},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "library/image/turn.h"
+
 #include <string>
 #include <vector>
 
@@ -23,10 +25,12 @@ struct PageLine
     std::vector<PageWord> words; ///< not empty
 };
 
-/// The writing on an upright picture, in the order in which it is read.
+/// The writing on a picture, in the order in which it is read.
 struct PageText
 {
-    int width = 0; ///< of the picture, pixels
+    /// Lays the picture upright for a reader. All else is said of the picture after this turn.
+    Rotation turn = Rotation::None;
+    int width = 0; ///< pixels
     int height = 0;
     std::vector<PageLine> lines;
 };

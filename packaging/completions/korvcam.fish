@@ -85,6 +85,7 @@ complete -c korvcam -n '__korvcam_has snap convert' -l format -x -a 'jpg png bmp
 complete -c korvcam -n '__korvcam_has scan combine' -l title -x -d 'Title of the document'
 complete -c korvcam -n '__korvcam_has scan combine' -l page-size -x -a 'A3 A4 A5 letter card' -d 'Size of every page'
 complete -c korvcam -n '__korvcam_has scan convert combine text' -l text -x -d 'Languages of the writing to recognise'
+complete -c korvcam -n '__korvcam_has scan convert combine' -l upright -d 'Turn pages upright'
 complete -c korvcam -n '__korvcam_has scan convert combine' -l compact -d 'Make pages of writing smaller'
 complete -c korvcam -n '__korvcam_has convert combine text' -F
 

@@ -70,6 +70,7 @@ _korvcam_options()
     json=('--json[print one JSON object a line]')
     text=(
         '--text[languages of the writing to recognise]:languages, such as chi_sim+eng: '
+        '--upright[turn pages upright]'
         '--compact[make pages of writing smaller]'
     )
     timeout=('--timeout[seconds to wait for a frame]:seconds: ')

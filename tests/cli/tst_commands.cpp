@@ -400,23 +400,26 @@ TEST_F(Commands, pageThatTurnsOutBadWhileTheDocumentIsWrittenIsFound)
     EXPECT_FALSE(std::filesystem::exists(m_options.destination));
 }
 
-TEST_F(Commands, compactReachesTheLibrary)
+TEST_F(Commands, compactAndUprightPagesReachTheLibrary)
 {
     const support::ScopedVariable compact("KORV_CAMERA_COMPACT", std::nullopt);
+    const support::ScopedVariable upright("KORV_CAMERA_UPRIGHT", std::nullopt);
     m_options.sources = {"1.jpg"};
     m_options.destination = (m_home.scratch() / "c.pdf").string();
     m_options.compact = true;
+    m_options.upright = true;
     std::string seen = (m_home.scratch() / "seen").string();
     fake_set_hook(
         [](const char *name, const char *, void *file) {
             if (std::string(name) == "Init")
                 std::ofstream(*static_cast<std::string *>(file))
-                    << std::getenv("KORV_CAMERA_COMPACT");
+                    << std::getenv("KORV_CAMERA_COMPACT") << std::getenv("KORV_CAMERA_UPRIGHT");
         },
         &seen);
     EXPECT_EQ(run(Command::Combine), ExitCode::Success);
-    EXPECT_EQ(support::readFile(seen), "yes");
+    EXPECT_EQ(support::readFile(seen), "yesyes");
     EXPECT_EQ(std::getenv("KORV_CAMERA_COMPACT"), nullptr);
+    EXPECT_EQ(std::getenv("KORV_CAMERA_UPRIGHT"), nullptr);
 }
 
 TEST_F(Commands, titleAndPageSizeReachTheLibrary)

@@ -95,6 +95,16 @@ TEST(Options, cleanIsOffUnlessAskedFor)
     EXPECT_FALSE(parse({"combine", "--clean", "a.jpg", "-o", "b.pdf"}).options);
 }
 
+TEST(Options, uprightPagesAreAskedForByTheCommandsThatMakeDocuments)
+{
+    EXPECT_FALSE(parse({"combine", "a.jpg", "-o", "b.pdf"}).options->upright);
+    EXPECT_TRUE(parse({"combine", "--upright", "a.jpg", "-o", "b.pdf"}).options->upright);
+    EXPECT_TRUE(parse({"convert", "--upright", "a.jpg", "b.pdf"}).options->upright);
+    EXPECT_TRUE(parse({"scan", "--upright", "-o", "b.pdf"}).options->upright);
+    EXPECT_FALSE(parse({"snap", "--upright", "-o", "b.jpg"}).options);
+    EXPECT_FALSE(parse({"text", "--upright", "b.pdf"}).options);
+}
+
 TEST(Options, compactIsOffUnlessAskedFor)
 {
     EXPECT_FALSE(parse({"combine", "a.jpg", "-o", "b.pdf"}).options->compact);

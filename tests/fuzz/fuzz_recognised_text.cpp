@@ -1,6 +1,7 @@
 // What the recogniser writes about a picture, and what becomes of it in documents.
 #include "library/documents/ofd/ofd_text.h"
 #include "library/documents/pdf/text_layer.h"
+#include "library/recognition/reading_direction.h"
 #include "library/recognition/tesseract_output.h"
 #include "library/text/text_runs.h"
 #include "tests/fuzz/check.h"
@@ -20,6 +21,18 @@ void checkWords(const korv::PageText &page)
             FUZZ_CHECK(!word.text.empty());
         }
     }
+}
+
+/// Quality is a number, and a page without writing is not turned.
+void checkQuality(const std::string &output)
+{
+    const auto table = korv::readTesseractTable(output);
+    FUZZ_CHECK(table);
+    const korv::ReadingQuality quality = korv::qualityOf(table.value());
+    FUZZ_CHECK(quality.confidence >= 0 && quality.confidence <= 100.01);
+    FUZZ_CHECK(quality.across >= 0 && quality.across <= 1);
+    FUZZ_CHECK(quality.characters > 0 || !korv::turnWorthTrying(quality));
+    FUZZ_CHECK(!korv::isUprightForSure(quality, quality) || quality.across < 0.5);
 }
 
 /// No character is lost between the words and the runs; those are in order and adjoin.
@@ -69,11 +82,13 @@ void checkDocuments(const korv::PageText &page)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
-    const auto page = korv::readTesseractOutput(std::string(bytes, bytes + size));
+    const std::string output(bytes, bytes + size);
+    const auto page = korv::readTesseractOutput(output);
     if (!page) {
         FUZZ_CHECK(page.code() == -EBADMSG);
         return 0;
     }
+    checkQuality(output);
     checkWords(page.value());
     checkRuns(page.value());
     checkDocuments(page.value());

@@ -91,7 +91,7 @@ Result<ByteView> reusableJpeg(ByteView content, const jpeg::Structure &structure
     if (options.plainOnly && !hasOrdinarySampling(info))
         return ByteView();
     jpeg::Transform transform;
-    transform.turn = Turn::ofOrientation(info.orientation);
+    transform.turn = Turn::ofOrientation(info.orientation).then(Turn::of(options.turn));
     transform.quality = jpeg::neededQuality(structure, options.quality);
     const bool mustBecomePlain = options.plainOnly && info.progressive;
     if (!mustBecomePlain && jpeg::canStay(structure, transform))

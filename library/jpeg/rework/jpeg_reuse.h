@@ -27,6 +27,7 @@ struct ReuseOptions
 {
     int quality = 95; ///< 1..100; from 95 on, every JPEG's steps are good enough
     bool plainOnly = false; ///< the file wants baseline JPEG with ordinary sampling
+    Rotation turn = Rotation::None; ///< of the upright picture
 };
 
 /// Whether a TIFF can hold such a JPEG as it is (TIFF 6.0, section 21, and Technical Note 2).

@@ -1,6 +1,8 @@
 #include "library/api/manager.h"
 
+#include "library/image/rotate.h"
 #include "tests/library/support/fake_tesseract.h"
+#include "tests/library/support/lying_page.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <atomic>
@@ -155,6 +157,41 @@ TEST_F(ManagerTextTest, environmentGoesBeforeTheSettings)
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("no languages such as chi_sim+eng"));
     EXPECT_THAT(conversion(photograph("c.jpg")), testing::Not(HasSubstr("/ToUnicode")));
+}
+
+TEST_F(ManagerTextTest, pagesAreReadForTheirDirectionAloneWhenOnlyThatIsWanted)
+{
+    m_settings.upright = true;
+    m_tesseract.installOnly("/usr/bin/touch '" + (m_folder / "begun")
+                            + "'; echo chi_sim; echo eng");
+    ASSERT_TRUE(m_manager.initialise());
+    EXPECT_THAT(conversion(photograph("a.jpg")), testing::Not(HasSubstr("/ToUnicode")));
+    EXPECT_TRUE(hasBegun());
+    ASSERT_TRUE(m_manager.uninitialise());
+    std::filesystem::remove(m_folder / "begun");
+    const support::ScopedVariable no("KORV_CAMERA_UPRIGHT", "no");
+    ASSERT_TRUE(m_manager.initialise());
+    conversion(photograph("b.jpg"));
+    EXPECT_FALSE(hasBegun());
+}
+
+TEST_F(ManagerTextTest, photographOnItsHeadIsTurnedUnlessTheEnvironmentRefuses)
+{
+    m_settings.text.names = "eng";
+    m_tesseract.install(testing_support::commandsThatReadCornerPages());
+    const korv::Bytes onItsHead =
+        pictures::jpegOf(korv::rotate(testing_support::cornerPage(96, 128), korv::Rotation::Half));
+    pictures::writeBytes(m_folder / "a.jpg", onItsHead);
+    const std::string bytes(onItsHead.begin(), onItsHead.end());
+    ASSERT_TRUE(m_manager.initialise());
+    EXPECT_THAT(conversion(m_folder / "a.jpg"), testing::Not(HasSubstr(bytes)));
+    ASSERT_TRUE(m_manager.uninitialise());
+    std::filesystem::remove(m_folder / "a.jpg.pdf");
+    const support::ScopedVariable no("KORV_CAMERA_UPRIGHT", "no");
+    ASSERT_TRUE(m_manager.initialise());
+    const std::string pdf = conversion(m_folder / "a.jpg");
+    EXPECT_THAT(pdf, HasSubstr(bytes));
+    EXPECT_THAT(pdf, HasSubstr("/ToUnicode"));
 }
 
 TEST_F(ManagerTextTest, endOfTheLibraryEndsRecognitionAtOnce)

@@ -1,9 +1,13 @@
 #include "library/recognition/tesseract.h"
 
+#include "library/recognition/reading_direction.h"
 #include "tests/library/support/script.h"
+#include "tests/library/support/typed_page.h"
 #include "tests/support/temp_home.h"
 
 #include <cerrno>
+#include <chrono>
+#include <filesystem>
 #include <gmock/gmock.h>
 
 using namespace korv;
@@ -67,6 +71,29 @@ TEST_F(TesseractTest, resolutionIsGivenWhereItIsBelieved)
     m_picture.setResolution(30);
     EXPECT_THAT(Tesseract({"eng"}).describe(m_picture, {}, m_stop).value(),
                 testing::Not(HasSubstr("--dpi")));
+}
+
+TEST(TesseractProgram, readsWhatLiesInAShadow)
+{
+    if (!std::filesystem::exists("/usr/bin/tesseract"))
+        GTEST_SKIP() << "tesseract is not installed";
+    constexpr double kShadow = 0.4;
+    const Image lit = testing_support::linesOfType();
+    Image shaded = lit;
+    for (int y = 0; y < shaded.height(); ++y) {
+        for (int x = shaded.width() / 2; x < shaded.width(); ++x)
+            shaded.row(y)[x] = static_cast<std::uint8_t>(shaded.row(y)[x] * kShadow);
+    }
+    const Tesseract tesseract({"eng"});
+    const EventFd stop = EventFd::create().value();
+    ProgramLimits limits;
+    limits.time = std::chrono::minutes(2);
+    const auto charactersOn = [&](const Image &page) {
+        const auto said = tesseract.describe(page, limits, stop);
+        EXPECT_TRUE(said) << said.error().text;
+        return qualityOf(readTesseractTable(said.value()).value()).characters;
+    };
+    EXPECT_GT(charactersOn(shaded), 0.95 * charactersOn(lit));
 }
 
 TEST_F(TesseractTest, pictureLargerThanAnyPageIsRefused)

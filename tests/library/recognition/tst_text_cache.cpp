@@ -12,7 +12,7 @@ using testing::Optional;
 
 namespace {
 
-const TextLanguages kEnglish{"eng"};
+const std::string kEnglish = "eng";
 
 class TextCacheTest : public testing::Test
 {
@@ -25,14 +25,14 @@ protected:
 
 } // namespace
 
-TEST_F(TextCacheTest, returnsWhatWasStoredForThePictureAndTheLanguages)
+TEST_F(TextCacheTest, returnsWhatWasStoredForThePictureAndTheKind)
 {
     TextCache cache(m_folder);
     EXPECT_EQ(cache.find(key(1), kEnglish), std::nullopt);
     cache.store(key(1), kEnglish, "one\nline");
     EXPECT_THAT(TextCache(m_folder).find(key(1), kEnglish), Optional(std::string("one\nline")));
     EXPECT_EQ(cache.find(key(2), kEnglish), std::nullopt);
-    EXPECT_EQ(cache.find(key(1), {"eng+deu"}), std::nullopt);
+    EXPECT_EQ(cache.find(key(1), "eng+deu"), std::nullopt);
 }
 
 TEST_F(TextCacheTest, onlyItsOwnerMayReadIt)

@@ -68,6 +68,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
                                              "page-size = a4\n"
                                              "text = chi_sim+eng\n"
                                              "text-wait = 2.5\n"
+                                             "upright = yes\n"
                                              "compact = yes\n"
                                              "[camera 1B17:0211]\n"
                                              "control.brightness = 12\n"
@@ -79,6 +80,7 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_EQ(reading.settings.textWait, 2.5);
     ASSERT_TRUE(reading.settings.pageSize);
     EXPECT_EQ(reading.settings.pageSize->height, 297);
+    EXPECT_EQ(reading.settings.upright, true);
     EXPECT_TRUE(reading.settings.compact);
     const CameraSettings *camera = reading.settings.camera(0x1b17, 0x0211);
     ASSERT_NE(camera, nullptr);
@@ -88,7 +90,17 @@ TEST_F(SettingsReaderTest, everyKeyReachesItsMember)
     EXPECT_THAT(camera->scales, ElementsAre(testing::Pair(std::pair(1920, 1080), 5.125)));
     EXPECT_EQ(reading.settings.camera(0x1b17, 0x0212), nullptr);
     EXPECT_EQ(reading.inForce.back().section, "camera 1b17:0211");
-    EXPECT_EQ(reading.inForce.size(), 8U);
+    EXPECT_EQ(reading.inForce.size(), 9U);
+}
+
+TEST_F(SettingsReaderTest, uprightPagesAreWantedRefusedOrLeftOpen)
+{
+    EXPECT_EQ(readUser("[documents]\nupright = no\n").settings.upright, false);
+    EXPECT_EQ(readUser("[documents]\n").settings.upright, std::nullopt);
+    EXPECT_EQ(readUser("[documents]\nupright = yes\nupright =\n").settings.upright, std::nullopt);
+    const SettingsReading bad = readUser("[documents]\nupright = often\n");
+    EXPECT_EQ(bad.settings.upright, std::nullopt);
+    EXPECT_THAT(bad.problems, ElementsAre(HasSubstr(":2: upright: neither yes nor no: often")));
 }
 
 TEST_F(SettingsReaderTest, usersFileGoesBeforeTheSystemsAndTheLaterLineBeforeTheEarlier)

@@ -71,4 +71,13 @@ Image blurred(const Image &image, double deviation)
     return blurredAlong(blurredAlong(image, weights, false), weights, true);
 }
 
+Image linesOfType()
+{
+    const Image page = typed(30);
+    Image lines(page.width(), page.height() / 5, page.format());
+    std::copy_n(page.pixels(), lines.stride() * static_cast<std::size_t>(lines.height()),
+                lines.pixels());
+    return lines;
+}
+
 } // namespace testing_support

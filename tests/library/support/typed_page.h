@@ -14,4 +14,7 @@ korv::Image typed(int size);
 /// The same out of focus by a standard deviation in pixels.
 korv::Image blurred(const korv::Image &image, double deviation);
 
+/// A few such lines, which a recogniser reads quickly.
+korv::Image linesOfType();
+
 } // namespace testing_support

@@ -1,0 +1,177 @@
+#include "library/recognition/page_reader.h"
+
+#include "library/image/rotate.h"
+#include "tests/library/support/fake_tesseract.h"
+#include "tests/library/support/lying_page.h"
+#include "tests/library/support/typed_page.h"
+
+#include <cerrno>
+#include <chrono>
+#include <gmock/gmock.h>
+
+using namespace korv;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int kWidth = 96;
+constexpr int kHeight = 128;
+constexpr Rotation kAll[] = {Rotation::None, Rotation::Left90, Rotation::Right90, Rotation::Half};
+
+Rotation inverseOf(Rotation rotation)
+{
+    switch (rotation) {
+    case Rotation::Left90:
+        return Rotation::Right90;
+    case Rotation::Right90:
+        return Rotation::Left90;
+    default:
+        return rotation;
+    }
+}
+
+class PageReaderTest : public testing::Test
+{
+protected:
+    void SetUp() override { install(""); }
+    void install(const std::string &commands, int confidence = 95)
+    {
+        m_tesseract.install(commands + "\n"
+                            + testing_support::commandsThatReadCornerPages(confidence));
+    }
+    /// Commands that take effect from the second reading on.
+    std::string secondTime(const std::string &commands) const
+    {
+        const std::string file = m_folder / "first";
+        return "if [ -e '" + file + "' ]; then " + commands + "; fi; touch '" + file + "'\n";
+    }
+    static Image lying(Rotation rotation)
+    {
+        return rotate(testing_support::cornerPage(kWidth, kHeight, PixelFormat::Gray8), rotation);
+    }
+    Result<PageText> read(const Image &picture,
+                          PageReader::Direction direction = PageReader::Direction::Find)
+    {
+        std::filesystem::remove(m_folder / "first");
+        const Tesseract tesseract({"eng"});
+        const PageReader reader(tesseract, direction);
+        const Result<PageReader::Description> description =
+            reader.describe(picture, m_limits, m_stop);
+        if (!description)
+            return description.error();
+        m_isFinal = description.value().isFinal;
+        return reader.read(description.value().text);
+    }
+
+    testing_support::TemporaryFolder m_folder;
+    testing_support::FakeTesseract m_tesseract;
+    ProgramLimits m_limits;
+    bool m_isFinal = false; ///< the last description
+    EventFd m_stop = EventFd::create().value();
+};
+
+} // namespace
+
+TEST_F(PageReaderTest, turnsEveryPageUpright)
+{
+    for (const Rotation rotation : kAll) {
+        const auto text = read(lying(rotation));
+        ASSERT_TRUE(text) << text.error().text;
+        EXPECT_EQ(text.value().turn, inverseOf(rotation));
+        EXPECT_EQ(text.value().width, kWidth);
+        EXPECT_EQ(text.value().height, kHeight);
+        EXPECT_EQ(text.value().lines.at(0).height, 10) << "the line runs across";
+        EXPECT_TRUE(m_isFinal);
+    }
+}
+
+TEST_F(PageReaderTest, readsAPageAsItLiesWhenNobodyAsks)
+{
+    const auto text = read(lying(Rotation::Half), PageReader::Direction::AsItLies);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text.value().turn, Rotation::None);
+    EXPECT_EQ(text.value().lines.size(), 1U);
+}
+
+TEST_F(PageReaderTest, uprightPageIsReadOnce)
+{
+    install(secondTime("kill -SEGV $$"));
+    const auto text = read(lying(Rotation::None));
+    ASSERT_TRUE(text) << text.error().text;
+    EXPECT_EQ(text.value().turn, Rotation::None);
+}
+
+TEST_F(PageReaderTest, unsurePageStaysAsItLies)
+{
+    for (const Rotation rotation : kAll) {
+        install("", 60);
+        const auto text = read(lying(rotation));
+        ASSERT_TRUE(text);
+        EXPECT_EQ(text.value().turn, Rotation::None);
+        EXPECT_EQ(text.value().lines.size(), 1U) << "it has the text of the first reading";
+    }
+}
+
+TEST_F(PageReaderTest, secondReadingThatFailsCostsNothing)
+{
+    for (const char *failure : {"kill -SEGV $$", "exit 1", "head -c 100000 /dev/urandom; exit 0",
+                                "head -c 100000000 /dev/zero; exit 0", "width=97", "sleep 1000"}) {
+        install(secondTime(failure));
+        m_limits.time = 2s;
+        const auto begin = std::chrono::steady_clock::now();
+        const auto text = read(lying(Rotation::Half));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s) << failure;
+        ASSERT_TRUE(text) << failure << text.error().text;
+        EXPECT_EQ(text.value().turn, Rotation::None) << failure;
+        EXPECT_EQ(text.value().lines.size(), 1U) << failure;
+        EXPECT_FALSE(m_isFinal) << failure << ": it may go better another time";
+    }
+}
+
+TEST_F(PageReaderTest, firstReadingThatFailsIsTheResult)
+{
+    install("exit 1");
+    EXPECT_EQ(read(lying(Rotation::Half)).code(), -EPROTO);
+    install("head -c 1000 /dev/urandom; exit 0");
+    EXPECT_EQ(read(lying(Rotation::Half)).code(), -EBADMSG);
+    install("width=97");
+    EXPECT_EQ(read(lying(Rotation::Half)).code(), -EBADMSG);
+}
+
+TEST_F(PageReaderTest, stopEndsTheSecondReading)
+{
+    install(secondTime("sleep 1000"));
+    m_stop.set();
+    EXPECT_EQ(read(lying(Rotation::Half)).code(), -ECANCELED);
+}
+
+TEST_F(PageReaderTest, descriptionWithoutADirectionIsRefused)
+{
+    const Tesseract tesseract({"eng"});
+    const PageReader finder(tesseract, PageReader::Direction::Find);
+    const PageReader reader(tesseract, PageReader::Direction::AsItLies);
+    const std::string plain = reader.describe(lying(Rotation::None), m_limits, m_stop).value().text;
+    const std::string found = finder.describe(lying(Rotation::None), m_limits, m_stop).value().text;
+    EXPECT_EQ(finder.read(plain).code(), -EBADMSG);
+    EXPECT_EQ(reader.read(found).code(), -EBADMSG);
+    EXPECT_TRUE(reader.read(plain));
+    EXPECT_NE(PageReader::kindOf({"eng"}, PageReader::Direction::Find),
+              PageReader::kindOf({"eng"}, PageReader::Direction::AsItLies));
+}
+
+TEST(PageReaderProgram, findsOutHowPagesOfTypeLie)
+{
+    if (!std::filesystem::exists("/usr/bin/tesseract"))
+        GTEST_SKIP() << "tesseract is not installed";
+    const Tesseract tesseract({"eng"});
+    const EventFd stop = EventFd::create().value();
+    ProgramLimits limits;
+    limits.time = 120s;
+    const PageReader reader(tesseract, PageReader::Direction::Find);
+    for (const Rotation rotation : kAll) {
+        const auto description =
+            reader.describe(rotate(testing_support::linesOfType(), rotation), limits, stop);
+        ASSERT_TRUE(description) << description.error().text;
+        EXPECT_EQ(reader.read(description.value().text).value().turn, inverseOf(rotation));
+    }
+}

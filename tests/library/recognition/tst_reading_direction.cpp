@@ -1,0 +1,83 @@
+#include "library/recognition/reading_direction.h"
+
+#include <gtest/gtest.h>
+
+using namespace korv;
+
+namespace {
+
+const ReadingQuality kUpright{95, 2000, 1};
+const ReadingQuality kOnItsHead{47, 1900, 1};
+const ReadingQuality kTurnedRight{95, 2000, 0};
+const ReadingQuality kTurnedLeft{47, 1900, 0};
+
+TesseractRow row(int level, int line, int width, int height, double confidence = 0,
+                 const std::string &text = "")
+{
+    TesseractRow made;
+    made.numbers[TesseractRow::Level] = level;
+    made.numbers[TesseractRow::Line] = line;
+    made.numbers[TesseractRow::Width] = width;
+    made.numbers[TesseractRow::Height] = height;
+    made.confidence = confidence;
+    made.text = text;
+    return made;
+}
+
+} // namespace
+
+TEST(ReadingDirection, pageThatIsReadWellIsNotReadAgain)
+{
+    EXPECT_EQ(turnWorthTrying(kUpright), std::nullopt);
+    EXPECT_EQ(turnWorthTrying({75, 100, 1}), std::nullopt);
+}
+
+TEST(ReadingDirection, linesSayWhichTurnToTry)
+{
+    EXPECT_EQ(turnWorthTrying(kOnItsHead), Rotation::Half);
+    EXPECT_EQ(turnWorthTrying(kTurnedRight), Rotation::Left90);
+    EXPECT_EQ(turnWorthTrying(kTurnedLeft), Rotation::Right90);
+}
+
+TEST(ReadingDirection, pageWithLittleWritingIsNotReadAgain)
+{
+    EXPECT_EQ(turnWorthTrying({}), std::nullopt);
+    EXPECT_EQ(turnWorthTrying({20, 19, 1}), std::nullopt);
+    EXPECT_EQ(turnWorthTrying({20, 20, 1}), Rotation::Half);
+}
+
+TEST(ReadingDirection, turnIsSureWhenTheWritingMakesSenseAfterIt)
+{
+    EXPECT_TRUE(isUprightForSure(kOnItsHead, kUpright));
+    EXPECT_TRUE(isUprightForSure(kTurnedLeft, kUpright));
+    EXPECT_TRUE(isUprightForSure(kTurnedRight, kUpright));
+}
+
+TEST(ReadingDirection, doubtLeavesThePageAsItLies)
+{
+    EXPECT_FALSE(isUprightForSure(kOnItsHead, {69, 2000, 1})) << "it makes little sense";
+    EXPECT_FALSE(isUprightForSure({60, 2000, 1}, {75, 2000, 1})) << "it is hardly better";
+    EXPECT_FALSE(isUprightForSure(kOnItsHead, {95, 19, 1})) << "too little writing";
+    EXPECT_FALSE(isUprightForSure(kOnItsHead, {95, 500, 1})) << "most of the writing is gone";
+    EXPECT_FALSE(isUprightForSure(kTurnedLeft, {95, 2000, 0.5})) << "its lines run down";
+    EXPECT_FALSE(isUprightForSure({80, 2000, 0.4}, {95, 2000, 1})) << "lines of both kinds";
+}
+
+TEST(ReadingDirection, qualityIsTheMeanOfAllCharacters)
+{
+    TesseractTable table;
+    table.rows = {row(4, 1, 300, 20), row(5, 1, 100, 20, 90, "abc"), row(5, 1, 10, 20, 50, "会"),
+                  row(4, 2, 20, 300), row(5, 2, 20, 100, 10, "down")};
+    const ReadingQuality quality = qualityOf(table);
+    EXPECT_EQ(quality.characters, 8);
+    EXPECT_DOUBLE_EQ(quality.confidence, (3 * 90 + 50 + 4 * 10) / 8.0);
+    EXPECT_DOUBLE_EQ(quality.across, 0.5);
+}
+
+TEST(ReadingDirection, wordWithoutALineSpeaksForItself)
+{
+    TesseractTable table;
+    table.rows = {row(4, 1, 300, 20), row(5, 7, 20, 100, 80, "down")};
+    EXPECT_EQ(qualityOf(table).across, 0);
+    EXPECT_EQ(qualityOf({}).characters, 0);
+}
