@@ -304,6 +304,12 @@ otherRelease()
     expect "no build of another release" "" "$(grep cmake calls)"
     attempt clone/test --release 13
     expect "no release's name" 2 "$status"
+
+    printf '#!/bin/bash\necho "$*"\n' >clone/tests/releases/in_fresh_debian.sh
+    attempt clone/test --release trixie --packages NAME
+    expect "its build" "build/releases trixie --build dev --packages NAME" "$(cut -d ' ' -f 2- out)"
+    attempt clone/test --build tsan --release trixie --units
+    expect "another build of it" "build/releases trixie --build tsan --units" "$(cut -d ' ' -f 2- out)"
 }
 
 missingTools()
