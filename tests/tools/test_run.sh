@@ -289,6 +289,12 @@ unitsAlone()
     attempt clone/test --build dev --units
     expect "units" 0 "$status"
     contains "units" "-LE ^(tools|e2e)$" calls
+    fresh
+    sed -i /weston/d installed
+    attempt clone/test --build dev --units
+    expect "packages of other tests" 0 "$(grep -c "apt-get.* weston" calls)"
+    attempt clone/test --build dev
+    expect "packages of all tests" 1 "$(grep -c '^apt-get install.* weston' calls)"
     attempt clone/test --architecture ARM
     expect "no architecture's name" 2 "$status"
     contains "no architecture's name" "--architecture needs the name of one of Debian's" err
