@@ -97,11 +97,11 @@ bool setLimits(const ProgramLimits &limits)
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != birth.parent) // it went before that was set
         ::_exit(kCannotExecute);
-    // ignored signals would stay ignored; handlers go by themselves
-    struct sigaction usual = {};
-    usual.sa_handler = SIG_DFL;
+    // ignored signals would stay ignored; handlers go by themselves. Not sigaction(3): since 2.41 the
+    // GNU C library has a lock for SIGABRT, which nobody releases here when it was held at the fork.
+    const std::array<unsigned long, 8> usual{}; // more than the kernel's structure; SIG_DFL is 0
     for (int signal = 1; signal < NSIG; ++signal)
-        ::sigaction(signal, &usual, nullptr);
+        ::syscall(SYS_rt_sigaction, signal, usual.data(), nullptr, NSIG / 8);
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -289,6 +289,12 @@ unitsAlone()
     attempt clone/test --build dev --units
     expect "units" 0 "$status"
     contains "units" "-LE ^(tools|e2e)$" calls
+    fresh
+    sed -i /weston/d installed
+    attempt clone/test --build dev --units
+    expect "packages of other tests" 0 "$(grep -c "apt-get.* weston" calls)"
+    attempt clone/test --build dev
+    expect "packages of all tests" 1 "$(grep -c '^apt-get install.* weston' calls)"
     attempt clone/test --architecture ARM
     expect "no architecture's name" 2 "$status"
     contains "no architecture's name" "--architecture needs the name of one of Debian's" err
@@ -304,6 +310,12 @@ otherRelease()
     expect "no build of another release" "" "$(grep cmake calls)"
     attempt clone/test --release 13
     expect "no release's name" 2 "$status"
+
+    printf '#!/bin/bash\necho "$*"\n' >clone/tests/releases/in_fresh_debian.sh
+    attempt clone/test --release trixie --packages NAME
+    expect "its build" "build/releases trixie --build dev --packages NAME" "$(cut -d ' ' -f 2- out)"
+    attempt clone/test --build tsan --release trixie --units
+    expect "another build of it" "build/releases trixie --build tsan --units" "$(cut -d ' ' -f 2- out)"
 }
 
 missingTools()

@@ -275,7 +275,8 @@ TEST_F(AddTextTest, foreignDocumentsAreRefused)
     expectRefused("updated.pdf", refusal::kForeign);
     makeDocument("a.ofd");
     output(
-        {"sh", "-c", "cd " + path("") + " && unzip -q a.ofd -d x && cd x && zip -qr ../b.ofd ."});
+        {"sh", "-c",
+         "cd " + path("") + " && unzip -q a.ofd -d x && cd x && python3 -m zipfile -c ../b.ofd *"});
     const Result<void> zipped = addTextTo("b.ofd", "out.ofd");
     EXPECT_EQ(zipped.code(), -EBADMSG);
     EXPECT_FALSE(std::filesystem::exists(path("out.ofd")));
