@@ -64,12 +64,20 @@ installCrossPackages()
     installPackages "${kCrossPackages[@]}" "${entries[@]}"
 }
 
+# Prints what the emulator calls the processor of ARCHITECTURE.
+emulatedCpu()
+{
+    local cpu
+    cpu=$(dpkg-architecture -a "$1" -q DEB_HOST_GNU_CPU)
+    echo "${cpu/#powerpc/ppc}"
+}
+
 # Why programs of ARCHITECTURE cannot be started here: emulatorObstacle ARCHITECTURE. Nothing when they
 # can, then with the prefix that withEmulator() gives a command.
 emulatorObstacle()
 {
     local cpu
-    cpu=$(dpkg-architecture -a "$1" -q DEB_HOST_GNU_CPU)
+    cpu=$(emulatedCpu "$1")
     [[ -e /usr/lib/binfmt.d/qemu-$cpu.conf ]] || { echo "there is no emulator for $1" && return; }
     [[ ! -e /proc/sys/fs/binfmt_misc/qemu-$cpu ]] || return 0
     # shellcheck disable=SC2016
@@ -83,7 +91,7 @@ emulatorObstacle()
 withEmulator()
 {
     local cpu
-    cpu=$(dpkg-architecture -a "$1" -q DEB_HOST_GNU_CPU)
+    cpu=$(emulatedCpu "$1")
     shift
     if [[ -e /proc/sys/fs/binfmt_misc/qemu-$cpu ]]; then
         "$@"
