@@ -86,6 +86,10 @@ emulatorObstacle()
         echo "the kernel knows no emulator for $1, and lets nobody name one in a name space"
 }
 
+# How many times as long as usual a test may take in an emulator.
+# shellcheck disable=SC2034
+readonly kEmulatorSlowness=10
+
 # Runs a command whose programs of ARCHITECTURE start like this machine's: withEmulator ARCHITECTURE
 # COMMAND ... Where the kernel knows no emulator yet, it is told of one in name spaces of their own.
 withEmulator()
