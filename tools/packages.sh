@@ -64,6 +64,7 @@ readonly kTestPackages=(
     "libtiff-tools|reads TIFF files back: tiffinfo; changes their tags: tiffset"
     "libjpeg-turbo-progs|reads JPEG files back: djpeg"
     "unzip|reads OFD files back"
+    "zip|packs OFD files again, as another program would"
     "file|says what kind of file was written"
     "libxml2-utils|reads OFD files back: xmllint"
     "openssl|certificates for the tests"
