@@ -17,7 +17,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE "${korv_MULTIARCH}")
 set(ENV{PKG_CONFIG_LIBDIR} "/usr/lib/${korv_MULTIARCH}/pkgconfig:/usr/share/pkgconfig")
 
 # Tests, and programs that the build starts, run in an emulator where there is one.
-find_program(KORV_EMULATOR NAMES "qemu-${korv_GNU_CPU}-static" "qemu-${korv_GNU_CPU}")
+string(REGEX REPLACE "^powerpc" "ppc" korv_emulated_cpu "${korv_GNU_CPU}")
+find_program(KORV_EMULATOR NAMES "qemu-${korv_emulated_cpu}-static" "qemu-${korv_emulated_cpu}")
 if(KORV_EMULATOR)
   set(CMAKE_CROSSCOMPILING_EMULATOR "${KORV_EMULATOR}")
 endif()

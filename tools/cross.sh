@@ -64,12 +64,20 @@ installCrossPackages()
     installPackages "${kCrossPackages[@]}" "${entries[@]}"
 }
 
+# Prints what the emulator calls the processor of ARCHITECTURE.
+emulatedCpu()
+{
+    local cpu
+    cpu=$(dpkg-architecture -a "$1" -q DEB_HOST_GNU_CPU)
+    echo "${cpu/#powerpc/ppc}"
+}
+
 # Why programs of ARCHITECTURE cannot be started here: emulatorObstacle ARCHITECTURE. Nothing when they
 # can, then with the prefix that withEmulator() gives a command.
 emulatorObstacle()
 {
     local cpu
-    cpu=$(dpkg-architecture -a "$1" -q DEB_HOST_GNU_CPU)
+    cpu=$(emulatedCpu "$1")
     [[ -e /usr/lib/binfmt.d/qemu-$cpu.conf ]] || { echo "there is no emulator for $1" && return; }
     [[ ! -e /proc/sys/fs/binfmt_misc/qemu-$cpu ]] || return 0
     # shellcheck disable=SC2016
@@ -78,12 +86,16 @@ emulatorObstacle()
         echo "the kernel knows no emulator for $1, and lets nobody name one in a name space"
 }
 
+# How many times as long as usual a test may take in an emulator.
+# shellcheck disable=SC2034
+readonly kEmulatorSlowness=10
+
 # Runs a command whose programs of ARCHITECTURE start like this machine's: withEmulator ARCHITECTURE
 # COMMAND ... Where the kernel knows no emulator yet, it is told of one in name spaces of their own.
 withEmulator()
 {
     local cpu
-    cpu=$(dpkg-architecture -a "$1" -q DEB_HOST_GNU_CPU)
+    cpu=$(emulatedCpu "$1")
     shift
     if [[ -e /proc/sys/fs/binfmt_misc/qemu-$cpu ]]; then
         "$@"

@@ -28,11 +28,11 @@ struct PageLine
 /// The writing on a picture, in the order in which it is read.
 struct PageText
 {
-    /// Lays the picture upright for a reader. All else is said of the picture after this turn.
-    Rotation turn = Rotation::None;
     int width = 0; ///< pixels
     int height = 0;
     std::vector<PageLine> lines;
+    /// Lays the picture upright for a reader. All else is said of the picture after this turn.
+    Rotation turn = Rotation::None;
 };
 
 } // namespace korv

@@ -50,6 +50,11 @@ expect "libraries of the other architecture, tools of this one" \
     $'crossbuild-essential-there|the C++ compiler for there\nalpha-dev:there|a\nalpha|b\nheaders-dev|c' \
     "$(crossEntries there "g++|a compiler" "alpha-dev|a" "alpha|b" "headers-dev|c")"
 
+printf '#!/bin/bash\n[[ $2 == ppc64el ]] && echo powerpc64le || echo aarch64\n' >bin/dpkg-architecture
+chmod +x bin/dpkg-architecture
+expect "the emulator's name of a processor" ppc64le "$(emulatedCpu ppc64el)"
+expect "a name that both have in common" aarch64 "$(emulatedCpu arm64)"
+
 expect "nothing missing, nothing said" "" "$(installPackages "alpha|a")"
 [[ ! -e calls ]]
 

@@ -209,7 +209,7 @@ protected:
     std::optional<std::size_t> readAfter(std::streamsize bytes)
     {
         std::vector<std::string> files;
-        for (const std::size_t kilobytes : {100, 200, 300}) {
+        for (const std::size_t kilobytes : {100U, 200U, 300U}) {
             files.push_back((m_home.scratch() / std::to_string(kilobytes)).string());
             std::ofstream(files.back()) << std::string(kilobytes * 1000, 'x');
         }

@@ -27,7 +27,7 @@ TEST(SmallPicture, isTheLargestReductionThatLeavesTheColumnsAskedFor)
         ASSERT_TRUE(decodeSmall(jpeg.data(), jpeg.size(), columns, picture)) << columns;
         EXPECT_EQ(picture.width, width) << columns;
         EXPECT_EQ(picture.height, height) << columns;
-        EXPECT_EQ(picture.gray.size(), static_cast<std::size_t>(width) * height);
+        EXPECT_EQ(picture.gray.size(), static_cast<std::size_t>(width * height));
     }
 }
 

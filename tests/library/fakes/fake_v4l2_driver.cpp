@@ -245,7 +245,8 @@ int FakeV4l2::dequeue(v4l2_buffer &buffer)
     const bool damaged = next.kind == Delivery::Kind::Damaged;
     buffer.flags = V4L2_BUF_FLAG_MAPPED | (damaged ? V4L2_BUF_FLAG_ERROR : 0U);
     buffer.bytesused = static_cast<std::uint32_t>(next.bytes.size());
-    std::vector<std::uint8_t> &memory = m_memory[std::int64_t{buffer.index} * kBufferSize];
+    std::vector<std::uint8_t> &memory =
+        m_memory[static_cast<std::int64_t>(buffer.index * kBufferSize)];
     memory.resize(kBufferSize);
     std::copy(next.bytes.begin(), next.bytes.end(), memory.begin());
     return 0;
