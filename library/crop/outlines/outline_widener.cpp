@@ -13,8 +13,7 @@ namespace korv::crop {
 
 namespace {
 
-constexpr int kPlaces = 96; ///< along a side, from corner to corner
-constexpr double kStraight = 0.85; ///< agreement with a line from which on a side is not bent
+constexpr int kRimPlaces = 96; ///< along a side, from corner to corner
 constexpr double kBlur = 0.08; ///< of the reach: as soft as a rim is
 constexpr int kInnerSpan = 5; ///< blurs from the side inwards that show the paper
 constexpr int kOuterSpan = 4; ///< blurs outwards that show the desk
@@ -81,7 +80,7 @@ public:
 private:
     cv::Point2d placeAt(int place) const
     {
-        return m_from + (m_to - m_from) * ((place + 0.5) / kPlaces);
+        return m_from + (m_to - m_from) * ((place + 0.5) / kRimPlaces);
     }
 
     cv::Vec3f colourAt(int place, int outwards) const
@@ -107,7 +106,7 @@ private:
     {
         std::vector<cv::Vec3f> inside;
         std::array<std::vector<float>, 3> steps;
-        for (int place = 0; place < kPlaces; ++place) {
+        for (int place = 0; place < kRimPlaces; ++place) {
             inside.push_back(meanColour(place, -kInnerSpan * m_blur, -m_blur));
             const cv::Vec3f outside = meanColour(place, m_blur, kOuterSpan * m_blur);
             for (int channel = 0; channel < 3; ++channel)
@@ -126,7 +125,7 @@ private:
         std::vector<float> sorted = levels;
         const float usual = medianOf(sorted);
         std::vector<int> rims;
-        for (int place = 0; place < kPlaces; ++place) {
+        for (int place = 0; place < kRimPlaces; ++place) {
             const auto here = static_cast<std::size_t>(place);
             const float paper = std::max(levels[here], usual - kShade * height);
             rims.push_back(rimBeyond(place, {inside[here], towardsPaper, paper, height / 2}));
@@ -148,10 +147,10 @@ private:
     static std::vector<int> smooth(const std::vector<int> &rims)
     {
         std::vector<int> result;
-        for (int place = 0; place < kPlaces; ++place) {
+        for (int place = 0; place < kRimPlaces; ++place) {
             std::vector<int> near;
             for (int k = place - kNeighbours; k <= place + kNeighbours; ++k)
-                near.push_back(rims[static_cast<std::size_t>(std::clamp(k, 0, kPlaces - 1))]);
+                near.push_back(rims[static_cast<std::size_t>(std::clamp(k, 0, kRimPlaces - 1))]);
             result.push_back(std::max(0, medianOf(near)));
         }
         return result;
@@ -161,12 +160,12 @@ private:
     /// convex hull that lies over the side's middle.
     Line around(const std::vector<int> &rims) const
     {
-        const double middle = (kPlaces - 1) / 2.0;
+        const double middle = (kRimPlaces - 1) / 2.0;
         double most = -1;
         int first = 0;
-        int last = kPlaces - 1;
+        int last = kRimPlaces - 1;
         for (int i = 0; i <= middle; ++i) {
-            for (int j = kPlaces - 1; j > middle; --j) {
+            for (int j = kRimPlaces - 1; j > middle; --j) {
                 const double share = (middle - i) / (j - i);
                 const double over = rims[static_cast<std::size_t>(i)] * (1 - share)
                     + rims[static_cast<std::size_t>(j)] * share;

@@ -110,7 +110,7 @@ void addShape(const Quad &quad, cv::Size frame, Features &features)
 /// How far the colours beside the sides are scattered over the picture.
 void addReach(const Quad &quad, const ColourSpread &reach, cv::Size frame, Features &features)
 {
-    constexpr int kPlaces = 10; ///< along a side
+    constexpr int kSidePlaces = 10; ///< along a side
     constexpr double kAway = 6; ///< pixels from it
     const cv::Rect within(cv::Point(), frame);
     const cv::Point2d centre = centreOf(quad.corners);
@@ -125,8 +125,8 @@ void addReach(const Quad &quad, const ColourSpread &reach, cv::Size frame, Featu
         double inner = 0;
         double outer = 0;
         int count = 0;
-        for (int k = 0; k < kPlaces; ++k) {
-            const cv::Point2d place = from + (to - from) * ((k + 0.5) / kPlaces);
+        for (int k = 0; k < kSidePlaces; ++k) {
+            const cv::Point2d place = from + (to - from) * ((k + 0.5) / kSidePlaces);
             const cv::Point inside = nearestPixel(place + inwards);
             const cv::Point outside = nearestPixel(place - inwards);
             if (!within.contains(inside) || !within.contains(outside))

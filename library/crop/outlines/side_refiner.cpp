@@ -17,7 +17,6 @@ constexpr double kInnermostStrength = 0.5; ///< of the strongest change along al
 constexpr double kMaxCornerMove = 4; ///< a corner may move, in reaches
 constexpr int kFitRounds = 6;
 constexpr int kRounds = 2; ///< of looking for the rim, the second one nearer to it
-constexpr double kStraight = 0.85; ///< agreement with a line from which on no bow is looked for
 constexpr double kMoreWhenBent = 0.15; ///< agreement that a bow must have more
 
 /// Coefficients of a polynomial, the constant first.

@@ -16,6 +16,9 @@ struct Refined
     std::array<double, 4> agreements{}; ///< of each side: from every corner to the next one
 };
 
+/// The agreement from which on a side is taken for straight.
+inline constexpr double kStraight = 0.85;
+
 /// Looks for each side's rim along its normals, up to `reach` pixels away, and fits straight lines.
 /// A side whose rim is not seen stays. Precondition: convex corners.
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core);
