@@ -1,8 +1,11 @@
 #pragma once
 
+#include "tests/library/support/wait.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <thread>
 
 namespace testing_support {
 
@@ -16,6 +19,16 @@ inline std::ptrdiff_t entriesIn(const std::filesystem::path &folder)
 inline std::ptrdiff_t threadCount()
 {
     return entriesIn("/proc/self/task");
+}
+
+/// The same when none has just ended. A sanitizer starts a thread of its own beside the first of the
+/// program, which is there afterwards.
+inline std::ptrdiff_t threadCountAtRest()
+{
+    std::filesystem::path ended;
+    std::thread([&] { ended = std::filesystem::read_symlink("/proc/thread-self"); }).join();
+    becomesTrue([&] { return !std::filesystem::exists("/proc" / ended); });
+    return threadCount();
 }
 
 } // namespace testing_support

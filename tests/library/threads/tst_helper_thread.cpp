@@ -11,14 +11,9 @@
 
 using namespace korv;
 using testing_support::threadCount;
+using testing_support::threadCountAtRest;
 
 namespace {
-
-/// A sanitizer starts a thread of its own beside the first one of the program.
-void startAnyThread()
-{
-    std::thread([] {}).join();
-}
 
 bool hasTwoCores()
 {
@@ -59,8 +54,7 @@ TEST(HelperThread, failureOfEitherIsHandedOnOnce)
 
 TEST(HelperThread, oneThreadServesAllWorkAndEndsWithTheObject)
 {
-    startAnyThread();
-    const std::ptrdiff_t before = threadCount();
+    const std::ptrdiff_t before = threadCountAtRest();
     {
         HelperThread unused;
         EXPECT_EQ(threadCount(), before);
