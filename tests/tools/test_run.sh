@@ -12,7 +12,7 @@ if [[ -z ${KORV_RUN_TEST_FOLDER:-} ]]; then
     mkdir -p "$KORV_RUN_TEST_FOLDER/sources/tools" "$KORV_RUN_TEST_FOLDER/sources/tests"
     cp "$root"/{run,test} "$KORV_RUN_TEST_FOLDER/sources/"
     cp "$root"/tools/{packages,test_results,cross}.sh "$KORV_RUN_TEST_FOLDER/sources/tools/"
-    cp "$root/tests/lsan.supp" "$KORV_RUN_TEST_FOLDER/sources/tests/"
+    cp "$root"/tests/{lsan,tsan}.supp "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp -R "$root"/tests/{packages,releases} "$KORV_RUN_TEST_FOLDER/sources/tests/"
     cp "${BASH_SOURCE[0]}" "$KORV_RUN_TEST_FOLDER/test_run.sh"
     user=()
