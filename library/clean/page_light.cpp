@@ -1,7 +1,7 @@
 #include "library/clean/page_light.h"
 
+#include "library/base/median.h"
 #include "library/clean/light_fill.h"
-#include "library/clean/median.h"
 #include "library/clean/paper_regions.h"
 #include "library/clean/small_page.h"
 

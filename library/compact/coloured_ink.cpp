@@ -69,11 +69,6 @@ void addToRow(const std::uint8_t *taken, int width, std::uint8_t *coloured)
     }
 }
 
-bool isBlank(const cv::Mat &ink)
-{
-    return cv::countNonZero(ink) == static_cast<int>(ink.total());
-}
-
 } // namespace
 
 std::optional<Ink> takeColoured(const cv::Mat &page, const cv::Mat &paper, const cv::Rect &area,

@@ -142,7 +142,7 @@ Result<void> encodePictures(const cv::Mat &page, const std::vector<cv::Rect> &ar
 Result<void> encodeInk(const cv::Mat &page, const Ink &ink, HelperThread &core, Bytes &mask,
                        LayerJpeg &colours)
 {
-    if (cv::countNonZero(ink.core) == static_cast<int>(ink.core.total()))
+    if (isBlank(ink.core))
         return {};
     Result<Bytes> coded = encodeCcittG4(ink.mask);
     if (!coded)

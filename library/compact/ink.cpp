@@ -70,6 +70,11 @@ Ink inkOn(const Image &gray, HelperThread &core)
     return ink;
 }
 
+bool isBlank(const cv::Mat &picture)
+{
+    return cv::countNonZero(picture) == static_cast<int>(picture.total());
+}
+
 bool isWriting(const Ink &ink)
 {
     const double pixels = zeros(matView(ink.mask));

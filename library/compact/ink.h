@@ -19,6 +19,9 @@ struct Ink
 /// close its counters. `gray` is the page. One half of the work runs on `core`.
 Ink inkOn(const Image &gray, HelperThread &core);
 
+/// Whether a mask or core shows no ink at all.
+bool isBlank(const cv::Mat &picture);
+
 /// Whether the ink can be strokes of writing that a mask shows well: not most of the page, and wide
 /// enough to do without gray edges.
 bool isWriting(const Ink &ink);

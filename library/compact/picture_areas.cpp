@@ -1,5 +1,6 @@
 #include "library/compact/picture_areas.h"
 
+#include "library/base/median.h"
 #include "library/clean/paper_regions.h"
 #include "library/clean/small_page.h"
 #include "library/compact/cell_means.h"
@@ -47,11 +48,7 @@ float noiseOf(const cv::Mat &variances)
         std::copy_if(row, row + variances.cols, std::back_inserter(known),
                      [](float variance) { return variance >= 0; });
     }
-    if (known.empty())
-        return 0;
-    const auto middle = known.begin() + static_cast<std::ptrdiff_t>(known.size() / 2);
-    std::nth_element(known.begin(), middle, known.end());
-    return *middle;
+    return known.empty() ? 0 : medianOf(known);
 }
 
 /// Squares of cells most of which show more than noise, as CV_8UC1 of 0 and 1.

@@ -7,10 +7,6 @@
 
 namespace korv::jpeg {
 
-namespace {
-
-} // namespace
-
 std::vector<Segment> headerSegments(ByteView data, const Structure &structure)
 {
     std::vector<Segment> segments;

@@ -1,5 +1,6 @@
 #include "library/crop/outlines/outline_widener.h"
 
+#include "library/base/median.h"
 #include "library/crop/outlines/frame_colour.h"
 
 #include <algorithm>
@@ -24,14 +25,6 @@ constexpr int kNeighbours = 2; ///< to either side, of whose rims the median cou
 constexpr int kLeastPlaces =
     6; ///< that must stick out; fewer are a clip, or a thing next to the sheet
 constexpr int kUnknown = -1;
-
-/// The upper one of the middle two when their count is even; sorts a part of them.
-template <typename Value> Value medianOf(std::vector<Value> &values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// What the paper looks like at one place of a side.
 struct Paper
