@@ -53,8 +53,8 @@ public:
             if (i < kRefined) {
                 const Refined refined = sheet.refined(candidates[i]);
                 addCorners(row, sheet.widened(refined));
-                row.push_back(static_cast<float>(refined.agreement));
-                row.push_back(static_cast<float>(refined.meanAgreement));
+                row.push_back(static_cast<float>(refined.leastAgreement()));
+                row.push_back(static_cast<float>(refined.meanAgreement()));
                 for (const double value : sheet.around(candidates[i]).values())
                     row.push_back(static_cast<float>(value));
             } else {

@@ -105,9 +105,9 @@ double confidenceOf(const Candidate &candidate, const Evidence &evidence)
     std::array<double, kConfidenceInputs> inputs{};
     const auto &features = candidate.features.values();
     auto next = std::copy(features.begin(), features.end(), inputs.begin());
-    for (const double value :
-         {candidate.rank, evidence.lead, evidence.refined.agreement, evidence.refined.meanAgreement,
-          evidence.fromWriting ? 1.0 : 0.0, evidence.leadOverLarger})
+    for (const double value : {candidate.rank, evidence.lead, evidence.refined.leastAgreement(),
+                               evidence.refined.meanAgreement(), evidence.fromWriting ? 1.0 : 0.0,
+                               evidence.leadOverLarger})
         *next++ = value;
     const auto surroundings = evidence.surroundings.values();
     std::copy(surroundings.begin(), surroundings.end(), next);

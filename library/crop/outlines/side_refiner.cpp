@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <vector>
 
 namespace korv::crop {
@@ -256,17 +257,25 @@ private:
 
 } // namespace
 
+double Refined::leastAgreement() const
+{
+    return *std::min_element(agreements.begin(), agreements.end());
+}
+
+double Refined::meanAgreement() const
+{
+    return std::accumulate(agreements.begin(), agreements.end(), 0.0) / 4;
+}
+
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)
 {
-    Refined result{corners, 0, 0, {}};
+    Refined result{corners, {}};
     std::array<double, 4> parts{1, 1, 1, 1}; ///< of the reach, for each side
     for (int round = 0; round < kRounds; ++round) {
         const Corners &now = result.corners;
         const cv::Point2d centre = centreOf(now);
         std::array<Line, 4> lines;
         std::array<double, 4> agreements{};
-        double least = 1;
-        double mean = 0;
         std::vector<Side> sides;
         for (std::size_t i = 0; i < 4; ++i)
             sides.emplace_back(image, now[i], now[(i + 1) % 4], centre);
@@ -277,15 +286,13 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach, 
         for (std::size_t i = 0; i < 4; ++i) {
             lines[i] = sides[i].line();
             agreements[i] = sides[i].agreement();
-            least = std::min(least, agreements[i]);
-            mean += agreements[i] / 4;
             parts[i] = sides[i].isBent() ? 1 : 0.5;
         }
         const std::optional<Corners> fitted = cornersOfLines(lines);
         if (!fitted || !isConvex(*fitted)
             || largestShift(*fitted, corners) > kMaxCornerMove * reach)
             return result;
-        result = {*fitted, least, mean, agreements};
+        result = {*fitted, agreements};
     }
     return result;
 }

@@ -10,10 +10,11 @@ namespace korv::crop {
 struct Refined
 {
     Corners corners; ///< in the frame
-    double agreement =
-        0; ///< of the worst side: share of places whose rim lies on one straight line
-    double meanAgreement = 0;
-    std::array<double, 4> agreements{}; ///< of each side: from every corner to the next one
+    /// Of each side, from every corner to the next: share of places whose rim lies on one straight line.
+    std::array<double, 4> agreements{};
+
+    double leastAgreement() const;
+    double meanAgreement() const;
 };
 
 /// The agreement from which on a side is taken for straight.
