@@ -10,13 +10,13 @@ Builds the fuzz targets below build/fuzz with clang (installing it when it is mi
 of them, or without TARGET all in turn, for SECONDS each (600).
 Inputs that show something new are kept in build/fuzz/corpus/TARGET, those that break something in
 build/fuzz/found/TARGET. The exit status is 0 when nothing broke.
-TARGET is one of: jpeg image_loader raster crop library_settings recognised_text made_document
-camera_json settings preview escl_settings escl_http
+TARGET is one of: jpeg image_loader raster jbig2 crop library_settings recognised_text
+made_document camera_json settings preview escl_settings escl_http
 TEXT
 }
 
-targets=(jpeg image_loader raster crop library_settings recognised_text made_document camera_json
-    settings preview escl_settings escl_http)
+targets=(jpeg image_loader raster jbig2 crop library_settings recognised_text made_document
+    camera_json settings preview escl_settings escl_http)
 seconds=600
 case ${1:-} in
     -h | --help) usage && exit ;;

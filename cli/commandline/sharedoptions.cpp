@@ -140,8 +140,9 @@ void addCleanFlag(CLI::App &command, Options &options)
 
 void addCompactFlag(CLI::App &command, Options &options)
 {
-    command.add_flag("--compact", options.compact,
-                     tr("Make pdf pages of writing a tenth as large, in layers (default: off)"));
+    command.add_flag(
+        "--compact", options.compact,
+        tr("Make pdf pages of writing a twentieth as large, in layers (default: off)"));
 }
 
 void addTextOption(CLI::App &command, Options &options)

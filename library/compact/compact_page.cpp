@@ -6,6 +6,7 @@
 #include "library/compact/coloured_ink.h"
 #include "library/compact/ink.h"
 #include "library/compact/picture_areas.h"
+#include "library/formats/jbig2/jbig2_encoder.h"
 #include "library/formats/tiff/tiff_strip.h"
 #include "library/image/mat_view.h"
 #include "library/image/opencv_threads.h"
@@ -138,16 +139,27 @@ Result<void> encodePictures(const cv::Mat &page, const std::vector<cv::Rect> &ar
     return {};
 }
 
+Result<void> encodeMask(const Image &ink, InkMask &mask)
+{
+    if (std::optional<Bytes> symbols = encodeJbig2(ink)) {
+        mask = {std::move(*symbols), MaskCoding::Jbig2};
+        return {};
+    }
+    Result<Bytes> coded = encodeCcittG4(ink);
+    if (!coded)
+        return coded.error();
+    mask = {std::move(coded).value(), MaskCoding::CcittG4};
+    return {};
+}
+
 /// Leaves `mask` and `colours` as they are where there is no ink.
-Result<void> encodeInk(const cv::Mat &page, const Ink &ink, HelperThread &core, Bytes &mask,
+Result<void> encodeInk(const cv::Mat &page, const Ink &ink, HelperThread &core, InkMask &mask,
                        LayerJpeg &colours)
 {
     if (isBlank(ink.core))
         return {};
-    Result<Bytes> coded = encodeCcittG4(ink.mask);
-    if (!coded)
-        return coded.error();
-    mask = std::move(coded).value();
+    if (Result<void> done = encodeMask(ink.mask, mask); !done)
+        return done;
     const cv::Mat means = filled(meansOf(page, ink.core, gridFor(page, kInkCell), core));
     return encode(means, kInkQuality, jpeg::Subsampling::S444, colours);
 }

@@ -24,11 +24,23 @@ struct PicturePatch
     int top = 0;
 };
 
+enum class MaskCoding {
+    CcittG4, ///< see encodeCcittG4()
+    Jbig2, ///< see encodeJbig2()
+};
+
+/// Where ink is: black.
+struct InkMask
+{
+    Bytes data; ///< empty: nowhere
+    MaskCoding coding = MaskCoding::CcittG4;
+};
+
 /// Ink on a part of the page: its colours, stretched over the part, where the mask is set.
 struct InkPatch
 {
     LayerJpeg ink; ///< colours only; what is between letters means nothing
-    Bytes mask; ///< where ink is: CCITT G4, black, of the part's size
+    InkMask mask; ///< of the part's size
     int left = 0; ///< pixels of the page
     int top = 0;
     int width = 0;
@@ -43,15 +55,15 @@ struct PageLayers
     std::vector<PicturePatch> pictures;
     std::vector<InkPatch> colouredInk; ///< only on pages that have a mask
     LayerJpeg ink; ///< colours only; what is between letters means nothing
-    Bytes mask; ///< where ink is: CCITT G4, black, as wide and as high as the page; empty: nowhere
+    InkMask mask; ///< as wide and as high as the page
 
     std::size_t size() const
     {
-        std::size_t sum = paper.jpeg.size() + ink.jpeg.size() + mask.size();
+        std::size_t sum = paper.jpeg.size() + ink.jpeg.size() + mask.data.size();
         for (const PicturePatch &patch : pictures)
             sum += patch.picture.jpeg.size();
         for (const InkPatch &patch : colouredInk)
-            sum += patch.ink.jpeg.size() + patch.mask.size();
+            sum += patch.ink.jpeg.size() + patch.mask.data.size();
         return sum;
     }
 };

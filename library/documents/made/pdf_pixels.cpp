@@ -1,6 +1,7 @@
 #include "library/documents/made/pdf_pixels.h"
 
 #include "library/documents/made/refusal.h"
+#include "library/formats/jbig2/jbig2_decoder.h"
 #include "library/formats/png_reader.h"
 #include "library/formats/tiff/tiff_reader.h"
 #include "library/image/colour.h"
@@ -123,6 +124,7 @@ Result<Image> pixelsOf(const PdfObject &picture)
     const std::string filter = picture.entries.value("Filter");
     Result<Image> image = filter == "/DCTDecode" ? jpegPixels(picture.data)
         : filter == "/CCITTFaxDecode"            ? readTiff(tiffOf(size.value(), picture.data), 0)
+        : filter == "/JBIG2Decode"               ? decodeJbig2(picture.data)
         : filter == "/FlateDecode"               ? deflatedPixels(size.value(), picture)
                                                  : Result<Image>(refusal::damaged());
     if (image

@@ -6,7 +6,7 @@
 
 namespace korv {
 
-/// The pixels of a picture that PdfWriter wrote, in gray: a JPEG, CCITT G4 or deflated. Stencil masks
+/// The pixels of a picture that PdfWriter wrote, in gray: a JPEG, CCITT G4, JBIG2 or deflated. Stencil masks
 /// are black where they paint. Errors: -EBADMSG damaged, or of another kind; -EFBIG, -ENOMEM.
 Result<Image> pixelsOf(const PdfObject &picture);
 

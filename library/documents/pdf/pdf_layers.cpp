@@ -44,21 +44,23 @@ Result<void> PdfWriter::writeLayer(int number, const LayerJpeg &layer, const std
 }
 
 /// Black is 0 in what the filter gives, and 0 is what a stencil paints.
-Result<void> PdfWriter::writeMask(int number, ByteView mask, int width, int height)
+Result<void> PdfWriter::writeMask(int number, const InkMask &mask, int width, int height)
 {
     const std::string columns = std::to_string(width);
     const std::string rows = std::to_string(height);
     return m_objects.writeStream(
         number,
         "/Type /XObject /Subtype /Image /Width " + columns + " /Height " + rows
-            + " /ImageMask true /BitsPerComponent 1 /Filter /CCITTFaxDecode"
-              " /DecodeParms << /K -1 /Columns "
-            + columns + " /Rows " + rows + " >>",
-        mask);
+            + " /ImageMask true /BitsPerComponent 1"
+            + (mask.coding == MaskCoding::Jbig2
+                   ? " /Filter /JBIG2Decode"
+                   : " /Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns " + columns
+                       + " /Rows " + rows + " >>"),
+        mask.data);
 }
 
 /// The number of the picture.
-Result<int> PdfWriter::writeInk(const LayerJpeg &ink, ByteView mask, int width, int height)
+Result<int> PdfWriter::writeInk(const LayerJpeg &ink, const InkMask &mask, int width, int height)
 {
     const int stencil = m_objects.reserve();
     const int colours = m_objects.reserve();
@@ -95,7 +97,7 @@ Result<PdfWriter::PictureUse> PdfWriter::writeLayers(int first, const Page &page
         const Part part{patch.left, patch.top, patch.width, patch.height};
         use.drawing += drawnAt(part, page, add(number.value()));
     }
-    if (layers.mask.empty())
+    if (layers.mask.data.empty())
         return use;
     const Result<int> ink = writeInk(layers.ink, layers.mask, page.width, page.height);
     if (!ink)

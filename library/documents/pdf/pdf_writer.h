@@ -37,8 +37,8 @@ private:
     Result<PictureUse> writePictures(int first, const Page &page);
     Result<PictureUse> writeLayers(int first, const Page &page);
     Result<void> writeLayer(int number, const LayerJpeg &layer, const std::string &more);
-    Result<void> writeMask(int number, ByteView mask, int width, int height);
-    Result<int> writeInk(const LayerJpeg &ink, ByteView mask, int width, int height);
+    Result<void> writeMask(int number, const InkMask &mask, int width, int height);
+    Result<int> writeInk(const LayerJpeg &ink, const InkMask &mask, int width, int height);
     Result<void> writePicture(int number, const Page &page);
     Result<void> writePixels(int number, const Page &page);
     Result<void> writeDrawing(int number, const std::string &picture, const std::string &text);

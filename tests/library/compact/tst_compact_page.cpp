@@ -251,7 +251,7 @@ TEST(CompactPage, blankPaperHasNoInk)
 {
     const auto layers = layersOf(photographed(Paper(kWidth, kHeight).image()));
     ASSERT_TRUE(layers);
-    EXPECT_TRUE(layers->mask.empty());
+    EXPECT_TRUE(layers->mask.data.empty());
     EXPECT_TRUE(layers->ink.jpeg.empty());
     EXPECT_FALSE(layers->paper.jpeg.empty());
 }

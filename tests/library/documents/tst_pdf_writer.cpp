@@ -266,7 +266,7 @@ PageLayers layersOf(const Image &mask)
     PageLayers layers;
     layers.paper = layer(75, 50, 200, 200);
     layers.ink = layer(30, 20, 180, 20);
-    layers.mask = codePixelsForPdf(mask, 72).value().data;
+    layers.mask.data = codePixelsForPdf(mask, 72).value().data;
     layers.pictures.push_back({layer(60, 40, 20, 90), 10, 150});
     return layers;
 }
@@ -338,14 +338,14 @@ TEST_F(PdfWriterTest, inkOfSeveralColoursHasMasksOfItsOwn)
     mask.setBilevel(true);
     InkPatch patch;
     patch.ink = layers.pictures.front().picture;
-    patch.mask = codePixelsForPdf(mask, 72).value().data;
+    patch.mask.data = codePixelsForPdf(mask, 72).value().data;
     patch.left = 170;
     patch.top = 40;
     patch.width = 100;
     patch.height = 40;
     const std::size_t before = layers.size();
     layers.colouredInk.push_back(patch);
-    EXPECT_EQ(layers.size(), before + patch.mask.size() + patch.ink.jpeg.size());
+    EXPECT_EQ(layers.size(), before + patch.mask.data.size() + patch.ink.jpeg.size());
     write({pageOf(layers)});
     const ProgramResult check = runProgram({"qpdf", "--check", m_path});
     EXPECT_EQ(check.status, 0) << check.output << check.errors;
@@ -377,7 +377,7 @@ TEST_F(PdfWriterTest, layersNeedNothingThatArchivesForbid)
 TEST_F(PdfWriterTest, layersWithoutInkArePaperOnly)
 {
     PageLayers layers = layersOf(boxMask());
-    layers.mask.clear();
+    layers.mask = {};
     layers.ink = {};
     layers.pictures.clear();
     write({pageOf(layers)});

@@ -149,7 +149,7 @@ TEST_F(PageMakerTest, pagesOfWritingBecomeLayersWhenAskedTo)
             ASSERT_NE(page.value().layers, nullptr) << quality << fromFile;
             EXPECT_EQ(page.value().width, 800);
             EXPECT_EQ(page.value().height, 600);
-            EXPECT_FALSE(page.value().layers->mask.empty());
+            EXPECT_FALSE(page.value().layers->mask.data.empty());
         }
     }
 }
