@@ -14,18 +14,27 @@ freshDebianObstacle()
         { echo "debootstrap knows no release '$release'" && return; }
     unshare --mount --pid --fork true 2>/dev/null ||
         { echo "this machine gives no name spaces (unshare)" && return; }
-    wget -q --spider --timeout=30 --tries=2 "$mirror/dists/$release/InRelease" ||
+    unshare --mount --pid --fork -- mount -t proc proc /proc 2>/dev/null ||
+        { echo "this machine lets nobody mount" && return; }
+    askMirror --spider "$mirror/dists/$release/InRelease" ||
         echo "$mirror cannot be reached, or has no $release"
 }
 
-# makeFreshDebian FOLDER MIRROR RELEASE
+# askMirror OPTION ... URL: wget's answer, within a minute: there are networks that lose all that is
+# sent, and a mirror has many addresses to try.
+askMirror()
+{
+    timeout 60 wget -q --timeout=20 --tries=2 "$@"
+}
+
+# makeFreshDebian FOLDER MIRROR RELEASE: the most that it may take is for a network that stands still
 makeFreshDebian()
 {
     local root=$1 mirror=$2 release=$3
     mkdir -p "$root"
     # what is downloaded need not survive a power failure
     unshare --mount --pid --fork --kill-child -- \
-        debootstrap --variant=minbase --merged-usr "$release" "$root" "$mirror"
+        timeout 900 debootstrap --variant=minbase --merged-usr "$release" "$root" "$mirror"
     echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
     cp /etc/resolv.conf /etc/hosts "$root/etc/"
     apt-config dump | grep -i '^Acquire::.*::Proxy' >"$root/etc/apt/apt.conf.d/80proxy" || true

@@ -5,7 +5,7 @@
 #   ROOT: the sources; WORK: a folder for everything it makes; RELEASE: Debian's name of it;
 #   OPTION: what ./test is to be called with there
 # Ends with 0 when all passed, and when it cannot be run here or Debian cannot be downloaded, which
-# it says.
+# it says. Whatever fails for a reason that is not the sources' belongs into download() and keep().
 # With CMAKE_CXX_COMPILER_LAUNCHER=ccache, this machine's ccache is used there.
 set -euo pipefail
 root=$1 release=$3
@@ -18,9 +18,15 @@ source "$here/../packages/fresh_debian.sh"
 # shellcheck source=tests/packages/steps.sh
 source "$here/../packages/steps.sh"
 
+skip()
+{
+    echo "Tests on Debian $release skipped: $*"
+    exit
+}
+
 mirror=${KORV_DEBIAN_MIRROR:-http://deb.debian.org/debian}
 obstacle=$(freshDebianObstacle "$mirror" "$release")
-[[ -z $obstacle ]] || { echo "Tests on Debian $release skipped: $obstacle" && exit; }
+[[ -z $obstacle ]] || skip "$obstacle"
 
 # What is mounted for it is gone with the last process in it.
 if [[ -z ${KORV_FRESH_MOUNTS:-} ]]; then
@@ -42,6 +48,11 @@ trap cleanUp EXIT
 cleanUp
 rm -rf -- "$work/logs" "$work/report"
 mkdir -p "$work/logs" "$archives/partial"
+# Debian with its packages, these once more as downloaded and as kept, and the build
+readonly kNeededGigabytes=8
+free=$(df -k --output=avail "$work" | tail -n 1)
+((free >> 20 >= kNeededGigabytes)) ||
+    skip "only $((free >> 20)) GB are free in $work, of $kNeededGigabytes that it can take"
 
 environment=()
 # What a kept Debian is made of: another release, mirror or list of packages makes another one.
@@ -49,17 +60,19 @@ keptDebian()
 {
     local sum
     sum=$({ echo "$mirror" && cat "$root/tools/packages.sh" &&
-        wget -q -O - "$mirror/dists/$release/InRelease"; } | sha256sum)
+        askMirror -O - "$mirror/dists/$release/InRelease"; } | sha256sum) || return
     echo "$work/debian-${sum:0:16}.tar"
 }
 
-# The packages that ./test --units needs there, as it would install them itself.
+# The packages that ./test --units needs there, as it would install them itself: aptForTests LIMIT
+# OPTION ...; LIMIT as for timeout.
 # shellcheck disable=SC2016
 aptForTests()
 {
     inFreshDebian "$debian" bash -c 'source /clone/tools/packages.sh
         entries=("${kRunPackages[@]}" "${kTestPackages[@]}")
-        exec apt-get install -y -qq --no-install-recommends "$@" "${entries[@]%%|*}"' bash "$@"
+        exec timeout "$1" apt-get install -y -qq --no-install-recommends "${@:2}" "${entries[@]%%|*}"
+        ' bash "$@"
 }
 
 # All that needs the network, and so can fail for a reason that is not ours.
@@ -68,12 +81,13 @@ download()
     makeFreshDebian "$debian" "$mirror" "$release"
     # a second run downloads nothing that is here
     mount --bind "$archives" "$debian/var/cache/apt/archives"
-    inFreshDebian "$debian" apt-get update -qq
+    inFreshDebian "$debian" timeout 120 apt-get update -qq --error-on=any
     copyClone
     # packages that this release does not have are ours, and installing them says which
-    [[ $units == no ]] || ! aptForTests --simulate || aptForTests --download-only
+    [[ $units == no ]] || ! aptForTests 60 --simulate || aptForTests 900 --download-only
 }
 
+# Takes the one that was kept.
 unpack()
 {
     mkdir "$debian"
@@ -89,9 +103,9 @@ copyClone()
 
 keep()
 {
-    aptForTests
     rm -f -- "$work"/debian-*.tar*
-    tar -C "$debian" --exclude=./clone --exclude='./var/cache/apt/archives/*' -c -f "$kept.new" .
+    tar -C "$debian" --exclude=./clone --exclude='./var/cache/apt/archives/*' -c -f "$kept.new" . ||
+        { rm -f -- "$kept.new" && return 1; }
     mv -- "$kept.new" "$kept"
 }
 
@@ -121,16 +135,22 @@ tests()
     inClone ./test "${options[@]}"
 }
 
-kept=$(keptDebian)
+kept=$(keptDebian) || skip "$mirror cannot be reached"
+stepStatus=1
 if [[ $units == yes && -e $kept ]]; then
-    step "kept Debian $release" unpack
-else
+    measure "kept Debian $release" "cannot be used" unpack
+    ((stepStatus == 0)) || cleanUp
+fi
+if ((stepStatus != 0)); then
     measure "fresh Debian $release" "not to be had" download
     ((stepStatus == 0)) || {
         tail -n 5 "$work/logs/step-$steps.log"
-        echo "Tests on Debian $release skipped: it could not be downloaded" && exit
+        skip "it could not be downloaded"
     }
-    [[ $units == no ]] || step "packages" keep
+    if [[ $units == yes ]]; then
+        step "packages" aptForTests 0
+        measure "kept for the next time" "no room" keep
+    fi
 fi
 if [[ ${CMAKE_CXX_COMPILER_LAUNCHER:-} == ccache ]]; then
     # it is to be downloaded, too, and all goes well without it

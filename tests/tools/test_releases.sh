@@ -27,9 +27,15 @@ called='echo "${0##*/} ${*//[[:space:]]/ }" >>"$testFolder/calls"'
 stub debootstrap "$called"'
 [[ ! -e $testFolder/no-network ]] || exit 1
 tree=${*: -2:1}; mkdir -p "$tree"/etc/{dpkg/dpkg.cfg.d,apt/apt.conf.d} "$tree/var/cache/apt/archives"'
-stub wget '[[ $* == *--spider* ]] || cat "$testFolder/release"'
+stub wget '[[ $* != *--spider* ]] || exit 0
+[[ ! -e $testFolder/no-list ]] || exit 4
+cat "$testFolder/release"'
+# only says who is given a limited time
+stub timeout "$called"'; shift; exec "$@"'
 stub ccache 'echo "$testFolder"'
-stub mount ''
+stub mount '[[ ! -e $testFolder/no-mount ]]'
+# says "full" for as long as that file is there
+stub df 'echo Avail; if [[ -e $testFolder/full ]]; then echo 1000; else echo 99000000; fi'
 stub umount ''
 stub mountpoint 'exit 1'
 stub apt-config ''
@@ -42,6 +48,8 @@ exec "$@"'
 # what is done there fails when the file "failing" holds a part of it
 stub chroot "$called"'
 [[ ! -e $testFolder/failing ]] || ! grep -qf "$testFolder/failing" <<<"$*"'
+tar=$(type -P tar)
+export tar
 PATH=$testFolder/bin:$PATH
 
 failed=0
@@ -53,7 +61,7 @@ complain()
 
 fresh()
 {
-    rm -rf sources folder calls no-network failing
+    rm -rf sources folder calls no-network no-list no-mount full failing
     mkdir -p sources/tools
     touch calls
     echo "as of today" >release
@@ -95,6 +103,11 @@ attempt 0 "units" --units
 uncalled "units" '\./run'
 called "units" 'chroot .* apt-get install .* --simulate'
 called "units" 'chroot .* --download-only'
+for work in "wget .*--spider" "wget .*InRelease" debootstrap; do
+    called "units, a limited time" "timeout [0-9]+ $work"
+done
+called "units, a limited time" 'chroot .* timeout [0-9]+ apt-get update .*--error-on=any'
+called "units, a limited time" 'chroot .* timeout "[$]1" apt-get .* 900 --download-only'
 uncalled "units" kDesktopPackages
 called "units" 'chroot .* \./test --build dev --units$'
 [[ ! -e folder/trixie/debian ]] || complain "units: the folder stays"
@@ -121,9 +134,38 @@ attempt 0 "without a network" --units
 says "without a network" "Tests on Debian trixie skipped: it could not be downloaded"
 uncalled "without a network" chroot
 fresh
+touch no-list
+attempt 0 "a mirror that breaks off" --units
+says "a mirror that breaks off" "Tests on Debian trixie skipped: http://deb.debian.org/debian cannot be reached"
+fresh
+touch no-mount
+attempt 0 "without the right to mount" --units
+says "without the right to mount" "Tests on Debian trixie skipped: this machine lets nobody mount"
+fresh
+touch full
+attempt 0 "a full disk" --units
+says "a full disk" "Tests on Debian trixie skipped: only 0 GB are free"
+fresh
 echo --download-only >failing
 attempt 0 "a network that fails" --units
 says "a network that fails" "Tests on Debian trixie skipped: it could not be downloaded"
+
+# what is kept only saves time
+fresh
+attempt 0 "a kept Debian" --units
+: >calls
+for kept in folder/trixie/debian-*.tar; do
+    echo "no archive" >"$kept"
+done
+attempt 0 "a broken kept Debian" --units
+called "a broken kept Debian" debootstrap
+called "a broken kept Debian" 'chroot .* \./test --build dev --units$'
+fresh
+stub tar '[[ $* != *.new* ]] || exit 2; exec "$tar" "$@"'
+attempt 0 "no room to keep it" --units
+called "no room to keep it" 'chroot .* \./test --build dev --units$'
+[[ -z $(find folder/trixie -name '*.tar*') ]] || complain "half a Debian is kept"
+rm bin/tar
 
 fresh
 echo "apt-get install .* ccache" >failing
