@@ -128,6 +128,7 @@ readonly kKernelPackages=(
     "busybox-static|the commands in that machine"
     "cpio|packs its file system"
     "kmod|orders the kernel's modules"
+    "xz-utils|unpacks them"
     "udev|the device daemon in that machine"
 )
 # only for tools/check.sh

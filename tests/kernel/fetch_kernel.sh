@@ -14,6 +14,8 @@ trap 'rm -rf -- "$work"' EXIT
 (cd "$work" && apt-get download -qq "$package" 2>/dev/null)
 dpkg-deb -x "$work"/*.deb "$work/root"
 version=${package#linux-image-}
+# packages of a merged system have no /lib any more, but depmod and modprobe look for it
+[[ -e $work/root/lib ]] || ln -s usr/lib "$work/root/lib"
 depmod -b "$work/root" "$version"
 
 rm -rf -- "$folder"
@@ -21,7 +23,12 @@ mkdir -p "$folder/modules"
 cp "$work/root/boot/vmlinuz-$version" "$folder/vmlinuz"
 # what vivid needs, in the order in which it has to be loaded; vivid itself is the tests' business
 modprobe -d "$work/root" -S "$version" --show-depends vivid | while read -r _ module _; do
-    cp "$module" "$folder/modules/"
-    [[ ${module##*/} == vivid.ko ]] || echo "${module##*/}" >>"$folder/modules/order"
+    name=$(basename "$module" .xz)
+    # as the drivers' commands in the guest expect them
+    case $module in
+        *.xz) xz -dc "$module" >"$folder/modules/$name" ;;
+        *) cp "$module" "$folder/modules/" ;;
+    esac
+    [[ $name == vivid.ko ]] || echo "$name" >>"$folder/modules/order"
 done
 touch "$folder/complete"

@@ -48,7 +48,8 @@ inFreshDebian()
 }
 
 # asUserOfFreshDebian USER:GROUP GROUPS FOLDER COMMAND ...: the same as somebody else, who is in
-# those further groups (comma separated).
+# those further groups (comma separated). The folder becomes a mount: without one at its root,
+# nothing in it could have name spaces, and so no fresh Debian, of its own.
 asUserOfFreshDebian()
 {
     local owner=$1 groups=$2 root=$3
@@ -59,8 +60,8 @@ asUserOfFreshDebian()
     env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
         HOME="$home" \
         unshare --mount --pid --fork --kill-child -- \
-        bash -c 'mount -t proc proc "$0/proc" && mount -t devpts devpts "$0/dev/pts" &&
-            exec chroot "$@"' "$root" \
+        bash -c 'mount --rbind "$0" "$0" && mount -t proc proc "$0/proc" &&
+            mount -t devpts devpts "$0/dev/pts" && exec chroot "$@"' "$root" \
         --userspec="$owner" --groups="$groups" "$root" "$@" </dev/null
 }
 

@@ -18,6 +18,18 @@ unset CMAKE_CXX_COMPILER_LAUNCHER KORV_DEBIAN_MIRROR
 mkdir -p bin debootstrap/scripts
 touch debootstrap/scripts/trixie
 
+# What runs in a fresh Debian may make one of its own there, as the tests of the packages do. Needs
+# groups, which nobody can change in the name space of somebody else.
+if [[ $(</proc/self/setgroups) == allow ]] &&
+    unshare --mount --pid --fork -- mount -t proc proc /proc 2>/dev/null; then
+    unshare --mount -- bash -euc 'source "$0/tests/packages/fresh_debian.sh"
+        mkdir -p tree/{proc,dev/pts,usr}
+        cp -P /bin /sbin /lib* tree/
+        mount --rbind /usr tree/usr
+        inFreshDebian "$PWD/tree" unshare --mount --pid --fork -- mount -t proc proc /proc' "$root" ||
+        { echo "no name spaces in a fresh Debian" >&2 && exit 1; }
+fi
+
 stub()
 {
     printf '#!/bin/bash\n%s\n' "$2" >"bin/$1"
