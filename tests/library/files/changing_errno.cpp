@@ -4,12 +4,20 @@
 #include <cstdlib>
 #include <new>
 
-void *operator new(std::size_t size)
+// All forms that meet the same delete: a sanitizer has its own of each that is not replaced.
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
 {
     void *memory = std::malloc(size);
+    if (memory != nullptr)
+        errno = ENOTTY;
+    return memory;
+}
+
+void *operator new(std::size_t size)
+{
+    void *memory = operator new(size, std::nothrow);
     if (memory == nullptr)
         throw std::bad_alloc();
-    errno = ENOTTY;
     return memory;
 }
 
