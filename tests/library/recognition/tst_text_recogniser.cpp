@@ -1,10 +1,12 @@
 #include "library/recognition/text_recogniser.h"
 
+#include "library/base/unique_fd.h"
 #include "library/jpeg/jpeg.h"
 #include "tests/library/support/fake_tesseract.h"
 #include "tests/library/support/sample_pictures.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -35,6 +37,16 @@ protected:
         ASSERT_EQ(::mkfifo((m_folder / "wait").c_str(), 0600), 0);
     }
     void open() const { testing_support::writeFile(m_folder / "wait", std::string("go")); }
+    /// Returns once a program waits in the FIFO, which it does until what is returned is closed.
+    UniqueFd held() const
+    {
+        UniqueFd fifo;
+        while (!fifo) {
+            std::this_thread::sleep_for(20ms);
+            fifo = UniqueFd(::open((m_folder / "wait").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        }
+        return fifo;
+    }
     /// Lets programs go that wait in the FIFO.
     void release() const
     {
@@ -127,7 +139,7 @@ TEST_F(TextRecogniserTest, whoAsksDoesNotWaitForAStarvedProcess)
     hold();
     const auto recogniser = make();
     recogniser->begin(m_jpeg);
-    std::this_thread::sleep_for(500ms); // the process waits now
+    const UniqueFd starved = held();
     std::filesystem::remove(m_folder / "wait");
     open();
     const auto begin = std::chrono::steady_clock::now();
