@@ -23,7 +23,9 @@ touch debootstrap/scripts/trixie
 if [[ $(</proc/self/setgroups) == allow ]] &&
     unshare --mount --pid --fork -- mount -t proc proc /proc 2>/dev/null; then
     unshare --mount -- bash -euc 'source "$0/tests/packages/fresh_debian.sh"
-        mkdir -p tree/{proc,dev/pts,usr}
+        mkdir -p tree/{etc,proc,dev/pts,usr}
+        echo root:x:0:0::/: >tree/etc/passwd
+        echo root:x:0: >tree/etc/group
         cp -P /bin /sbin /lib* tree/
         mount --rbind /usr tree/usr
         inFreshDebian "$PWD/tree" unshare --mount --pid --fork -- mount -t proc proc /proc' "$root" ||
