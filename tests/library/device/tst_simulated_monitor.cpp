@@ -238,13 +238,15 @@ TEST_F(SimulatedMonitorTest, watchThatIsRefusedForNowComesLater)
     if (testing_support::kThreadsTakeDescriptors)
         GTEST_SKIP() << "this sanitizer needs descriptors of its own";
     makeFolder(m_desk / "0001:0001 Cam");
-    SimulatedMonitor monitor(m_desk.path());
     testing::internal::CaptureStderr();
     {
-        const testing_support::DescriptorShortage shortage(1); // eventfd only
-        ASSERT_TRUE(monitor.start(m_observer));
-    }
-    EXPECT_TRUE(m_observer.hears({"+Cam 1 1"}));
+        SimulatedMonitor monitor(m_desk.path());
+        {
+            const testing_support::DescriptorShortage shortage(1); // eventfd only
+            ASSERT_TRUE(monitor.start(m_observer));
+        }
+        EXPECT_TRUE(m_observer.hears({"+Cam 1 1"}));
+    } // what it says after the camera's arrival is said now
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("info: watching the desk " + m_desk.path() + " again"));
 }
