@@ -3,6 +3,7 @@
 #include "tests/library/support/shortage.h"
 #include "tests/library/support/temporary_folder.h"
 #include "tests/library/support/wait.h"
+#include "tests/support/surroundings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -217,6 +218,8 @@ TEST_F(SimulatedMonitorTest, shortageOfDescriptorsDelaysTheCameras)
 
 TEST_F(SimulatedMonitorTest, limitOfWatchesStopsNoCamera)
 {
+    if (!support::canRefuseCalls())
+        GTEST_SKIP() << "an emulator has no system call refused";
     makeFolder(m_desk / "0001:0001 Cam");
     testing::internal::CaptureStderr();
     // the refusal holds for this thread and those that it starts
