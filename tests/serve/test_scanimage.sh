@@ -19,6 +19,8 @@ if [[ ${KORV_SCAN_INSIDE-} != yes ]]; then
         PATH=$PATH:/usr/sbin:/sbin command -v "$tool" >/dev/null || skip "there is no $tool"
     done
     unshare --net --mount --pid --fork --mount-proc true 2>/dev/null || skip "not root"
+    setpriv --reuid=avahi --regid=messagebus --clear-groups true 2>/dev/null ||
+        skip "this name space lacks the users whom the daemons run as"
     KORV_SCAN_INSIDE=yes exec unshare --net --mount --pid --fork --mount-proc bash "$0" "$@"
 fi
 
