@@ -1,5 +1,7 @@
 #include "tests/cli/process.h"
 
+#include "tests/support/surroundings.h"
+
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -70,7 +72,7 @@ std::string Process::outputSoFar() const
 bool Process::waitForOutput(const std::string &text, int milliseconds) const
 {
     const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds) * slowness();
     while (outputSoFar().find(text) == std::string::npos) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;

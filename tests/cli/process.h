@@ -32,7 +32,7 @@ public:
     /// What it has written to standard output so far.
     std::string outputSoFar() const;
 
-    /// Waits up to that long until the output holds the text.
+    /// Waits up to that long, in an emulator longer, until the output holds the text.
     bool waitForOutput(const std::string &text, int milliseconds) const;
 
     /// Waits for its end.

@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "tests/fakes/scripted_camera.h"
 #include "tests/support/stdout_capture.h"
+#include "tests/support/surroundings.h"
 #include "tests/support/temp_home.h"
 
 #include <array>
@@ -123,6 +124,9 @@ TEST_F(DoctorSystem, nodesAreListedByNumberWithWhoHasThemOpen)
 
 TEST_F(DoctorSystem, nodesOfOthersAreFoundWithoutOpeningThem)
 {
+    constexpr uid_t kNobody = 65534;
+    if (::geteuid() == 0 && !support::hasUser(kNobody))
+        GTEST_SKIP() << "this name space has no user whom rights bind";
     for (const char *name : {"video0", "video1"})
         write(m_folders.dev + "/" + name, "");
     fs::permissions(m_folders.dev + "/video0", fs::perms(0060));
@@ -135,7 +139,7 @@ TEST_F(DoctorSystem, nodesOfOthersAreFoundWithoutOpeningThem)
         const fs::path outside = m_home.scratch().parent_path().parent_path();
         for (fs::path path = m_folders.dev; path != outside; path = path.parent_path())
             fs::permissions(path, fs::perms(0755));
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
+        if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
             std::exit(2);
         const std::vector<std::string> wanted{m_folders.dev + "/video0"};
         std::exit(cli::forbiddenNodes(m_folders) == wanted ? 0 : 1);

@@ -1,4 +1,5 @@
 #include "tests/cli/korvcam_program.h"
+#include "tests/support/surroundings.h"
 
 #include <chrono>
 
@@ -101,12 +102,18 @@ TEST_F(KorvcamPipes, inputThatIsNoPictureIsNamed)
         EXPECT_EQ(done.status, 1) << line;
         EXPECT_THAT(done.errors, StartsWith("korvcam: standard input is not a picture")) << line;
     }
-    EXPECT_EQ(shell("$K convert - b.png <&-").errors,
-              "korvcam: cannot read standard input: Bad file descriptor\n");
     const Finished partial = shell("echo text | $K combine - a.jpg -o b.pdf");
     EXPECT_EQ(partial.status, 1);
     EXPECT_EQ(partial.output, "b.pdf\n");
     EXPECT_THAT(names(), ElementsAre("a.jpg", "b.pdf"));
+}
+
+TEST_F(KorvcamPipes, closedInputIsNamed)
+{
+    if (support::isEmulated())
+        GTEST_SKIP() << "an emulator's own file takes the place of the one that is closed";
+    EXPECT_EQ(shell("$K convert - b.png <&-").errors,
+              "korvcam: cannot read standard input: Bad file descriptor\n");
 }
 
 TEST_F(KorvcamPipes, terminalGetsNoPictureAndGivesNone)

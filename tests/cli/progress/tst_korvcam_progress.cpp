@@ -1,4 +1,5 @@
 #include "tests/cli/korvcam_program.h"
+#include "tests/support/surroundings.h"
 
 namespace {
 
@@ -24,7 +25,8 @@ protected:
     /// reads three pictures and then never comes to an end; Ctrl-C does after two seconds.
     Finished onTerminal(const std::string &line, const Environment &more = {}) const
     {
-        const std::string limit = "timeout --foreground -s INT 2 ";
+        const std::string limit =
+            "timeout --foreground -s INT " + std::to_string(2 * support::slowness()) + " ";
         Environment environment = {
             {"K", limit + KORVCAM + " --library " + STUBBORN_CAMERA},
             {"STUBBORN_CAMERA", "reading"},
