@@ -83,7 +83,7 @@ TEST_F(KorvcamJson, eventsAsTheyCome)
 
 TEST_F(KorvcamJson, diagnosisHasNothingButObjects)
 {
-    const Finished done = run({"doctor", "--json"});
+    const Finished done = run({"doctor", "--json", "--timeout", "100"});
     for (const std::string &line : lines(done.output)) {
         EXPECT_THAT(keysOf(line), testing::Not(IsEmpty())) << line;
         EXPECT_THAT(line, testing::AnyOf(HasSubstr("\"check\":\""), HasSubstr("{\"problem\":\"")));

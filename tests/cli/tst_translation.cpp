@@ -202,7 +202,7 @@ TEST_F(KorvcamInChinese, whatTheSettingsRoomSaysIsChineseToo)
 
 TEST_F(KorvcamInChinese, theDoctorSpeaksChinese)
 {
-    const Finished done = speak({"doctor"});
+    const Finished done = speak({"doctor", "--timeout", "100"});
     EXPECT_THAT(done.output, HasSubstr("摄像头库 "));
     EXPECT_THAT(done.output, HasSubstr("种分辨率，起始为 "));
     EXPECT_THAT(done.output, HasSubstr("试拍：正常"));

@@ -20,6 +20,8 @@ SETTINGS = """<?xml version="1.0" encoding="UTF-8"?>
   <scan:XResolution>{dpi}</scan:XResolution><scan:YResolution>{dpi}</scan:YResolution>
 </scan:ScanSettings>
 """
+# How many times as long as usual programs need here: ctest sets it for emulators.
+SLOWNESS = int(os.environ.get("KORV_TEST_SLOWNESS", "1"))
 A4 = {"width": 2480, "height": 3508}
 
 
@@ -71,7 +73,8 @@ class Server:
         self.errors = open(os.path.join(self._folder.name, "errors"), "w+", encoding="utf-8")
         environment = {**os.environ, "KORV_CAMERA_REAL": "0", "TMPDIR": self._folder.name}
         command = [os.environ["KORVCAM"], "--library", os.environ["CAMERA_LIBRARY"], "--desk", desk,
-                   "serve", "--no-announce", "--listen", listen, *arguments]
+                   "serve", "--no-announce", "--listen", listen,
+                   "--timeout", str(10 * SLOWNESS), *arguments]
         if inherited:
             command = pass_on(inherited, command)
         self.process = subprocess.Popen(command, env=environment, stdout=subprocess.PIPE,
@@ -111,7 +114,7 @@ class Server:
             self.process.terminate()
         return self.process.wait(60)
 
-    def ask(self, method, path, body=None, headers=None, timeout=60):
+    def ask(self, method, path, body=None, headers=None, timeout=60 * SLOWNESS):
         """The answer: status, headers, body."""
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
         try:

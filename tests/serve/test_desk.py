@@ -18,7 +18,7 @@ from scanner import Server, settings
 
 SECONDS = float(os.environ.get("KORV_SCAN_SECONDS", "20"))
 # An emulator keeps what it has translated of the program.
-GROWTH = 20_000 * int(os.environ.get("KORV_TEST_SLOWNESS", "1"))  # kB
+GROWTH = 20_000 * scanner.SLOWNESS  # kB
 
 
 def memory(process):

@@ -159,7 +159,7 @@ TEST_F(KorvcamSeriesProgress, ourLibraryCountsThePagesThatItMakes)
 
 TEST_F(KorvcamSeriesProgress, doctorSaysWhatItExamines)
 {
-    const Finished done = photograph("$K doctor");
+    const Finished done = photograph("$K doctor --timeout 100");
     EXPECT_THAT(done.output, HasSubstr(kErase + "examining "));
     // the line is gone before the next finding
     EXPECT_THAT(done.output, HasSubstr("\r" + kErase + "     first picture"));
