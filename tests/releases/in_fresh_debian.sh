@@ -84,7 +84,7 @@ download()
     inFreshDebian "$debian" timeout 120 apt-get update -qq --error-on=any
     copyClone
     # packages that this release does not have are ours, and installing them says which
-    [[ $units == no ]] || ! aptForTests 60 --simulate || aptForTests 900 --download-only
+    [[ $units == no ]] || ! aptForTests 300 --simulate || aptForTests 900 --download-only
 }
 
 # Takes the one that was kept.
