@@ -30,10 +30,15 @@ public:
     }
 
     std::size_t size() const { return m_data.size; }
-    std::size_t u16(std::size_t at) const { return numberAt(m_data.data + at, 2, m_order); }
-    std::size_t u32(std::size_t at) const { return numberAt(m_data.data + at, 4, m_order); }
+    std::size_t u16(std::size_t at) const { return number(at, 2); }
+    std::size_t u32(std::size_t at) const { return number(at, 4); }
 
 private:
+    std::size_t number(std::size_t at, std::size_t size) const
+    {
+        return static_cast<std::size_t>(numberAt(m_data.data + at, size, m_order));
+    }
+
     ByteView m_data;
     ByteOrder m_order;
 };
@@ -70,7 +75,7 @@ double rationalOf(const TiffBlock &block, unsigned tag)
     if (entry == 0 || block.u16(entry + 2) != kRational)
         return 0;
     const std::size_t at = block.u32(entry + 8);
-    if (at + 8 > block.size())
+    if (at > block.size() - 8) // a sum could be too large for processors of 32 bits
         return 0;
     const std::size_t parts = block.u32(at + 4);
     return parts != 0 ? static_cast<double>(block.u32(at)) / static_cast<double>(parts) : 0;

@@ -3,6 +3,7 @@
 #include "library/exif/exif_writer.h"
 #include "tests/library/support/guarded_buffer.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace korv;
@@ -100,5 +101,22 @@ TEST(ExifResolution, damagedBlocksStateNone)
         Bytes damaged = whole;
         damaged[at] = 0xFF;
         static_cast<void>(exifResolution(damaged));
+    }
+}
+
+TEST(ExifResolution, numbersFarBehindTheBlockAreNone)
+{
+    const Bytes whole = exifPayload({1'700'000'000, "Desk"}, 640, 480, {282.9, 150.25});
+    const Bytes start = whole[6] == 'I' ? Bytes{0x1A, 0x01, 5, 0} : Bytes{0x01, 0x1A, 0, 5};
+    const auto entry = std::search(whole.begin(), whole.end(), start.begin(), start.end());
+    ASSERT_NE(entry, whole.end());
+    // the last ones are before the block where addresses have 32 bits, and sums go around
+    for (unsigned last = 0; last < 256; ++last) {
+        Bytes far = whole;
+        const auto low = static_cast<std::uint8_t>(last);
+        const Bytes at =
+            whole[6] == 'I' ? Bytes{low, 0xFF, 0xFF, 0xFF} : Bytes{0xFF, 0xFF, 0xFF, low};
+        std::copy(at.begin(), at.end(), far.begin() + (entry - whole.begin()) + 8);
+        EXPECT_EQ(exifResolution(far).x, 0) << last;
     }
 }
