@@ -10,6 +10,10 @@ target_compile_options(project_options INTERFACE
 # The same frame makes the same bytes on every processor: one that can multiply and add in one step
 # rounds once where others round twice.
 target_compile_options(project_options INTERFACE -ffp-contract=off)
+# Documents may be longer than a number of 32 bits counts, on processors of 32 bits too.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64)
+endif()
 if(KORV_WERROR)
   target_compile_options(project_options INTERFACE -Werror)
 endif()

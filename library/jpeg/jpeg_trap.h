@@ -2,16 +2,20 @@
 
 #include "library/base/result.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdio>
+#include <limits>
 
 #include <jpeglib.h>
 
 namespace korv::jpeg {
 
-/// Coefficients of a progressive picture of the largest size: three components of 16 bit.
-inline constexpr long kMaxDecoderMemory = 2'500'000'000;
+/// Coefficients of a progressive picture of the largest size: three components of 16 bit. Processors
+/// of 32 bits cannot address as much.
+inline constexpr long kMaxDecoderMemory =
+    static_cast<long>(std::min<long long>(2'500'000'000, std::numeric_limits<long>::max()));
 
 /// libjpeg leaves a failing call with longjmp. This is the one place that catches it; it also
 /// counts a scan limit and turns "data ended early" warnings into failures.
