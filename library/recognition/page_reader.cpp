@@ -5,6 +5,7 @@
 #include "library/image/rotate.h"
 #include "library/recognition/reading_direction.h"
 #include "library/recognition/tesseract_output.h"
+#include "library/recognition/writing_guess.h"
 
 #include <algorithm>
 #include <array>
@@ -36,6 +37,9 @@ std::string withHead(Rotation turn, const std::string &output)
     return std::string(head->line) + output;
 }
 
+/// The time for a sample is that of the page by this: when it hangs, the page can still be read.
+constexpr int kSampleShare = 4;
+
 struct Reading
 {
     std::string output;
@@ -56,25 +60,97 @@ Result<Reading> readAsItLies(const Tesseract &tesseract, const Image &gray,
     return Reading{std::move(output).value(), qualityOf(table.value())};
 }
 
+/// What is left of the time that began with it.
+class Deadline
+{
+public:
+    explicit Deadline(const ProgramLimits &limits)
+        : m_end(std::chrono::steady_clock::now() + limits.time)
+    {
+    }
+
+    ProgramLimits rest(ProgramLimits limits) const
+    {
+        limits.time = std::chrono::duration_cast<std::chrono::milliseconds>(
+            m_end - std::chrono::steady_clock::now());
+        return limits;
+    }
+
+private:
+    const std::chrono::steady_clock::time_point m_end;
+};
+
+Rotation opposite(Rotation rotation)
+{
+    switch (rotation) {
+    case Rotation::None:
+        return Rotation::Half;
+    case Rotation::Left90:
+        return Rotation::Right90;
+    case Rotation::Right90:
+        return Rotation::Left90;
+    case Rotation::Half:
+        break;
+    }
+    return Rotation::None;
+}
+
+/// A sample that cannot be read costs nothing: the page is read without.
+Result<std::optional<PageReader::Description>> unlessCancelled(const Error &error)
+{
+    if (error.code == -ECANCELED)
+        return error;
+    logDebug([&] { return "a page's lines say nothing about its direction: " + error.text; });
+    return std::optional<PageReader::Description>();
+}
+
 } // namespace
 
-Result<PageReader::Description> PageReader::describe(const Image &gray, const ProgramLimits &limits,
-                                                     const EventFd &stop) const
+Result<std::optional<PageReader::Description>>
+PageReader::describeLikely(const Image &gray, const ProgramLimits &limits,
+                           const EventFd &stop) const
 {
-    const auto begin = std::chrono::steady_clock::now();
+    const Deadline deadline(limits);
+    const std::optional<Rotation> guess = likelyTurn(gray);
+    if (!guess || *guess == Rotation::None)
+        return std::optional<Description>();
+    Image turned = rotate(gray, *guess);
+    const std::optional<Image> sample = sampleBothWaysUp(turned);
+    if (!sample)
+        return std::optional<Description>();
+    ProgramLimits part = limits;
+    part.time /= kSampleShare;
+    const auto lines = m_tesseract.describe(*sample, part, stop, Tesseract::Layout::Block);
+    if (!lines)
+        return unlessCancelled(lines.error());
+    const Result<TesseractTable> table = readTesseractTable(lines.value());
+    const std::optional<Rotation> rest = table ? turnOfSample(table.value()) : std::nullopt;
+    const Rotation turn = rest == Rotation::Half ? opposite(*guess) : *guess;
+    if (!rest || turn == Rotation::None)
+        return std::optional<Description>();
+    if (rest == Rotation::Half)
+        turned = rotate(std::move(turned), Rotation::Half);
+    const Result<Reading> reading = readAsItLies(m_tesseract, turned, deadline.rest(limits), stop);
+    if (!reading)
+        return unlessCancelled(reading.error());
+    if (!isReadUpright(reading.value().quality))
+        return std::optional<Description>();
+    return std::optional(Description{withHead(turn, reading.value().output)});
+}
+
+Result<PageReader::Description> PageReader::describeEither(const Image &gray,
+                                                           const ProgramLimits &limits,
+                                                           const EventFd &stop) const
+{
+    const Deadline deadline(limits);
     Result<Reading> first = readAsItLies(m_tesseract, gray, limits, stop);
     if (!first)
         return first.error();
-    if (m_direction == Direction::AsItLies)
-        return Description{std::move(first).value().output};
     const std::optional<Rotation> turn = turnWorthTrying(first.value().quality);
     if (!turn)
         return Description{withHead(Rotation::None, first.value().output)};
     const Result<Reading> second = exceptionsToErrors([&] {
-        ProgramLimits rest = limits;
-        rest.time -= std::chrono::duration_cast<std::chrono::milliseconds>(
-            std::chrono::steady_clock::now() - begin);
-        return readAsItLies(m_tesseract, rotate(gray, *turn), rest, stop);
+        return readAsItLies(m_tesseract, rotate(gray, *turn), deadline.rest(limits), stop);
     });
     if (second.code() == -ECANCELED)
         return second.error();
@@ -83,6 +159,25 @@ Result<PageReader::Description> PageReader::describe(const Image &gray, const Pr
     if (second && isUprightForSure(first.value().quality, second.value().quality))
         return Description{withHead(*turn, second.value().output)};
     return Description{withHead(Rotation::None, first.value().output), static_cast<bool>(second)};
+}
+
+Result<PageReader::Description> PageReader::describe(const Image &gray, const ProgramLimits &limits,
+                                                     const EventFd &stop) const
+{
+    if (m_direction == Direction::AsItLies) {
+        Result<Reading> reading = readAsItLies(m_tesseract, gray, limits, stop);
+        if (!reading)
+            return reading.error();
+        return Description{std::move(reading).value().output};
+    }
+    const Deadline deadline(limits);
+    Result<std::optional<Description>> likely =
+        exceptionsToErrors([&] { return describeLikely(gray, limits, stop); });
+    if (likely.code() == -ECANCELED)
+        return likely.error();
+    if (likely && likely.value())
+        return *std::move(likely).value();
+    return describeEither(gray, deadline.rest(limits), stop);
 }
 
 Result<PageText> PageReader::read(const std::string &description) const

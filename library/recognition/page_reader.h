@@ -4,13 +4,16 @@
 #include "library/recognition/tesseract.h"
 #include "library/text/page_text.h"
 
+#include <optional>
 #include <string>
 
 namespace korv {
 
-/// Reads the writing on pictures with Tesseract, and where wanted finds out which way up it stands: a
-/// picture that makes no sense as it lies, or whose lines run downwards, is read a second time, turned.
-/// The turn counts only when it is sure, see isUprightForSure(). Any thread, several at a time.
+/// Reads the writing on pictures with Tesseract, and where wanted finds out which way up it stands. A
+/// picture that probably does not stand upright is turned before it is read, if a sample of its lines
+/// makes sense one way up only. Any other is read as it lies; when that makes no sense, or its lines run
+/// downwards, it is read a second time, turned. The turn counts only when it is sure, see
+/// isUprightForSure(). Any thread, several at a time.
 class PageReader
 {
 public:
@@ -43,6 +46,14 @@ public:
     static std::string kindOf(const TextLanguages &languages, Direction direction);
 
 private:
+    /// The reading of a picture that a sample says has to be turned; nothing for any other.
+    /// Errors: -ECANCELED. Throws as likelyTurn().
+    Result<std::optional<Description>>
+    describeLikely(const Image &gray, const ProgramLimits &limits, const EventFd &stop) const;
+    /// Reads a picture as it lies, and turned where that makes no sense.
+    Result<Description> describeEither(const Image &gray, const ProgramLimits &limits,
+                                       const EventFd &stop) const;
+
     const Tesseract &m_tesseract;
     const Direction m_direction;
 };

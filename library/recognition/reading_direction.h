@@ -27,4 +27,11 @@ std::optional<Rotation> turnWorthTrying(const ReadingQuality &asItLies);
 /// better than before. No doubt is small enough to turn a page that lay right.
 bool isUprightForSure(const ReadingQuality &asItLies, const ReadingQuality &turned);
 
+/// What turns the upper half of a sample upright, see sampleBothWaysUp(): Rotation::None or
+/// Rotation::Half; nothing where neither half makes far more sense than the other.
+std::optional<Rotation> turnOfSample(const TesseractTable &sample);
+
+/// Whether a page, a sample of which was clear, was read well, in lines that run across.
+bool isReadUpright(const ReadingQuality &page);
+
 } // namespace korv

@@ -117,7 +117,7 @@ bool Tesseract::isReady(const ProgramLimits &limits, const EventFd &stop)
 }
 
 Result<std::string> Tesseract::describe(const Image &gray, const ProgramLimits &limits,
-                                        const EventFd &stop) const
+                                        const EventFd &stop, Layout layout) const
 {
     if (static_cast<std::int64_t>(gray.width()) * gray.height() > kMaxPagePixels)
         return Error{-EFBIG, "larger than any page"};
@@ -137,6 +137,8 @@ Result<std::string> Tesseract::describe(const Image &gray, const ProgramLimits &
     const double dpi = gray.resolution().y;
     if (isBelieved(dpi))
         arguments.insert(arguments.end(), {"--dpi", std::to_string(std::lround(dpi))});
+    if (layout == Layout::Block)
+        arguments.insert(arguments.end(), {"--psm", "6"});
     Result<ProgramOutput> said =
         runLimited(call(std::move(arguments)), picture.value().get(), limits, stop);
     if (!said)

@@ -24,10 +24,15 @@ public:
     /// on the log what is missing; the others wait for the answer.
     bool isReady(const ProgramLimits &limits, const EventFd &stop);
 
+    enum class Layout {
+        Page, ///< columns, pictures, lines in any direction: the program finds out
+        Block, ///< lines that run across, one below the other
+    };
+
     /// What the program writes about a Gray8 picture, see readTesseractTable(). Call it when
     /// isReady(). Errors: those of runLimited(), -EFBIG a picture larger than any page.
     Result<std::string> describe(const Image &gray, const ProgramLimits &limits,
-                                 const EventFd &stop) const;
+                                 const EventFd &stop, Layout layout = Layout::Page) const;
 
 private:
     Result<void> askForLanguages(const ProgramLimits &limits, const EventFd &stop) const;

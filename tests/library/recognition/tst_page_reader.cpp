@@ -5,8 +5,11 @@
 #include "tests/library/support/lying_page.h"
 #include "tests/library/support/typed_page.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <filesystem>
 #include <gmock/gmock.h>
 
 using namespace korv;
@@ -157,6 +160,137 @@ TEST_F(PageReaderTest, descriptionWithoutADirectionIsRefused)
     EXPECT_TRUE(reader.read(plain));
     EXPECT_NE(PageReader::kindOf({"eng"}, PageReader::Direction::Find),
               PageReader::kindOf({"eng"}, PageReader::Direction::AsItLies));
+}
+
+namespace {
+
+/// Larger pages, with lines from which their direction can be guessed.
+class PageReaderGuessTest : public PageReaderTest
+{
+protected:
+    /// A corner page with lines of which every third ends early; `isFlushLeft` as most writing is.
+    static Image lined(bool isFlushLeft = true)
+    {
+        constexpr int kPageWidth = 800;
+        constexpr int kPageHeight = 1100;
+        constexpr int kBegin = 80;
+        Image page = testing_support::cornerPage(kPageWidth, kPageHeight, PixelFormat::Gray8);
+        for (int top = 100, line = 0; top < kPageHeight - 100; top += 24, ++line) {
+            const int length = line % 3 == 2 ? kPageWidth / 3 : kPageWidth - 2 * kBegin;
+            const int left = isFlushLeft ? kBegin : kPageWidth - kBegin - length;
+            for (int y = top; y < top + 10; ++y)
+                std::fill_n(page.row(y) + left, length, std::uint8_t{40});
+        }
+        return page;
+    }
+    /// What is to be done about samples, which the program tells by its last argument.
+    void installForSamples(const std::string &commands, int confidence = 95)
+    {
+        // its files stay empty: it may write none
+        const std::string page = "page=" + file("page") + "; [ -e $page ] && page=$page-again; ";
+        install("case \"$*\" in *'--psm 6') touch " + file("sample") + "\n" + commands + "\n;; *) "
+                    + page + "touch $page;; esac\n",
+                confidence);
+    }
+    /// A sample of which the halves make so much sense.
+    static std::string sample(int upper, int lower)
+    {
+        return R"sh(
+printf 'level\tpage_num\tblock_num\tpar_num\tline_num\tword_num\tleft\ttop\twidth\theight\tconf\ttext\n'
+printf "1\t1\t0\t0\t0\t0\t0\t0\t$width\t$height\t-1\t\n"
+printf "5\t1\t1\t1\t1\t1\t8\t4\t60\t10\t)sh"
+            + std::to_string(upper) + R"sh(\tabcdefghijklmnopqrstuvwx\n"
+printf "5\t1\t1\t1\t2\t1\t8\t$((height - 14))\t60\t10\t)sh"
+            + std::to_string(lower) + R"sh(\tabcdefghijklmnopqrstuvwx\n"
+exit 0
+)sh";
+    }
+    /// What was read since it was asked last.
+    std::string takeCalls() const
+    {
+        std::string calls;
+        for (const char *call : {"sample", "page", "page-again"}) {
+            if (std::filesystem::remove(file(call)))
+                calls += (calls.empty() ? "" : " ") + std::string(call);
+        }
+        return calls;
+    }
+
+private:
+    std::string file(const std::string &name) const { return m_folder / name; }
+};
+
+} // namespace
+
+TEST_F(PageReaderGuessTest, uprightPageNeedsNoSample)
+{
+    installForSamples("exit 1");
+    EXPECT_EQ(read(lined()).value().turn, Rotation::None);
+    EXPECT_EQ(takeCalls(), "page");
+}
+
+TEST_F(PageReaderGuessTest, sampleSparesTheReadingAsThePageLies)
+{
+    installForSamples(sample(90, 20));
+    for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
+        const auto text = read(rotate(lined(), rotation));
+        ASSERT_TRUE(text) << text.error().text;
+        EXPECT_EQ(text.value().turn, inverseOf(rotation));
+        EXPECT_EQ(text.value().lines.size(), 1U);
+        EXPECT_TRUE(m_isFinal);
+        EXPECT_EQ(takeCalls(), "sample page");
+    }
+}
+
+TEST_F(PageReaderGuessTest, sampleCorrectsAWrongGuess)
+{
+    installForSamples(sample(20, 90));
+    EXPECT_EQ(read(lined(false)).value().turn, Rotation::None);
+    EXPECT_EQ(takeCalls(), "sample page");
+    EXPECT_EQ(read(rotate(lined(false), Rotation::Right90)).value().turn, Rotation::Left90);
+    EXPECT_EQ(takeCalls(), "sample page");
+}
+
+TEST_F(PageReaderGuessTest, sampleThatSaysNothingCostsNoMoreThanItself)
+{
+    for (const std::string &useless :
+         {sample(50, 20), sample(90, 80), std::string("kill -SEGV $$"), std::string("exit 1"),
+          std::string("head -c 100000 /dev/urandom; exit 0")}) {
+        installForSamples(useless);
+        for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
+            const auto text = read(rotate(lined(), rotation));
+            ASSERT_TRUE(text) << text.error().text;
+            EXPECT_EQ(text.value().turn, inverseOf(rotation)) << useless;
+            EXPECT_EQ(takeCalls(), "sample page page-again") << useless;
+        }
+    }
+}
+
+TEST_F(PageReaderGuessTest, sampleThatHangsLeavesTimeForThePage)
+{
+    installForSamples("sleep 1000");
+    m_limits.time = 8s;
+    const auto text = read(rotate(lined(), Rotation::Right90));
+    ASSERT_TRUE(text) << text.error().text;
+    EXPECT_EQ(text.value().turn, Rotation::Left90);
+}
+
+TEST_F(PageReaderGuessTest, pageThatMakesNoSenseStaysAsItLies)
+{
+    installForSamples(sample(90, 20), 60);
+    for (const Rotation rotation : kAll) {
+        const auto text = read(rotate(lined(), rotation));
+        ASSERT_TRUE(text) << text.error().text;
+        EXPECT_EQ(text.value().turn, Rotation::None);
+        EXPECT_EQ(text.value().width, rotate(lined(), rotation).width());
+    }
+}
+
+TEST_F(PageReaderGuessTest, stopEndsTheSample)
+{
+    installForSamples("sleep 1000");
+    m_stop.set();
+    EXPECT_EQ(read(rotate(lined(), Rotation::Half)).code(), -ECANCELED);
 }
 
 TEST(PageReaderProgram, findsOutHowPagesOfTypeLie)

@@ -1,6 +1,8 @@
 #include "library/recognition/reading_direction.h"
 
+#include <cstddef>
 #include <gtest/gtest.h>
+#include <string>
 
 using namespace korv;
 
@@ -23,6 +25,24 @@ TesseractRow row(int level, int line, int width, int height, double confidence =
     made.text = text;
     return made;
 }
+
+/// What a sample of 100 rows was read as: a line in each half, of letters that make so much sense.
+TesseractTable sample(double upper, double lower, const std::string &letters)
+{
+    TesseractTable table;
+    table.width = 400;
+    table.height = 100;
+    int line = 0;
+    for (const double confidence : {upper, lower}) {
+        table.rows.push_back(row(4, ++line, 300, 20));
+        table.rows.push_back(row(5, line, 300, 20, confidence, letters));
+        for (std::size_t at = table.rows.size() - 2; at < table.rows.size(); ++at)
+            table.rows[at].numbers[TesseractRow::Top] = line == 1 ? 20 : 60;
+    }
+    return table;
+}
+
+const std::string kTwentyLetters = "abcdefghijklmnopqrst";
 
 } // namespace
 
@@ -80,4 +100,27 @@ TEST(ReadingDirection, wordWithoutALineSpeaksForItself)
     table.rows = {row(4, 1, 300, 20), row(5, 7, 20, 100, 80, "down")};
     EXPECT_EQ(qualityOf(table).across, 0);
     EXPECT_EQ(qualityOf({}).characters, 0);
+}
+
+TEST(ReadingDirection, sampleSaysWhichHalfMakesSense)
+{
+    EXPECT_EQ(turnOfSample(sample(92, 40, kTwentyLetters)), Rotation::None);
+    EXPECT_EQ(turnOfSample(sample(12, 70, kTwentyLetters)), Rotation::Half);
+}
+
+TEST(ReadingDirection, sampleInDoubtSaysNothing)
+{
+    EXPECT_EQ(turnOfSample({}), std::nullopt);
+    EXPECT_EQ(turnOfSample(sample(50, 10, kTwentyLetters)), std::nullopt)
+        << "it makes little sense";
+    EXPECT_EQ(turnOfSample(sample(80, 60, kTwentyLetters)), std::nullopt) << "both make sense";
+    EXPECT_EQ(turnOfSample(sample(92, 40, "abcdefghijklmnopqrs")), std::nullopt) << "too little";
+}
+
+TEST(ReadingDirection, pageIsReadUprightWhenItMakesSenseInLinesAcross)
+{
+    EXPECT_TRUE(isReadUpright({70, 20, 0.8}));
+    EXPECT_FALSE(isReadUpright({69, 20, 0.8}));
+    EXPECT_FALSE(isReadUpright({70, 19, 0.8}));
+    EXPECT_FALSE(isReadUpright({70, 20, 0.7}));
 }
