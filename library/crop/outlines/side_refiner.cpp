@@ -18,6 +18,7 @@ constexpr double kInnermostStrength = 0.5; ///< of the strongest change along al
 constexpr double kMaxCornerMove = 4; ///< a corner may move, in reaches
 constexpr int kFitRounds = 6;
 constexpr int kRounds = 2; ///< of looking for the rim, the second one nearer to it
+constexpr double kMaxPull = 0.7; ///< of the reach, that a side may move inwards
 constexpr double kMoreWhenBent = 0.15; ///< agreement that a bow must have more
 
 /// Coefficients of a polynomial, the constant first.
@@ -255,19 +256,38 @@ private:
     bool m_isBent = false;
 };
 
-} // namespace
-
-double Refined::leastAgreement() const
+/// How far the middle of each fitted side lies within the side as it was found.
+std::array<double, 4> pulls(const Corners &fitted, const Corners &found)
 {
-    return *std::min_element(agreements.begin(), agreements.end());
+    const cv::Point2d centre = centreOf(found);
+    std::array<double, 4> result{};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::size_t next = (i + 1) % 4;
+        const Line line = lineThrough(found[i], found[next]);
+        const double inwards = line.distance(centre) > 0 ? 1 : -1;
+        result[i] = inwards * line.distance((fitted[i] + fitted[next]) * 0.5);
+    }
+    return result;
 }
 
-double Refined::meanAgreement() const
+/// Puts sides back that moved inwards by more than `most`: the search hardly misses a rim by so much,
+/// and what else has an edge there is print, which is stronger than the rim of pale paper.
+Corners withoutPulls(const Corners &fitted, const Corners &found, double most)
 {
-    return std::accumulate(agreements.begin(), agreements.end(), 0.0) / 4;
+    const std::array<double, 4> pulled = pulls(fitted, found);
+    if (*std::max_element(pulled.begin(), pulled.end()) <= most)
+        return fitted;
+    std::array<Line, 4> lines;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const Corners &corners = pulled[i] > most ? found : fitted;
+        lines[i] = lineThrough(corners[i], corners[(i + 1) % 4]);
+    }
+    const std::optional<Corners> result = cornersOfLines(lines);
+    return result && isConvex(*result) ? *result : fitted;
 }
 
-Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)
+/// Without regard to how far the sides move.
+Refined fittedFreely(const Image &image, const Corners &corners, double reach, HelperThread &core)
 {
     Refined result{corners, {}};
     std::array<double, 4> parts{1, 1, 1, 1}; ///< of the reach, for each side
@@ -294,6 +314,25 @@ Refined refineCorners(const Image &image, const Corners &corners, double reach, 
             return result;
         result = {*fitted, agreements};
     }
+    return result;
+}
+
+} // namespace
+
+double Refined::leastAgreement() const
+{
+    return *std::min_element(agreements.begin(), agreements.end());
+}
+
+double Refined::meanAgreement() const
+{
+    return std::accumulate(agreements.begin(), agreements.end(), 0.0) / 4;
+}
+
+Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)
+{
+    Refined result = fittedFreely(image, corners, reach, core);
+    result.corners = withoutPulls(result.corners, corners, kMaxPull * reach);
     return result;
 }
 

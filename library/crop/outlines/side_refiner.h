@@ -21,7 +21,8 @@ struct Refined
 inline constexpr double kStraight = 0.85;
 
 /// Looks for each side's rim along its normals, up to `reach` pixels away, and fits straight lines.
-/// A side whose rim is not seen stays. Precondition: convex corners.
+/// A side whose rim is not seen stays, and so does one that would move far inwards, to the print on
+/// the sheet. Precondition: convex corners.
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core);
 
 } // namespace korv::crop

@@ -68,6 +68,21 @@ Image bentPaper(double bend)
     return image;
 }
 
+/// Paper that its desk hardly differs from, with a bar of print 9 pixels inside its left side.
+Image printedPaper()
+{
+    Image image(800, 600, PixelFormat::Gray8);
+    const cv::Rect paper(150, 150, 500, 300);
+    const cv::Rect bar(159, 155, 20, 290);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const cv::Point here(x, y);
+            image.row(y)[x] = bar.contains(here) ? 30 : paper.contains(here) ? 170 : 150;
+        }
+    }
+    return image;
+}
+
 /// A search picture of one colour with a rectangle of another one in it.
 SearchPicture pictureWith(int outside, cv::Rect rectangle, int inside)
 {
@@ -97,6 +112,29 @@ TEST(SideRefiner, aBentSideIsWhollyInside)
         EXPECT_NEAR(refined.corners[1].y, outermost, 1) << bend;
         EXPECT_NEAR(refined.corners[2].y, 450, 1) << bend;
         EXPECT_GT(refined.leastAgreement(), 0.9) << bend;
+    }
+}
+
+TEST(SideRefiner, aSideIsNotPulledInwardsToPrint)
+{
+    HelperThread core;
+    const Corners start{{{150, 150}, {649, 150}, {649, 449}, {150, 449}}};
+    const Refined refined = refineCorners(printedPaper(), start, 10, core);
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_LT(length(refined.corners[i] - start[i]), 1.5) << i;
+}
+
+TEST(SideRefiner, aSideMovesToARimNearby)
+{
+    HelperThread core;
+    for (const double away : {-6.0, -3.0, 3.0, 6.0}) { // inwards when positive
+        const Corners start{{{150 - away, 150 - away},
+                             {650 + away, 150 - away},
+                             {650 + away, 450 + away},
+                             {150 - away, 450 + away}}};
+        const Refined refined = refineCorners(bentPaper(0), start, 10, core);
+        EXPECT_LT(length(refined.corners[0] - cv::Point2d(150, 150)), 1) << away;
+        EXPECT_LT(length(refined.corners[2] - cv::Point2d(650, 450)), 1) << away;
     }
 }
 
