@@ -1,5 +1,7 @@
 #include "library/lineart/hairlines.h"
 
+#include "library/lineart/soft_lines.h"
+
 #include <algorithm>
 #include <array>
 
@@ -50,6 +52,7 @@ void deepenHairlines(EvenedPage &page)
         // once more as much below the paper beside it as it is already
         cv::subtract(page.sharp(place), depth, result(place));
     }
+    setOffSoftLines(page, result);
     page.sharp = result;
 }
 

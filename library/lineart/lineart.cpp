@@ -4,7 +4,7 @@
 //   gray  -> paper's brightness, small                           paper_light.h
 //         -> gray / paper, smoothed against noise, sharpened     evened_page.h
 //         -> what is ink at every place, small                   ink_limits.h
-//         -> thin lines darkened                                 hairlines.h
+//         -> thin lines darkened, narrow gaps lightened          hairlines.h, soft_lines.h
 //         -> black where the page is below the limit             fine_separation.h
 //         -> specks go                                           despeckle.h
 //

@@ -205,6 +205,42 @@ TEST(LineartStrokes, hairlinesBetweenStemsHaveNoHoles)
     EXPECT_EQ(filled, 0);
 }
 
+TEST(LineartStrokes, narrowGapsBetweenStemsStayOpen)
+{
+    // as inside of small soft letters: blur leaves the gap almost three quarters as dark as the stems
+    constexpr int kStem = 4;
+    constexpr int kGap = 3;
+    constexpr int kPair = 2 * kStem + kGap;
+    constexpr int kPitch = kPair + 14;
+    Image page(2340, 400, PixelFormat::Gray8); // 200 dots an inch
+    for (int y = 0; y < page.height(); ++y) {
+        for (int x = 0; x < page.width(); ++x) {
+            const int place = x % kPitch;
+            const bool line = y % 40 > 4 && y % 40 < 26;
+            const bool gap = place >= kStem && place < kStem + kGap;
+            const double ink = !line || place >= kPair ? 0 : gap ? 0.58 : 0.8;
+            page.row(y)[x] = static_cast<std::uint8_t>(230 * (1 - ink));
+        }
+    }
+    const Image lineart = toLineart(page);
+    int places = 0;
+    int filled = 0;
+    int broken = 0;
+    for (int y = 0; y < page.height(); ++y) {
+        for (int x = kPitch; x < page.width() - kPitch; ++x) {
+            const int fromMiddle = std::abs(x % kPitch - kPair / 2);
+            if (y % 40 < 12 || y % 40 > 18)
+                continue;
+            const bool black = lineart.row(y)[x] == 0;
+            places += fromMiddle == 0 ? 1 : 0;
+            filled += fromMiddle == 0 && black ? 1 : 0;
+            broken += (fromMiddle == kGap || fromMiddle == kGap + 1) && !black ? 1 : 0;
+        }
+    }
+    EXPECT_LT(filled, places / 100);
+    EXPECT_EQ(broken, 0);
+}
+
 TEST(LineartStrokes, doubledPageHasTheSameStrokesAtTwiceTheFineness)
 {
     Print print = printOf(0.8);
