@@ -12,12 +12,14 @@ namespace korv {
 namespace {
 
 constexpr double kLeastDpi = 150;
-constexpr double kSmoothing = 0.006; ///< inches
-constexpr double kReach = 0.015; ///< inches from the middle of a line or gap to what is beside it
-constexpr double kNoise = 2; ///< deviations of the noise before smoothing; less is no line, no gap
+constexpr double kLineSoftening = 0.006; ///< inches
+constexpr double kSideReach =
+    0.015; ///< inches from the middle of a line or gap to what is beside it
+constexpr double kNoiseLimit =
+    2; ///< deviations of the noise before smoothing; less is no line, no gap
 constexpr double kMinDarkness = 0.05; ///< of a line or gap, as a share of the paper's brightness
 
-constexpr int kLanes = 16;
+constexpr int kLineLanes = 16;
 using Lanes = cv::v_uint8x16;
 
 /// Where the sides of a pixel are, in memory, and by how much they have to differ from it.
@@ -57,10 +59,10 @@ public:
     Band(const EvenedPage &page, int reach)
         : m_page(page)
         , m_reach(reach)
-        , m_tail(2 * cvRound(kSmoothing * page.dpi))
+        , m_tail(2 * cvRound(kLineSoftening * page.dpi))
         , m_bright(cv::v_setall_u8(
               cv::saturate_cast<std::uint8_t>(page.whiteLevel - kMinDarkness * EvenedPage::kWhite)))
-        , m_noise(cv::v_setall_u8(cv::saturate_cast<std::uint8_t>(kNoise * page.noise)))
+        , m_noise(cv::v_setall_u8(cv::saturate_cast<std::uint8_t>(kNoiseLimit * page.noise)))
     {
     }
 
@@ -79,7 +81,7 @@ public:
 private:
     void smoothen(int first, int last)
     {
-        const double smoothing = kSmoothing * m_page.dpi;
+        const double smoothing = kLineSoftening * m_page.dpi;
         // isolated: OpenCV is faster where it need not look at what is around the rows
         cv::GaussianBlur(m_page.sharp.rowRange(first, last), m_smooth,
                          cv::Size(2 * m_tail + 1, 2 * m_tail + 1), smoothing, smoothing,
@@ -89,8 +91,8 @@ private:
     void setOffRow(const std::uint8_t *levels, const std::uint8_t *smooth, const Sides &sides,
                    std::uint8_t *out) const
     {
-        const int last = m_page.sharp.cols - m_reach - kLanes;
-        for (int place = m_reach; place < last + kLanes; place += kLanes) {
+        const int last = m_page.sharp.cols - m_reach - kLineLanes;
+        for (int place = m_reach; place < last + kLineLanes; place += kLineLanes) {
             const int x = std::min(place, last); // some may be done twice, which changes nothing
             const Lanes level = cv::v_load(levels + x);
             if (!cv::v_check_all(level > m_bright))
@@ -111,8 +113,8 @@ private:
 void setOffSoftLines(const EvenedPage &page, cv::Mat &result)
 {
     constexpr int kRowsAtOnce = 64;
-    const int reach = cvRound(kReach * page.dpi);
-    if (page.dpi < kLeastDpi || page.sharp.cols < 2 * reach + kLanes)
+    const int reach = cvRound(kSideReach * page.dpi);
+    if (page.dpi < kLeastDpi || page.sharp.cols < 2 * reach + kLineLanes)
         return;
     Band band(page, reach);
     for (int first = reach; first < page.sharp.rows - reach; first += kRowsAtOnce)
