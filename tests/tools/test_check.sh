@@ -90,6 +90,19 @@ fresh && touch fail-shellcheck && refuses "a bad script" scripts
 fresh && touch fail-cmake && refuses "a build that cannot be set up" "clang-tidy, locks"
 fresh && touch fail-clang-tidy && refuses "a usual mistake or an unguarded member" "clang-tidy, locks"
 
+fresh
+attempt clone/.ci/run
+((status == 0)) || complain "a clean clone is refused: $(<log)"
+[[ $(<calls) == *"test --kernel --packages"*"test --release trixie --units" ]] ||
+    complain "no other release: $(<calls)"
+fresh
+printf '#!/bin/bash\n[[ $1 != --kernel ]]\n' >clone/test
+attempt clone/.ci/run
+((status != 0)) || complain "passed with tests that fail"
+printf '#!/bin/bash\n[[ $1 != --release ]]\n' >clone/test
+attempt clone/.ci/run
+((status != 0)) || complain "passed with tests that fail on another release"
+
 # a missing tool is no excuse but for a quick check
 mv bin/clang-format hidden
 fresh
