@@ -17,8 +17,9 @@ using namespace jbig2;
 namespace {
 
 constexpr std::size_t kMostComponents = 65'536;
-/// Frames and rules have large boxes with little in them.
-constexpr std::size_t kLargestShareOfPage = 2;
+/// The boxes may have the page's pixels divided by this: those of frames and rules are large, with
+/// little in them.
+constexpr std::size_t kPageByBoxes = 2;
 
 /// A component on the page: a symbol, as it is or refined.
 struct Instance
@@ -211,7 +212,7 @@ std::optional<Bytes> encodeJbig2(const Image &image)
     const std::size_t pixels =
         static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.height());
     const std::optional<std::vector<Component>> components =
-        componentsOf(image, kMostComponents, pixels / kLargestShareOfPage);
+        componentsOf(image, kMostComponents, pixels / kPageByBoxes);
     if (!components)
         return {};
     const Symbols symbols = symbolsOf(*components);
