@@ -12,14 +12,21 @@ constexpr int kSmallestSide = 2; ///< of the picture at which halving ends
 constexpr float kTrustGain = 4; ///< a quarter of a cell that is known makes it known
 constexpr float kNothing = 1e-6F;
 
-/// A picture of as many channels as the other one.
-cv::Mat spread(const cv::Mat &weights, int channels)
+/// Multiplies every channel of a pixel by what `factor` makes of the pixel's weight. In one pass:
+/// OpenCV would want a picture of the weights with as many channels, and one for each step.
+template <typename Factor>
+void scalePixels(cv::Mat &picture, const cv::Mat &weights, const Factor &factor)
 {
-    if (channels == 1)
-        return weights;
-    cv::Mat result;
-    cv::cvtColor(weights, result, cv::COLOR_GRAY2BGR);
-    return result;
+    const int channels = picture.channels();
+    for (int y = 0; y < picture.rows; ++y) {
+        auto *value = picture.ptr<float>(y);
+        const auto *weight = weights.ptr<float>(y);
+        for (int x = 0; x < picture.cols; ++x) {
+            const float share = factor(weight[x]);
+            for (int channel = 0; channel < channels; ++channel)
+                *value++ *= share;
+        }
+    }
 }
 
 cv::Mat average(const cv::Mat &weighted, const cv::Mat &weights)
@@ -39,13 +46,15 @@ cv::Mat filledSurface(const cv::Mat &weighted, const cv::Mat &weights)
     cv::Mat known;
     cv::resize(weighted, values, half, 0, 0, cv::INTER_AREA);
     cv::resize(weights, known, half, 0, 0, cv::INTER_AREA);
+    scalePixels(values, known, [](float share) {
+        return std::min(share * kTrustGain, 1.0F) / std::max(share, kNothing);
+    });
     const cv::Mat trusted = cv::min(known * kTrustGain, 1.0F);
-    const cv::Mat gain = trusted / cv::max(known, kNothing);
-    values = values.mul(spread(gain, values.channels()));
-    const cv::Mat coarse = filledSurface(values, trusted);
     cv::Mat surface;
-    cv::resize(coarse, surface, weighted.size(), 0, 0, cv::INTER_LINEAR);
-    return weighted + surface.mul(spread(1.0F - weights, surface.channels()));
+    cv::resize(filledSurface(values, trusted), surface, weighted.size(), 0, 0, cv::INTER_LINEAR);
+    scalePixels(surface, weights, [](float share) { return 1.0F - share; });
+    surface += weighted;
+    return surface;
 }
 
 } // namespace korv::clean

@@ -4,6 +4,8 @@
 #include "library/compact/smooth_edges.h"
 #include "library/image/mat_view.h"
 
+#include <algorithm>
+
 #include <opencv2/imgproc.hpp>
 
 namespace korv::compact {
@@ -31,15 +33,24 @@ cv::Mat square(int side)
     return cv::getStructuringElement(cv::MORPH_RECT, cv::Size(side, side));
 }
 
-/// Level up to which a pixel is ink, by what is around it.
-cv::Mat inkLimit(const cv::Mat &gray)
+/// Rows whose pictures stay in the processor's cache from step to step.
+constexpr int kRowsAtOnce = 128;
+
+/// 255 where a pixel is too light to be ink, by what is around it.
+cv::Mat paperOn(const cv::Mat &gray)
 {
-    cv::Mat darkest;
+    cv::Mat paper(gray.size(), CV_8UC1);
+    cv::Mat limit;
     cv::Mat lightest;
-    cv::erode(gray, darkest, square(kReach));
-    cv::dilate(gray, lightest, square(kReach));
-    cv::addWeighted(darkest, 1 - kInkShare, lightest, kInkShare, 0, darkest);
-    return darkest;
+    for (int from = 0; from < gray.rows; from += kRowsAtOnce) {
+        const int to = std::min(from + kRowsAtOnce, gray.rows);
+        const cv::Mat band = gray.rowRange(from, to); // the filters look beyond it by themselves
+        cv::erode(band, limit, square(kReach));
+        cv::dilate(band, lightest, square(kReach));
+        cv::addWeighted(limit, 1 - kInkShare, lightest, kInkShare, 0, limit);
+        cv::compare(band, limit, paper.rowRange(from, to), cv::CMP_GT);
+    }
+    return paper;
 }
 
 /// Pixels that are 0.
@@ -53,10 +64,11 @@ double zeros(const cv::Mat &picture)
 Ink inkOn(const Image &gray, HelperThread &core)
 {
     Ink ink;
-    cv::Mat limit;
-    core.runBoth([&] { ink.mask = darkInk(gray); }, [&] { limit = inkLimit(matView(gray)); });
+    cv::Mat paper;
+    core.runBoth([&] { ink.mask = darkInk(gray); }, [&] { paper = paperOn(matView(gray)); });
     cv::Mat mask = matView(ink.mask);
-    cv::bitwise_or(mask, matView(gray) > limit, mask);
+    cv::bitwise_or(mask, paper, mask);
+    paper.release();
     // before the edges become smooth: what is taken from them would darken the paper
     core.runBoth(
         [&] {
