@@ -22,13 +22,21 @@ late()
     chmod +x "$1"
 }
 
+# A program whose test is skipped, and which prints the lines of standard input: NAME
+skipped()
+{
+    { echo '#!/bin/sh' && echo "cat <<'TEXT'" && cat && printf 'TEXT\nexit 77\n'; } >"$1"
+    chmod +x "$1"
+}
+
 # runs the tests named, each a program; the status is in $status, what was summed up in the file summary
 attempt()
 {
     local program
     rm -rf Testing ./*.seen ./*.log*
     for program in "$@"; do
-        printf 'add_test(%s "%s")\n' "${program##*/}" "$(type -P "$program")"
+        printf 'add_test(%s "%s")\nset_tests_properties(%s PROPERTIES SKIP_RETURN_CODE 77)\n' \
+            "${program##*/}" "$(type -P "$program")" "${program##*/}"
     done >CTestTestfile.cmake
     status=0
     runTests "$work/dev.log" ctest --output-on-failure -j 4 >printed || status=$?
@@ -67,3 +75,43 @@ attempt racing
 
 attempt slow slower slowest slowest_of_all
 [[ $status != 0 && $summed != 0 ]] || complain "many late tests were excused: $(<printed)"
+
+skipped unit <<'TEXT'
+[ RUN      ] Disks.full
+tests/disks.cpp:51: Skipped
+no small disk can be mounted here
+[  SKIPPED ] Disks.full (0 ms)
+TEXT
+cp unit unit_2
+cp unit unit_3
+cp unit unit_4
+skipped script <<<"kernel tests skipped: no emulator"
+skipped python <<<"setUpModule (test_wayland) ... skipped 'not installed: weston'"
+skipped silent <<<"nothing of interest"
+
+attempt unit true script python silent
+[[ $status$summed == 00 ]] || complain "skipped tests failed: $(<printed)"
+expected=$'The following tests were skipped:
+\tno small disk can be mounted here
+\t\tdev: unit
+\tno emulator
+\t\tdev: script
+\tnot installed: weston
+\t\tdev: python
+\tno reason was given
+\t\tdev: silent'
+[[ $(<summary) == *"$expected" ]] || complain "skipped for what reason? $(<summary)"
+
+# what is run once more does not take the reasons away
+attempt script slow
+[[ $status$summed == 00 ]] || complain "a late test beside a skipped one failed: $(<printed)"
+grep -A 1 "no emulator" summary | grep -q "dev: script" || complain "no reason: $(<summary)"
+
+# one line for the tests of one reason, whatever the build
+attempt unit unit_2 unit_3 unit_4
+[[ $(<summary) == *$'here\n\t\tdev: unit, unit_2 and 2 more' ]] || complain "long list: $(<summary)"
+cp dev.log asan.log
+cp dev.log.skipped asan.log.skipped
+summarise "$work" dev asan >summary
+[[ $(<summary) == *$'here\n\t\tdev: unit, unit_2 and 2 more\n\t\tasan: unit, unit_2 and 2 more' ]] ||
+    complain "two builds: $(<summary)"
