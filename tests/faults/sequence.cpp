@@ -2,6 +2,7 @@
 
 #include "tests/faults/shims/fault_shim.h"
 #include "tests/library/support/sample_pictures.h"
+#include "tests/support/patterns.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@
 #include <cstring>
 #include <memory>
 #include <random>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -33,11 +33,11 @@ struct Finding
 
 bool isExplained(const std::string &name)
 {
-    static const std::regex names("\\.vexalinplixo-preview-\\d{4,}\\.jpg"
-                                  "|\\d{4,}( \\(\\d+\\))?\\.(pdf|ofd|tiff|jpg)"
-                                  "|\\d{4,}-rescued-\\d{4,}\\.jpg"
-                                  "|recovered-\\d{4,}\\.jpg");
-    return std::regex_match(name, names);
+    return support::fitsWhole(name,
+                              "\\.vexalinplixo-preview-\\d{4,}\\.jpg"
+                              "|\\d{4,}( \\(\\d+\\))?\\.(pdf|ofd|tiff|jpg)"
+                              "|\\d{4,}-rescued-\\d{4,}\\.jpg"
+                              "|recovered-\\d{4,}\\.jpg");
 }
 
 Finding look(const fs::path &folder)

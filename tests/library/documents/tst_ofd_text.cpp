@@ -3,10 +3,10 @@
 #include "library/files/memory_sink.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
+#include "tests/support/patterns.h"
 #include "tests/support/temp_home.h"
 
 #include <gmock/gmock.h>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -128,9 +128,8 @@ TEST_F(OfdTextTest, filesKeepToTheSchemaAndNumbersAreTheirOwn)
         EXPECT_EQ(lint.status, 0) << name << lint.errors;
         if (std::string(name) == "Doc_0/Document.xml")
             continue; // names pages by their numbers
-        const std::regex pattern(" ID=\"([0-9]+)\"");
-        for (std::sregex_iterator at(xml.begin(), xml.end(), pattern), end; at != end; ++at) {
-            ids.insert((*at)[1]);
+        for (const support::Match &id : support::matchesOf(xml, " ID=\"([0-9]+)\"")) {
+            ids.insert(id[1]);
             ++count;
         }
     }

@@ -5,10 +5,10 @@
 #include "library/files/memory_sink.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
+#include "tests/support/patterns.h"
 #include "tests/support/temp_home.h"
 
 #include <gmock/gmock.h>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -58,9 +58,8 @@ protected:
 std::vector<unsigned> idsIn(const std::string &xml)
 {
     std::vector<unsigned> ids;
-    const std::regex attribute(" ID=\"([0-9]+)\"");
-    for (std::sregex_iterator it(xml.begin(), xml.end(), attribute), end; it != end; ++it)
-        ids.push_back(static_cast<unsigned>(std::stoul((*it)[1])));
+    for (const support::Match &attribute : support::matchesOf(xml, " ID=\"([0-9]+)\""))
+        ids.push_back(static_cast<unsigned>(std::stoul(attribute[1])));
     return ids;
 }
 

@@ -3,12 +3,12 @@
 #include "library/files/memory_sink.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
+#include "tests/support/patterns.h"
 #include "tests/support/temp_home.h"
 
 #include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
-#include <regex>
 #include <sstream>
 
 using namespace korv;
@@ -94,12 +94,12 @@ struct WordBox
 
 std::vector<WordBox> boxesIn(const std::string &xml)
 {
-    const std::regex pattern(
-        "<word xMin=\"([^\"]*)\" yMin=\"([^\"]*)\" xMax=\"([^\"]*)\" yMax=\"([^\"]*)\">([^<]*)<");
+    constexpr char kBox[] =
+        "<word xMin=\"([^\"]*)\" yMin=\"([^\"]*)\" xMax=\"([^\"]*)\" yMax=\"([^\"]*)\">([^<]*)<";
     std::vector<WordBox> boxes;
-    for (std::sregex_iterator at(xml.begin(), xml.end(), pattern), end; at != end; ++at)
-        boxes.push_back({(*at)[5], std::stod((*at)[1]), std::stod((*at)[2]), std::stod((*at)[3]),
-                         std::stod((*at)[4])});
+    for (const support::Match &box : support::matchesOf(xml, kBox))
+        boxes.push_back(
+            {box[5], std::stod(box[1]), std::stod(box[2]), std::stod(box[3]), std::stod(box[4])});
     return boxes;
 }
 

@@ -8,12 +8,12 @@
 #include "tests/library/support/fake_tesseract.h"
 #include "tests/library/support/program.h"
 #include "tests/library/support/sample_pictures.h"
+#include "tests/support/patterns.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <gmock/gmock.h>
 #include <iterator>
-#include <regex>
 #include <sstream>
 
 using namespace korv;
@@ -130,13 +130,13 @@ TEST_F(AddTextTest, wordsAreWhereADocumentMadeWithTextHasThem)
     ASSERT_TRUE(withText.add(path("1.jpg")));
     ASSERT_TRUE(withText.combine(path("b.pdf"), 95, m_text));
     ASSERT_TRUE(addTextTo("a.pdf", "c.pdf"));
-    const std::regex box("xMin=\"(.*)\" yMin=\"(.*)\" xMax=\"(.*)\" yMax=\"(.*)\">word<");
     const auto boxIn = [&](const std::string &name) {
         const std::string xml = output({"pdftotext", "-bbox", path(name), "-"});
-        std::smatch found;
+        const auto found = support::matchesOf(
+            xml, "xMin=\"(.*)\" yMin=\"(.*)\" xMax=\"(.*)\" yMax=\"(.*)\">word<");
         std::vector<double> sides;
-        if (std::regex_search(xml, found, box))
-            std::transform(found.begin() + 1, found.end(), std::back_inserter(sides),
+        if (!found.empty())
+            std::transform(found[0].begin() + 1, found[0].end(), std::back_inserter(sides),
                            [](const std::string &side) { return std::stod(side); });
         return sides;
     };
@@ -160,17 +160,13 @@ TEST_F(AddTextTest, pdfKeepsTheRulesOfPdfA2u)
     EXPECT_THAT(output({"pdffonts", path("b.pdf")}),
                 testing::ContainsRegex("CID TrueType +Identity-H +yes no +yes"));
     // the identifier of the document stays, that of its state changes (ISO 32000-1, 14.4)
-    const std::regex identifiers("/ID \\[<(\\w{32})> ?<(\\w{32})>\\]");
-    const auto identifiersIn = [&](const std::string &text) {
-        std::smatch last;
-        for (std::sregex_iterator at(text.begin(), text.end(), identifiers), end; at != end; ++at)
-            last = *at;
-        return std::pair<std::string, std::string>(last[1], last[2]);
-    };
-    const std::string before = bytesOf("a.pdf");
-    const std::string after = bytesOf("b.pdf");
-    EXPECT_EQ(identifiersIn(after).first, identifiersIn(before).first);
-    EXPECT_NE(identifiersIn(after).second, identifiersIn(before).second);
+    constexpr char kIdentifiers[] = "/ID \\[<(\\w{32})> ?<(\\w{32})>\\]";
+    const auto before = support::matchesOf(bytesOf("a.pdf"), kIdentifiers);
+    const auto after = support::matchesOf(bytesOf("b.pdf"), kIdentifiers);
+    ASSERT_FALSE(before.empty());
+    ASSERT_FALSE(after.empty());
+    EXPECT_EQ(after.back()[1], before.back()[1]);
+    EXPECT_NE(after.back()[2], before.back()[2]);
 }
 
 TEST_F(AddTextTest, layersAreRecognisedAsReadersShowThem)
@@ -240,14 +236,13 @@ TEST_F(AddTextTest, ofdKeepsAllButThePagesAndTheirLists)
     }
     // as a document that was made with text has it, but for the numbers of objects
     EXPECT_THAT(entry("b.ofd", "Doc_0/PublicRes.xml"), HasSubstr("<ofd:Font ID="));
-    std::smatch highest;
-    const std::string document = entry("b.ofd", "Doc_0/Document.xml");
-    ASSERT_TRUE(std::regex_search(document, highest, std::regex("<ofd:MaxUnitID>(\\d+)<")));
-    const int highestId = std::stoi(highest[1]);
-    const std::string page = entry("b.ofd", "Doc_0/Pages/Page_3/Content.xml");
-    std::smatch id;
-    ASSERT_TRUE(std::regex_search(page, id, std::regex("<ofd:TextObject ID=\"(\\d+)\"")));
-    EXPECT_EQ(std::stoi(id[1]), highestId);
+    const auto highest =
+        support::matchesOf(entry("b.ofd", "Doc_0/Document.xml"), "<ofd:MaxUnitID>(\\d+)<");
+    const auto id = support::matchesOf(entry("b.ofd", "Doc_0/Pages/Page_3/Content.xml"),
+                                       "<ofd:TextObject ID=\"(\\d+)\"");
+    ASSERT_FALSE(highest.empty());
+    ASSERT_FALSE(id.empty());
+    EXPECT_EQ(std::stoi(id[0][1]), std::stoi(highest[0][1]));
 }
 
 TEST_F(AddTextTest, documentsWithTextAreRefused)
