@@ -53,6 +53,7 @@ readonly kWaylandPackages=(
 readonly kTestPackages=(
     "libgtest-dev|unit tests"
     "libgmock-dev|unit tests: matchers"
+    "mold|links the test programs"
     "python3|end-to-end tests, layer check"
     "zsh|completion of korvcam in zsh"
     "fish|completion of korvcam in fish"
