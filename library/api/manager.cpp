@@ -1,6 +1,8 @@
 #include "library/api/manager.h"
 
 #include "library/api/callback_scope.h"
+#include "library/api/environment_values.h"
+#include "library/api/wanted_recogniser.h"
 #include "library/base/exception_error.h"
 #include "library/base/log.h"
 #include "library/base/step_times.h"
@@ -8,22 +10,16 @@
 #include "library/files/atomic_file.h"
 #include "library/files/file_names.h"
 #include "library/jpeg/jpeg.h"
-#include "library/settings/settings_values.h"
 #include "library/values/utf8.h"
 
 #include <cerrno>
-#include <chrono>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <optional>
 #include <utility>
 
 namespace korv {
 namespace {
-
-constexpr double kMilliseconds = 1000; ///< in a second
 
 Error outOfRange(const char *what, int value)
 {
@@ -43,59 +39,6 @@ Error notInitialised()
 Error insideCallback()
 {
     return Error{-EDEADLK, "called from inside a callback that it would wait for"};
-}
-
-/// What an environment variable says; nothing when it is not set. A value that is none is reported on
-/// standard error and counts as not set.
-template <typename Value> std::optional<Value> environmentValue(const char *name)
-{
-    const char *text = std::getenv(name);
-    if (text == nullptr || *text == '\0')
-        return std::nullopt;
-    std::optional<Value> value = valueOf<Value>(text);
-    if (!value)
-        logLine(LogLevel::Warning, name, refusalOf<Value>(), cleanUtf8(text));
-    return value;
-}
-
-template <typename Value> Value fromEnvironment(const char *name, Value otherwise)
-{
-    return environmentValue<Value>(name).value_or(std::move(otherwise));
-}
-
-/// In which writing is read that only says how a page lies.
-constexpr char kUsualLanguages[] = "chi_sim+eng";
-
-TurnedPages turnedPages(const Settings &settings, bool isForText)
-{
-    std::optional<bool> wanted = environmentValue<bool>("KORV_CAMERA_UPRIGHT");
-    if (!wanted)
-        wanted = settings.upright;
-    if (wanted)
-        return *wanted ? TurnedPages::All : TurnedPages::None;
-    return isForText ? TurnedPages::WithText : TurnedPages::None;
-}
-
-/// Nobody when neither text nor upright pages are wanted, or when there is no room for it.
-std::shared_ptr<TextRecogniser> recogniserFor(const Settings &settings)
-{
-    RecogniserOptions options;
-    options.languages = fromEnvironment("KORV_CAMERA_TEXT", settings.text);
-    options.isForText = !options.languages.empty();
-    options.turned = turnedPages(settings, options.isForText);
-    if (!options.isForText && options.turned == TurnedPages::None)
-        return nullptr;
-    if (!options.isForText)
-        options.languages.names = kUsualLanguages;
-    options.wait =
-        std::chrono::milliseconds(static_cast<std::int64_t>(settings.textWait * kMilliseconds));
-    if (const char *const cache = ::secure_getenv("KORV_CAMERA_TEXT_CACHE"))
-        options.cacheFolder = cache;
-    Result<std::shared_ptr<TextRecogniser>> made = TextRecogniser::create(options);
-    if (made)
-        return std::move(made).value();
-    logLine(LogLevel::Warning, whatIsLost(options), made.error().text);
-    return nullptr;
 }
 
 bool isInsideAnyCallback()
@@ -148,7 +91,7 @@ Result<void> Manager::initialise()
     try {
         setSettings(m_readSettings ? m_readSettings() : Settings());
         const std::shared_ptr<const Settings> wanted = settings();
-        std::shared_ptr<TextRecogniser> recogniser = recogniserFor(*wanted);
+        std::shared_ptr<TextRecogniser> recogniser = wantedRecogniser(*wanted);
         auto session = std::make_shared<Session>(m_monitors(*wanted),
                                                  wanted->settle ? StreamReceiver::From::Settled
                                                                 : StreamReceiver::From::First);
