@@ -17,8 +17,8 @@ endif()
 if(KORV_WERROR)
   target_compile_options(project_options INTERFACE -Werror)
 endif()
-# The sanitizers' builds compile up to twelve files of a room at once, which takes half the time. Names
-# in unnamed namespaces must differ within a room for that. GCC takes such a namespace for a header's.
+# Most builds compile up to twelve files of a room at once, which takes half the time. Names in unnamed
+# namespaces must differ within a room for that. GCC takes such a namespace for a header's.
 if(CMAKE_UNITY_BUILD)
   target_compile_options(project_options INTERFACE
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
