@@ -160,6 +160,9 @@ if [[ ${CMAKE_CXX_COMPILER_LAUNCHER:-} == ccache ]]; then
         CCACHE_DIR=/ccache CCACHE_BASEDIR=/clone CCACHE_NOHASHDIR=1
         "CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-}" ${CCACHE_MAXSIZE:+"CCACHE_MAXSIZE=$CCACHE_MAXSIZE"})
 fi
+# what each file's own compilation says has been seen where ./test built all
+[[ $units == no ]] ||
+    environment+=("KORV_CMAKE_OPTIONS=-DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=12")
 [[ $units == yes ]] || step "./run" photographs
 step "./test ${options[*]}" tests
 # what was skipped there is said with its reason

@@ -111,6 +111,7 @@ fresh
 attempt 1 "without photographs"
 called "the whole" 'chroot .* \./run$'
 says "the whole" "./run made no PDF file"
+uncalled "the whole" KORV_CMAKE_OPTIONS
 
 fresh
 attempt 0 "units" --units
@@ -124,6 +125,7 @@ called "units, a limited time" 'chroot .* timeout [0-9]+ apt-get update .*--erro
 called "units, a limited time" 'chroot .* timeout "[$]1" apt-get .* 900 --download-only'
 uncalled "units" kDesktopPackages
 called "units" 'chroot .* \./test --build dev --units$'
+called "units, rooms compiled at once" ' KORV_CMAKE_OPTIONS=-DCMAKE_UNITY_BUILD=ON .* \./test '
 [[ ! -e folder/trixie/debian ]] || complain "units: the folder stays"
 
 : >calls

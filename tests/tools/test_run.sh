@@ -275,6 +275,10 @@ oneBuild()
     attempt clone/test --build tsan
     expect "one build" 0 "$status"
     expect "one build" "cmake --preset tsan -B build/tsan" "$(grep -e --preset calls)"
+    : >calls
+    attempt env KORV_CMAKE_OPTIONS="-DONE=1 -DTWO=2" clone/test --build tsan
+    expect "options of cmake" "cmake --preset tsan -B build/tsan -DONE=1 -DTWO=2" \
+        "$(grep -e --preset calls)"
     attempt clone/test --build
     expect "no build's name" 2 "$status"
     attempt clone/test --build fast
