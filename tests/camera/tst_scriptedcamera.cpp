@@ -15,14 +15,14 @@ namespace {
 std::string lastEvent;
 std::thread::id eventThread;
 
-void eventSeen(char *json)
+void keepEvent(char *json)
 {
     lastEvent = json;
     eventThread = std::this_thread::get_id();
     std::free(json);
 }
 
-int frameSeen(void *data, int size, int width, int height)
+int sumOfFrame(void *data, int size, int width, int height)
 {
     return static_cast<char *>(data)[0] + size + width * height;
 }
@@ -61,7 +61,7 @@ TEST_F(ScriptedCamera, queuedResultsComeBeforeTheStandingOne)
 TEST_F(ScriptedCamera, eventsReachTheReceiver)
 {
     EXPECT_EQ(fake_emit_hotplug("{}"), -1);
-    KorvCamera_RegCallBackCameraChange(eventSeen);
+    KorvCamera_RegCallBackCameraChange(keepEvent);
     EXPECT_EQ(fake_emit_hotplug("{\"a\":1}"), 0);
     EXPECT_EQ(lastEvent, "{\"a\":1}");
     EXPECT_EQ(eventThread, std::this_thread::get_id());
@@ -75,9 +75,9 @@ TEST_F(ScriptedCamera, framesComeWhileADeviceStreams)
     char frame[] = {1};
     EXPECT_EQ(fake_emit_frame(frame, 1, 2, 3), -1);
     fake_queue_result("StartCapture", -5);
-    KorvCamera_StartCapture(0, frameSeen);
+    KorvCamera_StartCapture(0, sumOfFrame);
     EXPECT_EQ(fake_emit_frame(frame, 1, 2, 3), -1);
-    KorvCamera_StartCapture(0, frameSeen);
+    KorvCamera_StartCapture(0, sumOfFrame);
     EXPECT_EQ(fake_emit_frame(frame, 1, 2, 3), 8);
     EXPECT_EQ(fake_emit_frame_on_thread(frame, 1, 2, 3), 8);
     KorvCamera_Close(1);

@@ -17,7 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kBareFileSystem = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks;
 constexpr int kFileSystems[] = {0, NoNamelessFiles, NoNamelessFiles | NoRenameWithoutReplacing,
                                 kBareFileSystem, kBareFileSystem | NoLocks};
 

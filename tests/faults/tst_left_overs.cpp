@@ -14,7 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kBareFileSystem = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks;
 constexpr int kMaxCalls = 400;
 
 std::vector<std::string> parts(const fs::path &folder)

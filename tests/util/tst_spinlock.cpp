@@ -8,7 +8,7 @@
 namespace {
 
 /// What the annotations are for: a member that names its lock.
-struct Counter
+struct SpinCounter
 {
     SpinLock lock;
     long value GUARDED_BY(lock) = 0;
@@ -60,7 +60,7 @@ TEST(SpinLock, threadsNeverMeetInside)
 {
     constexpr int kThreads = 4;
     constexpr int kRounds = 5000;
-    Counter counter;
+    SpinCounter counter;
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] {

@@ -4,6 +4,9 @@
 
 namespace support {
 
+/// The line is begun again and erased (ECMA-48: EL).
+inline const std::string kErase = "\r\x1b[K";
+
 /// A terminal of the test's own, whose other side keeps what is written to it.
 class PseudoTerminal
 {

@@ -1,16 +1,16 @@
 #include "tests/cli/korvcam_program.h"
+#include "tests/cli/progress/pseudo_terminal.h"
 #include "tests/support/surroundings.h"
 
 namespace {
 
 using support::Finished;
+using support::kErase;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-const std::string kErase = "\r\x1b[K";
 
 class KorvcamProgress : public support::KorvcamProgram
 {

@@ -20,9 +20,8 @@ using cli::describe;
 using cli::Progress;
 using cli::ReadSources;
 using cli::TerminalLine;
+using support::kErase;
 using support::PseudoTerminal;
-
-const std::string kErase = "\r\x1b[K";
 
 TEST(ProgressText, saysWhatIsDoneOfAllHowFastAndHowLongItTakes)
 {

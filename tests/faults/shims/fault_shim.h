@@ -25,5 +25,6 @@ enum MissingFeature {
     NoLinks = 4,
     NoLocks = 8,
 };
+constexpr int kBareFileSystem = NoNamelessFiles | NoRenameWithoutReplacing | NoLinks;
 void setMissingFeatures(int features);
 }

@@ -21,7 +21,7 @@ Bytes picture(int gray)
 }
 
 /// A gate and a clock that runs at 15 frames a second.
-class Gate : public testing::Test
+class SettleGateTest : public testing::Test
 {
 protected:
     bool lets(const Bytes &jpeg)
@@ -36,7 +36,7 @@ protected:
 
 int received = 0;
 
-int countFrame(void *, int, int, int)
+int countSettledFrame(void *, int, int, int)
 {
     ++received;
     return 0;
@@ -44,7 +44,7 @@ int countFrame(void *, int, int, int)
 
 } // namespace
 
-TEST_F(Gate, opensWhenThePictureHasSettledAndStaysOpen)
+TEST_F(SettleGateTest, opensWhenThePictureHasSettledAndStaysOpen)
 {
     for (int gray = 20; gray <= 120; gray += 10)
         EXPECT_FALSE(lets(picture(gray))) << gray;
@@ -55,7 +55,7 @@ TEST_F(Gate, opensWhenThePictureHasSettledAndStaysOpen)
     EXPECT_TRUE(lets(picture(20)));
 }
 
-TEST_F(Gate, opensAfterThreeSecondsAtLatest)
+TEST_F(SettleGateTest, opensAfterThreeSecondsAtLatest)
 {
     int withheld = 0;
     while (!lets(picture(withheld % 2 == 0 ? 20 : 200)))
@@ -63,7 +63,7 @@ TEST_F(Gate, opensAfterThreeSecondsAtLatest)
     EXPECT_NEAR(withheld * 0.066, 3, 0.1);
 }
 
-TEST_F(Gate, doesNotHoldBackWhatItCannotJudge)
+TEST_F(SettleGateTest, doesNotHoldBackWhatItCannotJudge)
 {
     EXPECT_TRUE(lets(Bytes(100, 0)));
 }
@@ -73,12 +73,12 @@ TEST(StreamReceiver, withholdsFramesOnlyWhenToldTo)
     const std::atomic<bool> silent{false};
     const Bytes jpeg = picture(100);
     received = 0;
-    StreamReceiver plain(countFrame, silent, "");
+    StreamReceiver plain(countSettledFrame, silent, "");
     plain.onFrame({jpeg, 64, 48});
     EXPECT_EQ(received, 1);
 
     received = 0;
-    StreamReceiver settled(countFrame, silent, "", StreamReceiver::From::Settled);
+    StreamReceiver settled(countSettledFrame, silent, "", StreamReceiver::From::Settled);
     settled.onFrame({jpeg, 64, 48});
     settled.onFrame({jpeg, 64, 48});
     EXPECT_EQ(received, 0);

@@ -55,8 +55,8 @@ private:
     mutable std::map<std::string, int> m_renderings;
 };
 
-constexpr Colour kRed{200, 20, 20};
-constexpr Colour kGreen{20, 160, 20};
+constexpr Colour kRedPage{200, 20, 20};
+constexpr Colour kGreenPage{20, 160, 20};
 constexpr PageCycler::Timing kQuick{std::chrono::milliseconds(20), std::chrono::milliseconds(5)};
 constexpr PageCycler::Timing kNeverTurns{std::chrono::hours(1), std::chrono::milliseconds(5)};
 
@@ -82,12 +82,12 @@ bool showsDesk(PageCycler &turner)
 TEST(pageTurner, turnsFromPageToPageAndBackToTheFirst)
 {
     ColouredPages pages;
-    pages.set({{"1", kRed}, {"2", kGreen}}, {"1", "2"});
+    pages.set({{"1", kRedPage}, {"2", kGreenPage}}, {"1", "2"});
     PageCycler turner(pages, kWidth, kHeight, kQuick);
-    EXPECT_TRUE(shows(turner, kRed));
-    EXPECT_TRUE(shows(turner, kGreen));
-    EXPECT_TRUE(shows(turner, kRed));
-    EXPECT_TRUE(shows(turner, kGreen));
+    EXPECT_TRUE(shows(turner, kRedPage));
+    EXPECT_TRUE(shows(turner, kGreenPage));
+    EXPECT_TRUE(shows(turner, kRedPage));
+    EXPECT_TRUE(shows(turner, kGreenPage));
     EXPECT_EQ(pages.renderings("1"), 1) << "a short pile is prepared once";
 }
 
@@ -101,11 +101,11 @@ TEST(pageTurner, noPageIsAnEmptyDesk)
 TEST(pageTurner, unreadablePagesAreSkippedAndTriedOnce)
 {
     ColouredPages pages;
-    pages.set({{"2", kGreen}}, {"1", "2", "3"});
+    pages.set({{"2", kGreenPage}}, {"1", "2", "3"});
     PageCycler turner(pages, kWidth, kHeight, kQuick);
-    EXPECT_TRUE(shows(turner, kGreen));
+    EXPECT_TRUE(shows(turner, kGreenPage));
     EXPECT_TRUE(becomesTrue([&] { return pages.renderings("3") == 1; }));
-    EXPECT_TRUE(shows(turner, kGreen));
+    EXPECT_TRUE(shows(turner, kGreenPage));
     EXPECT_EQ(pages.renderings("1"), 1);
 }
 
@@ -120,13 +120,13 @@ TEST(pageTurner, onlyUnreadablePagesAreAnEmptyDesk)
 TEST(pageTurner, pageTakenAwayGivesWayAtOnceAndAPageLaidDownShows)
 {
     ColouredPages pages;
-    pages.set({{"1", kRed}}, {"1"});
+    pages.set({{"1", kRedPage}}, {"1"});
     PageCycler turner(pages, kWidth, kHeight, kNeverTurns);
-    EXPECT_TRUE(shows(turner, kRed));
+    EXPECT_TRUE(shows(turner, kRedPage));
     pages.set({}, {});
     EXPECT_TRUE(showsDesk(turner));
-    pages.set({{"2", kGreen}}, {"2"});
-    EXPECT_TRUE(shows(turner, kGreen));
+    pages.set({{"2", kGreenPage}}, {"2"});
+    EXPECT_TRUE(shows(turner, kGreenPage));
 }
 
 TEST(pageTurner, stopWakesWhoeverWaits)

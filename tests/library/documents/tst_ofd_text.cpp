@@ -15,14 +15,14 @@ using testing::HasSubstr;
 
 namespace {
 
-constexpr int kWidth = 400;
-constexpr int kHeight = 300;
-constexpr double kDpi = 254; ///< ten pixels are a millimetre
+constexpr int kOfdWidth = 400;
+constexpr int kOfdHeight = 300;
+constexpr double kOfdDpi = 254; ///< ten pixels are a millimetre
 
-PageText sampleText()
+PageText ofdText()
 {
-    return {kWidth,
-            kHeight,
+    return {kOfdWidth,
+            kOfdHeight,
             {{20, 30, {{"The", 40, 60, false}, {"<fox>", 120, 90, true}}},
              {80, 40, {{"会", 50, 40, false}, {"议", 90, 40, false}, {"录", 130, 40, false}}}}};
 }
@@ -32,15 +32,15 @@ class OfdTextTest : public testing::Test
 protected:
     void write(const PageText *text, std::optional<SheetSize> sheet = {})
     {
-        Image picture = pictures::page(kWidth, kHeight);
-        picture.setResolution(kDpi);
+        Image picture = pictures::page(kOfdWidth, kOfdHeight);
+        picture.setResolution(kOfdDpi);
         const Bytes jpeg = pictures::jpegOf(picture);
         Page page;
         page.jpeg = jpeg;
         page.info = jpeg::readInfo(jpeg).value();
-        page.width = kWidth;
-        page.height = kHeight;
-        page.resolution = kDpi;
+        page.width = kOfdWidth;
+        page.height = kOfdHeight;
+        page.resolution = kOfdDpi;
         page.sheet = sheet;
         page.text = text;
         MemorySink sink;
@@ -82,7 +82,7 @@ protected:
 
 TEST_F(OfdTextTest, everyLineIsAnObjectUnderThePicture)
 {
-    const PageText text = sampleText();
+    const PageText text = ofdText();
     write(&text);
     const std::string page = entry("Doc_0/Pages/Page_1/Content.xml");
     EXPECT_THAT(page, HasSubstr(">The &lt;fox&gt;</ofd:TextCode>"));
@@ -94,7 +94,7 @@ TEST_F(OfdTextTest, everyLineIsAnObjectUnderThePicture)
 
 TEST_F(OfdTextTest, charactersAreWhereThePictureShowsThem)
 {
-    const PageText text = sampleText();
+    const PageText text = ofdText();
     write(&text);
     EXPECT_EQ(attribute(1, "Boundary"), "4 2 17 3");
     EXPECT_EQ(attribute(1, "Size"), "3");
@@ -107,14 +107,14 @@ TEST_F(OfdTextTest, charactersAreWhereThePictureShowsThem)
 
 TEST_F(OfdTextTest, onASheetTextLiesWithThePicture)
 {
-    const PageText text = sampleText();
+    const PageText text = ofdText();
     write(&text, SheetSize{60, 50});
     EXPECT_EQ(attribute(1, "Boundary"), "14 12 17 3");
 }
 
 TEST_F(OfdTextTest, filesKeepToTheSchemaAndNumbersAreTheirOwn)
 {
-    const PageText text = sampleText();
+    const PageText text = ofdText();
     write(&text);
     std::set<std::string> ids;
     std::size_t count = 0;
@@ -144,7 +144,7 @@ TEST_F(OfdTextTest, pagesWithoutWordsAreAsBefore)
     write(nullptr);
     for (const std::string &name : names)
         before.push_back(entry(name));
-    const PageText empty{kWidth, kHeight, {}};
+    const PageText empty{kOfdWidth, kOfdHeight, {}};
     write(&empty);
     for (std::size_t i = 0; i < names.size(); ++i)
         EXPECT_EQ(entry(names[i]), before[i]);
