@@ -106,7 +106,7 @@ checkWith shellcheck "scripts" shellcheck -x -e SC2317 run test .ci/run scripts/
     tests/packages/check_packages.sh tests/releases/in_fresh_debian.sh \
     tests/tools/test_korvcam_documents.sh \
     tests/tools/test_check.sh tests/tools/test_results.sh tests/tools/test_run.sh \
-    tests/tools/test_thread_safety.sh
+    tests/tools/test_test.sh tests/tools/test_thread_safety.sh
 if [[ $mode != quick ]]; then
     lockBuilds
     check "clang-tidy, locks" tidyAndLocks
