@@ -1,6 +1,7 @@
 #include "cli/scan/pagescanner.h"
 
 #include "cli/base/errors.h"
+#include "cli/base/filecontent.h"
 #include "cli/base/filenames.h"
 #include "cli/base/jsonline.h"
 #include "cli/base/localtime.h"
@@ -10,8 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <unistd.h>
 #include <utility>
 
@@ -35,12 +34,6 @@ void ring()
 bool showsThePageAlone(const Options &options)
 {
     return options.crop >= 0 && options.color != kLineart;
-}
-
-std::vector<unsigned char> bytesOf(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 /// Where the user types at the terminal, a line there would not stay in its place.
@@ -204,8 +197,10 @@ ExitCode PageScanner::takePage()
         return m_session.check(answer.result, tr("take page %1", page.number));
     m_failures = 0;
     page.size = jpegSize(m_sink.photographPath());
-    if (m_focus && showsThePageAlone(m_options))
-        picture = bytesOf(m_sink.photographPath());
+    if (m_focus && showsThePageAlone(m_options)) {
+        const std::string content = contentOf(m_sink.photographPath());
+        picture.assign(content.begin(), content.end());
+    }
     if (const ExitCode code = m_sink.store(m_session, page.path); code != ExitCode::Success)
         return code;
     if (m_turns)

@@ -1,5 +1,6 @@
 #include "cli/scan/scanfolder.h"
 
+#include "cli/base/filecontent.h"
 #include "cli/base/filenames.h"
 #include "cli/commandline/namepattern.h"
 
@@ -8,7 +9,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,14 +39,6 @@ std::vector<std::string> pagesIn(const std::string &folder)
     }
     std::sort(pages.begin(), pages.end());
     return pages;
-}
-
-std::string contentOf(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
 }
 
 int writeAndSync(const std::string &path, const std::string &content)

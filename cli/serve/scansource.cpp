@@ -1,5 +1,6 @@
 #include "cli/serve/scansource.h"
 
+#include "cli/base/filecontent.h"
 #include "cli/base/temporaryfolder.h"
 #include "cli/base/translation.h"
 #include "cli/calls/librarycall.h"
@@ -15,7 +16,6 @@
 #include <cstring>
 #include <exception>
 #include <fstream>
-#include <sstream>
 
 namespace cli {
 namespace {
@@ -28,14 +28,6 @@ constexpr const char *kNoCamera = trLater("there is no camera");
 ScanOutcome failure(std::string reason)
 {
     return {nullptr, false, std::move(reason)};
-}
-
-std::string contentsOf(const std::string &path)
-{
-    const std::ifstream file(path, std::ios::binary);
-    std::ostringstream contents;
-    contents << file.rdbuf();
-    return contents.str();
 }
 
 CameraFacts factsOf(const Device &device, const OpenDevice &camera)
@@ -200,7 +192,7 @@ ScanOutcome ScanSource::save(const ScanSettings &settings, ReceivedFrame &frame)
         return refusal(answer.result, tr("save the photograph"));
     const bool isSheet =
         m_options.crop >= 0 && !isWhole(jpegSize(photograph), frame.width, frame.height);
-    ScanOutcome outcome = renderPage(contentsOf(photograph), isSheet, settings,
+    ScanOutcome outcome = renderPage(contentOf(photograph), isSheet, settings,
                                      m_options.quality.value_or(kStandardQuality));
     if (!outcome.page || settings.format == ScanFormat::Jpeg)
         return outcome;
@@ -213,7 +205,7 @@ ScanOutcome ScanSource::save(const ScanSettings &settings, ReceivedFrame &frame)
     if (answer.result < 0)
         return refusal(answer.result, tr("make the document"));
     outcome.page = std::make_shared<ScannedPage>(
-        ScannedPage{contentsOf(document), outcome.page->width, outcome.page->height});
+        ScannedPage{contentOf(document), outcome.page->width, outcome.page->height});
     return outcome;
 }
 
