@@ -53,7 +53,6 @@ readonly kWaylandPackages=(
 readonly kTestPackages=(
     "libgtest-dev|unit tests"
     "libgmock-dev|unit tests: matchers"
-    "mold|links the test programs"
     "python3|end-to-end tests, layer check"
     "zsh|completion of korvcam in zsh"
     "fish|completion of korvcam in fish"
@@ -77,6 +76,10 @@ readonly kTestPackages=(
     "fusefat|a file system without links, for the tests"
     "ntfs-3g|a file system without nameless files, for the tests"
     "dosfstools|makes the former: mkfs.vfat"
+)
+# without them the builds of the tests take longer, no more
+readonly kQuickTestPackages=(
+    "mold|links the test programs"
 )
 # only for scripts/package
 readonly kPackagingPackages=(

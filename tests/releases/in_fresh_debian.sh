@@ -70,7 +70,7 @@ keptDebian()
 aptForTests()
 {
     inFreshDebian "$debian" bash -c 'source /clone/tools/packages.sh
-        entries=("${kRunPackages[@]}" "${kTestPackages[@]}")
+        entries=("${kRunPackages[@]}" "${kTestPackages[@]}" "${kQuickTestPackages[@]}")
         exec timeout "$1" apt-get install -y -qq --no-install-recommends "${@:2}" "${entries[@]%%|*}"
         ' bash "$@"
 }
