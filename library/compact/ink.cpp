@@ -34,7 +34,7 @@ cv::Mat square(int side)
 }
 
 /// Rows whose pictures stay in the processor's cache from step to step.
-constexpr int kRowsAtOnce = 128;
+constexpr int kBandRows = 128;
 
 /// 255 where a pixel is too light to be ink, by what is around it.
 cv::Mat paperOn(const cv::Mat &gray)
@@ -42,8 +42,8 @@ cv::Mat paperOn(const cv::Mat &gray)
     cv::Mat paper(gray.size(), CV_8UC1);
     cv::Mat limit;
     cv::Mat lightest;
-    for (int from = 0; from < gray.rows; from += kRowsAtOnce) {
-        const int to = std::min(from + kRowsAtOnce, gray.rows);
+    for (int from = 0; from < gray.rows; from += kBandRows) {
+        const int to = std::min(from + kBandRows, gray.rows);
         const cv::Mat band = gray.rowRange(from, to); // the filters look beyond it by themselves
         cv::erode(band, limit, square(kReach));
         cv::dilate(band, lightest, square(kReach));
