@@ -46,38 +46,57 @@ struct Reading
     ReadingQuality quality;
 };
 
-Result<Reading> readAsItLies(const Tesseract &tesseract, const Image &gray,
-                             const ProgramLimits &limits, const EventFd &stop)
-{
-    Result<std::string> output = tesseract.describe(gray, limits, stop);
-    if (!output)
-        return output.error();
-    const Result<TesseractTable> table = readTesseractTable(output.value());
-    if (!table)
-        return table.error();
-    if (table.value().width != gray.width() || table.value().height != gray.height())
-        return Error{-EBADMSG, "words of another picture"};
-    return Reading{std::move(output).value(), qualityOf(table.value())};
-}
-
-/// What is left of the time that began with it.
-class Deadline
+/// Reads one page in several ways, in the time that there is for all of them together.
+class Readings
 {
 public:
-    explicit Deadline(const ProgramLimits &limits)
-        : m_end(std::chrono::steady_clock::now() + limits.time)
+    Readings(const Tesseract &tesseract, const ProgramLimits &limits, const EventFd &stop)
+        : m_tesseract(tesseract)
+        , m_limits(limits)
+        , m_end(std::chrono::steady_clock::now() + limits.time)
+        , m_stop(stop)
     {
     }
 
-    ProgramLimits rest(ProgramLimits limits) const
+    /// Errors: those of Tesseract::describe(), -EBADMSG what it wrote makes no sense.
+    Result<Reading> read(const Image &gray) const
     {
+        Result<std::string> output = m_tesseract.describe(gray, rest(), m_stop);
+        if (!output)
+            return output.error();
+        const Result<TesseractTable> table = readTesseractTable(output.value());
+        if (!table)
+            return table.error();
+        if (table.value().width != gray.width() || table.value().height != gray.height())
+            return Error{-EBADMSG, "words of another picture"};
+        return Reading{std::move(output).value(), qualityOf(table.value())};
+    }
+
+    /// A few lines of the page, both ways up. Errors: as read().
+    Result<TesseractTable> readSample(const Image &sample) const
+    {
+        ProgramLimits limits = rest();
+        limits.time /= kSampleShare;
+        const Result<std::string> output =
+            m_tesseract.describe(sample, limits, m_stop, Tesseract::Layout::Block);
+        if (!output)
+            return output.error();
+        return readTesseractTable(output.value());
+    }
+
+private:
+    ProgramLimits rest() const
+    {
+        ProgramLimits limits = m_limits;
         limits.time = std::chrono::duration_cast<std::chrono::milliseconds>(
             m_end - std::chrono::steady_clock::now());
         return limits;
     }
 
-private:
+    const Tesseract &m_tesseract;
+    const ProgramLimits &m_limits;
     const std::chrono::steady_clock::time_point m_end;
+    const EventFd &m_stop;
 };
 
 Rotation opposite(Rotation rotation)
@@ -95,63 +114,85 @@ Rotation opposite(Rotation rotation)
     return Rotation::None;
 }
 
-/// A sample that cannot be read costs nothing: the page is read without.
-Result<std::optional<PageReader::Description>> unlessCancelled(const Error &error)
+/// A reading that fails is one that says nothing, unless somebody ended it.
+template <typename Value> Result<std::optional<Value>> unlessCancelled(Result<Value> reading)
 {
-    if (error.code == -ECANCELED)
-        return error;
-    logDebug([&] { return "a page's lines say nothing about its direction: " + error.text; });
-    return std::optional<PageReader::Description>();
+    if (reading)
+        return std::optional<Value>(std::move(reading).value());
+    if (reading.code() == -ECANCELED)
+        return reading.error();
+    logDebug([&] { return "a page's direction is in doubt: " + reading.error().text; });
+    return std::optional<Value>();
 }
 
-} // namespace
+using Description = PageReader::Description;
 
-Result<std::optional<PageReader::Description>>
-PageReader::describeLikely(const Image &gray, const ProgramLimits &limits,
-                           const EventFd &stop) const
+/// A picture that was turned on a guess, and what was read on it, if that was tried.
+struct Turned
 {
-    const Deadline deadline(limits);
-    const std::optional<Rotation> guess = likelyTurn(gray);
-    if (!guess || *guess == Rotation::None)
-        return std::optional<Description>();
-    Image turned = rotate(gray, *guess);
-    const std::optional<Image> sample = sampleBothWaysUp(turned);
+    Image picture;
+    Rotation turn;
+    std::optional<Reading> reading;
+};
+
+/// The page as a sample of it says it stands, if it makes sense that way; nothing where it lies so
+/// already, or the sample says nothing. Errors: -ECANCELED.
+Result<std::optional<Description>> describeBySample(const Readings &readings, Turned page)
+{
+    const std::optional<Image> sample = sampleBothWaysUp(page.picture);
     if (!sample)
         return std::optional<Description>();
-    ProgramLimits part = limits;
-    part.time /= kSampleShare;
-    const auto lines = m_tesseract.describe(*sample, part, stop, Tesseract::Layout::Block);
+    const auto lines = unlessCancelled(readings.readSample(*sample));
     if (!lines)
-        return unlessCancelled(lines.error());
-    const Result<TesseractTable> table = readTesseractTable(lines.value());
-    const std::optional<Rotation> rest = table ? turnOfSample(table.value()) : std::nullopt;
-    const Rotation turn = rest == Rotation::Half ? opposite(*guess) : *guess;
+        return lines.error();
+    const std::optional<Rotation> rest =
+        lines.value() ? turnOfSample(*lines.value()) : std::nullopt;
+    const Rotation turn = rest == Rotation::Half ? opposite(page.turn) : page.turn;
     if (!rest || turn == Rotation::None)
         return std::optional<Description>();
-    if (rest == Rotation::Half)
-        turned = rotate(std::move(turned), Rotation::Half);
-    const Result<Reading> reading = readAsItLies(m_tesseract, turned, deadline.rest(limits), stop);
-    if (!reading)
-        return unlessCancelled(reading.error());
-    if (!isReadUpright(reading.value().quality))
+    if (turn != page.turn)
+        page = {rotate(std::move(page.picture), Rotation::Half), turn, {}};
+    if (!page.reading) {
+        Result<std::optional<Reading>> reading = unlessCancelled(readings.read(page.picture));
+        if (!reading)
+            return reading.error();
+        page.reading = std::move(reading).value();
+    }
+    if (!page.reading || !isReadUpright(page.reading->quality))
         return std::optional<Description>();
-    return std::optional(Description{withHead(turn, reading.value().output)});
+    return std::optional(Description{withHead(page.turn, page.reading->output)});
 }
 
-Result<PageReader::Description> PageReader::describeEither(const Image &gray,
-                                                           const ProgramLimits &limits,
-                                                           const EventFd &stop) const
+/// The reading of a page that seems to need a turn, and makes sense after it; nothing for any other.
+/// Errors: -ECANCELED. Throws as guessTurn().
+Result<std::optional<Description>> describeLikely(const Readings &readings, const Image &gray)
 {
-    const Deadline deadline(limits);
-    Result<Reading> first = readAsItLies(m_tesseract, gray, limits, stop);
+    const std::optional<WritingGuess> guess = guessTurn(gray);
+    if (!guess || guess->turn == Rotation::None)
+        return std::optional<Description>();
+    Turned page = {rotate(gray, guess->turn), guess->turn, {}};
+    if (guess->isFlush) {
+        Result<std::optional<Reading>> reading = unlessCancelled(readings.read(page.picture));
+        if (!reading)
+            return reading.error();
+        page.reading = std::move(reading).value();
+        if (page.reading && isReadUprightForSure(page.reading->quality))
+            return std::optional(Description{withHead(page.turn, page.reading->output)});
+    }
+    return describeBySample(readings, std::move(page));
+}
+
+/// Reads a page as it lies, and turned where that makes no sense.
+Result<Description> describeEither(const Readings &readings, const Image &gray)
+{
+    Result<Reading> first = readings.read(gray);
     if (!first)
         return first.error();
     const std::optional<Rotation> turn = turnWorthTrying(first.value().quality);
     if (!turn)
         return Description{withHead(Rotation::None, first.value().output)};
-    const Result<Reading> second = exceptionsToErrors([&] {
-        return readAsItLies(m_tesseract, rotate(gray, *turn), deadline.rest(limits), stop);
-    });
+    const Result<Reading> second =
+        exceptionsToErrors([&] { return readings.read(rotate(gray, *turn)); });
     if (second.code() == -ECANCELED)
         return second.error();
     if (!second)
@@ -161,23 +202,25 @@ Result<PageReader::Description> PageReader::describeEither(const Image &gray,
     return Description{withHead(Rotation::None, first.value().output), static_cast<bool>(second)};
 }
 
-Result<PageReader::Description> PageReader::describe(const Image &gray, const ProgramLimits &limits,
-                                                     const EventFd &stop) const
+} // namespace
+
+Result<Description> PageReader::describe(const Image &gray, const ProgramLimits &limits,
+                                         const EventFd &stop) const
 {
+    const Readings readings(m_tesseract, limits, stop);
     if (m_direction == Direction::AsItLies) {
-        Result<Reading> reading = readAsItLies(m_tesseract, gray, limits, stop);
+        Result<Reading> reading = readings.read(gray);
         if (!reading)
             return reading.error();
         return Description{std::move(reading).value().output};
     }
-    const Deadline deadline(limits);
     Result<std::optional<Description>> likely =
-        exceptionsToErrors([&] { return describeLikely(gray, limits, stop); });
+        exceptionsToErrors([&] { return describeLikely(readings, gray); });
     if (likely.code() == -ECANCELED)
         return likely.error();
     if (likely && likely.value())
         return *std::move(likely).value();
-    return describeEither(gray, deadline.rest(limits), stop);
+    return describeEither(readings, gray);
 }
 
 Result<PageText> PageReader::read(const std::string &description) const

@@ -10,9 +10,10 @@
 namespace korv {
 
 /// Reads the writing on pictures with Tesseract, and where wanted finds out which way up it stands. A
-/// picture that probably does not stand upright is turned before it is read, if a sample of its lines
-/// makes sense one way up only. Any other is read as it lies; when that makes no sense, or its lines run
-/// downwards, it is read a second time, turned. The turn counts only when it is sure, see
+/// picture that probably does not stand upright is turned before it is read: at once if its margins are
+/// clear, otherwise if a sample of its lines makes sense one way up only. Where that reading makes little
+/// sense, and for any other picture, it is read as it lies; when that makes no sense, or its lines run
+/// downwards, once more, turned. The turn counts only when it is sure, see isReadUprightForSure() and
 /// isUprightForSure(). Any thread, several at a time.
 class PageReader
 {
@@ -46,14 +47,6 @@ public:
     static std::string kindOf(const TextLanguages &languages, Direction direction);
 
 private:
-    /// The reading of a picture that a sample says has to be turned; nothing for any other.
-    /// Errors: -ECANCELED. Throws as likelyTurn().
-    Result<std::optional<Description>>
-    describeLikely(const Image &gray, const ProgramLimits &limits, const EventFd &stop) const;
-    /// Reads a picture as it lies, and turned where that makes no sense.
-    Result<Description> describeEither(const Image &gray, const ProgramLimits &limits,
-                                       const EventFd &stop) const;
-
     const Tesseract &m_tesseract;
     const Direction m_direction;
 };

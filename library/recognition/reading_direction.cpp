@@ -23,6 +23,16 @@ constexpr int kEnoughCharacters = 20;
 
 constexpr double kMost = 0.8; ///< of the characters of a page with one reading direction
 
+/// Digits of other scripts than Latin count as letters.
+bool isLetter(char32_t character)
+{
+    const char32_t small = character | 0x20U;
+    const bool isAscii = small >= 'a' && small <= 'z';
+    const bool isAlphabetic = character >= 0xC0 && character < 0x2000; ///< signs and dashes follow
+    const bool isWide = character >= 0x3041 && character < 0xFE00; ///< kana to ideographs
+    return isAscii || isAlphabetic || isWide || character >= 0x20000;
+}
+
 bool isAcross(const TesseractRow &row)
 {
     return row.at(TesseractRow::Width) >= row.at(TesseractRow::Height);
@@ -53,8 +63,10 @@ ReadingQuality qualityOf(const TesseractTable &table)
             line = &row;
             continue;
         }
-        const int characters = static_cast<int>(charactersOf(row.text).size());
+        const std::u32string text = charactersOf(row.text);
+        const int characters = static_cast<int>(text.size());
         quality.characters += characters;
+        quality.letters += static_cast<int>(std::count_if(text.begin(), text.end(), isLetter));
         sum += row.confidence * characters;
         const bool hasLine = line != nullptr && line->line() == row.line();
         if (isAcross(hasLine ? *line : row))
@@ -107,6 +119,11 @@ bool isReadUpright(const ReadingQuality &page)
 {
     return page.characters >= kEnoughCharacters && page.confidence >= kReadWell
         && page.across >= kMost;
+}
+
+bool isReadUprightForSure(const ReadingQuality &page)
+{
+    return isReadUpright(page) && page.letters >= std::max(kEnoughCharacters, page.characters / 2);
 }
 
 } // namespace korv

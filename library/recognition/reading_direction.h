@@ -13,6 +13,7 @@ struct ReadingQuality
     double confidence = 0; ///< 0..100: the mean over all characters
     int characters = 0;
     double across = 0; ///< share of the characters in lines that are wider than high
+    int letters = 0; ///< characters that are no digits and no signs
 };
 
 ReadingQuality qualityOf(const TesseractTable &table);
@@ -33,5 +34,9 @@ std::optional<Rotation> turnOfSample(const TesseractTable &sample);
 
 /// Whether a page, a sample of which was clear, was read well, in lines that run across.
 bool isReadUpright(const ReadingQuality &page);
+
+/// Whether a page that nothing but its margins speaks for was read so well that it stands upright for
+/// sure: as isReadUpright(), and most of it are letters. Digits make sense on their head, too.
+bool isReadUprightForSure(const ReadingQuality &page);
 
 } // namespace korv

@@ -40,6 +40,7 @@ constexpr double kClearly = 3;
 /// How far the ink's centre is towards the beginning of the lines, in halves of their length. Pages of
 /// type have 0.03 to 0.14.
 constexpr double kFlush = 0.015;
+constexpr double kClearlyFlush = 0.025;
 
 constexpr int kSampleLines = 3;
 constexpr double kSampleWidth = 0.25; ///< of the picture's
@@ -195,7 +196,7 @@ cv::Mat onPaper(const cv::Mat &piece, int margin)
 
 } // namespace
 
-std::optional<Rotation> likelyTurn(const Image &gray)
+std::optional<WritingGuess> guessTurn(const Image &gray)
 {
     if (std::max(gray.width(), gray.height()) < kLeastLongSide)
         return std::nullopt;
@@ -206,10 +207,14 @@ std::optional<Rotation> likelyTurn(const Image &gray)
     const double down = energyOfLines(ink.t());
     if (std::max(across, down) <= kClearly * std::min(across, down))
         return std::nullopt;
+    WritingGuess guess;
+    const double flush = flushLeft(across > down ? ink : ink.t());
+    guess.isFlush = std::abs(flush) > kClearlyFlush;
     if (across > down)
-        return flushLeft(ink) > kFlush ? Rotation::None : Rotation::Half;
-    // turned to the left, the upper edge becomes the left one
-    return flushLeft(ink.t()) > 0 ? Rotation::Left90 : Rotation::Right90;
+        guess.turn = flush > kFlush ? Rotation::None : Rotation::Half;
+    else // turned to the left, the upper edge becomes the left one
+        guess.turn = flush > 0 ? Rotation::Left90 : Rotation::Right90;
+    return guess;
 }
 
 std::optional<Image> sampleBothWaysUp(const Image &gray)

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -37,10 +38,17 @@ class PageReaderTest : public testing::Test
 {
 protected:
     void SetUp() override { install(""); }
-    void install(const std::string &commands, int confidence = 95)
+    void install(const std::string &commands, int confidence = 95,
+                 const std::string &writing = testing_support::kCornerWriting)
     {
         m_tesseract.install(commands + "\n"
-                            + testing_support::commandsThatReadCornerPages(confidence));
+                            + testing_support::commandsThatReadCornerPages(confidence, writing));
+    }
+    /// Commands that take effect for the first reading only.
+    std::string firstTime(const std::string &commands) const
+    {
+        const std::string file = m_folder / "first";
+        return "if [ ! -e '" + file + "' ]; then touch '" + file + "'; " + commands + "; fi\n";
     }
     /// Commands that take effect from the second reading on.
     std::string secondTime(const std::string &commands) const
@@ -168,29 +176,36 @@ namespace {
 class PageReaderGuessTest : public PageReaderTest
 {
 protected:
-    /// A corner page with lines of which every third ends early; `isFlushLeft` as most writing is.
-    static Image lined(bool isFlushLeft = true)
+    // how ragged a margin is: on the right, as of most writing, and on the left where it is negative
+    static constexpr double kClearly = 0.5;
+    static constexpr double kHardly = 0.06;
+
+    /// A corner page with lines of which every third is shorter by that share.
+    static Image lined(double raggedness)
     {
         constexpr int kPageWidth = 800;
         constexpr int kPageHeight = 1100;
         constexpr int kBegin = 80;
         Image page = testing_support::cornerPage(kPageWidth, kPageHeight, PixelFormat::Gray8);
         for (int top = 100, line = 0; top < kPageHeight - 100; top += 24, ++line) {
-            const int length = line % 3 == 2 ? kPageWidth / 3 : kPageWidth - 2 * kBegin;
-            const int left = isFlushLeft ? kBegin : kPageWidth - kBegin - length;
+            constexpr int kLength = kPageWidth - 2 * kBegin;
+            const double share = line % 3 == 2 ? 1 - std::abs(raggedness) : 1;
+            const int length = static_cast<int>(kLength * share);
+            const int left = raggedness > 0 ? kBegin : kBegin + kLength - length;
             for (int y = top; y < top + 10; ++y)
                 std::fill_n(page.row(y) + left, length, std::uint8_t{40});
         }
         return page;
     }
     /// What is to be done about samples, which the program tells by its last argument.
-    void installForSamples(const std::string &commands, int confidence = 95)
+    void installForSamples(const std::string &commands, int confidence = 95,
+                           const std::string &writing = testing_support::kCornerWriting)
     {
         // its files stay empty: it may write none
         const std::string page = "page=" + file("page") + "; [ -e $page ] && page=$page-again; ";
         install("case \"$*\" in *'--psm 6') touch " + file("sample") + "\n" + commands + "\n;; *) "
                     + page + "touch $page;; esac\n",
-                confidence);
+                confidence, writing);
     }
     /// A sample of which the halves make so much sense.
     static std::string sample(int upper, int lower)
@@ -225,15 +240,30 @@ private:
 TEST_F(PageReaderGuessTest, uprightPageNeedsNoSample)
 {
     installForSamples("exit 1");
-    EXPECT_EQ(read(lined()).value().turn, Rotation::None);
-    EXPECT_EQ(takeCalls(), "page");
+    for (const double raggedness : {kClearly, kHardly}) {
+        EXPECT_EQ(read(lined(raggedness)).value().turn, Rotation::None);
+        EXPECT_EQ(takeCalls(), "page");
+    }
+}
+
+TEST_F(PageReaderGuessTest, turnedPageWithAClearMarginNeedsNoSample)
+{
+    installForSamples("exit 1");
+    for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
+        const auto text = read(rotate(lined(kClearly), rotation));
+        ASSERT_TRUE(text) << text.error().text;
+        EXPECT_EQ(text.value().turn, inverseOf(rotation));
+        EXPECT_EQ(text.value().lines.size(), 1U);
+        EXPECT_TRUE(m_isFinal);
+        EXPECT_EQ(takeCalls(), "page");
+    }
 }
 
 TEST_F(PageReaderGuessTest, sampleSparesTheReadingAsThePageLies)
 {
     installForSamples(sample(90, 20));
     for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
-        const auto text = read(rotate(lined(), rotation));
+        const auto text = read(rotate(lined(kHardly), rotation));
         ASSERT_TRUE(text) << text.error().text;
         EXPECT_EQ(text.value().turn, inverseOf(rotation));
         EXPECT_EQ(text.value().lines.size(), 1U);
@@ -245,10 +275,36 @@ TEST_F(PageReaderGuessTest, sampleSparesTheReadingAsThePageLies)
 TEST_F(PageReaderGuessTest, sampleCorrectsAWrongGuess)
 {
     installForSamples(sample(20, 90));
-    EXPECT_EQ(read(lined(false)).value().turn, Rotation::None);
+    EXPECT_EQ(read(lined(-kHardly)).value().turn, Rotation::None);
     EXPECT_EQ(takeCalls(), "sample page");
-    EXPECT_EQ(read(rotate(lined(false), Rotation::Right90)).value().turn, Rotation::Left90);
+    EXPECT_EQ(read(rotate(lined(-kHardly), Rotation::Right90)).value().turn, Rotation::Left90);
     EXPECT_EQ(takeCalls(), "sample page");
+}
+
+TEST_F(PageReaderGuessTest, clearMarginThatMisleadsTurnsNothingWrongly)
+{
+    for (const std::string &lines : {sample(20, 90), sample(50, 20), std::string("exit 1")}) {
+        installForSamples(lines);
+        for (const Rotation rotation : kAll) {
+            const auto text = read(rotate(lined(-kClearly), rotation));
+            ASSERT_TRUE(text) << text.error().text;
+            EXPECT_EQ(text.value().turn, inverseOf(rotation)) << lines;
+            takeCalls();
+        }
+    }
+}
+
+TEST_F(PageReaderGuessTest, digitsAloneNeedASample)
+{
+    const std::string digits = "0123456789012345678901ab";
+    for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
+        installForSamples(sample(90, 20), 95, digits);
+        EXPECT_EQ(read(rotate(lined(kClearly), rotation)).value().turn, inverseOf(rotation));
+        EXPECT_EQ(takeCalls(), "sample page") << "the page was read already";
+    }
+    installForSamples(sample(20, 90), 95, digits);
+    EXPECT_EQ(read(rotate(lined(kClearly), Rotation::Left90)).value().turn, Rotation::Right90);
+    EXPECT_EQ(takeCalls(), "sample page page-again");
 }
 
 TEST_F(PageReaderGuessTest, sampleThatSaysNothingCostsNoMoreThanItself)
@@ -258,10 +314,22 @@ TEST_F(PageReaderGuessTest, sampleThatSaysNothingCostsNoMoreThanItself)
           std::string("head -c 100000 /dev/urandom; exit 0")}) {
         installForSamples(useless);
         for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
-            const auto text = read(rotate(lined(), rotation));
+            const auto text = read(rotate(lined(kHardly), rotation));
             ASSERT_TRUE(text) << text.error().text;
             EXPECT_EQ(text.value().turn, inverseOf(rotation)) << useless;
             EXPECT_EQ(takeCalls(), "sample page page-again") << useless;
+        }
+    }
+}
+
+TEST_F(PageReaderGuessTest, readingAtOnceThatFailsCostsNothing)
+{
+    for (const char *failure : {"kill -SEGV $$", "exit 1", "head -c 100000 /dev/urandom; exit 0"}) {
+        install(firstTime(failure));
+        for (const Rotation rotation : {Rotation::Left90, Rotation::Right90, Rotation::Half}) {
+            const auto text = read(rotate(lined(kClearly), rotation));
+            ASSERT_TRUE(text) << text.error().text;
+            EXPECT_EQ(text.value().turn, inverseOf(rotation)) << failure;
         }
     }
 }
@@ -270,7 +338,7 @@ TEST_F(PageReaderGuessTest, sampleThatHangsLeavesTimeForThePage)
 {
     installForSamples("sleep 1000");
     m_limits.time = 8s;
-    const auto text = read(rotate(lined(), Rotation::Right90));
+    const auto text = read(rotate(lined(kHardly), Rotation::Right90));
     ASSERT_TRUE(text) << text.error().text;
     EXPECT_EQ(text.value().turn, Rotation::Left90);
 }
@@ -278,19 +346,28 @@ TEST_F(PageReaderGuessTest, sampleThatHangsLeavesTimeForThePage)
 TEST_F(PageReaderGuessTest, pageThatMakesNoSenseStaysAsItLies)
 {
     installForSamples(sample(90, 20), 60);
-    for (const Rotation rotation : kAll) {
-        const auto text = read(rotate(lined(), rotation));
-        ASSERT_TRUE(text) << text.error().text;
-        EXPECT_EQ(text.value().turn, Rotation::None);
-        EXPECT_EQ(text.value().width, rotate(lined(), rotation).width());
+    for (const double raggedness : {kClearly, kHardly, -kClearly}) {
+        for (const Rotation rotation : kAll) {
+            const auto text = read(rotate(lined(raggedness), rotation));
+            ASSERT_TRUE(text) << text.error().text;
+            EXPECT_EQ(text.value().turn, Rotation::None);
+            EXPECT_EQ(text.value().width, rotate(lined(raggedness), rotation).width());
+        }
     }
+}
+
+TEST_F(PageReaderGuessTest, stopEndsTheReadingAtOnce)
+{
+    install("sleep 1000");
+    m_stop.set();
+    EXPECT_EQ(read(rotate(lined(kClearly), Rotation::Half)).code(), -ECANCELED);
 }
 
 TEST_F(PageReaderGuessTest, stopEndsTheSample)
 {
     installForSamples("sleep 1000");
     m_stop.set();
-    EXPECT_EQ(read(rotate(lined(), Rotation::Half)).code(), -ECANCELED);
+    EXPECT_EQ(read(rotate(lined(kHardly), Rotation::Half)).code(), -ECANCELED);
 }
 
 TEST(PageReaderProgram, findsOutHowPagesOfTypeLie)

@@ -94,6 +94,16 @@ TEST(ReadingDirection, qualityIsTheMeanOfAllCharacters)
     EXPECT_DOUBLE_EQ(quality.across, 0.5);
 }
 
+TEST(ReadingDirection, digitsAndSignsAreNoLetters)
+{
+    TesseractTable table;
+    table.rows = {row(5, 1, 100, 20, 90, "aZ-19,"), row(5, 1, 10, 20, 50, "é“”Ж…"),
+                  row(5, 1, 10, 20, 50, "会，。あ９㐀𠀀")};
+    const ReadingQuality quality = qualityOf(table);
+    EXPECT_EQ(quality.characters, 18);
+    EXPECT_EQ(quality.letters, 2 + 2 + 4);
+}
+
 TEST(ReadingDirection, wordWithoutALineSpeaksForItself)
 {
     TesseractTable table;
@@ -123,4 +133,12 @@ TEST(ReadingDirection, pageIsReadUprightWhenItMakesSenseInLinesAcross)
     EXPECT_FALSE(isReadUpright({69, 20, 0.8}));
     EXPECT_FALSE(isReadUpright({70, 19, 0.8}));
     EXPECT_FALSE(isReadUpright({70, 20, 0.7}));
+}
+
+TEST(ReadingDirection, pageIsReadUprightForSureWhenHalfOfItAreLetters)
+{
+    EXPECT_TRUE(isReadUprightForSure({70, 200, 0.8, 100}));
+    EXPECT_FALSE(isReadUprightForSure({70, 200, 0.8, 99}));
+    EXPECT_FALSE(isReadUprightForSure({70, 24, 0.8, 19})) << "too few letters";
+    EXPECT_FALSE(isReadUprightForSure({69, 200, 0.8, 200}));
 }

@@ -23,13 +23,13 @@ void fill(Image &page, int left, int top, int width, int height, std::uint8_t le
 }
 
 /// Words of upright strokes in lines, of which every third ends early.
-Image pageOfLines(std::uint8_t ink = 40)
+Image pageOfLines(std::uint8_t ink = 40, int earlyEnd = kWidth / 2)
 {
     Image page(kWidth, kHeight, PixelFormat::Gray8);
     fill(page, 0, 0, kWidth, kHeight, 230);
     int line = 0;
     for (int top = kMargin; top + 40 < kHeight - kMargin; top += 36, ++line) {
-        const int end = line % 3 == 2 ? kWidth / 2 : kWidth - kMargin;
+        const int end = line % 3 == 2 ? earlyEnd : kWidth - kMargin;
         for (int left = kMargin; left + 8 < end; left += 10) {
             const bool isGap = (left / 10 + 3 * line) % 7 == 0;
             if (!isGap)
@@ -46,14 +46,32 @@ Image blank()
     return page;
 }
 
+/// The turn that the lines of a page ask for.
+std::optional<Rotation> turnOf(const Image &page)
+{
+    const std::optional<WritingGuess> guess = guessTurn(page);
+    return guess ? std::optional(guess->turn) : std::nullopt;
+}
+
 } // namespace
 
 TEST(WritingGuess, linesThatBeginAtOneMarginSayHowThePageLies)
 {
-    EXPECT_EQ(likelyTurn(pageOfLines()), Rotation::None);
-    EXPECT_EQ(likelyTurn(rotate(pageOfLines(), Rotation::Half)), Rotation::Half);
-    EXPECT_EQ(likelyTurn(rotate(pageOfLines(), Rotation::Right90)), Rotation::Left90);
-    EXPECT_EQ(likelyTurn(rotate(pageOfLines(), Rotation::Left90)), Rotation::Right90);
+    EXPECT_EQ(turnOf(pageOfLines()), Rotation::None);
+    EXPECT_EQ(turnOf(rotate(pageOfLines(), Rotation::Half)), Rotation::Half);
+    EXPECT_EQ(turnOf(rotate(pageOfLines(), Rotation::Right90)), Rotation::Left90);
+    EXPECT_EQ(turnOf(rotate(pageOfLines(), Rotation::Left90)), Rotation::Right90);
+}
+
+TEST(WritingGuess, marginSaysHowClearThatIs)
+{
+    const Image clear = pageOfLines();
+    const Image doubtful = pageOfLines(40, kWidth - kMargin - 60);
+    for (const Rotation rotation :
+         {Rotation::None, Rotation::Left90, Rotation::Right90, Rotation::Half}) {
+        EXPECT_TRUE(guessTurn(rotate(clear, rotation)).value().isFlush);
+        EXPECT_FALSE(guessTurn(rotate(doubtful, rotation)).value().isFlush);
+    }
 }
 
 TEST(WritingGuess, shadowAcrossThePageChangesNothing)
@@ -64,24 +82,24 @@ TEST(WritingGuess, shadowAcrossThePageChangesNothing)
             page.row(y)[x] =
                 static_cast<std::uint8_t>(page.row(y)[x] * (kWidth + x) / (2 * kWidth));
     }
-    EXPECT_EQ(likelyTurn(page), Rotation::None);
-    EXPECT_EQ(likelyTurn(rotate(page, Rotation::Right90)), Rotation::Left90);
+    EXPECT_EQ(turnOf(page), Rotation::None);
+    EXPECT_EQ(turnOf(rotate(page, Rotation::Right90)), Rotation::Left90);
 }
 
 TEST(WritingGuess, picturesWithoutLinesGiveNone)
 {
-    EXPECT_EQ(likelyTurn(Image()), std::nullopt);
-    EXPECT_EQ(likelyTurn(Image(1, 1, PixelFormat::Gray8)), std::nullopt);
-    EXPECT_EQ(likelyTurn(Image(3000, 1, PixelFormat::Gray8)), std::nullopt);
-    EXPECT_EQ(likelyTurn(blank()), std::nullopt);
-    EXPECT_EQ(likelyTurn(pageOfLines(215)), std::nullopt) << "the paper's own grain";
+    EXPECT_EQ(turnOf(Image()), std::nullopt);
+    EXPECT_EQ(turnOf(Image(1, 1, PixelFormat::Gray8)), std::nullopt);
+    EXPECT_EQ(turnOf(Image(3000, 1, PixelFormat::Gray8)), std::nullopt);
+    EXPECT_EQ(turnOf(blank()), std::nullopt);
+    EXPECT_EQ(turnOf(pageOfLines(215)), std::nullopt) << "the paper's own grain";
     Image checks = blank();
     for (int y = 100; y < 1100; y += 40) {
         for (int x = 100; x < 1100; x += 40)
             fill(checks, x, y, 20, 20, 30);
     }
-    EXPECT_EQ(likelyTurn(checks), std::nullopt) << "rows as clear as columns";
-    EXPECT_EQ(likelyTurn(Image(390, 300, PixelFormat::Gray8)), std::nullopt) << "too small";
+    EXPECT_EQ(turnOf(checks), std::nullopt) << "rows as clear as columns";
+    EXPECT_EQ(turnOf(Image(390, 300, PixelFormat::Gray8)), std::nullopt) << "too small";
 }
 
 TEST(WritingGuess, sampleHasTheSameLinesBothWaysUp)

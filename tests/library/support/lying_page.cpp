@@ -28,7 +28,7 @@ korv::Image cornerPage(int width, int height, korv::PixelFormat format)
     return page;
 }
 
-std::string commandsThatReadCornerPages(int confidence)
+std::string commandsThatReadCornerPages(int confidence, const std::string &writing)
 {
     return "read depth; corner=$(od -An -tu1 -N1)\n"
            "sure=20; lines=across\n"
@@ -42,7 +42,8 @@ if [ $lines = across ]; then box="4\t8\t$((width - 8))\t10"; else box="8\t4\t10\
 printf 'level\tpage_num\tblock_num\tpar_num\tline_num\tword_num\tleft\ttop\twidth\theight\tconf\ttext\n'
 printf "1\t1\t0\t0\t0\t0\t0\t0\t$width\t$height\t-1\t\n"
 printf "4\t1\t1\t1\t1\t0\t$box\t-1\t\n"
-printf "5\t1\t1\t1\t1\t1\t$box\t$sure\tabcdefghijklmnopqrstuvwx\n"
+printf "5\t1\t1\t1\t1\t1\t$box\t$sure\t)sh"
+        + writing + R"sh(\n"
 exit 0
 )sh";
 }

@@ -10,9 +10,12 @@ namespace testing_support {
 /// below.
 korv::Image cornerPage(int width, int height, korv::PixelFormat format = korv::PixelFormat::Rgb24);
 
-/// What the real program does with such pages. It reads 24 letters well when the page is upright,
+constexpr char kCornerWriting[] = "abcdefghijklmnopqrstuvwx";
+
+/// What the real program does with such pages. It reads the writing well when the page is upright,
 /// and also, as a line that runs downwards, when the page was turned right. On its head, or turned
 /// left, the same letters make little sense. `confidence` is that of the former.
-std::string commandsThatReadCornerPages(int confidence = 95);
+std::string commandsThatReadCornerPages(int confidence = 95,
+                                        const std::string &writing = kCornerWriting);
 
 } // namespace testing_support
