@@ -13,6 +13,9 @@ namespace {
 constexpr double kReadWell = 70;
 constexpr double kFarBetter = 20;
 
+// Pages with lines of both kinds, upright and on their head, are read with less than 75.
+constexpr double kReadVeryWell = 80;
+
 // Words that are cut at the edges of a sample make less sense. Samples that stand upright are read with
 // a mean confidence above 65, at least 38 above that of the same lines on their head.
 constexpr double kSampleReadWell = 55;
@@ -123,7 +126,8 @@ bool isReadUpright(const ReadingQuality &page)
 
 bool isReadUprightForSure(const ReadingQuality &page)
 {
-    return isReadUpright(page) && page.letters >= std::max(kEnoughCharacters, page.characters / 2);
+    return isReadUpright(page) && page.confidence >= kReadVeryWell
+        && page.letters >= std::max(kEnoughCharacters, page.characters / 2);
 }
 
 } // namespace korv

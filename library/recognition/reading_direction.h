@@ -36,7 +36,7 @@ std::optional<Rotation> turnOfSample(const TesseractTable &sample);
 bool isReadUpright(const ReadingQuality &page);
 
 /// Whether a page that nothing but its margins speaks for was read so well that it stands upright for
-/// sure: as isReadUpright(), and most of it are letters. Digits make sense on their head, too.
+/// sure: as isReadUpright(), but better, and half of it are letters. Digits make sense on their head, too.
 bool isReadUprightForSure(const ReadingQuality &page);
 
 } // namespace korv

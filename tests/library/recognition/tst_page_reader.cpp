@@ -307,6 +307,17 @@ TEST_F(PageReaderGuessTest, digitsAloneNeedASample)
     EXPECT_EQ(takeCalls(), "sample page page-again");
 }
 
+TEST_F(PageReaderGuessTest, pageThatIsReadLessWellNeedsASample)
+{
+    constexpr int kSoSo = 75; // as one of which a part is on its head
+    installForSamples(sample(90, 20), kSoSo);
+    EXPECT_EQ(read(rotate(lined(kClearly), Rotation::Half)).value().turn, Rotation::Half);
+    EXPECT_EQ(takeCalls(), "sample page");
+    installForSamples(sample(20, 90), kSoSo);
+    EXPECT_EQ(read(rotate(lined(-kClearly), Rotation::None)).value().turn, Rotation::None);
+    EXPECT_EQ(takeCalls(), "sample page page-again");
+}
+
 TEST_F(PageReaderGuessTest, sampleThatSaysNothingCostsNoMoreThanItself)
 {
     for (const std::string &useless :

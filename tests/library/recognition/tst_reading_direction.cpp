@@ -135,10 +135,11 @@ TEST(ReadingDirection, pageIsReadUprightWhenItMakesSenseInLinesAcross)
     EXPECT_FALSE(isReadUpright({70, 20, 0.7}));
 }
 
-TEST(ReadingDirection, pageIsReadUprightForSureWhenHalfOfItAreLetters)
+TEST(ReadingDirection, pageIsReadUprightForSureWhenItIsReadVeryWellAndHasLetters)
 {
-    EXPECT_TRUE(isReadUprightForSure({70, 200, 0.8, 100}));
-    EXPECT_FALSE(isReadUprightForSure({70, 200, 0.8, 99}));
-    EXPECT_FALSE(isReadUprightForSure({70, 24, 0.8, 19})) << "too few letters";
-    EXPECT_FALSE(isReadUprightForSure({69, 200, 0.8, 200}));
+    EXPECT_TRUE(isReadUprightForSure({80, 200, 0.8, 100}));
+    EXPECT_FALSE(isReadUprightForSure({80, 200, 0.8, 99}));
+    EXPECT_FALSE(isReadUprightForSure({80, 24, 0.8, 19})) << "too few letters";
+    EXPECT_FALSE(isReadUprightForSure({79, 200, 0.8, 200}));
+    EXPECT_FALSE(isReadUprightForSure({80, 200, 0.7, 200})) << "its lines run down";
 }
