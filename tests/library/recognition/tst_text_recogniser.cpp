@@ -107,6 +107,26 @@ TEST_F(TextRecogniserTest, whatBeganInTheBackgroundIsNotBegunAgain)
     EXPECT_EQ(m_made, 0);
 }
 
+TEST_F(TextRecogniserTest, resolutionThatMeansNothingIsNotPassedOn)
+{
+    const std::string told = m_folder / "told";
+    install("case \"$*\" in *--dpi*) touch '" + told + "';; esac"); // it may write nothing
+    for (const int dpi : {72, 96, 150}) {
+        Image page = pictures::page(640, 480);
+        page.setResolution(dpi);
+        m_jpeg = pictures::jpegOf(page);
+        ASSERT_EQ(jpeg::readInfo(m_jpeg).value().resolution, dpi);
+        const auto recogniser = make();
+        recogniser->begin(m_jpeg);
+        const auto deadline = std::chrono::steady_clock::now() + 90s * support::slowness();
+        while (!recogniser->known(contentKeyOf(m_jpeg))
+               && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(20ms);
+        EXPECT_TRUE(recogniser->known(contentKeyOf(m_jpeg)));
+        EXPECT_EQ(std::filesystem::remove(told), dpi == 150) << dpi;
+    }
+}
+
 TEST_F(TextRecogniserTest, failuresAreNotTriedAgain)
 {
     install("echo crash >&2; kill -SEGV $$");
