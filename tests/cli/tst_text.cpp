@@ -268,7 +268,7 @@ protected:
         }
         return result;
     }
-    /// A document of two pages, as `--text` makes it.
+    /// A document of two pages, as `--text` makes it, also where the machine is busy.
     void combine(const std::string &name, const std::vector<std::string> &more = {}) const
     {
         draw("1.png", m_latin);
@@ -276,7 +276,10 @@ protected:
         std::vector<std::string> arguments = {"combine",     "--text", "chi_sim+eng", file("1.png"),
                                               file("2.png"), "-o",     file(name)};
         arguments.insert(arguments.end(), more.begin(), more.end());
-        const Finished done = run(arguments, {{"XDG_CACHE_HOME", file("cache")}});
+        std::ofstream(file("patient.conf")) << "[documents]\ntext-wait = 60\n";
+        const Finished done =
+            run(arguments,
+                {{"XDG_CACHE_HOME", file("cache")}, {"KORV_CAMERA_CONF", file("patient.conf")}});
         ASSERT_EQ(done.status, 0) << done.errors;
         EXPECT_EQ(done.errors, "");
     }
