@@ -72,6 +72,14 @@ public:
         return Reading{std::move(output).value(), qualityOf(table.value())};
     }
 
+    /// How the page probably stands. Throws as guessTurn().
+    std::optional<WritingGuess> guess(const Image &gray) const
+    {
+        return guessTurn(gray,
+                         areWrittenFromRight(m_tesseract.languages()) ? LineStart::Right
+                                                                      : LineStart::Left);
+    }
+
     /// A few lines of the page, both ways up. Errors: as read().
     Result<TesseractTable> readSample(const Image &sample) const
     {
@@ -167,7 +175,7 @@ Result<std::optional<Description>> describeBySample(const Readings &readings, Tu
 /// Errors: -ECANCELED. Throws as guessTurn().
 Result<std::optional<Description>> describeLikely(const Readings &readings, const Image &gray)
 {
-    const std::optional<WritingGuess> guess = guessTurn(gray);
+    const std::optional<WritingGuess> guess = readings.guess(gray);
     if (!guess || guess->turn == Rotation::None)
         return std::optional<Description>();
     Turned page = {rotate(gray, guess->turn), guess->turn, {}};

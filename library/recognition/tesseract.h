@@ -20,6 +20,8 @@ public:
     /// counts as it is now. `loss` is what the log says is lost without it.
     explicit Tesseract(TextLanguages languages, std::string loss = "documents get no text");
 
+    const TextLanguages &languages() const { return m_languages; }
+
     /// Whether the program is installed and has all the languages. The first call asks it, and says
     /// on the log what is missing; the others wait for the answer.
     bool isReady(const ProgramLimits &limits, const EventFd &stop);

@@ -196,7 +196,7 @@ cv::Mat onPaper(const cv::Mat &piece, int margin)
 
 } // namespace
 
-std::optional<WritingGuess> guessTurn(const Image &gray)
+std::optional<WritingGuess> guessTurn(const Image &gray, LineStart start)
 {
     if (std::max(gray.width(), gray.height()) < kLeastLongSide)
         return std::nullopt;
@@ -208,7 +208,8 @@ std::optional<WritingGuess> guessTurn(const Image &gray)
     if (std::max(across, down) <= kClearly * std::min(across, down))
         return std::nullopt;
     WritingGuess guess;
-    const double flush = flushLeft(across > down ? ink : ink.t());
+    const double left = flushLeft(across > down ? ink : ink.t());
+    const double flush = start == LineStart::Left ? left : -left;
     guess.isFlush = std::abs(flush) > kClearlyFlush;
     if (across > down)
         guess.turn = flush > kFlush ? Rotation::None : Rotation::Half;

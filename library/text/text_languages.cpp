@@ -26,6 +26,9 @@ constexpr LanguageName kNames[] = {
     {"uig", "ug"},          {"ukr", "uk"}, {"vie", "vi"},
 };
 
+constexpr const char *kWrittenFromRight[] = {"ara", "div", "fas", "heb", "kur_ara", "pus",
+                                             "snd", "syr", "uig", "urd", "yid"};
+
 bool isNameLetter(char letter)
 {
     return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')
@@ -65,6 +68,14 @@ std::string documentLanguage(const TextLanguages &languages)
         std::find_if(std::begin(kNames), std::end(kNames),
                      [&](const LanguageName &name) { return first == name.tesseract; });
     return found == std::end(kNames) ? std::string() : found->bcp47;
+}
+
+bool areWrittenFromRight(const TextLanguages &languages)
+{
+    return !languages.empty()
+        && std::count(std::begin(kWrittenFromRight), std::end(kWrittenFromRight),
+                      languages.list().front())
+        != 0;
 }
 
 } // namespace korv

@@ -23,4 +23,7 @@ bool areLanguageNames(const std::string &text);
 /// "chi_sim+eng". Empty where the first one has no such name that is known here.
 std::string documentLanguage(const TextLanguages &languages);
 
+/// Whether lines in the first of the languages begin at the right, as Arabic and Hebrew ones do.
+bool areWrittenFromRight(const TextLanguages &languages);
+
 } // namespace korv

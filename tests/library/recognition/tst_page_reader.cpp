@@ -64,7 +64,7 @@ protected:
                           PageReader::Direction direction = PageReader::Direction::Find)
     {
         std::filesystem::remove(m_folder / "first");
-        const Tesseract tesseract({"eng"});
+        const Tesseract tesseract(m_languages);
         const PageReader reader(tesseract, direction);
         const Result<PageReader::Description> description =
             reader.describe(picture, m_limits, m_stop);
@@ -76,6 +76,7 @@ protected:
 
     testing_support::TemporaryFolder m_folder;
     testing_support::FakeTesseract m_tesseract;
+    TextLanguages m_languages = {"eng"};
     ProgramLimits m_limits;
     bool m_isFinal = false; ///< the last description
     EventFd m_stop = EventFd::create().value();
@@ -291,6 +292,18 @@ TEST_F(PageReaderGuessTest, clearMarginThatMisleadsTurnsNothingWrongly)
             EXPECT_EQ(text.value().turn, inverseOf(rotation)) << lines;
             takeCalls();
         }
+    }
+}
+
+TEST_F(PageReaderGuessTest, marginsOfPagesWrittenFromTheRightAreTheOtherWayRound)
+{
+    m_languages = {"heb"};
+    installForSamples("exit 1");
+    for (const Rotation rotation : kAll) {
+        const auto text = read(rotate(lined(-kClearly), rotation));
+        ASSERT_TRUE(text) << text.error().text;
+        EXPECT_EQ(text.value().turn, inverseOf(rotation));
+        EXPECT_EQ(takeCalls(), "page");
     }
 }
 

@@ -74,6 +74,19 @@ TEST(WritingGuess, marginSaysHowClearThatIs)
     }
 }
 
+TEST(WritingGuess, linesThatBeginAtTheRightAreFlushThere)
+{
+    const Image page = rotate(pageOfLines(), Rotation::Half); // its lines are flush right
+    EXPECT_EQ(guessTurn(page, LineStart::Right).value().turn, Rotation::None);
+    EXPECT_TRUE(guessTurn(page, LineStart::Right).value().isFlush);
+    EXPECT_EQ(guessTurn(rotate(page, Rotation::Half), LineStart::Right).value().turn,
+              Rotation::Half);
+    EXPECT_EQ(guessTurn(rotate(page, Rotation::Right90), LineStart::Right).value().turn,
+              Rotation::Left90);
+    EXPECT_EQ(guessTurn(rotate(page, Rotation::Left90), LineStart::Right).value().turn,
+              Rotation::Right90);
+}
+
 TEST(WritingGuess, shadowAcrossThePageChangesNothing)
 {
     Image page = pageOfLines();

@@ -11,6 +11,15 @@ TEST(TextLanguages, areListedInTheirOrder)
     EXPECT_TRUE(TextLanguages{}.list().empty());
 }
 
+TEST(TextLanguages, firstOneSaysWhereLinesBegin)
+{
+    EXPECT_TRUE(areWrittenFromRight({"ara"}));
+    EXPECT_TRUE(areWrittenFromRight({"heb+eng"}));
+    EXPECT_FALSE(areWrittenFromRight({"eng+heb"}));
+    EXPECT_FALSE(areWrittenFromRight({"chi_sim"}));
+    EXPECT_FALSE(areWrittenFromRight({}));
+}
+
 TEST(TextLanguages, onlyNamesAreAccepted)
 {
     for (const char *good : {"eng", "chi_sim+eng", "script1+Latin"})
