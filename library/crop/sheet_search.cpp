@@ -2,6 +2,7 @@
 
 #include "library/crop/lines/line_votes.h"
 #include "library/crop/outlines/outline_widener.h"
+#include "library/crop/outlines/printed_border.h"
 
 #include <algorithm>
 
@@ -14,6 +15,8 @@ constexpr std::size_t kMaxQuads = 1500;
 // in pixels of the search picture
 constexpr double kRefinementReach = 3.5;
 constexpr double kWideningReach = 12;
+constexpr double kBorderStep = 0.5;
+constexpr double kBorderReach = 2; ///< its end is known better than a side that was searched
 
 } // namespace
 
@@ -87,6 +90,13 @@ Refined SheetSearch::refined(const Candidate &candidate) const
 {
     return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale,
                          m_core);
+}
+
+Refined SheetSearch::withBorder(const Refined &outline) const
+{
+    const std::optional<Corners> found =
+        outlineOfBorder(m_image, outline.corners, kBorderStep / m_picture.scale, m_core);
+    return found ? refineCorners(m_image, *found, kBorderReach / m_picture.scale, m_core) : outline;
 }
 
 Corners SheetSearch::widened(const Refined &outline) const
