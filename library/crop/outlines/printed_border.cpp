@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kBorderPlaces = 48; ///< along a side
 constexpr double kBorderEndsLeftOut = 0.06; ///< of a side: there the neighbours' border begins
-constexpr double kWidestBorder = 0.2; ///< of the shorter of two opposite sides
+constexpr double kWidestBorder = 0.2; ///< of the picture's short sides
 // in steps
 constexpr int kClear = 3; ///< from the side on, its own blur is over
 constexpr int kNarrowest = 5;
@@ -154,7 +154,8 @@ private:
     double m_last = 0; ///< ... and at the other one
 };
 
-double shorterSide(const Corners &corners)
+/// The longer one of the two short sides.
+double shortSide(const Corners &corners)
 {
     return std::min(std::max(length(corners[1] - corners[0]), length(corners[3] - corners[2])),
                     std::max(length(corners[2] - corners[1]), length(corners[0] - corners[3])));
@@ -166,7 +167,7 @@ std::optional<Corners> outlineOfBorder(const Image &image, const Corners &corner
                                        HelperThread &core)
 {
     const cv::Point2d centre = centreOf(corners);
-    const int furthest = static_cast<int>(kWidestBorder * shorterSide(corners) / step);
+    const int furthest = static_cast<int>(kWidestBorder * shortSide(corners) / step);
     std::vector<Margin> margins;
     for (std::size_t i = 0; i < 4; ++i)
         margins.emplace_back(image, corners[i], corners[(i + 1) % 4], centre, step);

@@ -1,6 +1,8 @@
 #include "library/crop/crop.h"
 #include "library/crop/outlines/printed_border.h"
 
+#include "tests/library/support/desk.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -13,19 +15,17 @@ using namespace korv::crop;
 
 namespace {
 
-using Colour = std::array<int, 3>;
-
-constexpr Colour kWhite{238, 237, 232};
-constexpr Colour kTable{186, 178, 168};
+constexpr desk::Colour kWhite{238, 237, 232};
+constexpr desk::Colour kTable{186, 178, 168};
 constexpr double kStep = 1;
 
 struct Print
 {
     std::array<int, 4> borders{30, 30, 30, 30}; ///< above, right, below and left, in pixels
-    Colour border = kWhite;
-    Colour table = kTable;
+    desk::Colour border = kWhite;
+    desk::Colour table = kTable;
     int grain = 5; ///< levels of the table's darkest specks
-    Colour darkest{30, 70, 40}; ///< of the picture
+    desk::Colour darkest{30, 70, 40}; ///< of the picture
     std::function<bool(int, int)> isInk = [](int, int) { return false; }; ///< on the border
 };
 
