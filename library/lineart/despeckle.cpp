@@ -5,24 +5,25 @@
 #include <cstring>
 #include <vector>
 
+#include <opencv2/core/hal/intrin.hpp>
+
 namespace korv {
 
 namespace {
 
-struct Pixel
+constexpr int kRowLanes = 16;
+
+/// Black pixels of a row that touch each other: from `first` up to `end`.
+struct Run
 {
-    int x = 0;
     int y = 0;
+    int first = 0;
+    int end = 0;
 };
 
-bool operator==(const Pixel &a, const Pixel &b)
+bool operator==(const Run &a, const Run &b)
 {
-    return a.x == b.x && a.y == b.y;
-}
-
-bool isBlack(const Image &image, int x, int y)
-{
-    return x >= 0 && y >= 0 && x < image.width() && y < image.height() && image.row(y)[x] == 0;
+    return a.y == b.y && a.first == b.first;
 }
 
 /// The first pixel of a row from x on, and before `end`, that has the level; `end` when there is none.
@@ -35,42 +36,94 @@ int find(const Image &image, std::uint8_t level, int x, int end, int y)
                             : end;
 }
 
-int nextBlack(const Image &image, int x, int y)
+/// What hangs together with a run that nothing above touches, as long as it is small.
+class Thing
 {
-    return find(image, 0, x, image.width(), y);
-}
+public:
+    Thing(Image &image, int largest)
+        : m_image(image)
+        , m_largest(largest)
+    {
+    }
 
-int nextWhite(const Image &image, int x, int y)
-{
-    return find(image, 255, x, image.width(), y);
-}
+    /// Whitens the thing whose first black pixel is given, unless it is larger than a speck or has
+    /// another first one.
+    void whitenSpeck(int x, int y)
+    {
+        m_runs.clear();
+        m_pixels = 0;
+        add(runAt(x, y));
+        const Run first = m_runs.front();
+        if (isTooLarge() || (y > 0 && blackBeside(first, y - 1) < endBeside(first)))
+            return;
+        for (std::size_t i = 0; i < m_runs.size() && !isTooLarge(); ++i) {
+            addTouching(m_runs[i], m_runs[i].y - 1);
+            addTouching(m_runs[i], m_runs[i].y + 1);
+        }
+        if (isTooLarge())
+            return;
+        for (const Run &run : m_runs)
+            std::fill(m_image.row(run.y) + run.first, m_image.row(run.y) + run.end,
+                      std::uint8_t{255});
+    }
 
-/// Whether a thing may begin with the black pixels from x up to `end`, row by row: nothing above
-/// touches them. Every thing has one such run, and few other runs are like that.
-bool isFirst(const Image &image, int x, int end, int y)
-{
-    if (y == 0)
-        return true;
-    const int last = std::min(end + 1, image.width());
-    return find(image, 0, std::max(0, x - 1), last, y - 1) == last;
-}
+private:
+    bool isTooLarge() const { return m_pixels > m_largest; }
 
-/// The pixels that hang together with the first one; stops at more than `largest`.
-void collect(const Image &image, std::size_t largest, std::vector<Pixel> &pixels)
-{
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        for (int y = pixels[i].y - 1; y <= pixels[i].y + 1; ++y) {
-            for (int x = pixels[i].x - 1; x <= pixels[i].x + 1; ++x) {
-                const Pixel pixel{x, y};
-                if (!isBlack(image, x, y)
-                    || std::find(pixels.begin(), pixels.end(), pixel) != pixels.end())
-                    continue;
-                pixels.push_back(pixel);
-                if (pixels.size() > largest)
-                    return;
-            }
+    /// Touching at corners counts.
+    int endBeside(const Run &run) const { return std::min(run.end + 1, m_image.width()); }
+
+    int blackBeside(const Run &run, int y) const
+    {
+        return find(m_image, 0, std::max(0, run.first - 1), endBeside(run), y);
+    }
+
+    /// The run of a black pixel, or a part of it that is too large already: lines may be long.
+    Run runAt(int x, int y) const
+    {
+        const std::uint8_t *row = m_image.row(y);
+        int first = x;
+        while (first > 0 && row[first - 1] == 0 && x - first <= m_largest)
+            --first;
+        return {y, first, find(m_image, 255, x, std::min(m_image.width(), x + m_largest + 1), y)};
+    }
+
+    void add(const Run &run)
+    {
+        if (std::find(m_runs.begin(), m_runs.end(), run) != m_runs.end())
+            return;
+        m_runs.push_back(run);
+        m_pixels += run.end - run.first;
+    }
+
+    void addTouching(Run run, int y)
+    {
+        if (y < 0 || y >= m_image.height())
+            return;
+        const int end = endBeside(run);
+        for (int x = blackBeside(run, y); x < end && !isTooLarge();
+             x = find(m_image, 0, x, end, y)) {
+            const Run touching = runAt(x, y);
+            add(touching);
+            x = touching.end;
         }
     }
+
+    Image &m_image;
+    int m_largest;
+    int m_pixels = 0;
+    std::vector<Run> m_runs;
+};
+
+/// Sixteen bits for the pixels from x on, which have neighbours on both sides: 1 where a thing may begin,
+/// as a black pixel with white to its left and above. Every thing has one, and few other pixels are like
+/// that.
+int beginningsFrom(const std::uint8_t *row, const std::uint8_t *above, int x)
+{
+    const auto at = [](const std::uint8_t *pixel) { return cv::v_load(pixel); };
+    const cv::v_uint8x16 around =
+        at(row + x - 1) & at(above + x - 1) & at(above + x) & at(above + x + 1);
+    return cv::v_signmask(around & ~at(row + x));
 }
 
 } // namespace
@@ -83,21 +136,26 @@ int largestSpeck(const Image &image)
 
 void despeckle(Image &image, int largest)
 {
-    const auto limit = static_cast<std::size_t>(std::max(0, largest));
-    std::vector<Pixel> pixels;
+    Thing thing(image, largest);
+    const std::vector<std::uint8_t> white(image.stride(), 255);
     for (int y = 0; y < image.height(); ++y) {
-        int end = 0;
-        for (int x = nextBlack(image, 0, y); x < image.width(); x = nextBlack(image, end, y)) {
-            end = nextWhite(image, x, y);
-            if (end - x > largest || !isFirst(image, x, end, y))
-                continue;
-            pixels.assign(1, {x, y});
-            collect(image, limit, pixels);
-            if (pixels.size() > limit)
-                continue;
-            for (const Pixel &pixel : pixels)
-                image.row(pixel.y)[pixel.x] = 255;
+        const std::uint8_t *row = image.row(y);
+        const std::uint8_t *above = y == 0 ? white.data() : image.row(y - 1);
+        const auto beginAt = [&](int x) {
+            if (row[x] == 0 && (x == 0 || row[x - 1] != 0))
+                thing.whitenSpeck(x, y);
+        };
+        beginAt(0);
+        int x = 1;
+        for (; x + kRowLanes < image.width(); x += kRowLanes) {
+            const int beginnings = beginningsFrom(row, above, x);
+            for (int i = 0; beginnings >> i != 0; ++i) {
+                if ((beginnings >> i & 1) != 0)
+                    beginAt(x + i);
+            }
         }
+        for (; x < image.width(); ++x)
+            beginAt(x);
     }
 }
 

@@ -22,6 +22,9 @@ constexpr double kMinPeakNoise = 4.5;
 constexpr double kMinDepth = 0.05;
 constexpr double kMinDepthNoise = 2;
 
+/// Nothing lighter than this is ink in any light.
+constexpr double kLightestStroke = (1 - kMinPeak) * EvenedPage::kWhite;
+
 /// Darkest level of every square.
 cv::Mat darkestOfSquares(const cv::Mat &page)
 {
@@ -77,6 +80,10 @@ cv::Mat inkLimits(const EvenedPage &page)
         auto *limit = limits.ptr<std::uint8_t>(y);
         const auto *lit = light.ptr<std::uint8_t>(y);
         for (int x = 0; x < limits.cols; ++x) {
+            if (limit[x] > kLightestStroke) {
+                limit[x] = 0; // without arithmetic, as most of a page is blank
+                continue;
+            }
             // the same noise weighs more where there is less light
             const double weight = page.medianLight / lit[x];
             const double level =

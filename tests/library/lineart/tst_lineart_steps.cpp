@@ -138,8 +138,19 @@ TEST(AreaMeans, areThoseThatOpenCvFinds)
 
 TEST(Despeckle, whitensThingsUpToTheLimitAndNoOthers)
 {
-    for (const int share : {10, 25, 40}) {
-        const cv::Mat grain = noise(300, 200 + share, 0, 99);
+    // of all widths that are read in other portions
+    for (const auto &[width, share] : {std::pair{300, 10},
+                                       {300, 25},
+                                       {300, 40},
+                                       {1, 25},
+                                       {2, 25},
+                                       {16, 25},
+                                       {17, 25},
+                                       {18, 25},
+                                       {33, 25},
+                                       {34, 25},
+                                       {301, 25}}) {
+        const cv::Mat grain = noise(width, 200 + share, 0, 99);
         Image image(grain.cols, grain.rows, PixelFormat::Gray8);
         cv::Mat bits = matView(image);
         bits = 255;
@@ -159,7 +170,7 @@ TEST(Despeckle, whitensThingsUpToTheLimitAndNoOthers)
         }
         ASSERT_GT(cv::countNonZero(expected != bits), 0);
         despeckle(image, kLargest);
-        EXPECT_EQ(cv::countNonZero(expected != bits), 0) << share;
+        EXPECT_EQ(cv::countNonZero(expected != bits), 0) << width << ' ' << share;
     }
 }
 
