@@ -74,6 +74,13 @@ double deviationOf(const cv::Mat &smooth, const cv::Mat &around)
     return std::max(0.0, quantile(differences, kShare)) / kDeviationsAtShare;
 }
 
+/// Deviation of what smoothing leaves of noise of one level that no two pixels share.
+double noiseLeftBy(double smoothing)
+{
+    const double areaInPixels = 4 * CV_PI * smoothing * smoothing;
+    return std::min(1.0, 1 / std::sqrt(areaInPixels));
+}
+
 /// `gray` is evened already.
 void smoothAndSharpen(cv::Mat &gray, EvenedPage &page)
 {
@@ -88,7 +95,10 @@ void smoothAndSharpen(cv::Mat &gray, EvenedPage &page)
     cv::blur(gray, gray, cv::Size(reach, reach));
     const double sharpening =
         kSharpening * std::max(0.0, 1 - page.noisePercent / kNoSharpeningFrom);
-    page.noise = deviationOf(page.sharp, gray) * (1 + sharpening);
+    // Differences are whole levels, so that fine noise is lost among them. It still shows in shadows,
+    // where the levels of the photograph are farther apart.
+    const double fineNoise = page.noisePercent / 100 * kWhite * noiseLeftBy(smoothing);
+    page.noise = std::max(deviationOf(page.sharp, gray), fineNoise) * (1 + sharpening);
     if (sharpening > 0)
         cv::addWeighted(page.sharp, 1 + sharpening, gray, -sharpening, 0, page.sharp);
 }

@@ -19,6 +19,7 @@ constexpr double kNotPale = 0.5; ///< share of the paper's brightness
 // What is ink at all, as shares of the paper's brightness and in deviations of the noise.
 constexpr double kMinPeak = 0.07;
 constexpr double kMinPeakNoise = 4.5;
+constexpr double kMinPeakChange = 0.4; ///< of what the light changes by nearby
 constexpr double kMinDepth = 0.05;
 constexpr double kMinDepthNoise = 2;
 
@@ -57,15 +58,34 @@ cv::Mat darkestNearby(const EvenedPage &page)
     return darkest;
 }
 
-/// `darkest` is the darkest level nearby; `noise` and `white` are those of the paper there.
-double limitAt(double darkest, double noise, double white)
+/// What blank paper looks like at a place.
+struct PaperThere
 {
-    const double peak = white - darkest;
-    if (peak < std::max(kMinPeak * EvenedPage::kWhite, kMinPeakNoise * noise))
+    double white = 0; ///< its level
+    double noise = 0; ///< its deviation
+    double change = 0; ///< of its level nearby, by the light, which is known less exactly there
+};
+
+/// `darkest` is the darkest level nearby.
+double limitAt(double darkest, const PaperThere &paper)
+{
+    const double peak = paper.white - darkest;
+    if (peak < std::max({kMinPeak * EvenedPage::kWhite, kMinPeakNoise * paper.noise,
+                         kMinPeakChange * paper.change}))
         return 0;
     const double share = kPaleStrokeShare
         + (kStrokeShare - kPaleStrokeShare) * std::min(1.0, peak / (kNotPale * EvenedPage::kWhite));
-    return white - std::max({share * peak, kMinDepth * EvenedPage::kWhite, kMinDepthNoise * noise});
+    return paper.white
+        - std::max({share * peak, kMinDepth * EvenedPage::kWhite, kMinDepthNoise * paper.noise});
+}
+
+/// How much the light changes around every place.
+cv::Mat changesOf(const cv::Mat &light)
+{
+    cv::Mat result;
+    cv::morphologyEx(light, result, cv::MORPH_GRADIENT,
+                     cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3)));
+    return result;
 }
 
 } // namespace
@@ -74,11 +94,14 @@ cv::Mat inkLimits(const EvenedPage &page)
 {
     cv::Mat limits = darkestNearby(page);
     cv::Mat light;
+    cv::Mat changes;
     cv::resize(page.light, light, limits.size(), 0, 0, cv::INTER_LINEAR);
+    cv::resize(changesOf(page.light), changes, limits.size(), 0, 0, cv::INTER_LINEAR);
     const double whiteShift = EvenedPage::kWhite - page.whiteLevel;
     for (int y = 0; y < limits.rows; ++y) {
         auto *limit = limits.ptr<std::uint8_t>(y);
         const auto *lit = light.ptr<std::uint8_t>(y);
+        const auto *change = changes.ptr<std::uint8_t>(y);
         for (int x = 0; x < limits.cols; ++x) {
             if (limit[x] > kLightestStroke) {
                 limit[x] = 0; // without arithmetic, as most of a page is blank
@@ -87,7 +110,9 @@ cv::Mat inkLimits(const EvenedPage &page)
             // the same noise weighs more where there is less light
             const double weight = page.medianLight / lit[x];
             const double level =
-                limitAt(limit[x], page.noise * weight, EvenedPage::kWhite - whiteShift * weight);
+                limitAt(limit[x],
+                        {EvenedPage::kWhite - whiteShift * weight, page.noise * weight,
+                         EvenedPage::kWhite * static_cast<double>(change[x]) / lit[x]});
             limit[x] = static_cast<std::uint8_t>(std::clamp(level, 0.0, 255.0));
         }
     }

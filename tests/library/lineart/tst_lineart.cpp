@@ -226,6 +226,21 @@ TEST(Lineart, shadowLeavesNoBlackPatch)
     EXPECT_LT(errorShare(result, blank), 0.0002);
 }
 
+TEST(Lineart, blankPaperInADeepShadowStaysWhite)
+{
+    for (const auto &[width, height] : {std::pair{1000, 1300}, {1700, 2400}}) {
+        Image blank(width, height, PixelFormat::Gray8);
+        std::fill_n(blank.pixels(), width * height, std::uint8_t{255});
+        for (const Light &light :
+             {Light{0.4, 0.6, 0}, {0.4, 0.6, 6}, {0.2, 0.8, 3}, {0.2, 0.8, 10}}) {
+            const Image result = toLineart(photographOf(blank, light));
+            EXPECT_LT(errorShare(result, blank), 0.0002)
+                << width << 'x' << height << ", shadow " << light.shadow << ", grain "
+                << light.grain;
+        }
+    }
+}
+
 TEST(Lineart, specksGoAndFullStopsStay)
 {
     Image image(1600, 1200, PixelFormat::Gray8);
