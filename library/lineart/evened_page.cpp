@@ -81,8 +81,19 @@ double noiseLeftBy(double smoothing)
     return std::min(1.0, 1 / std::sqrt(areaInPixels));
 }
 
+/// As soft as means of squares of `side` pixels, twice one after the other, would make it, but the same in
+/// all directions.
+cv::Mat softened(const cv::Mat &gray, int side)
+{
+    const int taps = 2 * side - 1;
+    const double deviation = std::sqrt((side * side - 1) / 6.0);
+    cv::Mat result;
+    cv::GaussianBlur(gray, result, cv::Size(taps, taps), deviation, deviation);
+    return result;
+}
+
 /// `gray` is evened already.
-void smoothAndSharpen(cv::Mat &gray, EvenedPage &page)
+void smoothAndSharpen(const cv::Mat &gray, EvenedPage &page)
 {
     const double relativeNoise = page.noisePercent / inkPercent(gray, page.noisePercent);
     const double smoothing =
@@ -91,16 +102,15 @@ void smoothAndSharpen(cv::Mat &gray, EvenedPage &page)
     cv::GaussianBlur(gray, page.sharp, cv::Size(), smoothing);
     const int reach =
         static_cast<int>(2 * std::max(2 * smoothing, kSharpeningReach * page.dpi)) | 1;
-    cv::blur(gray, gray, cv::Size(reach, reach));
-    cv::blur(gray, gray, cv::Size(reach, reach));
+    const cv::Mat around = softened(gray, reach);
     const double sharpening =
         kSharpening * std::max(0.0, 1 - page.noisePercent / kNoSharpeningFrom);
     // Differences are whole levels, so that fine noise is lost among them. It still shows in shadows,
     // where the levels of the photograph are farther apart.
     const double fineNoise = page.noisePercent / 100 * kWhite * noiseLeftBy(smoothing);
-    page.noise = std::max(deviationOf(page.sharp, gray), fineNoise) * (1 + sharpening);
+    page.noise = std::max(deviationOf(page.sharp, around), fineNoise) * (1 + sharpening);
     if (sharpening > 0)
-        cv::addWeighted(page.sharp, 1 + sharpening, gray, -sharpening, 0, page.sharp);
+        cv::addWeighted(page.sharp, 1 + sharpening, around, -sharpening, 0, page.sharp);
 }
 
 } // namespace
