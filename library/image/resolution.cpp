@@ -21,10 +21,12 @@ constexpr double kMaxPhotographShortInches = 420 * 1.01 / kMmPerInch;
 
 constexpr double kMaxDotShape = 5; ///< fax machines have dots of up to 408 x 98 dpi
 
-/// What programs write that know no resolution: those of old screens.
-bool isPlaceholder(double dpi)
+/// What programs write that know no resolution: those of old screens. In whole pixels a metre they are
+/// off by 0.016 at most, closer than a measured one is but by chance.
+bool isPlaceholder(double dpi, bool exact)
 {
-    return std::lround(dpi) == 72 || std::lround(dpi) == 96;
+    const double reach = exact ? 0.02 : 0.5;
+    return std::abs(dpi - 72) < reach || std::abs(dpi - 96) < reach;
 }
 
 /// A second number that makes no sense does not count.
@@ -69,7 +71,7 @@ Resolution Resolution::transposed() const
 Resolution effectiveResolution(int width, int height, const Resolution &stated)
 {
     const Resolution dots = withPlausibleDots(stated);
-    if (!dots.isKnown() || (isPlaceholder(dots.x) && isPlaceholder(dots.y)))
+    if (!dots.isKnown() || (isPlaceholder(dots.x, dots.exact) && isPlaceholder(dots.y, dots.exact)))
         return a4Resolution(width, height, {});
     const Inches page = pageOf(width, height, dots);
     if (page.longSide <= kMaxInches && page.shortSide >= kShortestInches)

@@ -34,7 +34,7 @@ struct Resolution
 };
 
 /// The one resolution used in every format: what the picture states when that means something (72
-/// and 96 dpi are common placeholder values) and a page of that size is possible, otherwise
+/// and 96 dpi are common placeholder values, unless exact) and a page of that size is possible, otherwise
 /// the dots per inch (a whole number) at which the long side is that of an A4 sheet. Dots that are
 /// stated to be higher than wide, or wider than high, stay so. A size in pixels is positive.
 Resolution effectiveResolution(int width, int height, const Resolution &stated);

@@ -25,6 +25,15 @@ TEST(EffectiveResolution, valuesThatProgramsWriteWithoutKnowingAreNone)
     EXPECT_EQ(effectiveResolution(3264, 2448, 96.01), 279); // 3780 pixels a metre
 }
 
+TEST(EffectiveResolution, measuredOneNearAPlaceholderIsUsed)
+{
+    const Resolution desk = exactResolution(1600, 1200, 421.5, 316.1);
+    EXPECT_DOUBLE_EQ(effectiveResolution(1600, 1200, desk).x, 1600 * 25.4 / 421.5); // 96.4
+    Resolution screen(96.012);
+    screen.exact = true; // decimals of a program that counts in pixels a metre
+    EXPECT_EQ(effectiveResolution(3264, 2448, screen), 279);
+}
+
 TEST(EffectiveResolution, impossiblePageSizesFallBackToTheRule)
 {
     EXPECT_EQ(effectiveResolution(3264, 2448, 1), 279); // would be 83 metres
