@@ -9,7 +9,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <iostream>
 #include <optional>
 #include <vector>
 
@@ -63,10 +62,5 @@ BENCHMARK(crop)
 
 int main(int argc, char **argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    std::cout << "\nBar at every size: crop_by_decode <= 1.\n";
-    return 0;
+    return deskframe::runBenchmarks(argc, argv, "Bar at every size: crop_by_decode <= 1.");
 }

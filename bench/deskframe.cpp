@@ -3,11 +3,14 @@
 #include "library/device/simulated/builtin_pages.h"
 #include "library/jpeg/jpeg.h"
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <iostream>
 #include <map>
 #include <utility>
 
@@ -65,6 +68,16 @@ double median(std::vector<double> values)
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
+}
+
+int runBenchmarks(int argc, char **argv, const char *bars)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    std::cout << '\n' << bars << '\n';
+    return 0;
 }
 
 } // namespace deskframe

@@ -17,4 +17,7 @@ double nowMs();
 /// Takes the noise of a shared machine better than a mean.
 double median(std::vector<double> values);
 
+/// What main() does: runs the benchmarks, prints the bars, and returns the exit status.
+int runBenchmarks(int argc, char **argv, const char *bars);
+
 } // namespace deskframe

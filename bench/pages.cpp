@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <optional>
 #include <utility>
@@ -138,11 +137,7 @@ BENCHMARK(layers)->ArgName("megapixels")->Arg(2)->Arg(5)->Arg(8)->Iterations(kRo
 
 int main(int argc, char **argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    std::cout
-        << "\nBars: clean by_decode <= 1; lineart cpu_by_peer <= 1.2; layers work_ms <= 300.\n";
-    return 0;
+    return deskframe::runBenchmarks(argc, argv,
+                                    "Bars: clean by_decode at 8 megapixels <= 1; lineart "
+                                    "cpu_by_peer <= 1.2; layers work_ms <= 300.");
 }
