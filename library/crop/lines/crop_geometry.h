@@ -20,6 +20,11 @@ struct Line
 
     double distance(cv::Point2d point) const { return normal.dot(point) - offset; }
     cv::Point2d direction() const { return {-normal.y, normal.x}; }
+    /// The normal that leads away from the side on which the point is.
+    cv::Point2d normalAwayFrom(cv::Point2d point) const
+    {
+        return normal * (distance(point) > 0 ? -1.0 : 1.0);
+    }
 };
 
 Line lineThrough(cv::Point2d a, cv::Point2d b);

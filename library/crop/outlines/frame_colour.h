@@ -25,4 +25,12 @@ inline cv::Vec3f frameColourAt(const Image &image, cv::Point2d point)
             static_cast<float>(pixel[2])};
 }
 
+/// The mean of three places in a row, `along` apart, the middle one being `point`.
+inline cv::Vec3f frameColourAlong(const Image &image, cv::Point2d point, cv::Point2d along)
+{
+    return (frameColourAt(image, point - along) + frameColourAt(image, point)
+            + frameColourAt(image, point + along))
+        * (1.0F / 3);
+}
+
 } // namespace korv::crop

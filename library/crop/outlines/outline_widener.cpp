@@ -50,7 +50,7 @@ public:
     Verge(const Image &image, cv::Point2d from, cv::Point2d to, cv::Point2d centre, double reach)
         : m_image(image)
         , m_line(lineThrough(from, to))
-        , m_outwards(m_line.normal * (m_line.distance(centre) > 0 ? -1.0 : 1.0))
+        , m_outwards(m_line.normalAwayFrom(centre))
         , m_from(from)
         , m_to(to)
         , m_reach(std::max(4, static_cast<int>(std::lround(reach))))
@@ -78,11 +78,8 @@ private:
 
     cv::Vec3f colourAt(int place, int outwards) const
     {
-        const cv::Point2d point = placeAt(place) + m_outwards * outwards;
-        const cv::Point2d along = m_line.direction();
-        return (frameColourAt(m_image, point - along) + frameColourAt(m_image, point)
-                + frameColourAt(m_image, point + along))
-            * (1.0F / 3);
+        return frameColourAlong(m_image, placeAt(place) + m_outwards * outwards,
+                                m_line.direction());
     }
 
     /// Mean colour from one distance to another, both included.

@@ -41,7 +41,7 @@ public:
         , m_line(lineThrough(from, to))
         , m_from(from)
         , m_to(to)
-        , m_outwards(m_line.normal * (m_line.distance(centre) > 0 ? -step : step))
+        , m_outwards(m_line.normalAwayFrom(centre) * step)
         , m_along(m_line.direction() * step)
     {
     }
@@ -86,10 +86,7 @@ private:
 
     cv::Vec3f colourAt(double at, int steps) const
     {
-        const cv::Point2d point = pointAt(at, steps);
-        return (frameColourAt(m_image, point - m_along) + frameColourAt(m_image, point)
-                + frameColourAt(m_image, point + m_along))
-            * (1.0F / 3);
+        return frameColourAlong(m_image, pointAt(at, steps), m_along);
     }
 
     /// Where it first is darker and stays so; `furthest` when it nowhere is, 0 when it turns lighter.

@@ -121,7 +121,7 @@ void addReach(const Quad &quad, const ColourSpread &reach, cv::Size frame, Featu
         const cv::Point2d from = quad.corners[i];
         const cv::Point2d to = quad.corners[(i + 1) % 4];
         const Line line = lineThrough(from, to);
-        const cv::Point2d inwards = line.normal * (line.distance(centre) > 0 ? kAway : -kAway);
+        const cv::Point2d inwards = line.normalAwayFrom(centre) * -kAway;
         double inner = 0;
         double outer = 0;
         int count = 0;

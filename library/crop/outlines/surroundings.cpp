@@ -78,7 +78,7 @@ void addSides(const Corners &corners, const SearchPicture &picture, Surroundings
         const cv::Point2d from = corners[i];
         const cv::Point2d to = corners[(i + 1) % 4];
         const Line line = lineThrough(from, to);
-        const cv::Point2d outwards = line.normal * (line.distance(centre) > 0 ? -1.0 : 1.0);
+        const cv::Point2d outwards = line.normalAwayFrom(centre);
         const Beyond side = beyond(from, to, outwards, far, picture);
         result.meanLikeness += side.likeness() / 4;
         result.mostLikeness = std::max(result.mostLikeness, side.likeness());
