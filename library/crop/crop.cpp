@@ -41,6 +41,7 @@ struct Verdict
     double trust = kNoTrust;
     bool onDarkDesk = false; ///< see isOnDarkDesk()
     bool hasTwin = false; ///< another sheet, about as large, lies in the picture
+    bool isOnAPage = false; ///< a figure's, see SheetSearch::isOnAPage()
 
     const Corners &corners() const { return outline.corners; }
     bool isTrusted() const { return trust >= (onDarkDesk ? kMinOnDarkDesk : kMinConfidence); }
@@ -125,9 +126,10 @@ std::string descriptionOf(const Verdict &verdict)
         return "crop: no outline found";
     std::ostringstream text;
     text << std::fixed << std::setprecision(2) << "crop: confidence " << verdict.trust
-         << (!verdict.isTrusted()  ? ", too low; not cut"
-                 : verdict.hasTwin ? ", but another sheet is about as large; not cut"
-                                   : "; cut")
+         << (!verdict.isTrusted()    ? ", too low; not cut"
+                 : verdict.hasTwin   ? ", but another sheet is about as large; not cut"
+                 : verdict.isOnAPage ? ", but a page goes on around it; not cut"
+                                     : "; cut")
          << std::setprecision(0) << "; corners";
     for (const cv::Point2d &corner : ordered(verdict.corners()))
         text << ' ' << corner.x << ',' << corner.y;
@@ -147,10 +149,13 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
     if (verdict.trust < kSettledTrust && !verdict.hasTwin)
         verdict = chosen(verdict, bestOf(search, search.searchAll(), true));
     const bool isSure = verdict.isTrusted() && !verdict.hasTwin;
-    if (isSure)
-        verdict.outline.corners = search.widened(search.withBorder(verdict.outline));
+    if (isSure) {
+        const Refined whole = search.withBorder(verdict.outline);
+        verdict.isOnAPage = search.isOnAPage(whole.corners);
+        verdict.outline.corners = search.widened(whole);
+    }
     logDebug([&] { return descriptionOf(verdict); });
-    if (!isSure)
+    if (!isSure || verdict.isOnAPage)
         return std::nullopt;
     return quadrilateralOf(ordered(verdict.corners()));
 }

@@ -2,6 +2,7 @@
 
 #include "library/crop/lines/line_votes.h"
 #include "library/crop/outlines/outline_widener.h"
+#include "library/crop/outlines/page_around.h"
 #include "library/crop/outlines/printed_border.h"
 
 #include <algorithm>
@@ -59,7 +60,8 @@ std::vector<Candidate> SheetSearch::search(const std::vector<Edge> &edges)
     m_lines.add(likely);
     const FeatureContext surroundings{m_map, *m_reach, m_picture.writing};
     std::vector<Candidate> candidates;
-    for (const Quad &quad : findQuads(evidenceOfLines(), m_picture.size(), kMaxQuads)) {
+    m_evidence = evidenceOfLines();
+    for (const Quad &quad : findQuads(m_evidence, m_picture.size(), kMaxQuads)) {
         const Features features = featuresOf(quad, surroundings);
         candidates.push_back({quad.corners, features, rankOf(features)});
     }
@@ -107,6 +109,14 @@ Corners SheetSearch::widened(const Refined &outline) const
 Surroundings SheetSearch::around(const Candidate &candidate) const
 {
     return surroundingsOf(candidate.corners, m_picture);
+}
+
+bool SheetSearch::isOnAPage(const Corners &corners) const
+{
+    Corners small;
+    std::transform(corners.begin(), corners.end(), small.begin(),
+                   [this](cv::Point2d point) { return m_picture.fromFrame(point); });
+    return crop::isOnAPage(small, m_evidence, m_picture.closed);
 }
 
 } // namespace korv::crop

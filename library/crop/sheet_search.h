@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/crop/edges/edge_finder.h"
+#include "library/crop/lines/line_evidence.h"
 #include "library/crop/lines/line_finder.h"
 #include "library/crop/outlines/sheet_judge.h"
 
@@ -32,6 +33,8 @@ public:
     /// In the frame, with what the sides leave out of bent paper.
     Corners widened(const Refined &outline) const;
     Surroundings around(const Candidate &candidate) const;
+    /// Whether an outline, in the frame, is a figure's on a page; see crop::isOnAPage().
+    bool isOnAPage(const Corners &corners) const;
     Corners inFrame(const Corners &corners) const;
 
 private:
@@ -45,6 +48,7 @@ private:
     std::optional<ColourSpread> m_reach; ///< since the first search
     EdgeMap m_map;
     LineFinder m_lines;
+    std::vector<LineEvidence> m_evidence; ///< of the lines of the last search
 };
 
 } // namespace korv::crop
