@@ -41,10 +41,11 @@ struct Verdict
     double trust = kNoTrust;
     bool onDarkDesk = false; ///< see isOnDarkDesk()
     bool hasTwin = false; ///< another sheet, about as large, lies in the picture
-    bool isOnAPage = false; ///< a figure's, see SheetSearch::isOnAPage()
+    const char *objection = nullptr; ///< why it is no sheet's after all, see objectionTo()
 
     const Corners &corners() const { return outline.corners; }
     bool isTrusted() const { return trust >= (onDarkDesk ? kMinOnDarkDesk : kMinConfidence); }
+    bool isCut() const { return isTrusted() && !hasTwin && !objection; }
 };
 
 Verdict judged(const SheetSearch &search, const Candidate &candidate,
@@ -119,6 +120,26 @@ Verdict bestOf(const SheetSearch &search, const std::vector<Candidate> &candidat
     return best;
 }
 
+/// What tells an outline from a sheet's, however much it is trusted; null when nothing does.
+const char *objectionTo(const SheetSearch &search, const Corners &corners)
+{
+    if (search.isOnAPage(corners))
+        return ", but a page goes on around it; not cut";
+    if (search.isCuttingMat(corners))
+        return ", but it is an empty cutting mat; not cut";
+    return nullptr;
+}
+
+/// What became of the verdict, for the log.
+const char *outcomeOf(const Verdict &verdict)
+{
+    if (!verdict.isTrusted())
+        return ", too low; not cut";
+    if (verdict.hasTwin)
+        return ", but another sheet is about as large; not cut";
+    return verdict.objection ? verdict.objection : "; cut";
+}
+
 /// What the search found, with the confidence, for the log.
 std::string descriptionOf(const Verdict &verdict)
 {
@@ -126,11 +147,7 @@ std::string descriptionOf(const Verdict &verdict)
         return "crop: no outline found";
     std::ostringstream text;
     text << std::fixed << std::setprecision(2) << "crop: confidence " << verdict.trust
-         << (!verdict.isTrusted()    ? ", too low; not cut"
-                 : verdict.hasTwin   ? ", but another sheet is about as large; not cut"
-                 : verdict.isOnAPage ? ", but a page goes on around it; not cut"
-                                     : "; cut")
-         << std::setprecision(0) << "; corners";
+         << outcomeOf(verdict) << std::setprecision(0) << "; corners";
     for (const cv::Point2d &corner : ordered(verdict.corners()))
         text << ' ' << corner.x << ',' << corner.y;
     return text.str();
@@ -148,14 +165,14 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
     // writing adds lines by the dozen: only worth it for paper that the desk hardly differs from
     if (verdict.trust < kSettledTrust && !verdict.hasTwin)
         verdict = chosen(verdict, bestOf(search, search.searchAll(), true));
-    const bool isSure = verdict.isTrusted() && !verdict.hasTwin;
-    if (isSure) {
-        const Refined whole = search.withBorder(verdict.outline);
-        verdict.isOnAPage = search.isOnAPage(whole.corners);
-        verdict.outline.corners = search.widened(whole);
+    if (verdict.isCut()) {
+        verdict.outline = search.withBorder(verdict.outline);
+        verdict.objection = objectionTo(search, verdict.corners());
+        if (verdict.isCut())
+            verdict.outline.corners = search.widened(verdict.outline);
     }
     logDebug([&] { return descriptionOf(verdict); });
-    if (!isSure || verdict.isOnAPage)
+    if (!verdict.isCut())
         return std::nullopt;
     return quadrilateralOf(ordered(verdict.corners()));
 }

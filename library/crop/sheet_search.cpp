@@ -1,6 +1,7 @@
 #include "library/crop/sheet_search.h"
 
 #include "library/crop/lines/line_votes.h"
+#include "library/crop/outlines/cutting_mat.h"
 #include "library/crop/outlines/outline_widener.h"
 #include "library/crop/outlines/page_around.h"
 #include "library/crop/outlines/printed_border.h"
@@ -88,6 +89,14 @@ Corners SheetSearch::inFrame(const Corners &corners) const
     return result;
 }
 
+Corners SheetSearch::inSearchPicture(const Corners &corners) const
+{
+    Corners result;
+    std::transform(corners.begin(), corners.end(), result.begin(),
+                   [this](cv::Point2d point) { return m_picture.fromFrame(point); });
+    return result;
+}
+
 Refined SheetSearch::refined(const Candidate &candidate) const
 {
     return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale,
@@ -113,10 +122,12 @@ Surroundings SheetSearch::around(const Candidate &candidate) const
 
 bool SheetSearch::isOnAPage(const Corners &corners) const
 {
-    Corners small;
-    std::transform(corners.begin(), corners.end(), small.begin(),
-                   [this](cv::Point2d point) { return m_picture.fromFrame(point); });
-    return crop::isOnAPage(small, m_evidence, m_picture.closed);
+    return crop::isOnAPage(inSearchPicture(corners), m_evidence, m_picture.closed);
+}
+
+bool SheetSearch::isCuttingMat(const Corners &corners) const
+{
+    return crop::isCuttingMat(inSearchPicture(corners), m_picture.plainLuma);
 }
 
 } // namespace korv::crop

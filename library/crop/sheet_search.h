@@ -35,9 +35,12 @@ public:
     Surroundings around(const Candidate &candidate) const;
     /// Whether an outline, in the frame, is a figure's on a page; see crop::isOnAPage().
     bool isOnAPage(const Corners &corners) const;
+    /// Whether an outline, in the frame, is an empty mat's; see crop::isCuttingMat().
+    bool isCuttingMat(const Corners &corners) const;
     Corners inFrame(const Corners &corners) const;
 
 private:
+    Corners inSearchPicture(const Corners &corners) const;
     std::vector<Candidate> search(const std::vector<Edge> &edges);
     std::vector<LineEvidence> evidenceOfLines() const;
 
