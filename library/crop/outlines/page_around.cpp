@@ -5,7 +5,9 @@
 // is no writing, and paper beside a tinted panel has another colour: then the panel is as good as a sheet
 // on a light desk. But a page ends, and its edges are parallel to what is printed on it. An edge of it
 // is a line of the search along a side of the outline, with the paper that is next to the side
-// in front of it and all the way to it, and something clearly darker or of another colour behind it.
+// in front of it and all the way to it, and something clearly darker or of another colour behind it. What
+// is as light as a panel, or a little darker, is still its page when what is behind its edges is far
+// darker: a sheet stands out of its desk more than that.
 // One such edge may be the desk's. So that alone counts only around something darker than the paper,
 // where the paper runs out of the frame on all other sides.
 //
@@ -51,9 +53,9 @@ constexpr double kLittleDarkerBehind = 8; ///< is enough ...
 constexpr double kTintBehind = 15; ///< ... with that much of another colour
 constexpr double kPaperBetween = 0.8; ///< share of what lies between the side and the line
 
-constexpr double kSomewhatDarker = -30; ///< the paper beside any side than the outline's inside
-constexpr double kHardlyDarker = -15; ///< the same, in the mean of the sides
-constexpr double kClearlyLighter = 10;
+constexpr double kSomewhatDarker = 40; ///< the paper beside any side than the outline's inside
+constexpr double kFarDarker = 2; ///< what is behind an end, in multiples of that
+constexpr double kClearlyLighter = 10; ///< the paper than the inside
 constexpr double kGoesOut = 0.7; ///< share of the rays that run out of the frame on the paper
 constexpr float kFlush = 3; ///< in luma, of paper on both sides of a thin line
 constexpr float kFlushTint = 2;
@@ -115,11 +117,12 @@ public:
             && std::abs(m_paper[2] - m_inside[2]) <= kFlushTint;
     }
 
-    /// Whether the paper ends at one of the lines. `corners` are the outline's.
-    bool hasEnd(const std::vector<LineEvidence> &lines, const Corners &corners) const
+    /// Whether the paper ends at one of the lines, behind which it is darker by at least `step`.
+    /// `corners` are the outline's.
+    bool hasEnd(const std::vector<LineEvidence> &lines, const Corners &corners, double step) const
     {
         return std::any_of(lines.begin(), lines.end(), [&](const LineEvidence &line) {
-            return isOutside(line.line(), corners) && isEdgeOfPaper(line)
+            return isOutside(line.line(), corners) && isEdgeOfPaper(line, step)
                 && isPaperUpTo(line.line());
         });
     }
@@ -189,7 +192,7 @@ private:
     }
 
     /// Whether this paper is in front of the line, along all of the side, and something else behind it.
-    bool isEdgeOfPaper(const LineEvidence &line) const
+    bool isEdgeOfPaper(const LineEvidence &line, double step) const
     {
         const cv::Point2d direction = line.line().direction();
         const auto [least, most] = std::minmax({m_from.dot(direction), m_to.dot(direction)});
@@ -204,8 +207,8 @@ private:
         const double darker = front[0] - back[0];
         const bool isOtherBehind = darker >= kDarkerBehind
             || (darker >= kLittleDarkerBehind && tintBetween(front, back) >= kTintBehind);
-        return isOtherBehind && piece.support >= kSupport && piece.steadiness >= kSteadiness
-            && std::abs(front[0] - m_paper[0]) <= kPaperInFront
+        return isOtherBehind && darker >= step && piece.support >= kSupport
+            && piece.steadiness >= kSteadiness && std::abs(front[0] - m_paper[0]) <= kPaperInFront
             && tintBetween(front, cv::Vec3d(m_paper)) <= kTintInFront;
     }
 
@@ -242,29 +245,27 @@ private:
 bool isOnAPage(const Corners &corners, const std::vector<LineEvidence> &lines, const Planes &planes)
 {
     std::vector<Flank> flanks;
-    double least = 255;
-    double sum = 0;
+    double lighter = 255; // outside than inside, at the side where it is least
     for (std::size_t i = 0; i < 4; ++i) {
         flanks.emplace_back(planes, corners[i], corners[(i + 1) % 4], centreOf(corners));
         if (!flanks.back().isKnown())
             return false;
-        least = std::min(least, flanks.back().lighterOutside());
-        sum += flanks.back().lighterOutside();
+        lighter = std::min(lighter, flanks.back().lighterOutside());
     }
     if (std::all_of(flanks.begin(), flanks.end(),
                     [](const Flank &flank) { return flank.isFlush(); }))
         return true;
-    if (least < kSomewhatDarker || sum / 4 < kHardlyDarker)
+    if (lighter < -kSomewhatDarker)
         return false;
     int ends = 0;
     int open = 0;
     for (const Flank &flank : flanks) {
-        if (flank.hasEnd(lines, corners))
+        if (flank.hasEnd(lines, corners, -kFarDarker * lighter))
             ++ends;
         else
             open += flank.goesOutOfFrame() ? 1 : 0;
     }
-    return ends >= 2 || (ends == 1 && open == 3 && least >= kClearlyLighter);
+    return ends >= 2 || (ends == 1 && open == 3 && lighter >= kClearlyLighter);
 }
 
 } // namespace korv::crop

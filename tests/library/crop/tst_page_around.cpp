@@ -74,6 +74,13 @@ TEST(PageAround, tintedPanelOnABlankPageIsNoSheet)
     }
 }
 
+TEST(PageAround, panelThatIsLighterThanThePageIsNoSheet)
+{
+    desk::Scene scene = pageOnAMat(kStrip, {205, 200, 185});
+    scene.sheets.push_back(printed(kFigure, {238, 238, 236}));
+    EXPECT_FALSE(sheetIn(scene));
+}
+
 TEST(PageAround, oneEdgeOfThePageIsEnoughAroundADarkPicture)
 {
     desk::Scene scene = pageOnAMat(kMostOfTheFrame, kClipped);
