@@ -29,6 +29,7 @@ constexpr int kNarrowLine = 7; ///< wider than a line of the grid
 constexpr int kLighterLine = 2; ///< levels above what is around it
 constexpr double kRimOfMat =
     0.08; ///< of its size, at all sides: often blank, and without its corners
+constexpr float kScans = 48; ///< rows, or columns, that are enough to see lines across them
 constexpr double kLineLength = 0.6; ///< share of the mat's height or width at which a line is seen
 constexpr std::size_t kLeastLines = 6; ///< in either direction
 constexpr double kLeastGap = 6; ///< between them; nearer ones are not told from their ground
@@ -39,21 +40,27 @@ constexpr double kSquareGaps = 0.15; ///< logarithm of the ratio of both directi
 constexpr int kGroundAround = 21; ///< whose mean is the ground's
 constexpr double kLeastSkewness = 0.5;
 
-/// The outline as seen straight from above, without its rim.
-cv::Mat seenFromAbove(const Corners &corners, const cv::Mat &luma)
+/// Of the outline without its rim, in pixels of the search picture.
+cv::Size2f sizeOf(const Corners &corners)
 {
     const auto side = [&](std::size_t i) { return length(corners[(i + 1) % 4] - corners[i]); };
-    const auto width = static_cast<float>(std::round((side(0) + side(2)) / 2));
-    const auto height = static_cast<float>(std::round((side(1) + side(3)) / 2));
-    const std::array<cv::Point2f, 4> flat{{{0, 0}, {width, 0}, {width, height}, {0, height}}};
+    const double share = (1 - 2 * kRimOfMat) / 2;
+    return {static_cast<float>(share * (side(0) + side(2))),
+            static_cast<float>(share * (side(1) + side(3)))};
+}
+
+/// The outline as seen straight from above, without its rim.
+cv::Mat seenFromAbove(const Corners &corners, const cv::Mat &luma, const cv::Size2f &size)
+{
+    const auto rim = static_cast<float>(kRimOfMat / (1 - 2 * kRimOfMat));
+    const cv::Point2f first(-rim * size.width, -rim * size.height);
+    const cv::Point2f last = cv::Point2f(size.width, size.height) - first;
+    const std::array<cv::Point2f, 4> flat{{first, {last.x, first.y}, last, {first.x, last.y}}};
     const std::array<cv::Point2f, 4> seen{corners[0], corners[1], corners[2], corners[3]};
-    cv::Mat all;
-    cv::warpPerspective(luma, all, cv::getPerspectiveTransform(flat.data(), seen.data()),
-                        cv::Size2f(width, height), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
-                        cv::BORDER_REPLICATE);
-    const int rimX = static_cast<int>(kRimOfMat * all.cols);
-    const int rimY = static_cast<int>(kRimOfMat * all.rows);
-    return all(cv::Rect(rimX, rimY, all.cols - 2 * rimX, all.rows - 2 * rimY));
+    cv::Mat result;
+    cv::warpPerspective(luma, result, cv::getPerspectiveTransform(flat.data(), seen.data()), size,
+                        cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
+    return result;
 }
 
 /// The light lines that run all the way down.
@@ -125,13 +132,15 @@ double skewnessOf(const cv::Mat &mat)
 
 bool isCuttingMat(const Corners &corners, const cv::Mat &luma)
 {
-    const cv::Mat mat = seenFromAbove(corners, luma);
-    const Ruling across = rulingOf(mat);
+    const cv::Size2f size = sizeOf(corners);
+    const cv::Size2f rows(size.width, std::min(size.height, kScans));
+    const Ruling across = rulingOf(seenFromAbove(corners, luma, rows));
     if (!across.isEven())
         return false;
-    const Ruling down = rulingOf(mat.t());
+    const cv::Size2f columns(std::min(size.width, kScans), size.height);
+    const Ruling down = rulingOf(seenFromAbove(corners, luma, columns).t());
     return down.isEven() && std::abs(std::log(across.usualGap / down.usualGap)) <= kSquareGaps
-        && skewnessOf(mat) >= kLeastSkewness;
+        && skewnessOf(seenFromAbove(corners, luma, size)) >= kLeastSkewness;
 }
 
 } // namespace korv::crop
