@@ -133,6 +133,8 @@ double skewnessOf(const cv::Mat &mat)
 bool isCuttingMat(const Corners &corners, const cv::Mat &luma)
 {
     const cv::Size2f size = sizeOf(corners);
+    if (std::min(size.width, size.height) < kLeastLines * kLeastGap)
+        return false;
     const cv::Size2f rows(size.width, std::min(size.height, kScans));
     const Ruling across = rulingOf(seenFromAbove(corners, luma, rows));
     if (!across.isEven())

@@ -107,3 +107,12 @@ TEST(CuttingMat, paleTableWithNarrowRowsIsNone)
     grid.across = 56;
     EXPECT_FALSE(isSeenAsMat(grid));
 }
+
+TEST(CuttingMat, outlineTooSmallForAGridIsNone)
+{
+    HelperThread core;
+    const Image image = draw({});
+    const crop::SheetSearch search(image, core);
+    EXPECT_FALSE(search.isCuttingMat({{{300, 300}, {304, 300}, {304, 303}, {300, 303}}}));
+    EXPECT_FALSE(search.isCuttingMat({{{300, 300}, {300, 300}, {300, 300}, {300, 300}}}));
+}
