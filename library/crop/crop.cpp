@@ -23,7 +23,7 @@ constexpr double kSettledTrust = 2; ///< of a sheet: looking further would not h
 // the fit weighed wrong outlines double, and still nothing is worse than a lost strip
 constexpr double kMinConfidence = 0.5;
 constexpr double kBareDesk = 1.5; ///< trust more where a cut could hardly lose anything
-constexpr double kMinOnDarkDesk = -1; ///< least confidence of a sheet that stands out of its desk
+constexpr double kMinOnDarkDesk = -3; ///< least confidence of a sheet that stands out of its desk
 
 // two sheets: one counts as clearly the larger from this ratio of areas on
 constexpr double kClearlyLarger = 1.5;
@@ -61,7 +61,7 @@ Verdict judged(const SheetSearch &search, const Candidate &candidate,
     evidence.fromWriting = fromWriting;
     const double bonus = isOnBareDesk(evidence.surroundings) ? kBareDesk : 0;
     return {evidence.refined, confidenceOf(candidate, evidence) + bonus,
-            isOnDarkDesk(candidate, evidence.surroundings)};
+            isOnDarkDesk(candidate, evidence)};
 }
 
 bool liesApart(const Corners &a, const Corners &b)

@@ -29,6 +29,8 @@ constexpr double kNothingLight = 0.08; ///< evenness of what is not paper
 constexpr double kDarkDesk = 0.5; ///< lightness of the desk
 constexpr double kUnlikeDesk = 0.05; ///< likeness
 constexpr double kStraySpecks = 0.01; ///< ink beyond a side
+constexpr double kMarks = 0.05; ///< the same of marks to lay sheets along, where the sides are sure
+constexpr double kSureSides = 0.97; ///< agreement
 constexpr double kMinShareOfFrame = 0.1; ///< smaller light things are as often no sheet
 
 bool isRival(const Candidate &other, const Candidate &candidate)
@@ -92,11 +94,13 @@ bool isOnBareDesk(const Surroundings &surroundings)
     return surroundings.ink < kNoInk && surroundings.mostLikeness < kNoLikeness;
 }
 
-bool isOnDarkDesk(const Candidate &candidate, const Surroundings &surroundings)
+bool isOnDarkDesk(const Candidate &candidate, const Evidence &evidence)
 {
+    const Surroundings &surroundings = evidence.surroundings;
+    const double mostInk = evidence.refined.leastAgreement() > kSureSides ? kMarks : kStraySpecks;
     return candidate.features[Feature::Lighter] > kLighter && surroundings.lightness < kDarkDesk
         && surroundings.evenness < kNothingLight && surroundings.mostLikeness < kUnlikeDesk
-        && surroundings.mostInk < kStraySpecks
+        && surroundings.mostInk < mostInk
         && candidate.features[Feature::Area] > std::log(kMinShareOfFrame);
 }
 

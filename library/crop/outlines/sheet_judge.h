@@ -46,8 +46,9 @@ bool isPartOfAPage(const Candidate &candidate, const Surroundings &surroundings)
 bool isOnBareDesk(const Surroundings &surroundings);
 
 /// Whether the candidate is not small, lighter than its desk on all sides, and nothing outside is as
-/// light, nor written on next to it: the desk may have seams and things on it, but is not paper.
-bool isOnDarkDesk(const Candidate &candidate, const Surroundings &surroundings);
+/// light, nor written on next to it: the desk may have seams and things on it, but is not paper. Where
+/// each side is one straight rim, the desk may also have marks along which the sheet was laid.
+bool isOnDarkDesk(const Candidate &candidate, const Evidence &evidence);
 
 /// Logarithm of the odds that the best candidate of a picture is a sheet's outline: 0 is even.
 double confidenceOf(const Candidate &candidate, const Evidence &evidence);

@@ -99,6 +99,15 @@ SearchPicture pictureWith(int outside, cv::Rect rectangle, int inside)
 const cv::Rect kMiddle(110, 80, 100, 80);
 const Corners kMiddleCorners{{{110, 80}, {209, 80}, {209, 159}, {110, 159}}};
 
+/// Of an outline whose sides agree with the picture at so many of their places.
+Evidence evidenceOf(const Surroundings &around, double agreement = 0.9)
+{
+    Evidence evidence;
+    evidence.surroundings = around;
+    evidence.refined.agreements.fill(agreement);
+    return evidence;
+}
+
 } // namespace
 
 TEST(SideRefiner, aBentSideIsWhollyInside)
@@ -158,13 +167,26 @@ TEST(Surroundings, aDarkDeskMayHaveSeamsAndThingsOnIt)
     picture.closed[0](cv::Rect(0, 200, 60, 40)) = 40; // something dark
     const Surroundings around = surroundingsOf(kMiddleCorners, picture);
     EXPECT_FALSE(isOnBareDesk(around));
-    EXPECT_TRUE(isOnDarkDesk(sheet, around));
+    EXPECT_TRUE(isOnDarkDesk(sheet, evidenceOf(around)));
 
     sheet.features[Feature::Area] = std::log(0.05);
-    EXPECT_FALSE(isOnDarkDesk(sheet, around)) << "small";
+    EXPECT_FALSE(isOnDarkDesk(sheet, evidenceOf(around))) << "small";
     sheet.features[Feature::Area] = std::log(0.1 + 1e-3);
     sheet.features[Feature::Lighter] = 0.5;
-    EXPECT_FALSE(isOnDarkDesk(sheet, around)) << "not lighter everywhere";
+    EXPECT_FALSE(isOnDarkDesk(sheet, evidenceOf(around))) << "not lighter everywhere";
+}
+
+TEST(Surroundings, aDarkDeskMayHaveMarksAlongSidesThatAreSure)
+{
+    Candidate sheet;
+    sheet.corners = kMiddleCorners;
+    sheet.features[Feature::Lighter] = 1;
+    sheet.features[Feature::Area] = std::log(0.2);
+    SearchPicture marked = pictureWith(90, kMiddle, 220);
+    marked.plainLuma(cv::Rect(150, 0, 5, 240)) = 30; // above and below the sheet
+    const Surroundings around = surroundingsOf(kMiddleCorners, marked);
+    EXPECT_TRUE(isOnDarkDesk(sheet, evidenceOf(around, 1)));
+    EXPECT_FALSE(isOnDarkDesk(sheet, evidenceOf(around, 0.9)));
 }
 
 TEST(Surroundings, whatIsLightOrWrittenNextToASheetIsNoDarkDesk)
@@ -174,19 +196,19 @@ TEST(Surroundings, whatIsLightOrWrittenNextToASheetIsNoDarkDesk)
     sheet.features[Feature::Lighter] = 1;
     sheet.features[Feature::Area] = std::log(0.2);
     const SearchPicture plain = pictureWith(90, kMiddle, 220);
-    EXPECT_TRUE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, plain)));
+    EXPECT_TRUE(isOnDarkDesk(sheet, evidenceOf(surroundingsOf(kMiddleCorners, plain))));
 
     SearchPicture light = pictureWith(90, kMiddle, 220);
     light.closed[0](cv::Rect(0, 0, 320, 40)) = 215; // paper of another page, say
-    EXPECT_FALSE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, light)));
+    EXPECT_FALSE(isOnDarkDesk(sheet, evidenceOf(surroundingsOf(kMiddleCorners, light))));
 
     SearchPicture written = pictureWith(90, kMiddle, 220);
     for (int y = 170; y < 200; y += 6)
         written.plainLuma(cv::Rect(110, y, 100, 2)) = 30;
-    EXPECT_FALSE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, written)));
+    EXPECT_FALSE(isOnDarkDesk(sheet, evidenceOf(surroundingsOf(kMiddleCorners, written))));
 
     const SearchPicture even = pictureWith(150, kMiddle, 220);
-    EXPECT_FALSE(isOnDarkDesk(sheet, surroundingsOf(kMiddleCorners, even)));
+    EXPECT_FALSE(isOnDarkDesk(sheet, evidenceOf(surroundingsOf(kMiddleCorners, even))));
 }
 
 TEST(Surroundings, paperThatGoesOnBeyondOneSideIsSeen)
