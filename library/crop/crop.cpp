@@ -140,7 +140,8 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
         verdict = chosen(verdict, bestOf(search, search.searchAll(), true));
     const bool isSure = verdict.isTrusted() && !verdict.hasTwin;
     if (isSure)
-        verdict.outline.corners = search.widened(search.withBorder(verdict.outline));
+        verdict.outline.corners =
+            search.widened(search.withoutFalseEnds(search.withBorder(verdict.outline)));
     logDebug([&] { return descriptionOf(verdict); });
     if (!isSure)
         return std::nullopt;

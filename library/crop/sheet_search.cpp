@@ -1,6 +1,7 @@
 #include "library/crop/sheet_search.h"
 
 #include "library/crop/lines/line_votes.h"
+#include "library/crop/outlines/false_ends.h"
 #include "library/crop/outlines/outline_widener.h"
 #include "library/crop/outlines/printed_border.h"
 
@@ -97,6 +98,12 @@ Refined SheetSearch::withBorder(const Refined &outline) const
     const std::optional<Corners> found =
         outlineOfBorder(m_image, outline.corners, kBorderStep / m_picture.scale, m_core);
     return found ? refineCorners(m_image, *found, kBorderReach / m_picture.scale, m_core) : outline;
+}
+
+Refined SheetSearch::withoutFalseEnds(const Refined &outline) const
+{
+    return crop::withoutFalseEnds(m_image, m_picture, outline, kRefinementReach / m_picture.scale,
+                                  m_core);
 }
 
 Corners SheetSearch::widened(const Refined &outline) const

@@ -29,6 +29,8 @@ public:
     Refined refined(const Candidate &candidate) const;
     /// The outline, or of a picture on a print that of the print.
     Refined withBorder(const Refined &outline) const;
+    /// With the sides moved out that are no end of the sheet.
+    Refined withoutFalseEnds(const Refined &outline) const;
     /// In the frame, with what the sides leave out of bent paper.
     Corners widened(const Refined &outline) const;
     Surroundings around(const Candidate &candidate) const;

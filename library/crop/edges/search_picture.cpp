@@ -69,6 +69,11 @@ cv::Point2d SearchPicture::toFrame(cv::Point2d point) const
     return {(point.x + 0.5) / scale - 0.5, (point.y + 0.5) / scale - 0.5};
 }
 
+cv::Point2d SearchPicture::fromFrame(cv::Point2d point) const
+{
+    return {(point.x + 0.5) * scale - 0.5, (point.y + 0.5) * scale - 0.5};
+}
+
 cv::Size searchSize(const Image &image)
 {
     const auto small = [scale = searchScale(image)](int full) {

@@ -23,6 +23,7 @@ struct SearchPicture
     cv::Size size() const { return plainLuma.size(); }
     /// From this picture's pixels to the frame's; pixel centres are at whole numbers in both.
     cv::Point2d toFrame(cv::Point2d point) const;
+    cv::Point2d fromFrame(cv::Point2d point) const;
 };
 
 /// Size of the search picture that would be made.

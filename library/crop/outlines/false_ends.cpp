@@ -1,0 +1,253 @@
+#include "library/crop/outlines/false_ends.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+
+namespace korv::crop {
+
+namespace {
+
+// along a side and beyond it, in pixels of the search picture
+constexpr double kKnownShare = 0.3; ///< of the side, next to its end, shows what its rim is like
+constexpr double kKnownLeast = 8;
+constexpr double kOffLine = 2; ///< that a rim may lie beside its line
+constexpr double kHalf = 0.5; ///< step across
+constexpr int kBlock = 3; ///< places of which the mean counts
+constexpr double kPastCorner = 2; ///< where the side that ends here is an edge itself
+constexpr double kFurthest = 1.5; ///< of the side, that is followed
+constexpr float kFaintest = 1; ///< levels
+constexpr float kAlike = 0.45F; ///< of the rim's change, that it has where it goes on
+constexpr double kSeen = 0.85; ///< share of the blocks that show the rim where it goes on
+constexpr double kSeenAlong = 0.7; ///< the same along the side; else it is not known well enough
+
+// how far rims have to go on
+constexpr double kLeast = 4; ///< pixels
+constexpr double kLeastShare = 0.008; ///< of both sides
+constexpr double kLongShare = 0.06;
+constexpr double kLeastAlone = 8; ///< pixels, when the other one does not
+constexpr double kLeastShareAlone = 0.02;
+
+// agreement that the rim at the new side must have with a line
+constexpr double kAlmost = 0.1; ///< below that of the old one
+constexpr double kClearly = 0.15; ///< above it, when only one rim goes on
+constexpr double kLeastAgreement = 0.6; ///< then, too
+constexpr double kAgreementFarOut = 0.85;
+
+/// The rim along one side of an outline, and beyond the side's end.
+class Rim
+{
+public:
+    Rim(const SearchPicture &picture, cv::Point2d from, cv::Point2d end, cv::Point2d centre)
+        : m_picture(picture)
+        , m_end(end)
+        , m_length(length(end - from))
+        , m_along((end - from) * (1 / std::max(1e-9, m_length)))
+        , m_outwards(lineThrough(from, end).normalAwayFrom(centre))
+        , m_first(-std::max(kKnownLeast, kKnownShare * m_length))
+    {
+        findAlong();
+    }
+
+    double sideLength() const { return m_length; }
+    cv::Point2d pointBeyond(double pixels) const { return m_end + m_along * pixels; }
+
+    /// How far the same rim goes on beyond the end; 0 when it does not.
+    double runOn() const
+    {
+        if (!isKnown())
+            return 0;
+        const cv::Rect2d frame(1, 1, m_picture.size().width - 3, m_picture.size().height - 3);
+        int blocks = 0;
+        int seen = 0;
+        double result = 0;
+        for (double from = kPastCorner; from + kBlock <= kFurthest * m_length; from += kBlock) {
+            if (!frame.contains(pointBeyond(from + kBlock)))
+                break;
+            ++blocks;
+            if (isSeen(from) && ++seen >= kSeen * blocks)
+                result = from + kBlock;
+            if (blocks - seen > 1 + (1 - kSeen) * blocks)
+                break;
+        }
+        return result;
+    }
+
+private:
+    cv::Vec3f colourAt(double along, double outwards) const
+    {
+        const cv::Point2d at = pointBeyond(along) + m_outwards * outwards;
+        const cv::Size size = m_picture.size();
+        const double x = std::clamp(at.x, 0.0, size.width - 1.001);
+        const double y = std::clamp(at.y, 0.0, size.height - 1.001);
+        const int left = static_cast<int>(x);
+        const int top = static_cast<int>(y);
+        const auto right = static_cast<float>(x - left);
+        const auto below = static_cast<float>(y - top);
+        const auto level = [&](const cv::Mat &plane) {
+            const auto *upper = plane.ptr<std::uint8_t>(top) + left;
+            const auto *lower = plane.ptr<std::uint8_t>(top + 1) + left;
+            const float up = static_cast<float>(upper[0]) * (1 - right) + upper[1] * right;
+            const float low = static_cast<float>(lower[0]) * (1 - right) + lower[1] * right;
+            return up * (1 - below) + low * below;
+        };
+        return {level(m_picture.plainLuma), level(m_picture.closed[1]), level(m_picture.closed[2])};
+    }
+
+    cv::Vec3f changeAt(double along, double outwards) const
+    {
+        return colourAt(along, outwards + 1) - colourAt(along, outwards - 1);
+    }
+
+    void findAlong()
+    {
+        float strongest = 0;
+        for (double outwards = -kOffLine; outwards <= kOffLine; outwards += kHalf) {
+            cv::Vec3f sum;
+            int count = 0;
+            for (double along = m_first; along <= -kPastCorner; along += 2, ++count)
+                sum += changeAt(along, outwards);
+            const cv::Vec3f mean = sum * (1.0F / static_cast<float>(count));
+            const auto strength = static_cast<float>(cv::norm(mean));
+            if (strength > strongest) {
+                strongest = strength;
+                m_offset = outwards;
+                m_change = mean;
+            }
+        }
+    }
+
+    /// Whether the rim can be told from what else is there.
+    bool isKnown() const
+    {
+        if (m_change.dot(m_change) < kFaintest * kFaintest)
+            return false;
+        int blocks = 0;
+        int seen = 0;
+        for (double from = m_first; from + kBlock <= -kPastCorner; from += kBlock, ++blocks)
+            seen += isSeen(from) ? 1 : 0;
+        return seen >= kSeenAlong * blocks;
+    }
+
+    bool isSeen(double from) const
+    {
+        const float enough = kAlike * kBlock * m_change.dot(m_change);
+        for (double outwards = m_offset - kHalf; outwards <= m_offset + kHalf; outwards += kHalf) {
+            cv::Vec3f sum;
+            for (int i = 0; i < kBlock; ++i)
+                sum += changeAt(from + i, outwards);
+            if (sum.dot(m_change) >= enough)
+                return true;
+        }
+        return false;
+    }
+
+    const SearchPicture &m_picture;
+    cv::Point2d m_end;
+    double m_length;
+    cv::Point2d m_along;
+    cv::Point2d m_outwards;
+    double m_first; ///< where the known part of the side begins
+    double m_offset = 0; ///< of the rim, out of the line
+    cv::Vec3f m_change; ///< of colour across the rim
+};
+
+/// A side and its neighbours, each followed beyond the corner at which it meets the side.
+class End
+{
+public:
+    End(const SearchPicture &picture, const Corners &corners, std::size_t side)
+        : m_side(side)
+        , m_before(picture, corners[(side + 3) % 4], corners[side], centreOf(corners))
+        , m_behind(picture, corners[(side + 2) % 4], corners[(side + 1) % 4], centreOf(corners))
+        , m_atFirst(m_before.runOn())
+        , m_atLast(m_behind.runOn())
+    {
+    }
+
+    bool mayBeFalse() const { return bothRunOn(kLeast, kLeastShare) || oneRunsOn(); }
+
+    /// The corners with this side where the neighbours end.
+    Corners movedOut(Corners corners) const
+    {
+        corners[m_side] = m_before.pointBeyond(m_atFirst);
+        corners[(m_side + 1) % 4] = m_behind.pointBeyond(m_atLast);
+        return corners;
+    }
+
+    /// Whether the new side is the true one, by how far their rims agree with a line.
+    bool isFalse(double agreement, double agreementOutside) const
+    {
+        if (bothRunOn(kLeast, kLongShare))
+            return agreementOutside >= kAgreementFarOut;
+        if (bothRunOn(kLeast, kLeastShare))
+            return agreementOutside >= agreement - kAlmost;
+        return agreementOutside >= std::max(kLeastAgreement, agreement + kClearly);
+    }
+
+private:
+    bool bothRunOn(double pixels, double share) const
+    {
+        return m_atFirst >= std::max(pixels, share * m_before.sideLength())
+            && m_atLast >= std::max(pixels, share * m_behind.sideLength());
+    }
+
+    bool oneRunsOn() const
+    {
+        return m_atFirst >= std::max(kLeastAlone, kLeastShareAlone * m_before.sideLength())
+            || m_atLast >= std::max(kLeastAlone, kLeastShareAlone * m_behind.sideLength());
+    }
+
+    std::size_t m_side;
+    Rim m_before;
+    Rim m_behind;
+    double m_atFirst;
+    double m_atLast;
+};
+
+/// The outline with one side of another.
+std::optional<Refined> withSideOf(const Refined &other, std::size_t side, Refined outline)
+{
+    std::array<Line, 4> lines;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const Corners &corners = i == side ? other.corners : outline.corners;
+        lines[i] = lineThrough(corners[i], corners[(i + 1) % 4]);
+    }
+    const std::optional<Corners> corners = cornersOfLines(lines);
+    if (!corners || !isConvex(*corners))
+        return std::nullopt;
+    outline.corners = *corners;
+    outline.agreements[side] = other.agreements[side];
+    return outline;
+}
+
+Corners converted(const Corners &corners, const SearchPicture &picture,
+                  cv::Point2d (SearchPicture::*conversion)(cv::Point2d) const)
+{
+    Corners result;
+    std::transform(corners.begin(), corners.end(), result.begin(),
+                   [&](cv::Point2d point) { return (picture.*conversion)(point); });
+    return result;
+}
+
+} // namespace
+
+Refined withoutFalseEnds(const Image &image, const SearchPicture &picture, const Refined &outline,
+                         double reach, HelperThread &core)
+{
+    Refined result = outline;
+    for (std::size_t side = 0; side < 4; ++side) {
+        const Corners corners = converted(result.corners, picture, &SearchPicture::fromFrame);
+        const End end(picture, corners, side);
+        if (!end.mayBeFalse())
+            continue;
+        const Corners outside = converted(end.movedOut(corners), picture, &SearchPicture::toFrame);
+        const Refined refined = refineCorners(image, outside, reach, core);
+        if (end.isFalse(result.agreements[side], refined.agreements[side]))
+            result = withSideOf(refined, side, result).value_or(result);
+    }
+    return result;
+}
+
+} // namespace korv::crop
