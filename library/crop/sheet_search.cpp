@@ -95,9 +95,11 @@ Refined SheetSearch::refined(const Candidate &candidate) const
 
 Refined SheetSearch::withBorder(const Refined &outline) const
 {
-    const std::optional<Corners> found =
-        outlineOfBorder(m_image, outline.corners, kBorderStep / m_picture.scale, m_core);
-    return found ? refineCorners(m_image, *found, kBorderReach / m_picture.scale, m_core) : outline;
+    const double step = kBorderStep / m_picture.scale;
+    const double reach = kBorderReach / m_picture.scale;
+    if (const auto found = outlineOfBorder(m_image, outline.corners, step, m_core))
+        return refineCorners(m_image, *found, reach, m_core);
+    return withMargins(m_image, outline, step, reach, m_core);
 }
 
 Refined SheetSearch::withoutFalseEnds(const Refined &outline) const

@@ -27,7 +27,7 @@ public:
     std::vector<Candidate> searchAll();
 
     Refined refined(const Candidate &candidate) const;
-    /// The outline, or of a picture on a print that of the print.
+    /// The outline, or of a picture on a print that of the print. Sides on print get their margin.
     Refined withBorder(const Refined &outline) const;
     /// With the sides moved out that are no end of the sheet.
     Refined withoutFalseEnds(const Refined &outline) const;

@@ -1,9 +1,9 @@
 #include "library/crop/outlines/false_ends.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
-#include <optional>
 
 namespace korv::crop {
 
@@ -206,22 +206,6 @@ private:
     double m_atLast;
 };
 
-/// The outline with one side of another.
-std::optional<Refined> withSideOf(const Refined &other, std::size_t side, Refined outline)
-{
-    std::array<Line, 4> lines;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const Corners &corners = i == side ? other.corners : outline.corners;
-        lines[i] = lineThrough(corners[i], corners[(i + 1) % 4]);
-    }
-    const std::optional<Corners> corners = cornersOfLines(lines);
-    if (!corners || !isConvex(*corners))
-        return std::nullopt;
-    outline.corners = *corners;
-    outline.agreements[side] = other.agreements[side];
-    return outline;
-}
-
 Corners converted(const Corners &corners, const SearchPicture &picture,
                   cv::Point2d (SearchPicture::*conversion)(cv::Point2d) const)
 {
@@ -244,8 +228,11 @@ Refined withoutFalseEnds(const Image &image, const SearchPicture &picture, const
             continue;
         const Corners outside = converted(end.movedOut(corners), picture, &SearchPicture::toFrame);
         const Refined refined = refineCorners(image, outside, reach, core);
-        if (end.isFalse(result.agreements[side], refined.agreements[side]))
-            result = withSideOf(refined, side, result).value_or(result);
+        if (!end.isFalse(result.agreements[side], refined.agreements[side]))
+            continue;
+        std::array<bool, 4> moved{};
+        moved[side] = true;
+        result = withSidesOf(refined, moved, result);
     }
     return result;
 }
