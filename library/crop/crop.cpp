@@ -141,7 +141,7 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
     const bool isSure = verdict.isTrusted() && !verdict.hasTwin;
     if (isSure)
         verdict.outline.corners =
-            search.widened(search.withoutFalseEnds(search.withBorder(verdict.outline)));
+            search.withoutFalseEnds(search.widened(search.withBorder(verdict.outline)));
     logDebug([&] { return descriptionOf(verdict); });
     if (!isSure)
         return std::nullopt;

@@ -102,15 +102,15 @@ Refined SheetSearch::withBorder(const Refined &outline) const
     return withMargins(m_image, outline, step, reach, m_core);
 }
 
-Refined SheetSearch::withoutFalseEnds(const Refined &outline) const
-{
-    return crop::withoutFalseEnds(m_image, m_picture, outline, kRefinementReach / m_picture.scale,
-                                  m_core);
-}
-
 Corners SheetSearch::widened(const Refined &outline) const
 {
     return crop::widened(m_image, outline, kWideningReach / m_picture.scale, m_core);
+}
+
+Corners SheetSearch::withoutFalseEnds(const Corners &corners) const
+{
+    return crop::withoutFalseEnds(m_image, m_picture, corners, kRefinementReach / m_picture.scale,
+                                  m_core);
 }
 
 Surroundings SheetSearch::around(const Candidate &candidate) const

@@ -1,5 +1,7 @@
 #include "library/crop/outlines/false_ends.h"
 
+#include "library/crop/outlines/side_refiner.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -217,22 +219,23 @@ Corners converted(const Corners &corners, const SearchPicture &picture,
 
 } // namespace
 
-Refined withoutFalseEnds(const Image &image, const SearchPicture &picture, const Refined &outline,
+Corners withoutFalseEnds(const Image &image, const SearchPicture &picture, const Corners &corners,
                          double reach, HelperThread &core)
 {
-    Refined result = outline;
+    Corners result = corners;
     for (std::size_t side = 0; side < 4; ++side) {
-        const Corners corners = converted(result.corners, picture, &SearchPicture::fromFrame);
-        const End end(picture, corners, side);
+        const Corners small = converted(result, picture, &SearchPicture::fromFrame);
+        const End end(picture, small, side);
         if (!end.mayBeFalse())
             continue;
-        const Corners outside = converted(end.movedOut(corners), picture, &SearchPicture::toFrame);
-        const Refined refined = refineCorners(image, outside, reach, core);
-        if (!end.isFalse(result.agreements[side], refined.agreements[side]))
+        const Corners moved = converted(end.movedOut(small), picture, &SearchPicture::toFrame);
+        const Refined outside = refineCorners(image, moved, reach, core);
+        const Refined here = refineCorners(image, result, reach, core);
+        if (!end.isFalse(here.agreements[side], outside.agreements[side]))
             continue;
-        std::array<bool, 4> moved{};
-        moved[side] = true;
-        result = withSidesOf(refined, moved, result);
+        std::array<bool, 4> isMoved{};
+        isMoved[side] = true;
+        result = withSidesOf(outside, isMoved, {result, here.agreements}).corners;
     }
     return result;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/crop/edges/search_picture.h"
-#include "library/crop/outlines/side_refiner.h"
+#include "library/crop/lines/crop_geometry.h"
 #include "library/image/image.h"
 #include "library/threads/helper_thread.h"
 
@@ -12,7 +12,7 @@ namespace korv::crop {
 /// rim lies there, that becomes the side. Others stay as they are. `reach` is how far the new side may be
 /// from there, in pixels of the frame. Precondition: convex corners, in the frame, of which the
 /// search picture was made.
-Refined withoutFalseEnds(const Image &image, const SearchPicture &picture, const Refined &outline,
+Corners withoutFalseEnds(const Image &image, const SearchPicture &picture, const Corners &corners,
                          double reach, HelperThread &core);
 
 } // namespace korv::crop

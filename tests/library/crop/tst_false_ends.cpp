@@ -78,33 +78,29 @@ Colour grayDesk(int /*x*/, int /*y*/)
     return kGrayDesk;
 }
 
-/// The receipt's outline with its lower corners there; the rim agrees with that side as much.
-Refined outlineDownTo(double lowerRight, double lowerLeft, double agreement = 1)
+/// The receipt's outline with its lower corners there.
+Corners outlineDownTo(double lowerRight, double lowerLeft)
 {
-    Refined outline;
-    outline.corners = {{{kLeft - 0.5, kTop - 0.5},
-                        {kRight - 0.5, kTop - 0.5},
-                        {kRight - 0.5, lowerRight},
-                        {kLeft - 0.5, lowerLeft}}};
-    outline.agreements = {1, 1, agreement, 1};
-    return outline;
+    return {{{kLeft - 0.5, kTop - 0.5},
+             {kRight - 0.5, kTop - 0.5},
+             {kRight - 0.5, lowerRight},
+             {kLeft - 0.5, lowerLeft}}};
 }
 
-Refined correctedIn(const Image &image, const Refined &outline)
+Corners correctedIn(const Image &image, const Corners &outline)
 {
     HelperThread core;
     const SearchPicture picture = makeSearchPicture(image, core);
     return withoutFalseEnds(image, picture, outline, kReach, core);
 }
 
-void expectWholeReceipt(const Refined &outline)
+void expectWholeReceipt(const Corners &outline)
 {
-    EXPECT_NEAR(outline.corners[2].y, kBottom, kExact);
-    EXPECT_NEAR(outline.corners[3].y, kBottom, kExact);
-    EXPECT_NEAR(outline.corners[2].x, kRight - 0.5, 0.1);
-    EXPECT_NEAR(outline.corners[3].x, kLeft - 0.5, 0.1);
-    EXPECT_EQ(outline.corners[0], outlineDownTo(0, 0).corners[0]);
-    EXPECT_GE(outline.agreements[2], kStraight);
+    EXPECT_NEAR(outline[2].y, kBottom, kExact);
+    EXPECT_NEAR(outline[3].y, kBottom, kExact);
+    EXPECT_NEAR(outline[2].x, kRight - 0.5, 0.1);
+    EXPECT_NEAR(outline[3].x, kLeft - 0.5, 0.1);
+    EXPECT_EQ(outline[0], outlineDownTo(0, 0)[0]);
 }
 
 } // namespace
@@ -125,25 +121,25 @@ TEST(FalseEnds, aBarCodeIsNoEndOnADeskOfAnotherColour)
 TEST(FalseEnds, anEndThatOnlyOneRimReachesIsTurned)
 {
     const Image image = receipt(kCyan, grayDesk);
-    expectWholeReceipt(correctedIn(image, outlineDownTo(kBarsFrom, kBottom - 0.5, 0.3)));
+    expectWholeReceipt(correctedIn(image, outlineDownTo(kBarsFrom, kBottom - 0.5)));
 }
 
 TEST(FalseEnds, aTrueEndStays)
 {
-    const Refined whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
-    EXPECT_EQ(correctedIn(receipt(kWhite, narrowShadow), whole).corners, whole.corners);
-    EXPECT_EQ(correctedIn(receipt(kCyan, grayDesk), whole).corners, whole.corners);
+    const Corners whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
+    EXPECT_EQ(correctedIn(receipt(kWhite, narrowShadow), whole), whole);
+    EXPECT_EQ(correctedIn(receipt(kCyan, grayDesk), whole), whole);
 }
 
 TEST(FalseEnds, seamsOfPlanksInLineWithASheetAreNoRims)
 {
-    const Refined whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
+    const Corners whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
     const auto isSeam = [](int x, int at) { return x >= at - 3 && x < at + 3; };
     const Image one = receipt(kWhite, [&](int x, int) { return isSeam(x, kLeft) ? kSeam : kWood; });
-    EXPECT_EQ(correctedIn(one, whole).corners, whole.corners);
+    EXPECT_EQ(correctedIn(one, whole), whole);
     const Image both = receipt(
         kWhite, [&](int x, int) { return isSeam(x, kLeft) || isSeam(x, kRight) ? kSeam : kWood; });
-    EXPECT_EQ(correctedIn(both, whole).corners, whole.corners);
+    EXPECT_EQ(correctedIn(both, whole), whole);
 }
 
 TEST(FalseEnds, aDarkThingAsWideAsTheSheetIsNotPartOfIt)
@@ -151,8 +147,8 @@ TEST(FalseEnds, aDarkThingAsWideAsTheSheetIsNotPartOfIt)
     const Image image = receipt(kWhite, [](int x, int y) {
         return x >= kLeft && x < kRight && y > kTop && y < kBottom + 60 ? kInk : kGrayDesk;
     });
-    const Refined whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
-    EXPECT_EQ(correctedIn(image, whole).corners, whole.corners);
+    const Corners whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
+    EXPECT_EQ(correctedIn(image, whole), whole);
 }
 
 TEST(FalseEnds, whereNoOtherRimIsFoundTheEndStays)
@@ -161,8 +157,8 @@ TEST(FalseEnds, whereNoOtherRimIsFoundTheEndStays)
     const Image image = receipt(kCyan, [](int x, int y) {
         return x >= kLeft && x < kRight && y > kTop ? kCyan : kGrayDesk;
     });
-    const Refined outline = outlineDownTo(kBarsTo, kBarsTo);
-    EXPECT_EQ(correctedIn(image, outline).corners, outline.corners);
+    const Corners outline = outlineDownTo(kBarsTo, kBarsTo);
+    EXPECT_EQ(correctedIn(image, outline), outline);
 }
 
 TEST(FalseEnds, aRimThatIsHardlySeenSaysNothing)
@@ -171,8 +167,8 @@ TEST(FalseEnds, aRimThatIsHardlySeenSaysNothing)
         const int grain = (x / 5 * 7919 + y / 5 * 104729) % 97;
         return Colour{kWhite[0] - grain, kWhite[1] - grain, kWhite[2] - grain};
     });
-    const Refined outline = outlineDownTo(kBarsTo, kBarsTo, 0.3);
-    EXPECT_EQ(correctedIn(image, outline).corners, outline.corners);
+    const Corners outline = outlineDownTo(kBarsTo, kBarsTo);
+    EXPECT_EQ(correctedIn(image, outline), outline);
 }
 
 TEST(FalseEnds, grayAndTinyPicturesAreLookedAtToo)
@@ -185,19 +181,15 @@ TEST(FalseEnds, grayAndTinyPicturesAreLookedAtToo)
             image.row(y)[x] = isBar ? 60 : isPaper ? 220 : 120;
         }
     }
-    Refined outline;
-    outline.corners = {{{19.5, 9.5}, {69.5, 9.5}, {69.5, 95.5}, {19.5, 95.5}}};
-    outline.agreements = {1, 1, 1, 1};
-    const Refined corrected = correctedIn(image, outline);
-    EXPECT_NEAR(corrected.corners[2].y, 109.5, 1.5);
-    EXPECT_NEAR(corrected.corners[3].y, 109.5, 1.5);
+    const Corners outline{{{19.5, 9.5}, {69.5, 9.5}, {69.5, 95.5}, {19.5, 95.5}}};
+    const Corners corrected = correctedIn(image, outline);
+    EXPECT_NEAR(corrected[2].y, 109.5, 1.5);
+    EXPECT_NEAR(corrected[3].y, 109.5, 1.5);
 }
 
 TEST(FalseEnds, anOutlineAsLargeAsTheFrameStays)
 {
     const Image image = painted([](int x, int) { return x % 40 < 4 ? kInk : kWhite; });
-    Refined outline;
-    outline.corners = {{{0, 0}, {1199, 0}, {1199, 899}, {0, 899}}};
-    outline.agreements = {1, 1, 1, 1};
-    EXPECT_EQ(correctedIn(image, outline).corners, outline.corners);
+    const Corners outline{{{0, 0}, {1199, 0}, {1199, 899}, {0, 899}}};
+    EXPECT_EQ(correctedIn(image, outline), outline);
 }
