@@ -14,7 +14,7 @@ namespace {
 // along a side and beyond it, in pixels of the search picture
 constexpr double kKnownShare = 0.3; ///< of the side, next to its end, shows what its rim is like
 constexpr double kKnownLeast = 8;
-constexpr double kOffLine = 2; ///< that a rim may lie beside its line
+constexpr double kRimOffLine = 2; ///< that a rim may lie beside its line
 constexpr double kHalf = 0.5; ///< step across
 constexpr int kBlock = 3; ///< places of which the mean counts
 constexpr double kPastCorner = 2; ///< where the side that ends here is an edge itself
@@ -105,7 +105,7 @@ private:
     void findAlong()
     {
         float strongest = 0;
-        for (double outwards = -kOffLine; outwards <= kOffLine; outwards += kHalf) {
+        for (double outwards = -kRimOffLine; outwards <= kRimOffLine; outwards += kHalf) {
             cv::Vec3f sum;
             int count = 0;
             for (double along = m_first; along <= -kPastCorner; along += 2, ++count)
