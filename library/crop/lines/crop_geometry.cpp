@@ -8,8 +8,7 @@ namespace korv::crop {
 namespace {
 
 constexpr double kSameRatio = 1.06; ///< of areas, up to which nested outlines are the same sheet's
-constexpr double kCornersInside =
-    0.97; ///< of their distance from the centre, which has to lie inside
+constexpr double kCornersInside = 0.97; ///< share of the way to them that has to lie inside
 
 } // namespace
 

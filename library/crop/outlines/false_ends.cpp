@@ -25,9 +25,9 @@ constexpr double kSeen = 0.85; ///< share of the blocks that show the rim where 
 constexpr double kSeenAlong = 0.7; ///< the same along the side; else it is not known well enough
 
 // how far rims have to go on
-constexpr double kLeast = 4; ///< pixels
-constexpr double kLeastShare = 0.008; ///< of both sides
-constexpr double kLongShare = 0.06;
+constexpr double kLeast = 4; ///< pixels, of both
+constexpr double kLeastShare = 0.008; ///< of their sides
+constexpr double kLongShare = 0.06; ///< from which on the new rim has to be a line
 constexpr double kLeastAlone = 8; ///< pixels, when the other one does not
 constexpr double kLeastShareAlone = 0.02;
 
@@ -229,6 +229,8 @@ Corners withoutFalseEnds(const Image &image, const SearchPicture &picture, const
         if (!end.mayBeFalse())
             continue;
         const Corners moved = converted(end.movedOut(small), picture, &SearchPicture::toFrame);
+        if (!isConvex(moved)) // the neighbours may meet on the way
+            continue;
         const Refined outside = refineCorners(image, moved, reach, core);
         const Refined here = refineCorners(image, result, reach, core);
         if (!end.isFalse(here.agreements[side], outside.agreements[side]))
