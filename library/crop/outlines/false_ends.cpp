@@ -31,11 +31,22 @@ constexpr double kLongShare = 0.06; ///< from which on the new rim has to be a l
 constexpr double kLeastAlone = 8; ///< pixels, when the other one does not
 constexpr double kLeastShareAlone = 0.02;
 
+// of a panel of another colour: any rim that goes on, if it is clear enough
+constexpr float kClearChange = 8; ///< levels
+constexpr float kAboveRoughness = 3; ///< times what changes in the desk beside it
+constexpr float kClearStep = 10; ///< levels between panel and desk
+constexpr double kSeenOfPanel = 0.9; ///< share of the blocks
+constexpr double kFollows = 0.3; ///< of the way to where the rim was seen, as it may bend
+constexpr double kMostOff = 3; ///< pixels off the line
+constexpr double kLeastPanel = 12; ///< pixels
+constexpr double kLeastPanelShare = 0.06; ///< of the sides
+
 // agreement that the rim at the new side must have with a line
 constexpr double kAlmost = 0.1; ///< below that of the old one
 constexpr double kClearly = 0.15; ///< above it, when only one rim goes on
 constexpr double kLeastAgreement = 0.6; ///< then, too
 constexpr double kAgreementFarOut = 0.85;
+constexpr double kAgreementOfPanel = 0.66;
 
 /// The rim along one side of an outline, and beyond the side's end.
 class Rim
@@ -58,22 +69,14 @@ public:
     /// How far the same rim goes on beyond the end; 0 when it does not.
     double runOn() const
     {
-        if (!isKnown())
-            return 0;
-        const cv::Rect2d frame(1, 1, m_picture.size().width - 3, m_picture.size().height - 3);
-        int blocks = 0;
-        int seen = 0;
-        double result = 0;
-        for (double from = kPastCorner; from + kBlock <= kFurthest * m_length; from += kBlock) {
-            if (!frame.contains(pointBeyond(from + kBlock)))
-                break;
-            ++blocks;
-            if (isSeen(from) && ++seen >= kSeen * blocks)
-                result = from + kBlock;
-            if (blocks - seen > 1 + (1 - kSeen) * blocks)
-                break;
-        }
-        return result;
+        return isKnown() ? followed(kSeen, [this](double from) { return isSeen(from); }) : 0;
+    }
+
+    /// The same of the rim of whatever is not the desk.
+    double runOnOfAny() const
+    {
+        double offset = 0;
+        return followed(kSeenOfPanel, [&](double from) { return isClear(from, offset); });
     }
 
 private:
@@ -100,6 +103,62 @@ private:
     cv::Vec3f changeAt(double along, double outwards) const
     {
         return colourAt(along, outwards + 1) - colourAt(along, outwards - 1);
+    }
+
+    /// The furthest place up to which that share of the blocks is as asked for.
+    template <typename Asked> double followed(double share, const Asked &isAsAsked) const
+    {
+        const cv::Rect2d frame(1, 1, m_picture.size().width - 3, m_picture.size().height - 3);
+        int blocks = 0;
+        int seen = 0;
+        double result = 0;
+        for (double from = kPastCorner; from + kBlock <= kFurthest * m_length; from += kBlock) {
+            if (!frame.contains(pointBeyond(from + kBlock)))
+                break;
+            ++blocks;
+            if (isAsAsked(from) && ++seen >= share * blocks)
+                result = from + kBlock;
+            if (blocks - seen > 1 + (1 - share) * blocks)
+                break;
+        }
+        return result;
+    }
+
+    /// Mean change across a line in a block.
+    cv::Vec3f blockChange(double from, double outwards) const
+    {
+        cv::Vec3f sum;
+        for (int i = 0; i < kBlock; ++i)
+            sum += changeAt(from + i, outwards);
+        return sum * (1.0F / kBlock);
+    }
+
+    /// Whether there is a rim near the offset, which then follows it, clearer than the desk's pattern.
+    bool isClear(double from, double &offset) const
+    {
+        double strongest = 0;
+        double at = offset;
+        for (double outwards = offset - 1; outwards <= offset + 1; outwards += kHalf) {
+            const double strength = cv::norm(blockChange(from, outwards));
+            if (strength > strongest) {
+                strongest = strength;
+                at = outwards;
+            }
+        }
+        double roughness = 0;
+        for (int k = 3; k <= 6; ++k)
+            roughness += cv::norm(blockChange(from, at + k)) / 4;
+        if (strongest < kClearChange || strongest < kAboveRoughness * roughness)
+            return false;
+        cv::Vec3f step;
+        for (int k = 2; k <= 4; ++k) {
+            for (int i = 0; i < kBlock; ++i)
+                step += colourAt(from + i, at - k) - colourAt(from + i, at + k);
+        }
+        if (cv::norm(step) < kClearStep * 3 * kBlock)
+            return false;
+        offset = std::clamp(offset + kFollows * (at - offset), -kMostOff, kMostOff);
+        return true;
     }
 
     void findAlong()
@@ -134,12 +193,9 @@ private:
 
     bool isSeen(double from) const
     {
-        const float enough = kAlike * kBlock * m_change.dot(m_change);
+        const float enough = kAlike * m_change.dot(m_change);
         for (double outwards = m_offset - kHalf; outwards <= m_offset + kHalf; outwards += kHalf) {
-            cv::Vec3f sum;
-            for (int i = 0; i < kBlock; ++i)
-                sum += changeAt(from + i, outwards);
-            if (sum.dot(m_change) >= enough)
+            if (blockChange(from, outwards).dot(m_change) >= enough)
                 return true;
         }
         return false;
@@ -166,6 +222,8 @@ public:
         , m_atFirst(m_before.runOn())
         , m_atLast(m_behind.runOn())
     {
+        if (!bothRunOn(kLeast, kLeastShare))
+            findPanel();
     }
 
     bool mayBeFalse() const { return bothRunOn(kLeast, kLeastShare) || oneRunsOn(); }
@@ -181,6 +239,8 @@ public:
     /// Whether the new side is the true one, by how far their rims agree with a line.
     bool isFalse(double agreement, double agreementOutside) const
     {
+        if (m_isPanel)
+            return agreementOutside >= kAgreementOfPanel;
         if (bothRunOn(kLeast, kLongShare))
             return agreementOutside >= kAgreementFarOut;
         if (bothRunOn(kLeast, kLeastShare))
@@ -189,6 +249,19 @@ public:
     }
 
 private:
+    /// Looks whether a panel of another colour goes on beyond the side.
+    void findPanel()
+    {
+        const double first = m_before.runOnOfAny();
+        const double last = m_behind.runOnOfAny();
+        m_isPanel = first >= std::max(kLeastPanel, kLeastPanelShare * m_before.sideLength())
+            && last >= std::max(kLeastPanel, kLeastPanelShare * m_behind.sideLength());
+        if (m_isPanel) {
+            m_atFirst = first;
+            m_atLast = last;
+        }
+    }
+
     bool bothRunOn(double pixels, double share) const
     {
         return m_atFirst >= std::max(pixels, share * m_before.sideLength())
@@ -206,6 +279,7 @@ private:
     Rim m_behind;
     double m_atFirst;
     double m_atLast;
+    bool m_isPanel = false;
 };
 
 Corners converted(const Corners &corners, const SearchPicture &picture,

@@ -124,6 +124,14 @@ TEST(FalseEnds, anEndThatOnlyOneRimReachesIsTurned)
     expectWholeReceipt(correctedIn(image, outlineDownTo(kBarsFrom, kBottom - 0.5)));
 }
 
+TEST(FalseEnds, aPanelOfAnotherColourIsPartOfItsSheet)
+{
+    const Image image = painted([](int x, int y) {
+        return !isOnReceipt(x, y) ? kGrayDesk : y < 600 ? kCyan : kInk;
+    });
+    expectWholeReceipt(correctedIn(image, outlineDownTo(599.5, 599.5)));
+}
+
 TEST(FalseEnds, aTrueEndStays)
 {
     const Corners whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
@@ -142,10 +150,10 @@ TEST(FalseEnds, seamsOfPlanksInLineWithASheetAreNoRims)
     EXPECT_EQ(correctedIn(both, whole), whole);
 }
 
-TEST(FalseEnds, aDarkThingAsWideAsTheSheetIsNotPartOfIt)
+TEST(FalseEnds, aNarrowThingAsWideAsTheSheetIsNotPartOfIt)
 {
     const Image image = receipt(kWhite, [](int x, int y) {
-        return x >= kLeft && x < kRight && y > kTop && y < kBottom + 60 ? kInk : kGrayDesk;
+        return x >= kLeft && x < kRight && y > kTop && y < kBottom + 20 ? kInk : kGrayDesk;
     });
     const Corners whole = outlineDownTo(kBottom - 0.5, kBottom - 0.5);
     EXPECT_EQ(correctedIn(image, whole), whole);
