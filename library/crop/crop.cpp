@@ -29,7 +29,6 @@ constexpr double kMinOnDarkDesk = -3; ///< least confidence of a sheet that stan
 constexpr double kClearlyLarger = 1.5;
 constexpr double kOtherTrust = 1; ///< of a second sheet; what lies about must not count as one
 
-constexpr double kSameRatio = 1.06; ///< of areas, up to which nested outlines are the same sheet's
 constexpr double kRuledOut = -1; ///< trust below which an outline is no sheet's
 
 constexpr double kNoTrust = std::numeric_limits<double>::lowest();
@@ -79,22 +78,15 @@ const Candidate *elsewhere(const std::vector<Candidate> &candidates)
     return found == candidates.end() ? nullptr : &*found;
 }
 
-bool isWithin(const Corners &inner, const Corners &outer)
-{
-    return area(outer) > kSameRatio * area(inner) && contains(outer, centreOf(inner))
-        && std::count_if(inner.begin(), inner.end(),
-                         [&](cv::Point2d corner) { return contains(outer, corner); })
-        >= 3;
-}
-
-/// What counts of both searches. An outline within another one may be that of a figure on the sheet:
-/// it only counts when the outer one is surely no sheet's, and nothing counts when that is open.
+/// What counts of both searches. An outline within another one may be that of a figure on the sheet,
+/// or of a part of it as far as a fold: it only counts when the outer one is surely no sheet's, and
+/// nothing counts when that is open.
 Verdict chosen(const Verdict &first, const Verdict &second)
 {
     const bool firstIsLarger = area(first.corners()) > area(second.corners());
     const Verdict &outer = firstIsLarger ? first : second;
     const Verdict &inner = firstIsLarger ? second : first;
-    if (!isWithin(inner.corners(), outer.corners()))
+    if (!liesWithin(inner.corners(), outer.corners()))
         return second.trust > first.trust ? second : first;
     if (outer.isTrusted())
         return outer;
@@ -169,7 +161,7 @@ std::optional<Quadrilateral> findSheet(const Image &image, HelperThread &core)
         verdict.outline = search.withBorder(verdict.outline);
         verdict.objection = objectionTo(search, verdict.corners());
         if (verdict.isCut())
-            verdict.outline.corners = search.widened(verdict.outline);
+            verdict.outline.corners = search.withoutFalseEnds(search.widened(verdict.outline));
     }
     logDebug([&] { return descriptionOf(verdict); });
     if (!verdict.isCut())

@@ -2,6 +2,7 @@
 
 #include "library/crop/lines/line_votes.h"
 #include "library/crop/outlines/cutting_mat.h"
+#include "library/crop/outlines/false_ends.h"
 #include "library/crop/outlines/outline_widener.h"
 #include "library/crop/outlines/page_around.h"
 #include "library/crop/outlines/printed_border.h"
@@ -105,14 +106,22 @@ Refined SheetSearch::refined(const Candidate &candidate) const
 
 Refined SheetSearch::withBorder(const Refined &outline) const
 {
-    const std::optional<Corners> found =
-        outlineOfBorder(m_image, outline.corners, kBorderStep / m_picture.scale, m_core);
-    return found ? refineCorners(m_image, *found, kBorderReach / m_picture.scale, m_core) : outline;
+    const double step = kBorderStep / m_picture.scale;
+    const double reach = kBorderReach / m_picture.scale;
+    if (const auto found = outlineOfBorder(m_image, outline.corners, step, m_core))
+        return refineCorners(m_image, *found, reach, m_core);
+    return withMargins(m_image, outline, step, reach, m_core);
 }
 
 Corners SheetSearch::widened(const Refined &outline) const
 {
     return crop::widened(m_image, outline, kWideningReach / m_picture.scale, m_core);
+}
+
+Corners SheetSearch::withoutFalseEnds(const Corners &corners) const
+{
+    return crop::withoutFalseEnds(m_image, m_picture, corners, kRefinementReach / m_picture.scale,
+                                  m_core);
 }
 
 Surroundings SheetSearch::around(const Candidate &candidate) const

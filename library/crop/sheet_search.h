@@ -28,10 +28,12 @@ public:
     std::vector<Candidate> searchAll();
 
     Refined refined(const Candidate &candidate) const;
-    /// The outline, or of a picture on a print that of the print.
+    /// The outline, or of a picture on a print that of the print. Sides on print get their margin.
     Refined withBorder(const Refined &outline) const;
     /// In the frame, with what the sides leave out of bent paper.
     Corners widened(const Refined &outline) const;
+    /// In the frame, with the sides moved out that are no end of the sheet.
+    Corners withoutFalseEnds(const Corners &corners) const;
     Surroundings around(const Candidate &candidate) const;
     /// Whether an outline, in the frame, is a figure's on a page; see crop::isOnAPage().
     bool isOnAPage(const Corners &corners) const;

@@ -5,6 +5,13 @@
 
 namespace korv::crop {
 
+namespace {
+
+constexpr double kSameRatio = 1.06; ///< of areas, up to which nested outlines are the same sheet's
+constexpr double kCornersInside = 0.97; ///< share of the way to them that has to lie inside
+
+} // namespace
+
 Line lineThrough(cv::Point2d a, cv::Point2d b)
 {
     const cv::Point2d along = b - a;
@@ -79,6 +86,17 @@ bool contains(const Corners &corners, cv::Point2d point)
         clockwise += along.cross(point - corners[i]) > 0 ? 1 : 0;
     }
     return clockwise == 0 || clockwise == 4;
+}
+
+bool liesWithin(const Corners &inner, const Corners &outer)
+{
+    const cv::Point2d centre = centreOf(inner);
+    if (area(outer) <= kSameRatio * area(inner) || !contains(outer, centre))
+        return false;
+    const auto isInside = [&](cv::Point2d corner) {
+        return contains(outer, centre + (corner - centre) * kCornersInside);
+    };
+    return std::count_if(inner.begin(), inner.end(), isInside) >= 3;
 }
 
 double largestShift(const Corners &a, const Corners &b)

@@ -48,6 +48,10 @@ cv::Point2d centreOf(const Corners &corners);
 /// Precondition: convex.
 bool contains(const Corners &corners, cv::Point2d point);
 
+/// Whether one is clearly smaller and lies in the other. Its corners may lie outside by a little: both
+/// may share sides, which were not found at quite the same place. Precondition: convex.
+bool liesWithin(const Corners &inner, const Corners &outer);
+
 /// Largest distance of a corner of one from the same corner of the other.
 double largestShift(const Corners &a, const Corners &b);
 

@@ -27,6 +27,11 @@ constexpr double kEndsOnLine = 0.7; ///< share of the places
 constexpr double kMostUneven = 2.5; ///< of the widths of borders
 constexpr int kLightSides = 3; ///< along which the border is lighter than the picture
 
+constexpr int kDeepest = 24; ///< steps inside a side, within which paper is seen between the print
+constexpr int kWidestMargin = 24; ///< steps
+constexpr float kLikePaper = 20; ///< levels that a margin may differ from that
+constexpr double kOfPaper = 0.75; ///< share of the places
+
 float brightnessOf(const cv::Vec3f &colour)
 {
     return (colour[0] + colour[1] + colour[2]) / 3;
@@ -55,6 +60,23 @@ public:
                                   - brightnessOf(colourAt(at, -kClear)));
         }
         return medianOf(differences) >= kLighterBy;
+    }
+
+    /// Whether what lies next to the side is as the lightest places within.
+    bool isOfThePaper() const
+    {
+        int count = 0;
+        for (int place = 0; place < kBorderPlaces; ++place) {
+            const double at = shareAt(place);
+            cv::Vec3f paper;
+            for (int k = kClear; k <= kDeepest; k += 2) {
+                const cv::Vec3f colour = colourAt(at, -k);
+                if (brightnessOf(colour) > brightnessOf(paper))
+                    paper = colour;
+            }
+            count += cv::norm(colourAt(at, kClear) - paper) <= kLikePaper ? 1 : 0;
+        }
+        return count >= kOfPaper * kBorderPlaces;
     }
 
     /// Looks for where the border ends, at most that many steps away. False when it has no clear end.
@@ -186,6 +208,29 @@ std::optional<Corners> outlineOfBorder(const Image &image, const Corners &corner
     const std::optional<Corners> result =
         cornersOfLines({margins[0].end(), margins[1].end(), margins[2].end(), margins[3].end()});
     return result && isConvex(*result) ? result : std::nullopt;
+}
+
+Refined withMargins(const Image &image, const Refined &outline, double step, double reach,
+                    HelperThread &core)
+{
+    const Corners &corners = outline.corners;
+    const cv::Point2d centre = centreOf(corners);
+    std::array<Line, 4> lines;
+    std::array<bool, 4> moved{};
+    core.shareRange(0, 4, [&](int first, int end) {
+        for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(end); ++i) {
+            const cv::Point2d next = corners[(i + 1) % 4];
+            Margin margin(image, corners[i], next, centre, step);
+            moved[i] = margin.isOfThePaper() && margin.findEnd(kWidestMargin);
+            lines[i] = moved[i] ? margin.end() : lineThrough(corners[i], next);
+        }
+    });
+    if (std::count(moved.begin(), moved.end(), true) == 0)
+        return outline;
+    const std::optional<Corners> outside = cornersOfLines(lines);
+    if (!outside || !isConvex(*outside))
+        return outline;
+    return withSidesOf(refineCorners(image, *outside, reach, core), moved, outline);
 }
 
 } // namespace korv::crop

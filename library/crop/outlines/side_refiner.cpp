@@ -270,6 +270,19 @@ std::array<double, 4> pulls(const Corners &fitted, const Corners &found)
     return result;
 }
 
+/// Corners between sides of both outlines; nothing where they make none.
+std::optional<Corners> mixed(const Corners &corners, const Corners &other,
+                             const std::array<bool, 4> &ofOther)
+{
+    std::array<Line, 4> lines;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const Corners &from = ofOther[i] ? other : corners;
+        lines[i] = lineThrough(from[i], from[(i + 1) % 4]);
+    }
+    const std::optional<Corners> result = cornersOfLines(lines);
+    return result && isConvex(*result) ? result : std::nullopt;
+}
+
 /// Puts sides back that moved inwards by more than `most`: the search hardly misses a rim by so much,
 /// and what else has an edge there is print, which is stronger than the rim of pale paper.
 Corners withoutPulls(const Corners &fitted, const Corners &found, double most)
@@ -277,13 +290,10 @@ Corners withoutPulls(const Corners &fitted, const Corners &found, double most)
     const std::array<double, 4> pulled = pulls(fitted, found);
     if (*std::max_element(pulled.begin(), pulled.end()) <= most)
         return fitted;
-    std::array<Line, 4> lines;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const Corners &corners = pulled[i] > most ? found : fitted;
-        lines[i] = lineThrough(corners[i], corners[(i + 1) % 4]);
-    }
-    const std::optional<Corners> result = cornersOfLines(lines);
-    return result && isConvex(*result) ? *result : fitted;
+    std::array<bool, 4> isPulled{};
+    std::transform(pulled.begin(), pulled.end(), isPulled.begin(),
+                   [most](double pull) { return pull > most; });
+    return mixed(fitted, found, isPulled).value_or(fitted);
 }
 
 /// Without regard to how far the sides move.
@@ -327,6 +337,19 @@ double Refined::leastAgreement() const
 double Refined::meanAgreement() const
 {
     return std::accumulate(agreements.begin(), agreements.end(), 0.0) / 4;
+}
+
+Refined withSidesOf(const Refined &other, const std::array<bool, 4> &sides, Refined outline)
+{
+    const std::optional<Corners> corners = mixed(outline.corners, other.corners, sides);
+    if (!corners)
+        return outline;
+    outline.corners = *corners;
+    for (std::size_t i = 0; i < 4; ++i) {
+        if (sides[i])
+            outline.agreements[i] = other.agreements[i];
+    }
+    return outline;
 }
 
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core)

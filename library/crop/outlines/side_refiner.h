@@ -25,4 +25,8 @@ inline constexpr double kStraight = 0.85;
 /// the sheet. Precondition: convex corners.
 Refined refineCorners(const Image &image, const Corners &corners, double reach, HelperThread &core);
 
+/// The outline with some of the sides of another one, each from a corner to the next; as it is where
+/// these make no outline.
+Refined withSidesOf(const Refined &other, const std::array<bool, 4> &sides, Refined outline);
+
 } // namespace korv::crop
