@@ -1,289 +1,197 @@
 #include "library/lineart/fine_separation.h"
 
 #include "library/lineart/ink_limits.h"
+#include "library/lineart/stroke_network.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
-#include <opencv2/core/hal/intrin.hpp>
 
 namespace korv {
 
 namespace {
 
-constexpr int kPixelLanes = 8;
+constexpr int kReach = StrokeNetwork::kReach;
+constexpr int kPaper = StrokeNetwork::kPaper;
+constexpr int kInk = StrokeNetwork::kInk;
 
-/// Columns beside a page that repeat its border: what the kernels read and write past it.
-constexpr int kMargin = 3 * kPixelLanes;
+// Shares of the ink's depth: what has less is paper, and what has more is ink, with few exceptions.
+constexpr double kClearlyPaper = 0.2;
+constexpr double kClearlyInk = 0.88;
+constexpr int kClearlyInkLevel = kPaper + static_cast<int>(kClearlyInk * (kInk - kPaper));
 
-// Cubic convolution (a = -3/4) a quarter of a pixel beside a pixel's middle, in 1/256: that pixel, its
-// neighbour on that side and on the other, and the next but one.
-constexpr short kSame = 225;
-constexpr short kSideWeight = 67;
-constexpr short kOtherSide = -27;
-constexpr short kBeyond = -9;
-constexpr int kTapBits = 8;
+/// Where as much speaks for ink as for paper. Slightly on the side of ink: what breaks a stroke is worse
+/// than what makes it thicker.
+constexpr std::int32_t kEven = static_cast<std::int32_t>(-0.32 * StrokeNetwork::kSure);
 
-constexpr int kMiddle = 128; ///< is taken off the levels, so that a sum of taps fits 16 bits
+/// Within this, more or less of what speaks for ink makes more or less of it.
+constexpr std::int32_t kUnsure = StrokeNetwork::kSure * 3 / 2;
 
-// Limits belong to the middles of cells. From one middle to the next there are as many pixels of the
-// result as a cell is wide, each an odd number of steps from the first middle.
-constexpr int kResultCell = 2 * kLimitCell;
-constexpr int kSteps = 2 * kResultCell;
-constexpr int kLimitBits = 8; ///< of what is mixed in both directions
+// The same by the pixel's own level, in shares of the ink's depth.
+constexpr double kEvenShade = 0.44;
+constexpr double kUnsureShade = 0.25;
 
-static_assert(kSteps * kSteps == 1 << kLimitBits, "weights of both directions");
+/// A bit for each quarter of a pixel.
+using BlackQuarters = unsigned;
+constexpr BlackQuarters kAllQuarters = 0b1111;
 
-static_assert(kResultCell == kPixelLanes, "a vector holds what lies between two limits");
+constexpr int kMuch = 256; ///< parts of a quarter's ink
 
-/// Rows of a page with repeated borders, as levels from -128 on. Five around a row can be used at once.
-class CentredRows
+/// How much ink is in all quarters by the pixel's level.
+int inkOfShade(int level)
 {
-public:
-    explicit CentredRows(const cv::Mat &page)
-        : m_page(page)
-    {
-        for (Row &row : m_rows)
-            row.levels.create(1, page.cols + 2 * kMargin, CV_16SC1);
+    constexpr double kDepth = kInk - kPaper;
+    constexpr int kNone = kPaper + static_cast<int>((kEvenShade - kUnsureShade) * kDepth);
+    constexpr int kRange = static_cast<int>(2 * kUnsureShade * kDepth);
+    return StrokeNetwork::kQuarters * kMuch * std::clamp(level - kNone, 0, kRange) / kRange;
+}
+
+/// How much ink is in all quarters by what the network finds.
+int inkOf(const StrokeNetwork::Quarters &sureness)
+{
+    constexpr std::int32_t kPart = 2 * kUnsure / kMuch;
+    std::int32_t ink = 0;
+    for (const std::int32_t quarter : sureness)
+        ink += std::clamp(quarter - kEven + kUnsure, 0, 2 * kUnsure);
+    return ink / kPart;
+}
+
+/// As many quarters as there is ink in all of them, the surest first. The network alone is too sure: in
+/// what it takes for blank or solid there may still be a bar or gap, and the level tells of it.
+BlackQuarters inkQuarters(const StrokeNetwork::Quarters &sureness, int level)
+{
+    const int count = (inkOf(sureness) + inkOfShade(level) + kMuch) / (2 * kMuch);
+    if (count == 0 || count == StrokeNetwork::kQuarters)
+        return count == 0 ? 0 : kAllQuarters;
+    BlackQuarters black = 0;
+    for (std::size_t i = 0; i < sureness.size(); ++i) {
+        int surer = 0;
+        for (std::size_t k = 0; k < sureness.size(); ++k)
+            surer += sureness[k] > sureness[i] || (sureness[k] == sureness[i] && k < i) ? 1 : 0;
+        black |= surer < count ? 1U << i : 0U;
     }
+    return black;
+}
 
-    /// Outside of the page, its nearest row.
-    const std::int16_t *row(int y)
-    {
-        const int place = std::clamp(y, 0, m_page.rows - 1);
-        Row &row = m_rows[static_cast<std::size_t>(place) % m_rows.size()];
-        auto *levels = row.levels.ptr<std::int16_t>() + kMargin;
-        if (row.y == place)
-            return levels;
-        cv::Mat middle = row.levels.colRange(kMargin, kMargin + m_page.cols);
-        m_page.row(place).convertTo(middle, CV_16S, 1, -kMiddle);
-        std::fill_n(levels - kMargin, kMargin, levels[0]);
-        std::fill_n(levels + m_page.cols, kMargin, levels[m_page.cols - 1]);
-        row.y = place;
-        return levels;
+/// The page in shares of the depth of ink, with a border; where nothing is ink, all is paper.
+cv::Mat sharesOf(const cv::Mat &page, const InkDepths &ink)
+{
+    constexpr int kBits = 16;
+    cv::Mat result(page.rows + 2 * kReach, page.cols + 2 * kReach, CV_8UC1, cv::Scalar(kPaper));
+    for (int y = 0; y < page.rows; ++y) {
+        const auto *levels = page.ptr<std::uint8_t>(y);
+        const auto *depths = ink.depths.ptr<std::uint8_t>(y / kLimitCell);
+        const auto *whites = ink.whites.ptr<std::uint8_t>(y / kLimitCell);
+        auto *shares = result.ptr<std::uint8_t>(y + kReach) + kReach;
+        for (int square = 0; square < ink.depths.cols; ++square) {
+            if (depths[square] == 0)
+                continue;
+            const int first = square * kLimitCell;
+            const int count = std::min(kLimitCell, page.cols - first);
+            const int factor = ((kInk - kPaper) << kBits) / depths[square];
+            const int paper = whites[square] * factor + (kPaper << kBits);
+            std::array<int, kLimitCell> row{};
+            std::copy_n(levels + first, count, row.begin());
+            for (int &level : row)
+                level = std::clamp((paper - level * factor) >> kBits, 0, 255);
+            std::copy_n(row.begin(), count, shares + first);
+        }
     }
-
-private:
-    struct Row
-    {
-        int y = -1;
-        cv::Mat levels;
-    };
-
-    const cv::Mat &m_page;
-    std::array<Row, 5> m_rows;
-};
-
-/// A row of 16-bit numbers with margins.
-template <typename Number> class WideRow
-{
-public:
-    explicit WideRow(int width)
-        : m_numbers(static_cast<std::size_t>(width + 2 * kMargin))
-    {
-    }
-
-    Number *data() { return m_numbers.data() + kMargin; }
-
-private:
-    std::vector<Number> m_numbers;
-};
-
-/// Columns from `first` up to `end` of the rows 2 y and 2 y + 1 of a page that is enlarged upwards
-/// only, in 1/128 of a level.
-void enlargeUpwards(CentredRows &page, int y, int first, int end, std::int16_t *upper,
-                    std::int16_t *lower)
-{
-    const std::array<const std::int16_t *, 5> rows = {page.row(y - 2), page.row(y - 1), page.row(y),
-                                                      page.row(y + 1), page.row(y + 2)};
-    const cv::v_int16x8 same = cv::v_setall_s16(kSame);
-    const cv::v_int16x8 side = cv::v_setall_s16(kSideWeight);
-    const cv::v_int16x8 otherSide = cv::v_setall_s16(kOtherSide);
-    const cv::v_int16x8 beyond = cv::v_setall_s16(kBeyond);
-    for (int x = first; x < end; x += kPixelLanes) {
-        const auto at = [&](std::size_t row) { return cv::v_load(rows[row] + x); };
-        const cv::v_int16x8 middle = cv::v_mul_wrap(at(2), same);
-        // pairs of taps fit 16 bits, and so do halves of both, overshoots of sharp edges included
-        const auto halves = [](const cv::v_int16x8 &near, const cv::v_int16x8 &far) {
-            return (near >> 1) + (far >> 1);
-        };
-        cv::v_store(upper + x,
-                    halves(middle + cv::v_mul_wrap(at(3), otherSide),
-                           cv::v_mul_wrap(at(1), side) + cv::v_mul_wrap(at(0), beyond)));
-        cv::v_store(lower + x,
-                    halves(middle + cv::v_mul_wrap(at(1), otherSide),
-                           cv::v_mul_wrap(at(3), side) + cv::v_mul_wrap(at(4), beyond)));
-    }
+    return result;
 }
 
-/// Two taps for pairs of neighbours.
-cv::v_int16x8 pairOf(short first, short second)
-{
-    return {first, second, first, second, first, second, first, second};
-}
-
-/// Eight sums of four neighbours each, two pairs in a row, as levels from -128 on.
-cv::v_int16x8 sumsOf(const std::int16_t *first, const cv::v_int16x8 &taps,
-                     const cv::v_int16x8 &nextTaps)
-{
-    cv::v_int16x8 low;
-    cv::v_int16x8 high;
-    cv::v_int16x8 nextLow;
-    cv::v_int16x8 nextHigh;
-    cv::v_zip(cv::v_load(first), cv::v_load(first + 1), low, high);
-    cv::v_zip(cv::v_load(first + 2), cv::v_load(first + 3), nextLow, nextHigh);
-    return cv::v_rshr_pack<2 * kTapBits - 1>(
-        cv::v_dotprod(nextLow, nextTaps, cv::v_dotprod(low, taps)),
-        cv::v_dotprod(nextHigh, nextTaps, cv::v_dotprod(high, taps)));
-}
-
-/// Sixteen levels of the enlarged page from eight columns of a row that is enlarged upwards.
-cv::v_uint8x16 levelsOf(const std::int16_t *columns)
-{
-    const cv::v_int16x8 beyondAndSide = pairOf(kBeyond, kSideWeight);
-    const cv::v_int16x8 sameAndOther = pairOf(kSame, kOtherSide);
-    const cv::v_int16x8 otherAndSame = pairOf(kOtherSide, kSame);
-    const cv::v_int16x8 sideAndBeyond = pairOf(kSideWeight, kBeyond);
-    cv::v_int16x8 low;
-    cv::v_int16x8 high;
-    cv::v_zip(sumsOf(columns - 2, beyondAndSide, sameAndOther),
-              sumsOf(columns - 1, otherAndSame, sideAndBeyond), low, high);
-    const cv::v_int16x8 middle = cv::v_setall_s16(kMiddle);
-    return cv::v_pack_u(low + middle, high + middle);
-}
-
-/// What is between two limits, given in 1 / kSteps.
-cv::v_uint16x8 limitsBetween(std::uint16_t first, std::uint16_t second)
-{
-    const cv::v_uint16x8 steps(1, 3, 5, 7, 9, 11, 13, 15);
-    const auto start = static_cast<std::uint16_t>(first * kSteps + (1 << (kLimitBits - 1)));
-    const auto change = static_cast<std::uint16_t>(second - first); // modulo 2^16, as all of this
-    return cv::v_add_wrap(cv::v_setall_u16(start), cv::v_mul_wrap(cv::v_setall_u16(change), steps))
-        >> kLimitBits;
-}
-
-/// Sixteen levels of the limits: from one limit to the next, and to the one after that.
-cv::v_uint8x16 limitsOf(const std::uint16_t *limits)
-{
-    return cv::v_pack(limitsBetween(limits[0], limits[1]), limitsBetween(limits[1], limits[2]));
-}
-
-/// One row of the limits, `step` steps below the middles of the upper ones, in 1 / kSteps.
-void mixLimits(const std::uint8_t *upper, const std::uint8_t *lower, int step, int first, int end,
-               std::uint16_t *mixed)
-{
-    const cv::v_uint16x8 above = cv::v_setall_u16(static_cast<std::uint16_t>(kSteps - step));
-    const cv::v_uint16x8 below = cv::v_setall_u16(static_cast<std::uint16_t>(step));
-    for (int x = first; x < end; x += kPixelLanes) {
-        cv::v_store(mixed + x,
-                    cv::v_load_expand(upper + x) * above + cv::v_load_expand(lower + x) * below);
-    }
-}
-
-/// Where limits are not 0: from one cell up to another, an even number of cells.
-struct Span
-{
-    int first = 0;
-    int end = 0;
-};
-
-/// Does the work band by band: what lies between two rows of limits.
+/// Goes over the page and gathers the pixels that are not clear by themselves.
 class FineSeparation
 {
 public:
-    FineSeparation(const cv::Mat &page, const cv::Mat &limits, cv::Mat &result)
-        : m_page(page)
-        , m_cells(limits.size())
-        , m_upper(page.cols)
-        , m_lower(page.cols)
-        , m_rowLimits(limits.cols)
-        , m_line(2 * page.cols)
+    FineSeparation(const EvenedPage &page, cv::Mat &result)
+        : m_ink(inkDepths(page))
+        , m_shares(sharesOf(page.sharp, m_ink))
+        , m_network(static_cast<std::ptrdiff_t>(m_shares.step[0]))
+        , m_size(page.sharp.size())
         , m_result(result)
     {
-        cv::copyMakeBorder(limits, m_limits, 1, 1, kMargin, kMargin, cv::BORDER_REPLICATE);
     }
 
     void run()
     {
-        for (int band = -1; band < m_cells.height; ++band) {
-            const int first = std::max(0, band * kResultCell + kResultCell / 2);
-            const int end = std::min(m_result.rows, (band + 1) * kResultCell + kResultCell / 2);
-            if (first >= end)
-                break; // the last cells are not whole
-            m_result.rowRange(first, end).setTo(255);
-            findSpans(band);
-            for (int y = first; y < end && !m_spans.empty(); y += 2)
-                separateTwoRows(band, y);
+        m_result.setTo(255);
+        for (int y = 0; y < m_size.height; ++y) {
+            const auto *depths = m_ink.depths.ptr<std::uint8_t>(y / kLimitCell);
+            for (int square = 0; square < m_ink.depths.cols; ++square) {
+                if (depths[square] != 0)
+                    separateSquareRow(y, {square, y / kLimitCell});
+            }
         }
+        decide();
     }
 
 private:
-    const std::uint8_t *limitRow(int y) const
+    void separateSquareRow(int y, cv::Point square)
     {
-        return m_limits.ptr<std::uint8_t>(y + 1) + kMargin;
-    }
-
-    void findSpans(int band)
-    {
-        const std::uint8_t *upper = limitRow(band);
-        const std::uint8_t *lower = limitRow(band + 1);
-        m_spans.clear();
-        for (int x = -1; x < m_cells.width; x += 2) {
-            if ((upper[x] | upper[x + 1] | upper[x + 2] | lower[x] | lower[x + 1] | lower[x + 2])
-                == 0)
-                continue;
-            if (m_spans.empty() || m_spans.back().end != x)
-                m_spans.push_back({x, x});
-            m_spans.back().end = x + 2;
+        const int depth = m_ink.depths.at<std::uint8_t>(square);
+        const int least = m_ink.leastDepths.at<std::uint8_t>(square);
+        const int clearlyPaper = kPaper
+            + std::max(static_cast<int>(kClearlyPaper * (kInk - kPaper)),
+                       least * (kInk - kPaper) / depth);
+        const auto *shares = m_shares.ptr<std::uint8_t>(y + kReach) + kReach;
+        const int end = std::min(m_size.width, (square.x + 1) * kLimitCell);
+        for (int x = square.x * kLimitCell; x < end; ++x) {
+            if (shares[x] >= kClearlyInkLevel)
+                blacken({x, y}, kAllQuarters);
+            else if (shares[x] > clearlyPaper)
+                add({x, y}, shares + x, square);
         }
     }
 
-    /// Of the result: row `y`, which is even, and the next one.
-    void separateTwoRows(int band, int y)
+    void add(cv::Point pixel, const std::uint8_t *levels, cv::Point square)
     {
-        for (const Span &span : m_spans) {
-            const int first = span.first * kLimitCell + kLimitCell / 2;
-            const int end = span.end * kLimitCell + kLimitCell / 2;
-            enlargeUpwards(m_page, y / 2, first - 2, end + 2, m_upper.data(), m_lower.data());
-            separateRow(band, y, span, m_upper.data());
-            separateRow(band, y + 1, span, m_lower.data());
+        const int depth = m_ink.depths.at<std::uint8_t>(square);
+        const int noise = m_ink.noise.at<std::uint8_t>(square);
+        m_pixels[m_count] = pixel;
+        m_places[m_count] = {levels, std::min(255, 255 * depth / EvenedPage::kWhite),
+                             std::min(255, 2 * 255 * noise / (kNoiseParts * depth))};
+        if (++m_count == m_pixels.size())
+            decide();
+    }
+
+    void decide()
+    {
+        if (m_count == 0)
+            return;
+        std::fill(m_places.begin() + static_cast<std::ptrdiff_t>(m_count), m_places.end(),
+                  m_places.front());
+        const auto sureness = m_network(m_places);
+        for (std::size_t i = 0; i < m_count; ++i)
+            blacken(m_pixels[i], inkQuarters(sureness[i], *m_places[i].levels));
+        m_count = 0;
+    }
+
+    void blacken(cv::Point pixel, BlackQuarters black)
+    {
+        for (int down = 0; down < 2; ++down) {
+            auto *row = m_result.ptr<std::uint8_t>(2 * pixel.y + down) + 2 * pixel.x;
+            row[0] = (black >> (2 * down) & 1) != 0 ? 0 : 255;
+            row[1] = (black >> (2 * down + 1) & 1) != 0 ? 0 : 255;
         }
     }
 
-    void separateRow(int band, int y, const Span &span, const std::int16_t *levels)
-    {
-        const int step = 2 * (y - band * kResultCell - kResultCell / 2) + 1;
-        std::uint16_t *limits = m_rowLimits.data();
-        mixLimits(limitRow(band), limitRow(band + 1), step, span.first, span.end + 1, limits);
-        std::uint8_t *line = m_line.data();
-        for (int cell = span.first; cell < span.end; cell += 2) {
-            const int x = cell * kLimitCell + kLimitCell / 2;
-            cv::v_store(line + 2 * x, levelsOf(levels + x) >= limitsOf(limits + cell));
-        }
-        const int first = std::max(0, span.first * kResultCell + kResultCell / 2);
-        const int end = std::min(m_result.cols, span.end * kResultCell + kResultCell / 2);
-        std::copy(line + first, line + end, m_result.ptr<std::uint8_t>(y) + first);
-    }
-
-    CentredRows m_page;
-    cv::Size m_cells;
-    cv::Mat m_limits; ///< with margins, and a row more above and below
-    std::vector<Span> m_spans; ///< of a band
-    WideRow<std::int16_t> m_upper;
-    WideRow<std::int16_t> m_lower;
-    WideRow<std::uint16_t> m_rowLimits;
-    WideRow<std::uint8_t> m_line; ///< of the result
+    InkDepths m_ink;
+    cv::Mat m_shares;
+    StrokeNetwork m_network;
+    cv::Size m_size; ///< of the page
     cv::Mat &m_result;
+    std::array<StrokeNetwork::Place, StrokeNetwork::kPixels> m_places;
+    std::array<cv::Point, StrokeNetwork::kPixels> m_pixels;
+    std::size_t m_count = 0; ///< of those that wait for the network
 };
 
 } // namespace
 
-void separateFinely(const cv::Mat &page, const cv::Mat &limits, cv::Mat &result)
+void separateFinely(const EvenedPage &page, cv::Mat &result)
 {
-    FineSeparation(page, limits, result).run();
+    FineSeparation(page, result).run();
 }
 
 } // namespace korv

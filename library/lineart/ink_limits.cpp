@@ -1,6 +1,7 @@
 #include "library/lineart/ink_limits.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include <opencv2/imgproc.hpp>
@@ -64,19 +65,30 @@ struct PaperThere
     double white = 0; ///< its level
     double noise = 0; ///< its deviation
     double change = 0; ///< of its level nearby, by the light, which is known less exactly there
+
+    /// How much darker than it ink is at least.
+    double leastDepth() const
+    {
+        return std::max(kMinDepth * EvenedPage::kWhite, kMinDepthNoise * noise);
+    }
+
+    /// Whether what is darker by `peak` is ink.
+    bool isLeftBy(double peak) const
+    {
+        return peak >= std::max(
+                   {kMinPeak * EvenedPage::kWhite, kMinPeakNoise * noise, kMinPeakChange * change});
+    }
 };
 
 /// `darkest` is the darkest level nearby.
 double limitAt(double darkest, const PaperThere &paper)
 {
     const double peak = paper.white - darkest;
-    if (peak < std::max({kMinPeak * EvenedPage::kWhite, kMinPeakNoise * paper.noise,
-                         kMinPeakChange * paper.change}))
+    if (!paper.isLeftBy(peak))
         return 0;
     const double share = kPaleStrokeShare
         + (kStrokeShare - kPaleStrokeShare) * std::min(1.0, peak / (kNotPale * EvenedPage::kWhite));
-    return paper.white
-        - std::max({share * peak, kMinDepth * EvenedPage::kWhite, kMinDepthNoise * paper.noise});
+    return paper.white - std::max(share * peak, paper.leastDepth());
 }
 
 /// How much the light changes around every place.
@@ -88,35 +100,69 @@ cv::Mat changesOf(const cv::Mat &light)
     return result;
 }
 
+/// Calls `visit` with the place, the darkest level nearby and the paper of every square that need not be
+/// blank.
+template <typename Visit> void visitSquares(const EvenedPage &page, const Visit &visit)
+{
+    const cv::Mat darkest = darkestNearby(page);
+    cv::Mat light;
+    cv::Mat changes;
+    cv::resize(page.light, light, darkest.size(), 0, 0, cv::INTER_LINEAR);
+    cv::resize(changesOf(page.light), changes, darkest.size(), 0, 0, cv::INTER_LINEAR);
+    const double whiteShift = EvenedPage::kWhite - page.whiteLevel;
+    for (int y = 0; y < darkest.rows; ++y) {
+        const auto *dark = darkest.ptr<std::uint8_t>(y);
+        const auto *lit = light.ptr<std::uint8_t>(y);
+        const auto *change = changes.ptr<std::uint8_t>(y);
+        for (int x = 0; x < darkest.cols; ++x) {
+            if (dark[x] > kLightestStroke)
+                continue; // without arithmetic, as most of a page is blank
+            // the same noise weighs more where there is less light
+            const double weight = page.medianLight / lit[x];
+            visit(cv::Point(x, y), static_cast<double>(dark[x]),
+                  PaperThere{EvenedPage::kWhite - whiteShift * weight, page.noise * weight,
+                             EvenedPage::kWhite * static_cast<double>(change[x]) / lit[x]});
+        }
+    }
+}
+
+std::uint8_t toLevel(double value)
+{
+    return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0));
+}
+
+/// A picture with one pixel for every square.
+cv::Mat ofSquares(const EvenedPage &page)
+{
+    return cv::Mat((page.sharp.rows + kLimitCell - 1) / kLimitCell,
+                   (page.sharp.cols + kLimitCell - 1) / kLimitCell, CV_8UC1, cv::Scalar(0));
+}
+
 } // namespace
 
 cv::Mat inkLimits(const EvenedPage &page)
 {
-    cv::Mat limits = darkestNearby(page);
-    cv::Mat light;
-    cv::Mat changes;
-    cv::resize(page.light, light, limits.size(), 0, 0, cv::INTER_LINEAR);
-    cv::resize(changesOf(page.light), changes, limits.size(), 0, 0, cv::INTER_LINEAR);
-    const double whiteShift = EvenedPage::kWhite - page.whiteLevel;
-    for (int y = 0; y < limits.rows; ++y) {
-        auto *limit = limits.ptr<std::uint8_t>(y);
-        const auto *lit = light.ptr<std::uint8_t>(y);
-        const auto *change = changes.ptr<std::uint8_t>(y);
-        for (int x = 0; x < limits.cols; ++x) {
-            if (limit[x] > kLightestStroke) {
-                limit[x] = 0; // without arithmetic, as most of a page is blank
-                continue;
-            }
-            // the same noise weighs more where there is less light
-            const double weight = page.medianLight / lit[x];
-            const double level =
-                limitAt(limit[x],
-                        {EvenedPage::kWhite - whiteShift * weight, page.noise * weight,
-                         EvenedPage::kWhite * static_cast<double>(change[x]) / lit[x]});
-            limit[x] = static_cast<std::uint8_t>(std::clamp(level, 0.0, 255.0));
-        }
-    }
+    cv::Mat limits = ofSquares(page);
+    visitSquares(page, [&](cv::Point place, double darkest, const PaperThere &paper) {
+        limits.at<std::uint8_t>(place) = toLevel(limitAt(darkest, paper));
+    });
     return limits;
+}
+
+InkDepths inkDepths(const EvenedPage &page)
+{
+    InkDepths ink{ofSquares(page), ofSquares(page), ofSquares(page), ofSquares(page)};
+    visitSquares(page, [&](cv::Point place, double darkest, const PaperThere &paper) {
+        const double peak = paper.white - darkest;
+        if (!paper.isLeftBy(peak))
+            return;
+        const double least = paper.leastDepth();
+        ink.depths.at<std::uint8_t>(place) = toLevel(std::max(peak, least / kPaleStrokeShare));
+        ink.whites.at<std::uint8_t>(place) = toLevel(std::round(paper.white));
+        ink.leastDepths.at<std::uint8_t>(place) = toLevel(std::ceil(least));
+        ink.noise.at<std::uint8_t>(place) = toLevel(std::round(kNoiseParts * paper.noise));
+    });
+    return ink;
 }
 
 } // namespace korv

@@ -1,15 +1,10 @@
 #include "library/lineart/area_means.h"
 #include "library/lineart/despeckle.h"
-#include "library/lineart/fine_separation.h"
-#include "library/lineart/ink_limits.h"
 
 #include "library/image/mat_view.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
 #include <utility>
@@ -27,90 +22,7 @@ cv::Mat noise(int width, int height, int least, int most)
     return result;
 }
 
-/// Cubic convolution at a place between the samples, where samples before the first and after the last
-/// one repeat them.
-template <typename At> double cubicAt(double place, int count, const At &at)
-{
-    constexpr double kA = -0.75;
-    const int first = static_cast<int>(std::floor(place)) - 1;
-    double sum = 0;
-    for (int i = first; i < first + 4; ++i) {
-        const double off = std::abs(place - i);
-        const double weight = off < 1 ? ((kA + 2) * off - (kA + 3)) * off * off + 1
-                                      : ((kA * off - 5 * kA) * off + 8 * kA) * off - 4 * kA;
-        sum += weight * at(std::clamp(i, 0, count - 1));
-    }
-    return sum;
-}
-
-/// The level at a pixel of a page that is enlarged to twice its size.
-double enlargedAt(const cv::Mat &page, int x, int y)
-{
-    const double level = cubicAt((x + 0.5) / 2 - 0.5, page.cols, [&](int column) {
-        return cubicAt((y + 0.5) / 2 - 0.5, page.rows,
-                       [&](int row) { return page.at<std::uint8_t>(row, column); });
-    });
-    return std::clamp(level, 0.0, 255.0);
-}
-
-/// The limit at a pixel of the enlarged page, between those of the four nearest squares.
-double limitAt(const cv::Mat &limits, int x, int y)
-{
-    const auto mixed = [](double place, int count, const auto &at) {
-        const auto first = static_cast<int>(std::floor(place));
-        const double share = place - first;
-        return (1 - share) * at(std::clamp(first, 0, count - 1))
-            + share * at(std::clamp(first + 1, 0, count - 1));
-    };
-    constexpr double kCell = 2 * kLimitCell;
-    return mixed((y + 0.5) / kCell - 0.5, limits.rows, [&](int row) {
-        return mixed((x + 0.5) / kCell - 0.5, limits.cols, [&](int column) {
-            return static_cast<double>(limits.at<std::uint8_t>(row, column));
-        });
-    });
-}
-
-cv::Mat limitsFor(const cv::Mat &page)
-{
-    cv::Mat limits = noise((page.cols + kLimitCell - 1) / kLimitCell,
-                           (page.rows + kLimitCell - 1) / kLimitCell, 60, 180);
-    // a stretch of blank paper, from where nothing needs to be enlarged
-    limits(cv::Rect(limits.cols / 3, 0, limits.cols / 3, limits.rows)).setTo(0);
-    return limits;
-}
-
 } // namespace
-
-TEST(FineSeparation, comparesTheEnlargedPageWithTheEnlargedLimits)
-{
-    for (const auto &[width, height] :
-         {std::pair{1, 1}, {1, 40}, {40, 1}, {5, 7}, {64, 64}, {203, 61}, {130, 42}, {99, 47}}) {
-        const cv::Mat page = noise(width, height, 0, 255);
-        const cv::Mat limits = limitsFor(page);
-        cv::Mat result(2 * height, 2 * width, CV_8UC1, cv::Scalar(77));
-        separateFinely(page, limits, result);
-        int wrong = 0;
-        for (int y = 0; y < result.rows; ++y) {
-            for (int x = 0; x < result.cols; ++x) {
-                const double above = enlargedAt(page, x, y) - limitAt(limits, x, y);
-                const std::uint8_t expected = above >= 0 ? 255 : 0;
-                ASSERT_TRUE(result.at<std::uint8_t>(y, x) % 255 == 0);
-                // both are rounded to whole levels
-                wrong += result.at<std::uint8_t>(y, x) != expected && std::abs(above) > 1 ? 1 : 0;
-            }
-        }
-        EXPECT_EQ(wrong, 0) << width << 'x' << height;
-    }
-}
-
-TEST(FineSeparation, blankPaperStaysWhiteWhateverItsLevels)
-{
-    const cv::Mat page = noise(90, 50, 0, 255);
-    const cv::Mat limits(13, 23, CV_8UC1, cv::Scalar(0));
-    cv::Mat result(100, 180, CV_8UC1, cv::Scalar(0));
-    separateFinely(page, limits, result);
-    EXPECT_EQ(cv::countNonZero(result), 180 * 100);
-}
 
 TEST(AreaMeans, areThoseThatOpenCvFinds)
 {
