@@ -105,6 +105,11 @@ void clean(benchmark::State &state)
     });
 }
 
+void plainThreshold(Image page, HelperThread &)
+{
+    benchmark::DoNotOptimize(compact::darkInk(page).pixels());
+}
+
 /// Beside the plain threshold by mean and deviation.
 void lineart(benchmark::State &state)
 {
@@ -113,9 +118,18 @@ void lineart(benchmark::State &state)
         [](Image page, HelperThread &) {
             benchmark::DoNotOptimize(toLineart(std::move(page)).pixels());
         },
+        plainThreshold);
+}
+
+/// At twice the resolution.
+void doubledLineart(benchmark::State &state)
+{
+    measure(
+        state,
         [](Image page, HelperThread &) {
-            benchmark::DoNotOptimize(compact::darkInk(page).pixels());
-        });
+            benchmark::DoNotOptimize(toLineart(std::move(page), 2).pixels());
+        },
+        plainThreshold);
 }
 
 void layers(benchmark::State &state)
@@ -131,6 +145,7 @@ constexpr int kRounds = 21;
 
 BENCHMARK(clean)->ArgName("megapixels")->Arg(2)->Arg(5)->Arg(8)->Iterations(kRounds);
 BENCHMARK(lineart)->ArgName("megapixels")->Arg(2)->Arg(5)->Arg(8)->Iterations(kRounds);
+BENCHMARK(doubledLineart)->ArgName("megapixels")->Arg(2)->Arg(5)->Iterations(kRounds);
 BENCHMARK(layers)->ArgName("megapixels")->Arg(2)->Arg(5)->Arg(8)->Iterations(kRounds);
 
 } // namespace

@@ -7,6 +7,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
+
+#include <opencv2/core/hal/intrin.hpp>
 
 namespace korv {
 
@@ -18,7 +21,8 @@ constexpr int kInk = StrokeNetwork::kInk;
 
 // Shares of the ink's depth: what has less is paper, and what has more is ink, with few exceptions.
 constexpr double kClearlyPaper = 0.2;
-constexpr double kClearlyInk = 0.88;
+constexpr int kClearlyPaperShare = static_cast<int>(kClearlyPaper * (kInk - kPaper));
+constexpr double kClearlyInk = 0.8;
 constexpr int kClearlyInkLevel = kPaper + static_cast<int>(kClearlyInk * (kInk - kPaper));
 
 /// Where as much speaks for ink as for paper. Slightly on the side of ink: what breaks a stroke is worse
@@ -64,39 +68,103 @@ BlackQuarters inkQuarters(const StrokeNetwork::Quarters &sureness, int level)
     const int count = (inkOf(sureness) + inkOfShade(level) + kMuch) / (2 * kMuch);
     if (count == 0 || count == StrokeNetwork::kQuarters)
         return count == 0 ? 0 : kAllQuarters;
-    BlackQuarters black = 0;
+    std::array<int, StrokeNetwork::kQuarters>
+        surer{}; // than each of them; of equal ones the first is
     for (std::size_t i = 0; i < sureness.size(); ++i) {
-        int surer = 0;
-        for (std::size_t k = 0; k < sureness.size(); ++k)
-            surer += sureness[k] > sureness[i] || (sureness[k] == sureness[i] && k < i) ? 1 : 0;
-        black |= surer < count ? 1U << i : 0U;
+        for (std::size_t k = i + 1; k < sureness.size(); ++k) {
+            const int first = static_cast<int>(sureness[i] >= sureness[k]);
+            surer[k] += first;
+            surer[i] += 1 - first;
+        }
     }
+    BlackQuarters black = 0;
+    for (std::size_t i = 0; i < surer.size(); ++i)
+        black |= static_cast<BlackQuarters>(surer[i] < count) << i;
     return black;
 }
 
-/// The page in shares of the depth of ink, with a border; where nothing is ink, all is paper.
+/// What holds for the pixels of a row of squares, column by column, up to the end of the last vector.
+class Columns
+{
+public:
+    explicit Columns(int width)
+        : m_levels(wholeVectors(width))
+        , m_whites(m_levels.size())
+        , m_factors(m_levels.size())
+        , m_clearlyPaper(m_levels.size())
+    {
+    }
+
+    static std::size_t wholeVectors(int width)
+    {
+        return static_cast<std::size_t>(width + kLanes - 1) / kLanes * kLanes;
+    }
+
+    void take(const InkDepths &ink, int squareRow)
+    {
+        const auto *depths = ink.depths.ptr<std::uint8_t>(squareRow);
+        const auto *whites = ink.whites.ptr<std::uint8_t>(squareRow);
+        const auto *least = ink.leastDepths.ptr<std::uint8_t>(squareRow);
+        for (int square = 0; square < ink.depths.cols; ++square) {
+            const int depth = depths[square];
+            const int factor = depth == 0 ? 0 : (kInk - kPaper) * 256 / depth;
+            const int clearlyPaper = depth == 0
+                ? 255
+                : kPaper + std::max(kClearlyPaperShare, least[square] * (kInk - kPaper) / depth);
+            const auto first = static_cast<std::size_t>(square * kLimitCell);
+            std::fill_n(&m_whites[first], kLimitCell, whites[square]);
+            std::fill_n(&m_factors[first], kLimitCell, static_cast<std::uint16_t>(factor));
+            std::fill_n(&m_clearlyPaper[first], kLimitCell,
+                        static_cast<std::uint8_t>(clearlyPaper));
+        }
+    }
+
+    /// A row of the page in shares of the depth of ink; paper where nothing is ink, and beyond its end.
+    void toShares(const cv::Mat &row, std::uint8_t *shares)
+    {
+        std::copy_n(row.ptr<std::uint8_t>(), row.cols, m_levels.data());
+        for (std::size_t x = 0; x < m_levels.size(); x += kLanes)
+            cv::v_store(shares + x, cv::v_pack(eightShares(x), eightShares(x + kLanes / 2)));
+    }
+
+    /// Whether all of some pixels, from column x on, are paper.
+    bool arePaper(const std::uint8_t *shares, std::size_t x) const
+    {
+        return !cv::v_check_any(cv::v_load(shares + x) > cv::v_load(&m_clearlyPaper[x]));
+    }
+
+    int clearlyPaper(std::size_t x) const { return m_clearlyPaper[x]; }
+
+    static constexpr int kLanes = 16;
+
+private:
+    cv::v_uint16x8 eightShares(std::size_t x) const
+    {
+        const cv::v_uint16x8 level = cv::v_load_expand(&m_levels[x]);
+        const cv::v_uint16x8 white = cv::v_load(&m_whites[x]);
+        const cv::v_uint16x8 factor = cv::v_load(&m_factors[x]);
+        // differences stop at 0
+        const cv::v_uint16x8 darker = cv::v_mul_hi((white - level) << 8, factor);
+        const cv::v_uint16x8 lighter = cv::v_mul_hi((level - white) << 8, factor);
+        return cv::v_setall_u16(kPaper) + darker - lighter;
+    }
+
+    std::vector<std::uint8_t> m_levels;
+    std::vector<std::uint16_t> m_whites;
+    std::vector<std::uint16_t> m_factors; ///< of what is darker than paper, in 1 / 256
+    std::vector<std::uint8_t> m_clearlyPaper; ///< shares up to which it is that
+};
+
+/// The page in shares of the depth of ink, with a border.
 cv::Mat sharesOf(const cv::Mat &page, const InkDepths &ink)
 {
-    constexpr int kBits = 16;
-    cv::Mat result(page.rows + 2 * kReach, page.cols + 2 * kReach, CV_8UC1, cv::Scalar(kPaper));
+    const auto width = static_cast<int>(Columns::wholeVectors(page.cols));
+    cv::Mat result(page.rows + 2 * kReach, width + 2 * kReach, CV_8UC1, cv::Scalar(kPaper));
+    Columns columns(page.cols);
     for (int y = 0; y < page.rows; ++y) {
-        const auto *levels = page.ptr<std::uint8_t>(y);
-        const auto *depths = ink.depths.ptr<std::uint8_t>(y / kLimitCell);
-        const auto *whites = ink.whites.ptr<std::uint8_t>(y / kLimitCell);
-        auto *shares = result.ptr<std::uint8_t>(y + kReach) + kReach;
-        for (int square = 0; square < ink.depths.cols; ++square) {
-            if (depths[square] == 0)
-                continue;
-            const int first = square * kLimitCell;
-            const int count = std::min(kLimitCell, page.cols - first);
-            const int factor = ((kInk - kPaper) << kBits) / depths[square];
-            const int paper = whites[square] * factor + (kPaper << kBits);
-            std::array<int, kLimitCell> row{};
-            std::copy_n(levels + first, count, row.begin());
-            for (int &level : row)
-                level = std::clamp((paper - level * factor) >> kBits, 0, 255);
-            std::copy_n(row.begin(), count, shares + first);
-        }
+        if (y % kLimitCell == 0)
+            columns.take(ink, y / kLimitCell);
+        columns.toShares(page.row(y), result.ptr<std::uint8_t>(y + kReach) + kReach);
     }
     return result;
 }
@@ -117,36 +185,36 @@ public:
     void run()
     {
         m_result.setTo(255);
+        Columns columns(m_size.width);
         for (int y = 0; y < m_size.height; ++y) {
-            const auto *depths = m_ink.depths.ptr<std::uint8_t>(y / kLimitCell);
-            for (int square = 0; square < m_ink.depths.cols; ++square) {
-                if (depths[square] != 0)
-                    separateSquareRow(y, {square, y / kLimitCell});
+            if (y % kLimitCell == 0)
+                columns.take(m_ink, y / kLimitCell);
+            const auto *shares = m_shares.ptr<std::uint8_t>(y + kReach) + kReach;
+            for (int x = 0; x < m_size.width; x += Columns::kLanes) {
+                if (!columns.arePaper(shares, static_cast<std::size_t>(x)))
+                    separateSome(columns, shares, {x, y});
             }
         }
         decide();
     }
 
 private:
-    void separateSquareRow(int y, cv::Point square)
+    void separateSome(const Columns &columns, const std::uint8_t *shares, cv::Point first)
     {
-        const int depth = m_ink.depths.at<std::uint8_t>(square);
-        const int least = m_ink.leastDepths.at<std::uint8_t>(square);
-        const int clearlyPaper = kPaper
-            + std::max(static_cast<int>(kClearlyPaper * (kInk - kPaper)),
-                       least * (kInk - kPaper) / depth);
-        const auto *shares = m_shares.ptr<std::uint8_t>(y + kReach) + kReach;
-        const int end = std::min(m_size.width, (square.x + 1) * kLimitCell);
-        for (int x = square.x * kLimitCell; x < end; ++x) {
+        const int end = std::min(m_size.width, first.x + Columns::kLanes);
+        for (int x = first.x; x < end; ++x) {
+            if (shares[x] <= columns.clearlyPaper(static_cast<std::size_t>(x)))
+                continue;
             if (shares[x] >= kClearlyInkLevel)
-                blacken({x, y}, kAllQuarters);
-            else if (shares[x] > clearlyPaper)
-                add({x, y}, shares + x, square);
+                blacken({x, first.y}, kAllQuarters);
+            else
+                add({x, first.y}, shares + x);
         }
     }
 
-    void add(cv::Point pixel, const std::uint8_t *levels, cv::Point square)
+    void add(cv::Point pixel, const std::uint8_t *levels)
     {
+        const cv::Point square(pixel.x / kLimitCell, pixel.y / kLimitCell);
         const int depth = m_ink.depths.at<std::uint8_t>(square);
         const int noise = m_ink.noise.at<std::uint8_t>(square);
         m_pixels[m_count] = pixel;
@@ -170,10 +238,12 @@ private:
 
     void blacken(cv::Point pixel, BlackQuarters black)
     {
-        for (int down = 0; down < 2; ++down) {
-            auto *row = m_result.ptr<std::uint8_t>(2 * pixel.y + down) + 2 * pixel.x;
-            row[0] = (black >> (2 * down) & 1) != 0 ? 0 : 255;
-            row[1] = (black >> (2 * down + 1) & 1) != 0 ? 0 : 255;
+        for (unsigned down = 0; down < 2; ++down) {
+            auto *row = m_result.ptr<std::uint8_t>(2 * pixel.y + static_cast<int>(down));
+            for (unsigned right = 0; right < 2; ++right) {
+                const unsigned white = ~(black >> (2 * down + right)) & 1;
+                row[2 * pixel.x + static_cast<int>(right)] = static_cast<std::uint8_t>(255 * white);
+            }
         }
     }
 

@@ -14,8 +14,10 @@ using Sums = cv::v_int32x4;
 constexpr std::size_t kInputPairs = (StrokeWeights::kInputs + 1) / 2;
 constexpr std::size_t kUnitPairs = StrokeWeights::kUnits / 2;
 constexpr std::size_t kPairLanes = 2 * StrokeNetwork::kPixels; ///< a pair for every pixel
+constexpr std::size_t kWeightLanes = 8; ///< a pair for every one of four pixels
 constexpr int kFarthest = 10; ///< square of the distance of the farthest levels
 
+static_assert(2 * kInputPairs == StrokeWeights::kInputs + 1 && StrokeWeights::kUnits % 2 == 0);
 static_assert(StrokeNetwork::kSure == 1 << (StrokeWeights::kUnitBits + StrokeWeights::kOutputBits));
 
 /// Weights as they are multiplied: of two inputs at a time, each pair once for four pixels.
@@ -35,24 +37,38 @@ spread(const std::array<std::array<std::int16_t, kInputs>, kOutputs> &weights)
     return result;
 }
 
-/// For all pixels, the sums of `pairs` pairs of inputs with weights, and of the bias.
+/// For all pixels, a sum.
 struct PixelSums
 {
-    PixelSums(const std::int16_t *inputs, const std::int16_t *weights, std::size_t pairs,
-              std::int32_t bias)
+    explicit PixelSums(std::int32_t bias)
         : first(cv::v_setall_s32(bias))
         , second(first)
     {
-        for (std::size_t i = 0; i < pairs; ++i) {
-            const Lanes weight = cv::v_load(weights + 8 * i);
-            first = cv::v_dotprod(cv::v_load(inputs + kPairLanes * i), weight, first);
-            second = cv::v_dotprod(cv::v_load(inputs + kPairLanes * i + 8), weight, second);
-        }
+    }
+
+    void add(const Lanes &firstInputs, const Lanes &secondInputs, const std::int16_t *weights)
+    {
+        const Lanes weight = cv::v_load(weights);
+        first = cv::v_dotprod(firstInputs, weight, first);
+        second = cv::v_dotprod(secondInputs, weight, second);
     }
 
     Sums first;
     Sums second;
 };
+
+/// Adds the inputs, pair by pair, to two sums with the weights of each.
+template <std::size_t kPairs>
+void addPairs(const std::int16_t *inputs, const std::int16_t *weights, PixelSums &one,
+              PixelSums &other)
+{
+    for (std::size_t i = 0; i < kPairs; ++i) {
+        const Lanes first = cv::v_load(inputs + kPairLanes * i);
+        const Lanes second = cv::v_load(inputs + kPairLanes * i + kWeightLanes);
+        one.add(first, second, weights + kWeightLanes * i);
+        other.add(first, second, weights + kWeightLanes * (kPairs + i));
+    }
+}
 
 /// What a unit gives: nothing below 0.
 Lanes given(const PixelSums &sums)
@@ -67,10 +83,11 @@ StrokeNetwork::StrokeNetwork(std::ptrdiff_t stride)
     : m_hidden(spread(kStrokeWeights.units))
     , m_output(spread(kStrokeWeights.outputs))
 {
+    std::size_t count = 0;
     for (int y = -kReach; y <= kReach; ++y) {
         for (int x = -kReach; x <= kReach; ++x) {
             if (x * x + y * y <= kFarthest)
-                m_taps.push_back(y * stride + x);
+                m_taps.at(count++) = y * stride + x;
         }
     }
 }
@@ -78,41 +95,44 @@ StrokeNetwork::StrokeNetwork(std::ptrdiff_t stride)
 std::array<StrokeNetwork::Quarters, StrokeNetwork::kPixels>
 StrokeNetwork::operator()(const std::array<Place, kPixels> &places) const
 {
-    std::array<std::int16_t, kInputPairs * kPairLanes> inputs;
+    std::array<std::int16_t, kInputPairs * kPairLanes> inputs{};
     for (std::size_t pixel = 0; pixel < places.size(); ++pixel) {
         const Place &place = places[pixel];
         const auto set = [&](std::size_t input, int value) {
             inputs[input / 2 * kPairLanes + 2 * pixel + input % 2] =
                 static_cast<std::int16_t>(value);
         };
-        const std::size_t count = m_taps.size();
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < kLevels; ++i)
             set(i, place.levels[m_taps[i]] - kPaper);
-        set(count, place.depth);
-        set(count + 1, place.noise);
-        set(count + 2, 0);
+        set(kLevels, place.depth);
+        set(kLevels + 1, place.noise);
     }
-    std::array<std::int16_t, kUnitPairs * kPairLanes> units;
+    std::array<std::int16_t, kUnitPairs * kPairLanes> units{};
     for (std::size_t i = 0; i < kUnitPairs; ++i) {
-        const auto unit = [&](std::size_t k) {
-            return given({inputs.data(), m_hidden.data() + k * kInputPairs * 8, kInputPairs,
-                          kStrokeWeights.unitBiases[k]});
-        };
+        PixelSums one(kStrokeWeights.unitBiases[2 * i]);
+        PixelSums other(kStrokeWeights.unitBiases[2 * i + 1]);
+        addPairs<kInputPairs>(inputs.data(), &m_hidden[2 * i * kInputPairs * kWeightLanes], one,
+                              other);
         Lanes low;
         Lanes high;
-        cv::v_zip(unit(2 * i), unit(2 * i + 1), low, high);
+        cv::v_zip(given(one), given(other), low, high);
         cv::v_store(units.data() + i * kPairLanes, low);
-        cv::v_store(units.data() + i * kPairLanes + 8, high);
+        cv::v_store(units.data() + i * kPairLanes + kWeightLanes, high);
     }
-    std::array<Quarters, kPixels> result;
-    for (std::size_t k = 0; k < kQuarters; ++k) {
-        const PixelSums sums(units.data(), m_output.data() + k * kUnitPairs * 8, kUnitPairs,
-                             kStrokeWeights.outputBiases[k]);
-        std::array<std::int32_t, kPixels> values;
-        cv::v_store(values.data(), sums.first);
-        cv::v_store(values.data() + 4, sums.second);
-        for (std::size_t pixel = 0; pixel < values.size(); ++pixel)
-            result[pixel][k] = values[pixel];
+    std::array<Quarters, kPixels> result{};
+    for (std::size_t k = 0; k < kQuarters; k += 2) {
+        PixelSums one(kStrokeWeights.outputBiases[k]);
+        PixelSums other(kStrokeWeights.outputBiases[k + 1]);
+        addPairs<kUnitPairs>(units.data(), &m_output[k * kUnitPairs * kWeightLanes], one, other);
+        std::array<std::array<std::int32_t, kPixels>, 2> values{};
+        cv::v_store(values[0].data(), one.first);
+        cv::v_store(values[0].data() + 4, one.second);
+        cv::v_store(values[1].data(), other.first);
+        cv::v_store(values[1].data() + 4, other.second);
+        for (std::size_t pixel = 0; pixel < kPixels; ++pixel) {
+            result[pixel][k] = values[0][pixel];
+            result[pixel][k + 1] = values[1][pixel];
+        }
     }
     return result;
 }

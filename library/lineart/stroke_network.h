@@ -45,7 +45,10 @@ public:
     static constexpr std::int32_t kSure = 1 << 18;
 
 private:
-    std::vector<std::ptrdiff_t> m_taps; ///< from the middle to the pixels that are looked at
+    static constexpr std::size_t kLevels = 37;
+
+    std::array<std::ptrdiff_t, kLevels>
+        m_taps{}; ///< from the middle to the pixels that are looked at
     std::vector<std::int16_t> m_hidden; ///< weights, each pair for every pixel
     std::vector<std::int16_t> m_output;
 };

@@ -2,7 +2,7 @@
 
 namespace korv {
 
-// Printed by tools/lineart/learn.py; docs/crop.md says what it learns from.
+// Learned as tools/lineart/learn.py does, which prints such weights; docs/crop.md tells of it.
 
 const StrokeWeights kStrokeWeights = {
     {{{{246,  -331, 25,   -334, -810, -856, -308, -169, -242, -94,  -321, 504,  139,

@@ -25,7 +25,7 @@ struct StrokeWeights
     std::array<std::int32_t, kOutputs> outputBiases; ///< in 1 / 2^(kUnitBits + kOutputBits)
 };
 
-/// Learned by tools/lineart/learn.py, which prints their definition.
+/// tools/lineart/learn.py learns such weights and prints their definition.
 extern const StrokeWeights kStrokeWeights;
 
 } // namespace korv

@@ -315,7 +315,7 @@ def tell(network):
     if max(abs(whole[0]).max(), abs(whole[2]).max()) > 32767:
         sys.exit("learn.py: a weight does not fit into 16 bits")
     print('#include "library/lineart/stroke_weights.h"\n\nnamespace korv {\n')
-    print("// Printed by tools/lineart/learn.py; docs/crop.md says what it learns from.\n")
+    print("// Learned as tools/lineart/learn.py does, which prints such weights; docs/crop.md tells of it.\n")
     print("const StrokeWeights kStrokeWeights = {")
     print(",\n".join([table(whole[0]), table([whole[1]])[2:-2], table(whole[2]), table([whole[3]])[2:-2]]))
     print("};\n\n} // namespace korv")
