@@ -15,15 +15,16 @@ namespace korv {
 
 namespace {
 
-constexpr int kReach = StrokeNetwork::kReach;
-constexpr int kPaper = StrokeNetwork::kPaper;
-constexpr int kInk = StrokeNetwork::kInk;
+constexpr int kShareBorder = StrokeNetwork::kReach;
+constexpr int kPaperShare = StrokeNetwork::kPaper;
+constexpr int kInkShare = StrokeNetwork::kInk;
 
 // Shares of the ink's depth: what has less is paper, and what has more is ink, with few exceptions.
 constexpr double kClearlyPaper = 0.2;
-constexpr int kClearlyPaperShare = static_cast<int>(kClearlyPaper * (kInk - kPaper));
+constexpr int kClearlyPaperShare = static_cast<int>(kClearlyPaper * (kInkShare - kPaperShare));
 constexpr double kClearlyInk = 0.8;
-constexpr int kClearlyInkLevel = kPaper + static_cast<int>(kClearlyInk * (kInk - kPaper));
+constexpr int kClearlyInkLevel =
+    kPaperShare + static_cast<int>(kClearlyInk * (kInkShare - kPaperShare));
 
 /// Where as much speaks for ink as for paper. Slightly on the side of ink: what breaks a stroke is worse
 /// than what makes it thicker.
@@ -45,8 +46,8 @@ constexpr int kMuch = 256; ///< parts of a quarter's ink
 /// How much ink is in all quarters by the pixel's level.
 int inkOfShade(int level)
 {
-    constexpr double kDepth = kInk - kPaper;
-    constexpr int kNone = kPaper + static_cast<int>((kEvenShade - kUnsureShade) * kDepth);
+    constexpr double kDepth = kInkShare - kPaperShare;
+    constexpr int kNone = kPaperShare + static_cast<int>((kEvenShade - kUnsureShade) * kDepth);
     constexpr int kRange = static_cast<int>(2 * kUnsureShade * kDepth);
     return StrokeNetwork::kQuarters * kMuch * std::clamp(level - kNone, 0, kRange) / kRange;
 }
@@ -107,10 +108,11 @@ public:
         const auto *least = ink.leastDepths.ptr<std::uint8_t>(squareRow);
         for (int square = 0; square < ink.depths.cols; ++square) {
             const int depth = depths[square];
-            const int factor = depth == 0 ? 0 : (kInk - kPaper) * 256 / depth;
-            const int clearlyPaper = depth == 0
-                ? 255
-                : kPaper + std::max(kClearlyPaperShare, least[square] * (kInk - kPaper) / depth);
+            const int factor = depth == 0 ? 0 : (kInkShare - kPaperShare) * 256 / depth;
+            const int clearlyPaper = depth == 0 ? 255
+                                                : kPaperShare
+                    + std::max(kClearlyPaperShare,
+                               least[square] * (kInkShare - kPaperShare) / depth);
             const auto first = static_cast<std::size_t>(square * kLimitCell);
             std::fill_n(&m_whites[first], kLimitCell, whites[square]);
             std::fill_n(&m_factors[first], kLimitCell, static_cast<std::uint16_t>(factor));
@@ -146,7 +148,7 @@ private:
         // differences stop at 0
         const cv::v_uint16x8 darker = cv::v_mul_hi((white - level) << 8, factor);
         const cv::v_uint16x8 lighter = cv::v_mul_hi((level - white) << 8, factor);
-        return cv::v_setall_u16(kPaper) + darker - lighter;
+        return cv::v_setall_u16(kPaperShare) + darker - lighter;
     }
 
     std::vector<std::uint8_t> m_levels;
@@ -159,12 +161,13 @@ private:
 cv::Mat sharesOf(const cv::Mat &page, const InkDepths &ink)
 {
     const auto width = static_cast<int>(Columns::wholeVectors(page.cols));
-    cv::Mat result(page.rows + 2 * kReach, width + 2 * kReach, CV_8UC1, cv::Scalar(kPaper));
+    cv::Mat result(page.rows + 2 * kShareBorder, width + 2 * kShareBorder, CV_8UC1,
+                   cv::Scalar(kPaperShare));
     Columns columns(page.cols);
     for (int y = 0; y < page.rows; ++y) {
         if (y % kLimitCell == 0)
             columns.take(ink, y / kLimitCell);
-        columns.toShares(page.row(y), result.ptr<std::uint8_t>(y + kReach) + kReach);
+        columns.toShares(page.row(y), result.ptr<std::uint8_t>(y + kShareBorder) + kShareBorder);
     }
     return result;
 }
@@ -189,7 +192,7 @@ public:
         for (int y = 0; y < m_size.height; ++y) {
             if (y % kLimitCell == 0)
                 columns.take(m_ink, y / kLimitCell);
-            const auto *shares = m_shares.ptr<std::uint8_t>(y + kReach) + kReach;
+            const auto *shares = m_shares.ptr<std::uint8_t>(y + kShareBorder) + kShareBorder;
             for (int x = 0; x < m_size.width; x += Columns::kLanes) {
                 if (!columns.arePaper(shares, static_cast<std::size_t>(x)))
                     separateSome(columns, shares, {x, y});

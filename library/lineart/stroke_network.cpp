@@ -8,8 +8,8 @@ namespace korv {
 
 namespace {
 
-using Lanes = cv::v_int16x8;
-using Sums = cv::v_int32x4;
+using Shorts = cv::v_int16x8;
+using Longs = cv::v_int32x4;
 
 constexpr std::size_t kInputPairs = (StrokeWeights::kInputs + 1) / 2;
 constexpr std::size_t kUnitPairs = StrokeWeights::kUnits / 2;
@@ -46,15 +46,15 @@ struct PixelSums
     {
     }
 
-    void add(const Lanes &firstInputs, const Lanes &secondInputs, const std::int16_t *weights)
+    void add(const Shorts &firstInputs, const Shorts &secondInputs, const std::int16_t *weights)
     {
-        const Lanes weight = cv::v_load(weights);
+        const Shorts weight = cv::v_load(weights);
         first = cv::v_dotprod(firstInputs, weight, first);
         second = cv::v_dotprod(secondInputs, weight, second);
     }
 
-    Sums first;
-    Sums second;
+    Longs first;
+    Longs second;
 };
 
 /// Adds the inputs, pair by pair, to two sums with the weights of each.
@@ -63,15 +63,15 @@ void addPairs(const std::int16_t *inputs, const std::int16_t *weights, PixelSums
               PixelSums &other)
 {
     for (std::size_t i = 0; i < kPairs; ++i) {
-        const Lanes first = cv::v_load(inputs + kPairLanes * i);
-        const Lanes second = cv::v_load(inputs + kPairLanes * i + kWeightLanes);
+        const Shorts first = cv::v_load(inputs + kPairLanes * i);
+        const Shorts second = cv::v_load(inputs + kPairLanes * i + kWeightLanes);
         one.add(first, second, weights + kWeightLanes * i);
         other.add(first, second, weights + kWeightLanes * (kPairs + i));
     }
 }
 
 /// What a unit gives: nothing below 0.
-Lanes given(const PixelSums &sums)
+Shorts given(const PixelSums &sums)
 {
     constexpr int kShift = StrokeWeights::kInputBits - StrokeWeights::kUnitBits;
     return cv::v_max(cv::v_rshr_pack<kShift>(sums.first, sums.second), cv::v_setzero_s16());
@@ -113,8 +113,8 @@ StrokeNetwork::operator()(const std::array<Place, kPixels> &places) const
         PixelSums other(kStrokeWeights.unitBiases[2 * i + 1]);
         addPairs<kInputPairs>(inputs.data(), &m_hidden[2 * i * kInputPairs * kWeightLanes], one,
                               other);
-        Lanes low;
-        Lanes high;
+        Shorts low;
+        Shorts high;
         cv::v_zip(given(one), given(other), low, high);
         cv::v_store(units.data() + i * kPairLanes, low);
         cv::v_store(units.data() + i * kPairLanes + kWeightLanes, high);
