@@ -16,8 +16,9 @@ namespace {
 using namespace clean;
 
 // The white that paper gets: as bright as it is in the best light, so that print and pictures keep
-// the brightness they have there. Paper in dim light is brought up to what looks white.
-constexpr double kDimmestWhite = 210;
+// the brightness they have there. Cameras show paper at 175 to 225 on the whole; what is dimmer than
+// that is brought up.
+constexpr double kDimmestWhite = 190;
 constexpr double kBrightestWhite = 250; ///< leaves room for paper's own texture and noise
 
 /// A light farther from white than this, in the logarithm of a channel's share, is not the light's

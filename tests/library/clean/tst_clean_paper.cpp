@@ -197,8 +197,21 @@ TEST(CleanPaper, dimAndColouredLightBecomesWhite)
     }));
     for (int channel = 0; channel < 3; ++channel) {
         const Spread paper = paperIn(image, channel);
-        EXPECT_NEAR(paper.mean, 210, 5) << channel;
+        EXPECT_NEAR(paper.mean, 190, 5) << channel;
         EXPECT_LT(paper.worst, 8) << channel;
+    }
+}
+
+TEST(CleanPaper, pageKeepsTheBrightnessOfItsLight)
+{
+    const Light shadow = castShadow(0.5, 60);
+    for (const double light : {0.85, 1.0}) { // 195 and 230 of 255
+        const Image image = cleaned(lit(page(), [&](int x, int y) {
+            const Colour share = shadow(x, y);
+            return evenly(light * share[0]);
+        }));
+        for (int channel = 0; channel < 3; ++channel)
+            EXPECT_NEAR(paperIn(image, channel).mean, 230 * light, 6) << light;
     }
 }
 
