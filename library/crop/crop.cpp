@@ -117,6 +117,8 @@ const char *objectionTo(const SheetSearch &search, const Corners &corners)
 {
     if (search.isOnAPage(corners))
         return ", but a page goes on around it; not cut";
+    if (search.leavesFrame(corners))
+        return ", but the page leaves the frame; not cut";
     if (search.isCuttingMat(corners))
         return ", but it is an empty cutting mat; not cut";
     return nullptr;

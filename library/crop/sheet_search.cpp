@@ -3,6 +3,7 @@
 #include "library/crop/lines/line_votes.h"
 #include "library/crop/outlines/cutting_mat.h"
 #include "library/crop/outlines/false_ends.h"
+#include "library/crop/outlines/frame_exit.h"
 #include "library/crop/outlines/outline_widener.h"
 #include "library/crop/outlines/page_around.h"
 #include "library/crop/outlines/printed_border.h"
@@ -132,6 +133,11 @@ Surroundings SheetSearch::around(const Candidate &candidate) const
 bool SheetSearch::isOnAPage(const Corners &corners) const
 {
     return crop::isOnAPage(inSearchPicture(corners), m_evidence, m_picture.closed);
+}
+
+bool SheetSearch::leavesFrame(const Corners &corners) const
+{
+    return crop::leavesFrame(inSearchPicture(corners), m_picture);
 }
 
 bool SheetSearch::isCuttingMat(const Corners &corners) const

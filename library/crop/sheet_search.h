@@ -39,6 +39,8 @@ public:
     bool isOnAPage(const Corners &corners) const;
     /// Whether an outline, in the frame, is an empty mat's; see crop::isCuttingMat().
     bool isCuttingMat(const Corners &corners) const;
+    /// Whether an outline, in the frame, is cut off a page that leaves it; see crop::leavesFrame().
+    bool leavesFrame(const Corners &corners) const;
     Corners inFrame(const Corners &corners) const;
 
 private:

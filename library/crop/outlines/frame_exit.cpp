@@ -1,0 +1,121 @@
+#include "library/crop/outlines/frame_exit.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+
+namespace korv::crop {
+
+namespace {
+
+constexpr int kSidePoints = 48; ///< along a side
+constexpr double kNearestSide =
+    1; ///< pixels from the border: what is nearer is too blurred to tell
+constexpr double kFarthestSide = 14; ///< pixels; more than that of the paper would be seen as such
+constexpr double kInwards = 6; ///< pixels from the side to the paper inside
+constexpr int kSameLuma = 12; ///< levels between places that count as of one colour
+constexpr int kSameColour = 7;
+constexpr double kOutwards = 7; ///< pixels from a neighbouring side to the desk, beyond its shadow
+constexpr double kLargelySame = 0.4;
+constexpr double kHardlySame = 0.3;
+
+/// A border of the frame, as the pixels that lie on it.
+struct Border
+{
+    bool isUpright;
+    int at; ///< column, or row, one pixel inside
+
+    double distanceOf(cv::Point2d point) const
+    {
+        return std::abs((isUpright ? point.x : point.y) - at);
+    }
+    cv::Point nextTo(cv::Point place) const
+    {
+        return isUpright ? cv::Point(at, place.y) : cv::Point(place.x, at);
+    }
+};
+
+bool isSame(const Planes &planes, cv::Point a, cv::Point b)
+{
+    const auto differ = [&](std::size_t plane) {
+        return std::abs(planes[plane].at<std::uint8_t>(a) - planes[plane].at<std::uint8_t>(b));
+    };
+    return differ(0) <= kSameLuma && differ(1) <= kSameColour && differ(2) <= kSameColour;
+}
+
+/// How many of the places along a side are of one colour with another one each.
+template <typename Inside, typename Outside>
+double sameShare(cv::Point2d from, cv::Point2d to, const Planes &planes, const Inside &inside,
+                 const Outside &outside)
+{
+    const cv::Rect within(cv::Point(), planes[0].size());
+    int places = 0;
+    int same = 0;
+    for (int i = 0; i < kSidePoints; ++i) {
+        const cv::Point2d place = from + (to - from) * ((i + 0.5) / kSidePoints);
+        const cv::Point one = inside(place);
+        const cv::Point other = outside(place);
+        if (!within.contains(one) || !within.contains(other))
+            continue;
+        ++places;
+        same += isSame(planes, one, other) ? 1 : 0;
+    }
+    return 1.0 * same / std::max(1, places);
+}
+
+cv::Point2d normalOutOf(const Corners &corners, std::size_t side)
+{
+    const Line line = lineThrough(corners[side], corners[(side + 1) % 4]);
+    return line.normalAwayFrom(centreOf(corners));
+}
+
+/// Whether the paper inside a side goes on to the border.
+bool goesOn(const Corners &corners, std::size_t side, const Border &border, const Planes &planes)
+{
+    const cv::Point2d outwards = normalOutOf(corners, side);
+    const auto inside = [&](cv::Point2d place) {
+        return nearestPixel(place - outwards * kInwards);
+    };
+    const auto outside = [&](cv::Point2d place) { return border.nextTo(nearestPixel(place)); };
+    return sameShare(corners[side], corners[(side + 1) % 4], planes, inside, outside)
+        > kLargelySame;
+}
+
+/// Whether the desk beyond a side is of another colour than the paper: else what goes on beyond the
+/// next one may be the desk.
+bool hasItsOwnColour(const Corners &corners, std::size_t side, const Planes &planes)
+{
+    const cv::Point2d outwards = normalOutOf(corners, side);
+    const auto inside = [&](cv::Point2d place) {
+        return nearestPixel(place - outwards * kInwards);
+    };
+    const auto outside = [&](cv::Point2d place) {
+        return nearestPixel(place + outwards * kOutwards);
+    };
+    return sameShare(corners[side], corners[(side + 1) % 4], planes, inside, outside) < kHardlySame;
+}
+
+} // namespace
+
+bool leavesFrame(const Corners &corners, const SearchPicture &picture)
+{
+    const cv::Size size = picture.size();
+    const std::array<Border, 4> borders{
+        {{true, 1}, {true, size.width - 2}, {false, 1}, {false, size.height - 2}}};
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+        const std::size_t next = (i + 1) % 4;
+        for (const Border &border : borders) {
+            const auto [nearest, farthest] =
+                std::minmax({border.distanceOf(corners[i]), border.distanceOf(corners[next])});
+            if (nearest + farthest >= 2 * kNearestSide && farthest <= kFarthestSide
+                && goesOn(corners, i, border, picture.closed)
+                && hasItsOwnColour(corners, next, picture.closed)
+                && hasItsOwnColour(corners, (i + 3) % 4, picture.closed))
+                return true;
+        }
+    }
+    return false;
+}
+
+} // namespace korv::crop
