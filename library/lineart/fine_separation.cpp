@@ -15,7 +15,7 @@ namespace korv {
 
 namespace {
 
-constexpr int kShareBorder = StrokeNetwork::kReach;
+constexpr int kShareBorder = StrokeNetwork::kReach + 1;
 constexpr int kPaperShare = StrokeNetwork::kPaper;
 constexpr int kInkShare = StrokeNetwork::kInk;
 

@@ -29,7 +29,8 @@ public:
     /// What the network gets for a pixel, with values from 0 to 255.
     struct Place
     {
-        const std::uint8_t *levels = nullptr; ///< the pixel's, with kReach others around it
+        const std::uint8_t *levels =
+            nullptr; ///< the pixel's, with kReach others around it, and one more to the right
         int depth = 0; ///< of the ink, 255 for black
         int noise = 0; ///< deviation of the paper, 255 for half of that depth
     };
@@ -45,10 +46,7 @@ public:
     static constexpr std::int32_t kSure = 1 << 18;
 
 private:
-    static constexpr std::size_t kLevels = 37;
-
-    std::array<std::ptrdiff_t, kLevels>
-        m_taps{}; ///< from the middle to the pixels that are looked at
+    std::ptrdiff_t m_stride;
     std::vector<std::int16_t> m_hidden; ///< weights, each pair for every pixel
     std::vector<std::int16_t> m_output;
 };

@@ -25,7 +25,7 @@ constexpr int kSide = 2 * kReach + 1;
 /// Levels around a pixel, without any order, the same ones in every run.
 cv::Mat levelsOf(int seed)
 {
-    cv::Mat levels(kSide, kSide, CV_8UC1);
+    cv::Mat levels(kSide, kSide + 1, CV_8UC1);
     cv::RNG random(static_cast<std::uint64_t>(seed));
     random.fill(levels, cv::RNG::UNIFORM, 0, 256);
     return levels;
