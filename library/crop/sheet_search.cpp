@@ -83,26 +83,10 @@ std::vector<LineEvidence> SheetSearch::evidenceOfLines() const
     return m_core.collect<LineEvidence>(0, static_cast<int>(lines.size()), gather);
 }
 
-Corners SheetSearch::inFrame(const Corners &corners) const
-{
-    Corners result;
-    std::transform(corners.begin(), corners.end(), result.begin(),
-                   [this](cv::Point2d point) { return m_picture.toFrame(point); });
-    return result;
-}
-
-Corners SheetSearch::inSearchPicture(const Corners &corners) const
-{
-    Corners result;
-    std::transform(corners.begin(), corners.end(), result.begin(),
-                   [this](cv::Point2d point) { return m_picture.fromFrame(point); });
-    return result;
-}
-
 Refined SheetSearch::refined(const Candidate &candidate) const
 {
-    return refineCorners(m_image, inFrame(candidate.corners), kRefinementReach / m_picture.scale,
-                         m_core);
+    return refineCorners(m_image, m_picture.toFrame(candidate.corners),
+                         kRefinementReach / m_picture.scale, m_core);
 }
 
 Refined SheetSearch::withBorder(const Refined &outline) const
@@ -132,17 +116,17 @@ Surroundings SheetSearch::around(const Candidate &candidate) const
 
 bool SheetSearch::isOnAPage(const Corners &corners) const
 {
-    return crop::isOnAPage(inSearchPicture(corners), m_evidence, m_picture.closed);
+    return crop::isOnAPage(m_picture.fromFrame(corners), m_evidence, m_picture.closed);
 }
 
 bool SheetSearch::leavesFrame(const Corners &corners) const
 {
-    return crop::leavesFrame(inSearchPicture(corners), m_picture);
+    return crop::leavesFrame(m_picture.fromFrame(corners), m_picture);
 }
 
 bool SheetSearch::isCuttingMat(const Corners &corners) const
 {
-    return crop::isCuttingMat(inSearchPicture(corners), m_picture.plainLuma);
+    return crop::isCuttingMat(m_picture.fromFrame(corners), m_picture.plainLuma);
 }
 
 } // namespace korv::crop

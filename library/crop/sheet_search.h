@@ -41,10 +41,9 @@ public:
     bool isCuttingMat(const Corners &corners) const;
     /// Whether an outline, in the frame, is cut off a page that leaves it; see crop::leavesFrame().
     bool leavesFrame(const Corners &corners) const;
-    Corners inFrame(const Corners &corners) const;
+    Corners inFrame(const Corners &corners) const { return m_picture.toFrame(corners); }
 
 private:
-    Corners inSearchPicture(const Corners &corners) const;
     std::vector<Candidate> search(const std::vector<Edge> &edges);
     std::vector<LineEvidence> evidenceOfLines() const;
 

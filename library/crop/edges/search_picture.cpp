@@ -20,6 +20,8 @@ namespace korv::crop {
 
 namespace {
 
+constexpr int kLikeLuma = 12; ///< levels between places that count as of one colour
+constexpr int kLikeColour = 7;
 constexpr int kLongSide = 640;
 constexpr int kWriting = 7; ///< wider than strokes and the gaps between them, at this size
 constexpr int kInk = 14; ///< levels that writing is darker than what is around it
@@ -72,6 +74,28 @@ cv::Point2d SearchPicture::toFrame(cv::Point2d point) const
 cv::Point2d SearchPicture::fromFrame(cv::Point2d point) const
 {
     return {(point.x + 0.5) * scale - 0.5, (point.y + 0.5) * scale - 0.5};
+}
+
+std::array<cv::Point2d, 4> SearchPicture::toFrame(std::array<cv::Point2d, 4> points) const
+{
+    for (cv::Point2d &point : points)
+        point = toFrame(point);
+    return points;
+}
+
+std::array<cv::Point2d, 4> SearchPicture::fromFrame(std::array<cv::Point2d, 4> points) const
+{
+    for (cv::Point2d &point : points)
+        point = fromFrame(point);
+    return points;
+}
+
+bool isAlike(const Planes &planes, cv::Point a, cv::Point b)
+{
+    const auto differ = [&](std::size_t plane) {
+        return std::abs(planes[plane].at<std::uint8_t>(a) - planes[plane].at<std::uint8_t>(b));
+    };
+    return differ(0) <= kLikeLuma && differ(1) <= kLikeColour && differ(2) <= kLikeColour;
 }
 
 cv::Size searchSize(const Image &image)

@@ -24,7 +24,12 @@ struct SearchPicture
     /// From this picture's pixels to the frame's; pixel centres are at whole numbers in both.
     cv::Point2d toFrame(cv::Point2d point) const;
     cv::Point2d fromFrame(cv::Point2d point) const;
+    std::array<cv::Point2d, 4> toFrame(std::array<cv::Point2d, 4> points) const;
+    std::array<cv::Point2d, 4> fromFrame(std::array<cv::Point2d, 4> points) const;
 };
+
+/// Whether two places are of one colour, but for noise.
+bool isAlike(const Planes &planes, cv::Point a, cv::Point b);
 
 /// Size of the search picture that would be made.
 cv::Size searchSize(const Image &image);

@@ -282,15 +282,6 @@ private:
     bool m_isPanel = false;
 };
 
-Corners converted(const Corners &corners, const SearchPicture &picture,
-                  cv::Point2d (SearchPicture::*conversion)(cv::Point2d) const)
-{
-    Corners result;
-    std::transform(corners.begin(), corners.end(), result.begin(),
-                   [&](cv::Point2d point) { return (picture.*conversion)(point); });
-    return result;
-}
-
 } // namespace
 
 Corners withoutFalseEnds(const Image &image, const SearchPicture &picture, const Corners &corners,
@@ -298,11 +289,11 @@ Corners withoutFalseEnds(const Image &image, const SearchPicture &picture, const
 {
     Corners result = corners;
     for (std::size_t side = 0; side < 4; ++side) {
-        const Corners small = converted(result, picture, &SearchPicture::fromFrame);
+        const Corners small = picture.fromFrame(result);
         const End end(picture, small, side);
         if (!end.mayBeFalse())
             continue;
-        const Corners moved = converted(end.movedOut(small), picture, &SearchPicture::toFrame);
+        const Corners moved = picture.toFrame(end.movedOut(small));
         if (!isConvex(moved)) // the neighbours may meet on the way
             continue;
         const Refined outside = refineCorners(image, moved, reach, core);

@@ -14,8 +14,6 @@ constexpr double kNearestSide =
     1; ///< pixels from the border: what is nearer is too blurred to tell
 constexpr double kFarthestSide = 14; ///< pixels; more than that of the paper would be seen as such
 constexpr double kInwards = 6; ///< pixels from the side to the paper inside
-constexpr int kSameLuma = 12; ///< levels between places that count as of one colour
-constexpr int kSameColour = 7;
 constexpr double kOutwards = 7; ///< pixels from a neighbouring side to the desk, beyond its shadow
 constexpr double kLargelySame = 0.4;
 constexpr double kHardlySame = 0.3;
@@ -36,14 +34,6 @@ struct Border
     }
 };
 
-bool isSame(const Planes &planes, cv::Point a, cv::Point b)
-{
-    const auto differ = [&](std::size_t plane) {
-        return std::abs(planes[plane].at<std::uint8_t>(a) - planes[plane].at<std::uint8_t>(b));
-    };
-    return differ(0) <= kSameLuma && differ(1) <= kSameColour && differ(2) <= kSameColour;
-}
-
 /// How many of the places along a side are of one colour with another one each.
 template <typename Inside, typename Outside>
 double sameShare(cv::Point2d from, cv::Point2d to, const Planes &planes, const Inside &inside,
@@ -59,7 +49,7 @@ double sameShare(cv::Point2d from, cv::Point2d to, const Planes &planes, const I
         if (!within.contains(one) || !within.contains(other))
             continue;
         ++places;
-        same += isSame(planes, one, other) ? 1 : 0;
+        same += isAlike(planes, one, other) ? 1 : 0;
     }
     return 1.0 * same / std::max(1, places);
 }

@@ -12,21 +12,11 @@ constexpr int kSteps = 12; ///< outwards from each
 constexpr double kInside = 6; ///< pixels from the side to the inner rim
 constexpr double kOutside = 7; ///< pixels from the side to the first step, beyond its shadow
 constexpr double kFar = 0.4; ///< of the outline's size: the last step
-constexpr double kLikeLuma = 12; ///< levels between places that count as of one colour
-constexpr double kLikeColour = 7;
 constexpr double kInk = 0.75; ///< of the light around it
 constexpr double kInked = 0.02; ///< share of ink from which on a side counts as written beyond
 constexpr int kStride = 5; ///< of the pixels of the frame that are looked at
 constexpr double kLightestShare = 0.01; ///< of them that count as the lightest places
 constexpr double kAsLight = 0.85; ///< of their lightness
-
-bool isAlike(const Planes &planes, cv::Point a, cv::Point b)
-{
-    const auto differ = [&](std::size_t plane) {
-        return std::abs(planes[plane].at<std::uint8_t>(a) - planes[plane].at<std::uint8_t>(b));
-    };
-    return differ(0) <= kLikeLuma && differ(1) <= kLikeColour && differ(2) <= kLikeColour;
-}
 
 bool isInk(const SearchPicture &picture, cv::Point at)
 {
