@@ -34,56 +34,47 @@ struct Border
     }
 };
 
-/// How many of the places along a side are of one colour with another one each.
-template <typename Inside, typename Outside>
-double sameShare(cv::Point2d from, cv::Point2d to, const Planes &planes, const Inside &inside,
-                 const Outside &outside)
+/// How many of the places along a side have the colour of the paper inside also at the place that is
+/// `beyond` them, given their own and the normal outwards.
+template <typename Beyond>
+double sameShare(const Corners &corners, std::size_t side, const Planes &planes,
+                 const Beyond &beyond)
 {
+    const cv::Point2d from = corners[side];
+    const cv::Point2d to = corners[(side + 1) % 4];
+    const cv::Point2d outwards = lineThrough(from, to).normalAwayFrom(centreOf(corners));
     const cv::Rect within(cv::Point(), planes[0].size());
     int places = 0;
     int same = 0;
     for (int i = 0; i < kSidePoints; ++i) {
         const cv::Point2d place = from + (to - from) * ((i + 0.5) / kSidePoints);
-        const cv::Point one = inside(place);
-        const cv::Point other = outside(place);
-        if (!within.contains(one) || !within.contains(other))
+        const cv::Point inside = nearestPixel(place - outwards * kInwards);
+        const cv::Point outside = beyond(place, outwards);
+        if (!within.contains(inside) || !within.contains(outside))
             continue;
         ++places;
-        same += isAlike(planes, one, other) ? 1 : 0;
+        same += isAlike(planes, inside, outside) ? 1 : 0;
     }
     return 1.0 * same / std::max(1, places);
-}
-
-cv::Point2d normalOutOf(const Corners &corners, std::size_t side)
-{
-    const Line line = lineThrough(corners[side], corners[(side + 1) % 4]);
-    return line.normalAwayFrom(centreOf(corners));
 }
 
 /// Whether the paper inside a side goes on to the border.
 bool goesOn(const Corners &corners, std::size_t side, const Border &border, const Planes &planes)
 {
-    const cv::Point2d outwards = normalOutOf(corners, side);
-    const auto inside = [&](cv::Point2d place) {
-        return nearestPixel(place - outwards * kInwards);
+    const auto atBorder = [&](cv::Point2d place, cv::Point2d) {
+        return border.nextTo(nearestPixel(place));
     };
-    const auto outside = [&](cv::Point2d place) { return border.nextTo(nearestPixel(place)); };
-    return sameShare(corners[side], corners[(side + 1) % 4], planes, inside, outside)
-        > kLargelySame;
+    return sameShare(corners, side, planes, atBorder) > kLargelySame;
 }
 
 /// Whether the desk beyond a side is of another colour than the paper: else what goes on beyond the
 /// next one may be the desk.
 bool hasItsOwnColour(const Corners &corners, std::size_t side, const Planes &planes)
 {
-    const cv::Point2d outwards = normalOutOf(corners, side);
-    const auto inside = [&](cv::Point2d place) {
-        return nearestPixel(place - outwards * kInwards);
-    };
-    const auto outside = [&](cv::Point2d place) {
+    const auto onDesk = [](cv::Point2d place, cv::Point2d outwards) {
         return nearestPixel(place + outwards * kOutwards);
     };
-    return sameShare(corners[side], corners[(side + 1) % 4], planes, inside, outside) < kHardlySame;
+    return sameShare(corners, side, planes, onDesk) < kHardlySame;
 }
 
 } // namespace
