@@ -39,6 +39,7 @@ OTHER_RATIO = 1.06  # of areas, from which on two outlines differ ...
 OTHER_AWAY = 0.03  # ... or distance of their centres, in sides
 SETTLED = 2.0  # trust from which on the second search is not made
 SAME_RATIO = 1.06  # of areas, up to which nested outlines are the same sheet's
+CORNERS_INSIDE = 0.97  # share of the way to them that has to lie in the outer one
 RULED_OUT = -1.0  # trust below which an outline is no sheet's
 LARGER_RATIO = 1.15  # of areas, from which on one outline can be around another
 
@@ -340,11 +341,13 @@ def chosen(verdicts, least):
         return verdicts[0]
     quads = [search.corners[best].reshape(1, 4, 2).astype(float) for _, search, best in verdicts]
     inner, outer = np.argsort([areas(quad)[0] for quad in quads])
-    held = sum(int(contain(quads[outer], corner)[0]) for corner in quads[inner][0])
+    centre = quads[inner][0].mean(0)
+    corners = centre + (quads[inner][0] - centre) * CORNERS_INSIDE
+    held = sum(int(contain(quads[outer], corner)[0]) for corner in corners)
     if (
         areas(quads[outer])[0] <= SAME_RATIO * areas(quads[inner])[0]
         or held < 3
-        or not contain(quads[outer], quads[inner][0].mean(0))[0]
+        or not contain(quads[outer], centre)[0]
     ):
         return max(verdicts, key=lambda verdict: verdict[0])
     if verdicts[outer][0] >= least:
