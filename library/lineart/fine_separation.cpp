@@ -84,40 +84,35 @@ BlackQuarters inkQuarters(const StrokeNetwork::Quarters &sureness, int level)
     return black;
 }
 
-/// What holds for the pixels of a row of squares, column by column, up to the end of the last vector.
-class Columns
+constexpr int kTogether = 16; ///< pixels that are looked at together
+
+/// Columns of the page, up to the end of the last vector.
+std::size_t wholeVectors(int width)
+{
+    return static_cast<std::size_t>(width + kTogether - 1) / kTogether * kTogether;
+}
+
+/// Turns levels into shares of the depth of ink, with what holds for the columns of a row of squares.
+class Shares
 {
 public:
-    explicit Columns(int width)
+    explicit Shares(int width)
         : m_levels(wholeVectors(width))
         , m_whites(m_levels.size())
         , m_factors(m_levels.size())
-        , m_clearlyPaper(m_levels.size())
     {
-    }
-
-    static std::size_t wholeVectors(int width)
-    {
-        return static_cast<std::size_t>(width + kLanes - 1) / kLanes * kLanes;
     }
 
     void take(const InkDepths &ink, int squareRow)
     {
         const auto *depths = ink.depths.ptr<std::uint8_t>(squareRow);
         const auto *whites = ink.whites.ptr<std::uint8_t>(squareRow);
-        const auto *least = ink.leastDepths.ptr<std::uint8_t>(squareRow);
         for (int square = 0; square < ink.depths.cols; ++square) {
             const int depth = depths[square];
             const int factor = depth == 0 ? 0 : (kInkShare - kPaperShare) * 256 / depth;
-            const int clearlyPaper = depth == 0 ? 255
-                                                : kPaperShare
-                    + std::max(kClearlyPaperShare,
-                               least[square] * (kInkShare - kPaperShare) / depth);
             const auto first = static_cast<std::size_t>(square * kLimitCell);
             std::fill_n(&m_whites[first], kLimitCell, whites[square]);
             std::fill_n(&m_factors[first], kLimitCell, static_cast<std::uint16_t>(factor));
-            std::fill_n(&m_clearlyPaper[first], kLimitCell,
-                        static_cast<std::uint8_t>(clearlyPaper));
         }
     }
 
@@ -125,19 +120,9 @@ public:
     void toShares(const cv::Mat &row, std::uint8_t *shares)
     {
         std::copy_n(row.ptr<std::uint8_t>(), row.cols, m_levels.data());
-        for (std::size_t x = 0; x < m_levels.size(); x += kLanes)
-            cv::v_store(shares + x, cv::v_pack(eightShares(x), eightShares(x + kLanes / 2)));
+        for (std::size_t x = 0; x < m_levels.size(); x += kTogether)
+            cv::v_store(shares + x, cv::v_pack(eightShares(x), eightShares(x + kTogether / 2)));
     }
-
-    /// Whether all of some pixels, from column x on, are paper.
-    bool arePaper(const std::uint8_t *shares, std::size_t x) const
-    {
-        return !cv::v_check_any(cv::v_load(shares + x) > cv::v_load(&m_clearlyPaper[x]));
-    }
-
-    int clearlyPaper(std::size_t x) const { return m_clearlyPaper[x]; }
-
-    static constexpr int kLanes = 16;
 
 private:
     cv::v_uint16x8 eightShares(std::size_t x) const
@@ -154,20 +139,55 @@ private:
     std::vector<std::uint8_t> m_levels;
     std::vector<std::uint16_t> m_whites;
     std::vector<std::uint16_t> m_factors; ///< of what is darker than paper, in 1 / 256
-    std::vector<std::uint8_t> m_clearlyPaper; ///< shares up to which it is that
+};
+
+/// The shares up to which the pixels of a row of squares are paper for sure.
+class ClearPaper
+{
+public:
+    explicit ClearPaper(int width)
+        : m_shares(wholeVectors(width))
+    {
+    }
+
+    void take(const InkDepths &ink, int squareRow)
+    {
+        const auto *depths = ink.depths.ptr<std::uint8_t>(squareRow);
+        const auto *least = ink.leastDepths.ptr<std::uint8_t>(squareRow);
+        for (int square = 0; square < ink.depths.cols; ++square) {
+            const int depth = depths[square];
+            const int share = depth == 0 ? 255
+                                         : kPaperShare
+                    + std::max(kClearlyPaperShare,
+                               least[square] * (kInkShare - kPaperShare) / depth);
+            std::fill_n(&m_shares[static_cast<std::size_t>(square * kLimitCell)], kLimitCell,
+                        static_cast<std::uint8_t>(share));
+        }
+    }
+
+    /// Whether all of some pixels, from column x on, are paper.
+    bool isAllOf(const std::uint8_t *shares, std::size_t x) const
+    {
+        return !cv::v_check_any(cv::v_load(shares + x) > cv::v_load(&m_shares[x]));
+    }
+
+    int at(std::size_t x) const { return m_shares[x]; }
+
+private:
+    std::vector<std::uint8_t> m_shares;
 };
 
 /// The page in shares of the depth of ink, with a border.
 cv::Mat sharesOf(const cv::Mat &page, const InkDepths &ink)
 {
-    const auto width = static_cast<int>(Columns::wholeVectors(page.cols));
+    const auto width = static_cast<int>(wholeVectors(page.cols));
     cv::Mat result(page.rows + 2 * kShareBorder, width + 2 * kShareBorder, CV_8UC1,
                    cv::Scalar(kPaperShare));
-    Columns columns(page.cols);
+    Shares shares(page.cols);
     for (int y = 0; y < page.rows; ++y) {
         if (y % kLimitCell == 0)
-            columns.take(ink, y / kLimitCell);
-        columns.toShares(page.row(y), result.ptr<std::uint8_t>(y + kShareBorder) + kShareBorder);
+            shares.take(ink, y / kLimitCell);
+        shares.toShares(page.row(y), result.ptr<std::uint8_t>(y + kShareBorder) + kShareBorder);
     }
     return result;
 }
@@ -188,25 +208,25 @@ public:
     void run()
     {
         m_result.setTo(255);
-        Columns columns(m_size.width);
+        ClearPaper paper(m_size.width);
         for (int y = 0; y < m_size.height; ++y) {
             if (y % kLimitCell == 0)
-                columns.take(m_ink, y / kLimitCell);
+                paper.take(m_ink, y / kLimitCell);
             const auto *shares = m_shares.ptr<std::uint8_t>(y + kShareBorder) + kShareBorder;
-            for (int x = 0; x < m_size.width; x += Columns::kLanes) {
-                if (!columns.arePaper(shares, static_cast<std::size_t>(x)))
-                    separateSome(columns, shares, {x, y});
+            for (int x = 0; x < m_size.width; x += kTogether) {
+                if (!paper.isAllOf(shares, static_cast<std::size_t>(x)))
+                    separateSome(paper, shares, {x, y});
             }
         }
         decide();
     }
 
 private:
-    void separateSome(const Columns &columns, const std::uint8_t *shares, cv::Point first)
+    void separateSome(const ClearPaper &paper, const std::uint8_t *shares, cv::Point first)
     {
-        const int end = std::min(m_size.width, first.x + Columns::kLanes);
+        const int end = std::min(m_size.width, first.x + kTogether);
         for (int x = first.x; x < end; ++x) {
-            if (shares[x] <= columns.clearlyPaper(static_cast<std::size_t>(x)))
+            if (shares[x] <= paper.at(static_cast<std::size_t>(x)))
                 continue;
             if (shares[x] >= kClearlyInkLevel)
                 blacken({x, first.y}, kAllQuarters);
